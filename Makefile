@@ -1,0 +1,50 @@
+# make run        build and run the main job
+# make test       build and run every test
+# make test-asan  the same under AddressSanitizer + UndefinedBehaviorSanitizer
+# make bench      build and run the benchmarks
+# make bless      re-bless the golden synthesis outputs under tests/data/golden
+
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+JOBS       ?= $(shell nproc)
+CMAKE_ARGS ?=
+
+.PHONY: all deps build run test test-asan bench bless clean format
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+$(BUILD)/build.ninja: | deps
+	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_ARGS)
+
+build: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	@mkdir -p out
+	$(BUILD)/src/cli/vandrel-cli synth --default -o out/default.wav
+
+test: build
+	scripts/run-tests $(BUILD)
+
+$(ASAN_BUILD)/build.ninja: | deps
+	cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVANDREL_SANITIZE=ON \
+	  -DVANDREL_BUILD_BENCH=OFF $(CMAKE_ARGS)
+
+test-asan: deps $(ASAN_BUILD)/build.ninja
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+	scripts/run-tests $(ASAN_BUILD)
+
+bench: build
+	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b --benchmark_min_time=0.5; done
+
+bless: build
+	$(BUILD)/tests/core_golden_test --bless
+
+format:
+	clang-format -i $$(git ls-files '*.cpp' '*.h')
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) out

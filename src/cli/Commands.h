@@ -1,0 +1,15 @@
+#pragma once
+// Sub-commands of vandrel-cli. Each takes the arguments after its name and
+// returns the process exit code; errors go to standard error.
+
+#include <string>
+#include <vector>
+
+namespace vandrel::cli {
+
+using Args = std::vector<std::string>;
+
+int synthCommand(const Args& args);
+extern const char* const kSynthHelp;
+
+}  // namespace vandrel::cli

@@ -1,0 +1,54 @@
+// vandrel-cli: the editor's core without a window, for scripts and batches.
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "Commands.h"
+
+namespace {
+
+struct Command {
+  const char* name;
+  int (*run)(const vandrel::cli::Args&);
+  const char* const* help;
+  const char* summary;
+};
+
+const Command kCommands[] = {
+    {"synth", vandrel::cli::synthCommand, &vandrel::cli::kSynthHelp,
+     "synthesize a parameter table to a WAV file"},
+};
+
+void usage(std::FILE* to) {
+  std::fprintf(to, "usage: vandrel-cli <command> [options]\n\ncommands:\n");
+  for (const auto& c : kCommands) std::fprintf(to, "  %-10s %s\n", c.name, c.summary);
+  std::fprintf(to, "\n'vandrel-cli <command> --help' explains a command's options.\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    usage(stderr);
+    return 2;
+  }
+  const std::string name = argv[1];
+  if (name == "--help" || name == "-h" || name == "help") {
+    usage(stdout);
+    return 0;
+  }
+  for (const auto& c : kCommands) {
+    if (name != c.name) continue;
+    vandrel::cli::Args args(argv + 2, argv + argc);
+    for (const auto& a : args)
+      if (a == "--help" || a == "-h") {
+        std::fputs(*c.help, stdout);
+        return 0;
+      }
+    return c.run(args);
+  }
+  std::fprintf(stderr, "vandrel-cli: unknown command '%s'\n", name.c_str());
+  usage(stderr);
+  return 2;
+}

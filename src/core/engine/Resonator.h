@@ -1,0 +1,59 @@
+#pragma once
+// Second-order digital resonator and antiresonator of the formant synthesizer.
+
+#include <cmath>
+
+namespace vandrel {
+
+// y[n] = a x[n] + b y[n-1] + c y[n-2]
+// The coefficients come from a centre frequency f and a bandwidth bw in Hz:
+//   r = exp(bw * -pi/fs), c = -r^2, b = 2 r cos(2 pi f / fs), a = 1 - b - c
+// which gives unity gain at 0 Hz.
+struct Resonator {
+  double a = 0.0, b = 0.0, c = 0.0;
+  double p1 = 0.0, p2 = 0.0;  // last output, the one before
+
+  // minusPiOverRate = -pi/fs, twoPiOverRate = 2 pi/fs (the engine keeps both).
+  void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+    const double r = std::exp(bw * minusPiOverRate);
+    c = -(r * r);
+    b = 2.0 * r * std::cos(f * twoPiOverRate);
+    a = 1.0 - b - c;
+  }
+  void reset() { p1 = p2 = 0.0; }
+  double step(double x) {
+    const double y = a * x + b * p1 + c * p2;
+    p2 = p1;
+    p1 = y;
+    return y;
+  }
+};
+
+// y[n] = a x[n] + b x[n-1] + c x[n-2], the inverse of a resonator: a zero pair.
+struct Antiresonator {
+  double a = 0.0, b = 0.0, c = 0.0;
+  double p1 = 0.0, p2 = 0.0;  // last input, the one before
+
+  // The frequency is negated first; a zero at 0 Hz or below is moved to -1 Hz,
+  // so fnz = 0 never produces a degenerate zero on the real axis at DC.
+  void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+    f = -f;
+    if (f >= 0) f = -1;
+    const double r = std::exp(bw * minusPiOverRate);
+    c = -(r * r);
+    b = 2.0 * r * std::cos(f * twoPiOverRate);
+    a = 1.0 - b - c;
+    a = 1.0 / a;
+    c = -c * a;
+    b = -b * a;
+  }
+  void reset() { p1 = p2 = 0.0; }
+  double step(double x) {
+    const double y = a * x + b * p1 + c * p2;
+    p2 = p1;
+    p1 = x;
+    return y;
+  }
+};
+
+}  // namespace vandrel

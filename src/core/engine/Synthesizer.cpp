@@ -1,0 +1,106 @@
+#include "engine/Synthesizer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace vandrel {
+
+namespace {
+
+// One frame of up to a second at 22050 Hz; longer frames get a larger array.
+constexpr int kWorkSamples = 22050;
+
+std::int32_t cellToInt(double v) {
+  // The grid holds doubles; the engine takes whole numbers, truncated. Values
+  // beyond 32 bits cannot come from a clamped table but must not be UB either.
+  if (!(v > -2147483648.0)) return INT32_MIN;
+  if (!(v < 2147483647.0)) return INT32_MAX;
+  return static_cast<std::int32_t>(v);
+}
+
+}  // namespace
+
+SynthesisSetup synthesisSetup(const CVandrelDoc& doc) {
+  const ParameterSet& ps = doc.params();
+  SynthesisSetup s{};
+  s.sampleRate = static_cast<int>(ps.sampleRate());
+  s.cascadeFormants = ps.cascadeFormants();
+  s.samplesPerFrame = s.sampleRate * ps.intervalMs / 1000;
+  return s;
+}
+
+bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state) {
+  const ParameterSet& ps = doc.params();
+  const SynthesisSetup setup = synthesisSetup(doc);
+
+  std::vector<std::int32_t> work;
+  std::unique_ptr<CKlattEngine> engine;
+  try {
+    work.assign(static_cast<std::size_t>(std::max(kWorkSamples, setup.samplesPerFrame)), 0);
+    engine = std::make_unique<CKlattEngine>(state);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+
+  auto& cfg = engine->config;
+  cfg.sampledFactor = 0.00001;
+  cfg.quiet = 1;
+  cfg.sampledTable = CKlattEngine::sampledGlottalWave().data();
+  cfg.sampledLength = 100;
+  cfg.outputSelect = CKlattEngine::kNormal;
+  cfg.flutter = 0;
+  cfg.sourceType = CKlattEngine::kNatural;
+  cfg.model = ps.cascadeParallel != 0 ? CKlattEngine::kCascadeParallel : CKlattEngine::kAllParallel;
+  cfg.sampleRate = setup.sampleRate;
+  cfg.cascadeFormants = setup.cascadeFormants;
+  cfg.samplesPerFrame = setup.samplesPerFrame;
+
+  doc.sampleRate = setup.sampleRate;
+  doc.highRate = setup.sampleRate == 22050;
+
+  // The first synthesis of a document leaves both buffers holding its sound.
+  const bool copyAtEnd = doc.synthesized.byteSize() < 100;
+  if (!copyAtEnd) doc.previous = doc.synthesized;
+
+  SampleSet& out = doc.synthesized;
+  out.sampleRate = setup.sampleRate;
+  out.fileLengthMs = ps.fileLengthMs;
+  out.sampleCount = out.sampleRate * ps.fileLengthMs / 1000.0;
+  // The block is twice the sample count in bytes, truncated; an odd byte count
+  // keeps its last byte as the low half of one more sample. Samples the frames
+  // do not reach (a file length that is not whole frames) stay zero.
+  const double bytes = std::max(0.0, 2.0 * out.sampleCount);
+  const auto byteCount = static_cast<std::size_t>(bytes);
+  try {
+    out.samples.assign((byteCount + 1) / 2, 0);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+
+  engine->initialise();
+
+  const int frames = std::min(ps.frameCount, doc.table.columns());
+  const auto spf = static_cast<std::size_t>(std::max(setup.samplesPerFrame, 0));
+  FrameRecord rec{};
+  for (int f = 0; f < frames; ++f) {
+    for (int p = 0; p < kParamCount; ++p)
+      rec[static_cast<std::size_t>(p)] = cellToInt(doc.table.value(p, f));
+    std::int32_t* w = work.data();
+    engine->synthesizeFrame(rec, w);
+
+    const std::size_t at = static_cast<std::size_t>(f) * spf;
+    const std::size_t n = at < out.samples.size() ? std::min(spf, out.samples.size() - at) : 0;
+    for (std::size_t i = 0; i < n; ++i) out.samples[at + i] = static_cast<std::int16_t>(work[i]);
+    if (progress) progress(f + 1, frames);
+  }
+
+  if (copyAtEnd) doc.previous = doc.synthesized;
+  doc.changedSinceSynthesis = false;
+  doc.changedCompanion = false;
+  return true;
+}
+
+}  // namespace vandrel

@@ -1,0 +1,30 @@
+#pragma once
+// The synthesis driver: turns the document's whole frame table into its
+// synthesized buffer, keeping the earlier result as the previous buffer.
+
+#include <functional>
+
+#include "document/VandrelDoc.h"
+#include "engine/KlattEngine.h"
+
+namespace vandrel {
+
+// Called after each frame with (frames done, frame count).
+using ProgressFn = std::function<void(int done, int total)>;
+
+struct SynthesisSetup {
+  int sampleRate;       // 11025, or 22050 when a high-formant row is shown
+  int cascadeFormants;  // 5 or 8
+  int samplesPerFrame;  // rate x interval / 1000, truncated
+};
+
+// What a synthesis of `doc` would use, without running it.
+SynthesisSetup synthesisSetup(const CVandrelDoc& doc);
+
+// Synthesizes the table of `doc` into doc.synthesized. All 48 rows drive the
+// engine, shown or not. Returns false (and leaves the buffers as they were)
+// only when the working memory cannot be had.
+bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {},
+                KlattState& state = processKlattState());
+
+}  // namespace vandrel
