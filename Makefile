@@ -41,7 +41,7 @@ bench: build
 	@for b in $(BUILD)/bench/*_bench; do echo "== $$b"; $$b --benchmark_min_time=0.5; done
 
 bless: build
-	$(BUILD)/tests/core_golden_test --bless
+	VANDREL_BLESS=1 $(BUILD)/tests/core_golden_test
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
