@@ -1,26 +1,81 @@
 #pragma once
 // CVandrelDoc: one open document. It owns the parameter set instances, the
-// frame table, the three sample sets and the document flags. Views learn of
-// changes through their own observers (added with the editing layer).
+// frame table, the three sample sets, the document flags, the ten colour
+// slots and the table's editing options. Views learn of changes through
+// DocObserver; whoever changes the document calls the matching notify...().
+//
+// The members are public so the driver, the editing operations and the views
+// can work on them directly; the methods below keep the flags and the
+// observers in step for the common changes.
 
-#include <array>
+#include <string>
+#include <vector>
 
 #include "audio/SampleSet.h"
+#include "document/ColorSlots.h"
+#include "document/DocObserver.h"
 #include "document/FrameTable.h"
 #include "document/ParameterSet.h"
 
 namespace vandrel {
 
+// Where "Add Column" puts the new time; exactly one of the three is chosen.
+enum class AddColumnPlace { kBeginning, kSelectedColumn, kEnd };
+
+// The undo history's place in the document: whole-table snapshots and the
+// index of the current one (-5 until the first snapshot). The editing layer
+// appends and restores.
+struct UndoHistory {
+  static constexpr int kNoSnapshot = -5;
+  std::vector<std::string> snapshots;
+  int current = kNoSnapshot;
+};
+
 class CVandrelDoc {
 public:
   CVandrelDoc() { initialise(); }
 
-  // A blank document: default parameter sets, a table of defaults, no sound.
+  // A blank document: default parameter sets, a table of defaults, no sound,
+  // default colours and options. Observers stay registered and are told.
   void initialise();
 
-  // The working instance of the settings block; [1] and [2] start identical.
+  // The working instance of the settings block: the table, the file and the
+  // synthesis use it. [1] and [2] start identical and are left to the option
+  // dialogs and the configuration file.
   ParameterSet& params() { return paramSets[0]; }
   const ParameterSet& params() const { return paramSets[0]; }
+
+  // --- flags --------------------------------------------------------------
+  // The after-edit marking: modified, and due for synthesis.
+  void markEdited();
+  void setModified(bool on);
+  // True for a blank table that nothing has edited or loaded into yet.
+  bool tableUntouched() const { return untouched && !modified; }
+  bool hasAudio() const { return !audio.empty(); }
+
+  // --- colours ------------------------------------------------------------
+  Colorref groupColor(int group) const { return colors.at(static_cast<std::size_t>(group)); }
+  // Sets a group's colour and the colour of every parameter row of the group.
+  void setGroupColor(int group, Colorref c);
+  Colorref anchorColor() const { return colors[kAnchorColorSlot]; }
+  Colorref selectionColor() const { return colors[kSelectionColorSlot]; }
+  // Gives every parameter row of the working set its group's colour.
+  void applyGroupColors();
+
+  // --- the recording beside the table ------------------------------------
+  // Puts `recording` into the audio-file set. An untouched table takes the
+  // recording's length cut to whole frames (at least one frame); an edited or
+  // loaded table keeps its length. A recording without samples leaves the
+  // table as it is.
+  void attachAudio(SampleSet recording);
+
+  // --- observers ----------------------------------------------------------
+  void addObserver(DocObserver* o);
+  void removeObserver(DocObserver* o);
+  void notifyCellsChanged(const CellRange& cells);
+  void notifyStructureChanged();
+  void notifySamplesChanged(SampleSlot slot);
+  void notifyFlagsChanged();
 
   std::array<ParameterSet, 3> paramSets;
   FrameTable table;
@@ -34,6 +89,39 @@ public:
   bool modified = false;
   bool changedSinceSynthesis = true;  // set by every edit, cleared by synthesis
   bool changedCompanion = true;       // cleared together with the flag above
+  bool untouched = true;              // cleared by the first edit or load
+
+  ColorSlots colors = kDefaultColors;
+
+  // Bounds the column forms of Add/Subtract and Set to Default Values;
+  // lowered by Remove Row, reset by the parameter selection.
+  int rowsInUse = kParamCount;
+
+  // After-edit options (File options).
+  bool autoInterpolate = false;  // interpolate the whole table after an edit
+  bool anchorAfterEdit = false;  // an edited cell becomes an anchor
+
+  // The last choices of the Add Column and Add/Subtract dialogs.
+  int addColumnTimeMs = 100;
+  AddColumnPlace addColumnPlace = AddColumnPlace::kEnd;
+  int addSubtractAmount = 0;
+
+  UndoHistory undo;
+
+private:
+  // Copies of a document carry its data, never its observers: a copy starts
+  // with none, and assigning keeps the target's own.
+  struct Observers {
+    Observers() = default;
+    Observers(const Observers&) {}
+    Observers& operator=(const Observers&) { return *this; }
+    std::vector<DocObserver*> list;
+  };
+
+  template <class F>
+  void forEachObserver(F f);
+
+  Observers observers_;
 };
 
 }  // namespace vandrel

@@ -1,0 +1,504 @@
+#include "document/VdrFile.h"
+
+#include <charconv>
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "document/VandrelDoc.h"
+#include "util/AtomicFile.h"
+
+namespace vandrel {
+
+namespace {
+
+// ---------------------------------------------------------------- writing
+
+std::int32_t truncateToInt32(double v) {
+  if (v != v) return 0;  // NaN cannot come from the table; keep the file readable
+  if (v <= -2147483648.0) return std::numeric_limits<std::int32_t>::min();
+  if (v >= 2147483647.0) return std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(v);
+}
+
+class TextOut {
+public:
+  explicit TextOut(std::string& s) : s_(s) {}
+
+  void value(std::int64_t v) {
+    char buf[24];
+    const auto r = std::to_chars(buf, buf + sizeof buf, v);
+    s_.append(buf, r.ptr);
+    s_.push_back('\t');
+  }
+  void text(std::string_view t) {
+    s_.append(t);
+    s_.push_back('\t');
+  }
+  void endLine() { s_.append("\r\n"); }
+
+private:
+  std::string& s_;
+};
+
+// Lines 4 and 5 break after every tenth entry and end with one more line end.
+class TenPerLine {
+public:
+  explicit TenPerLine(TextOut& out) : out_(out) {}
+  void value(std::int64_t v) {
+    out_.value(v);
+    counted();
+  }
+  void text(std::string_view t) {
+    out_.text(t);
+    counted();
+  }
+  void finish() { out_.endLine(); }
+
+private:
+  void counted() {
+    if (++n_ % 10 == 0) out_.endLine();
+  }
+  TextOut& out_;
+  int n_ = 0;
+};
+
+// ---------------------------------------------------------------- reading
+
+// One line, cut at its tabs, blanks trimmed, trailing empty fields dropped
+// (the writer's last tab, and the padding some spreadsheets add).
+struct Line {
+  std::size_t number = 0;  // 1-based, for messages
+  std::vector<std::string_view> fields;
+  bool empty() const { return fields.empty(); }
+};
+
+std::string_view trim(std::string_view s) {
+  while (!s.empty() && (s.front() == ' ' || s.front() == '\v' || s.front() == '\f')) s.remove_prefix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\v' || s.back() == '\f')) s.remove_suffix(1);
+  return s;
+}
+
+void splitFields(std::string_view text, std::vector<std::string_view>& out) {
+  out.clear();
+  std::size_t start = 0;
+  for (;;) {
+    const std::size_t tab = text.find('\t', start);
+    out.push_back(trim(text.substr(start, tab == std::string_view::npos ? std::string_view::npos : tab - start)));
+    if (tab == std::string_view::npos) break;
+    start = tab + 1;
+  }
+  while (!out.empty() && out.back().empty()) out.pop_back();
+}
+
+// Cuts the text at CR LF, LF or a lone CR. Text after the last line end is a
+// line of its own (a missing final line end is tolerated).
+class LineReader {
+public:
+  explicit LineReader(std::string_view text) : text_(text) {
+    if (text_.substr(0, 3) == "\xEF\xBB\xBF") text_.remove_prefix(3);
+  }
+
+  bool atEnd() const { return pos_ >= text_.size(); }
+  std::size_t lineNumber() const { return number_; }
+
+  // Reads the next line; false at the end of the text.
+  bool next(Line& line) {
+    if (atEnd()) return false;
+    std::size_t end = pos_;
+    while (end < text_.size() && text_[end] != '\r' && text_[end] != '\n') ++end;
+    splitFields(text_.substr(pos_, end - pos_), line.fields);
+    line.number = ++number_;
+    if (end < text_.size()) end += (text_[end] == '\r' && end + 1 < text_.size() && text_[end + 1] == '\n') ? 2 : 1;
+    pos_ = end;
+    return true;
+  }
+
+  // How many lines are left, without reading them.
+  std::size_t remaining() const {
+    std::size_t n = 0;
+    for (std::size_t i = pos_; i < text_.size(); ++i) {
+      if (text_[i] == '\n' || (text_[i] == '\r' && (i + 1 == text_.size() || text_[i + 1] != '\n'))) ++n;
+    }
+    const char last = text_.empty() ? '\n' : text_.back();
+    if (!atEnd() && last != '\n' && last != '\r') ++n;
+    return n;
+  }
+
+  // Looks at the next line without taking it.
+  bool peek(Line& line) {
+    const std::size_t pos = pos_, number = number_;
+    const bool got = next(line);
+    pos_ = pos;
+    number_ = number;
+    return got;
+  }
+
+private:
+  std::string_view text_;
+  std::size_t pos_ = 0;
+  std::size_t number_ = 0;
+};
+
+// A decimal number as a spreadsheet may leave it: optional sign, digits, an
+// optional fraction that is cut off (truncation toward zero). No exponents,
+// no blanks inside. The whole part must fit 32 bits.
+std::optional<std::int32_t> parseNumber(std::string_view s) {
+  std::size_t i = 0;
+  bool negative = false;
+  if (i < s.size() && (s[i] == '+' || s[i] == '-')) negative = s[i++] == '-';
+  const std::size_t digitsFrom = i;
+  std::int64_t v = 0;
+  while (i < s.size() && s[i] >= '0' && s[i] <= '9') {
+    v = v * 10 + (s[i] - '0');
+    if (v > 2147483648LL) return std::nullopt;
+    ++i;
+  }
+  const bool wholeDigits = i > digitsFrom;
+  bool fractionDigits = false;
+  if (i < s.size() && s[i] == '.') {
+    ++i;
+    while (i < s.size() && s[i] >= '0' && s[i] <= '9') {
+      fractionDigits = true;
+      ++i;
+    }
+  }
+  if (i != s.size() || (!wholeDigits && !fractionDigits)) return std::nullopt;
+  if (negative) v = -v;
+  if (v > std::numeric_limits<std::int32_t>::max() || v < std::numeric_limits<std::int32_t>::min())
+    return std::nullopt;
+  return static_cast<std::int32_t>(v);
+}
+
+struct Failure {
+  VdrError error;
+  std::string detail;
+};
+
+class Parser {
+public:
+  Parser(std::string_view text, const ParameterSet& defaults) : in_(text), defaults_(defaults) {}
+
+  VdrReadResult run() {
+    VdrReadResult r;
+    try {
+      parse(r.content);
+    } catch (Failure& f) {
+      r.error = f.error;
+      r.detail = std::move(f.detail);
+      r.content = VdrContent{};
+    } catch (const std::bad_alloc&) {
+      r.error = VdrError::kNotRecognized;
+      r.detail = "not enough memory for the table";
+      r.content = VdrContent{};
+    }
+    return r;
+  }
+
+private:
+  [[noreturn]] void fail(std::size_t line, const std::string& why) {
+    throw Failure{VdrError::kNotRecognized, "line " + std::to_string(line) + ": " + why};
+  }
+  [[noreturn]] void failAnchors(const std::string& why) { throw Failure{VdrError::kWrongAnchorCount, why}; }
+
+  Line take(const char* what) {
+    Line l;
+    if (!in_.next(l)) fail(in_.lineNumber() + 1, std::string("the file ends before ") + what);
+    return l;
+  }
+
+  std::int32_t number(const Line& l, std::size_t i) {
+    const auto v = parseNumber(l.fields[i]);
+    if (!v) fail(l.number, "'" + std::string(l.fields[i].substr(0, 40)) + "' is not a 32-bit whole number");
+    return *v;
+  }
+
+  // A line of exactly `count` numbers, each within [lo, hi].
+  std::vector<std::int32_t> numbers(const char* what, std::size_t count, std::int32_t lo, std::int32_t hi) {
+    const Line l = take(what);
+    if (l.fields.size() != count)
+      fail(l.number, std::string(what) + ": " + std::to_string(count) + " values expected, " +
+                         std::to_string(l.fields.size()) + " found");
+    std::vector<std::int32_t> v(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      v[i] = number(l, i);
+      if (v[i] < lo || v[i] > hi)
+        fail(l.number, std::string(what) + ": " + std::to_string(v[i]) + " is outside " + std::to_string(lo) +
+                           ".." + std::to_string(hi));
+    }
+    return v;
+  }
+
+  void parse(VdrContent& c) {
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
+
+    const auto timing = numbers("the timing line", 3, 0, kMax);
+    c.fileLengthMs = timing[0];
+    c.sampleRate = timing[1];
+    c.intervalMs = timing[2];
+    if (c.sampleRate <= 0) fail(1, "the sample rate must be above 0");
+    if (c.intervalMs <= 0) fail(1, "the frame interval must be above 0");
+    const int frames = c.fileLengthMs / c.intervalMs;
+
+    const auto settings = numbers("the settings line", 10, kMin, kMax);
+    if (settings[0] != 0 && settings[0] != 1) fail(2, "the synthesis method must be 0 or 1");
+    if (settings[1] < 0) fail(2, "the anchor count must not be negative");
+    c.cascadeParallel = settings[0];
+    c.anchorCount = settings[1];
+
+    const auto colours = numbers("the colour line", 3 * kColorSlotCount, 0, 255);
+    for (std::size_t s = 0; s < kColorSlotCount; ++s)
+      c.colors[s] = rgb(colours[3 * s], colours[3 * s + 1], colours[3 * s + 2]);
+
+    std::size_t flag = 0;
+    while (flag < kParamCount) {
+      const std::size_t n = std::min<std::size_t>(10, kParamCount - flag);
+      for (std::int32_t v : numbers("a line of shown-row flags", n, 0, 1)) c.selected[flag++] = v != 0;
+    }
+
+    const std::vector<std::pair<int, int>> anchors = readAnchorSection(c.anchorCount > 0);
+
+    const Line header = take("the row names");
+    std::vector<int> columnRow;
+    columnRow.reserve(header.fields.size());
+    for (std::string_view name : header.fields) {
+      const auto row = paramIndex(name);
+      if (!row) fail(header.number, "'" + std::string(name.substr(0, 40)) + "' is not a parameter name");
+      if (c.written[static_cast<std::size_t>(*row)]) fail(header.number, std::string(name) + " is named twice");
+      c.written[static_cast<std::size_t>(*row)] = true;
+      columnRow.push_back(*row);
+    }
+    c.writtenCount = static_cast<int>(columnRow.size());
+
+    readData(c, frames, columnRow);
+    Line rest;
+    while (in_.next(rest))
+      if (!rest.empty())
+        fail(rest.number, "more data lines than the " + std::to_string(frames) + " frames of the timing line");
+
+    checkAnchors(c, anchors, frames);
+  }
+
+  // The anchor section is every line that holds "name,column" entries; when
+  // the entries fill their last line, an empty line closes the section.
+  std::vector<std::pair<int, int>> readAnchorSection(bool announced) {
+    std::vector<std::pair<int, int>> entries;
+    Line l;
+    while (in_.peek(l) && isAnchorLine(l)) {
+      in_.next(l);
+      for (std::string_view e : l.fields) entries.push_back(anchorEntry(l.number, e));
+    }
+    if ((announced || !entries.empty()) && entries.size() % 10 == 0 && in_.peek(l) && l.empty()) in_.next(l);
+    return entries;
+  }
+
+  static bool isAnchorLine(const Line& l) {
+    for (std::string_view f : l.fields)
+      if (f.find(',') != std::string_view::npos) return true;
+    return false;
+  }
+
+  // Row -1 for a name that is no parameter: that is an anchor mismatch, not
+  // an unreadable file.
+  std::pair<int, int> anchorEntry(std::size_t line, std::string_view e) {
+    const std::size_t comma = e.find(',');
+    if (comma == std::string_view::npos || comma == 0)
+      fail(line, "'" + std::string(e.substr(0, 40)) + "' is not an anchor entry (name,column)");
+    const std::string_view name = trim(e.substr(0, comma));
+    const std::string_view col = trim(e.substr(comma + 1));
+    bool digits = !col.empty();
+    std::size_t from = (col.size() > 1 && col[0] == '-') ? 1 : 0;
+    for (std::size_t i = from; i < col.size(); ++i) digits = digits && col[i] >= '0' && col[i] <= '9';
+    const auto column = digits ? parseNumber(col) : std::nullopt;
+    if (!column) fail(line, "'" + std::string(e.substr(0, 40)) + "' is not an anchor entry (name,column)");
+    const auto row = paramIndex(name);
+    return {row ? *row : -1, *column};
+  }
+
+  void readData(VdrContent& c, int frames, const std::vector<int>& columnRow) {
+    // The lines must be there before the table is made, so a timing line
+    // cannot ask for more memory than the file has lines.
+    if (in_.remaining() < static_cast<std::size_t>(frames))
+      fail(in_.lineNumber() + in_.remaining() + 1,
+           "the file ends after " + std::to_string(in_.remaining()) + " of " + std::to_string(frames) + " frames");
+    c.table.reset(frames, defaults_);
+    Line l;
+    for (int f = 0; f < frames; ++f) {
+      in_.next(l);
+      if (l.fields.size() != columnRow.size())
+        fail(l.number, std::to_string(columnRow.size()) + " values expected, " + std::to_string(l.fields.size()) +
+                           " found");
+      for (std::size_t k = 0; k < columnRow.size(); ++k)
+        c.table.setValue(columnRow[k], f, static_cast<double>(number(l, k)));
+    }
+  }
+
+  void checkAnchors(VdrContent& c, const std::vector<std::pair<int, int>>& anchors, int frames) {
+    const auto found = static_cast<std::int64_t>(anchors.size());
+    // A selected-parameters file counts the anchors of hidden rows on line 2
+    // but does not list them.
+    const bool allRows = c.writtenCount == kParamCount;
+    if (allRows ? found != c.anchorCount : found > c.anchorCount)
+      failAnchors("line 2 counts " + std::to_string(c.anchorCount) + " anchors, the file lists " +
+                  std::to_string(found));
+    for (const auto& [row, col] : anchors) {
+      if (row < 0) failAnchors("an anchor entry names no parameter");
+      if (col < 0 || col >= frames)
+        failAnchors("an anchor entry names column " + std::to_string(col) + " of a table of " +
+                    std::to_string(frames) + " columns");
+      if (c.table.anchor(row, col)) failAnchors("an anchor cell is listed twice");
+      c.table.setAnchor(row, col, true);
+    }
+  }
+
+  LineReader in_;
+  const ParameterSet& defaults_;
+};
+
+}  // namespace
+
+std::string_view suggestedFileName(VdrKind kind) {
+  return kind == VdrKind::kAllParameters ? "All_Parameters" : "Sel_Parameters";
+}
+
+std::string writeVdr(const CVandrelDoc& doc, VdrKind kind) {
+  const ParameterSet& ps = doc.params();
+  const FrameTable& t = doc.table;
+  const int columns = t.columns();
+
+  std::array<bool, kParamCount> written{};
+  int writtenCount = 0;
+  for (int r = 0; r < kParamCount; ++r) {
+    written[static_cast<std::size_t>(r)] = kind == VdrKind::kAllParameters || ps.at(r).selected != 0;
+    writtenCount += written[static_cast<std::size_t>(r)] ? 1 : 0;
+  }
+
+  std::string s;
+  // About seven characters a value; one allocation for a long table.
+  s.reserve(512 + static_cast<std::size_t>(columns) * static_cast<std::size_t>(writtenCount) * 7);
+  TextOut out(s);
+
+  out.value(truncateToInt32(ps.fileLengthMs));
+  out.value(truncateToInt32(doc.sampleRate));
+  out.value(ps.intervalMs);
+  out.endLine();
+
+  const int anchors = t.anchorCount();
+  out.value(ps.cascadeParallel);
+  out.value(anchors);
+  for (int i = 0; i < 7; ++i) out.value(0);
+  out.value(50);
+  out.endLine();
+
+  for (Colorref c : doc.colors) {
+    out.value(redOf(c));
+    out.value(greenOf(c));
+    out.value(blueOf(c));
+  }
+  out.endLine();
+
+  TenPerLine flags(out);
+  for (int r = 0; r < kParamCount; ++r) flags.value(ps.at(r).selected != 0 ? 1 : 0);
+  flags.finish();
+
+  if (anchors > 0) {
+    TenPerLine entries(out);
+    std::string entry;
+    for (int r = 0; r < kParamCount; ++r) {
+      if (!written[static_cast<std::size_t>(r)]) continue;
+      for (int col = 0; col < columns; ++col) {
+        if (!t.anchor(r, col)) continue;
+        entry.assign(builtinParams()[static_cast<std::size_t>(r)].name);
+        entry.push_back(',');
+        entry.append(std::to_string(col));
+        entries.text(entry);
+      }
+    }
+    entries.finish();
+  }
+
+  for (int r = 0; r < kParamCount; ++r)
+    if (written[static_cast<std::size_t>(r)]) out.text(builtinParams()[static_cast<std::size_t>(r)].name);
+  out.endLine();
+
+  std::vector<const double*> rows;
+  for (int r = 0; r < kParamCount; ++r)
+    if (written[static_cast<std::size_t>(r)]) rows.push_back(t.row(r));
+  for (int col = 0; col < columns; ++col) {
+    for (const double* row : rows) out.value(truncateToInt32(row[col]));
+    out.endLine();
+  }
+  return s;
+}
+
+std::string saveVdrFile(const std::string& path, const CVandrelDoc& doc, VdrKind kind) {
+  std::string text;
+  try {
+    text = writeVdr(doc, kind);
+  } catch (const std::bad_alloc&) {
+    return "Not enough memory to write " + path + ".";
+  }
+  return writeFileAtomically(path, text);
+}
+
+std::string_view VdrReadResult::message() const {
+  switch (error) {
+    case VdrError::kNone: return {};
+    case VdrError::kWrongAnchorCount: return kMsgWrongAnchorCount;
+    case VdrError::kNotRecognized: break;
+  }
+  return kMsgFileTypeNotRecognized;
+}
+
+VdrReadResult parseVdr(std::string_view text, const ParameterSet& defaults) {
+  return Parser(text, defaults).run();
+}
+
+VdrReadResult readVdrFile(const std::string& path, const ParameterSet& defaults) {
+  std::string bytes;
+  bool read = false;
+  try {
+    read = readWholeFile(path, bytes);
+  } catch (const std::bad_alloc&) {
+    read = false;
+  }
+  if (!read) {
+    VdrReadResult r;
+    r.error = VdrError::kNotRecognized;
+    r.detail = "cannot read " + path;
+    return r;
+  }
+  return parseVdr(bytes, defaults);
+}
+
+void loadVdr(CVandrelDoc& doc, VdrContent content) {
+  ParameterSet& ps = doc.params();
+  ps.fileLengthMs = content.fileLengthMs;
+  ps.intervalMs = content.intervalMs;
+  ps.frameCount = content.table.columns();
+  ps.cascadeParallel = content.cascadeParallel;
+  for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, content.selected[static_cast<std::size_t>(r)]);
+  doc.colors = content.colors;
+  doc.applyGroupColors();
+  doc.table = std::move(content.table);
+  doc.sampleRate = content.sampleRate;
+  doc.highRate = content.sampleRate == 22050;
+  doc.synthesized = SampleSet{};
+  doc.previous = SampleSet{};
+  doc.modified = false;
+  doc.changedSinceSynthesis = true;
+  doc.changedCompanion = true;
+  doc.untouched = false;
+  doc.rowsInUse = kParamCount;
+  doc.undo = UndoHistory{};
+  doc.notifyStructureChanged();
+  doc.notifySamplesChanged(SampleSlot::kSynthesized);
+  doc.notifySamplesChanged(SampleSlot::kPrevious);
+  doc.notifyFlagsChanged();
+}
+
+}  // namespace vandrel
