@@ -1,0 +1,193 @@
+#include "analysis/RootFinder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+
+namespace vandrel {
+
+namespace {
+
+constexpr double kTolerance = 0.0001;
+constexpr int kMaxIterations = 100;
+constexpr int kScanSteps = 128;  // sampling of [-1, 1] for a sign change
+
+double horner(const double* c, int n, double x) {
+  double v = c[0];
+  for (int i = 1; i <= n; ++i) v = v * x + c[i];
+  return v;
+}
+
+// P(x) and P'(x) together.
+void horner2(const double* c, int n, double x, double& v, double& d) {
+  v = c[0];
+  d = 0.0;
+  for (int i = 1; i <= n; ++i) {
+    d = d * x + v;
+    v = v * x + c[i];
+  }
+}
+
+bool realRoot(const double* c, int n, double& root) {
+  double x0 = -1.0;
+  double v0 = horner(c, n, x0);
+  for (int s = 1; s <= kScanSteps; ++s) {
+    const double x1 = -1.0 + s * (2.0 / kScanSteps);
+    const double v1 = horner(c, n, x1);
+    if (v0 == 0.0) {
+      root = x0;
+      return true;
+    }
+    if ((v0 < 0.0 && v1 > 0.0) || (v0 > 0.0 && v1 < 0.0)) {
+      // Interval halving down to the tolerance.
+      double lo = x0, hi = x1, vlo = v0;
+      while (hi - lo > kTolerance) {
+        const double mid = 0.5 * (lo + hi);
+        const double vm = horner(c, n, mid);
+        if (vm == 0.0) {
+          lo = hi = mid;
+          break;
+        }
+        if ((vm < 0.0) == (vlo < 0.0)) {
+          lo = mid;
+          vlo = vm;
+        } else {
+          hi = mid;
+        }
+      }
+      // A few Newton steps make the deflation exact to rounding; a step that
+      // would leave the bracket is not taken.
+      double x = 0.5 * (lo + hi);
+      for (int it = 0; it < 4; ++it) {
+        double v, d;
+        horner2(c, n, x, v, d);
+        if (v == 0.0 || d == 0.0) break;
+        const double nx = x - v / d;
+        if (!(nx >= lo - kTolerance && nx <= hi + kTolerance)) break;
+        x = nx;
+      }
+      root = x;
+      return true;
+    }
+    x0 = x1;
+    v0 = v1;
+  }
+  if (v0 == 0.0) {
+    root = x0;
+    return true;
+  }
+  return false;
+}
+
+// Bairstow: divides P by z^2 - r z - s twice (b and g rows) and corrects r, s
+// by Newton's method on the remainder.
+bool bairstow(const double* c, int n, double& b, double& cc, double* q) {
+  double r = 2.0;
+  double s = -1.0;
+  for (int it = 0; it < kMaxIterations; ++it) {
+    // bq[k]: quotient row, descending; bq[n-1], bq[n] form the remainder.
+    double b2 = 0.0, b1 = 0.0;  // bq[k-2], bq[k-1]
+    double g2 = 0.0, g1 = 0.0;  // the second division's row
+    double g3 = 0.0;
+    for (int k = 0; k <= n; ++k) {
+      const double bk = c[k] + r * b1 + s * b2;
+      q[k] = bk;
+      b2 = b1;
+      b1 = bk;
+      if (k < n) {
+        const double gk = bk + r * g1 + s * g2;
+        g3 = g2;
+        g2 = g1;
+        g1 = gk;
+      }
+    }
+    // b1 = b_0 (last), b2 = b_1; g1 = c_1, g2 = c_2, g3 = c_3 in ascending terms.
+    const double det = g2 * g2 - g3 * g1;
+    if (det == 0.0 || !std::isfinite(det)) return false;
+    const double dr = (b1 * g3 - b2 * g2) / det;
+    const double ds = (b2 * g1 - b1 * g2) / det;
+    if (!std::isfinite(dr) || !std::isfinite(ds)) return false;
+    r += dr;
+    s += ds;
+    if (std::fabs(dr) + std::fabs(ds) < kTolerance) {
+      b = -r;
+      cc = -s;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool laguerre(const double* c, int n, std::complex<double>& z) {
+  using C = std::complex<double>;
+  z = C(0.3, 0.7);
+  const double dn = n;
+  for (int it = 0; it < 200; ++it) {
+    C p = c[0], d = 0.0, dd = 0.0;
+    for (int i = 1; i <= n; ++i) {
+      dd = dd * z + d;
+      d = d * z + p;
+      p = p * z + c[i];
+    }
+    dd *= 2.0;
+    if (std::abs(p) == 0.0) return true;
+    const C g = d / p;
+    const C h = g * g - dd / p;
+    const C sq = std::sqrt((dn - 1.0) * (dn * h - g * g));
+    const C den1 = g + sq;
+    const C den2 = g - sq;
+    const C den = std::abs(den1) >= std::abs(den2) ? den1 : den2;
+    const C step = std::abs(den) > 0.0 ? dn / den : C(1.0 + std::abs(z)) * std::polar(1.0, 1.0 * it);
+    z -= step;
+    if (!std::isfinite(z.real()) || !std::isfinite(z.imag())) return false;
+    if (std::abs(step) < 1e-12 * std::max(1.0, std::abs(z))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+void divideLinear(const double* c, int n, double root, double* q) {
+  q[0] = c[0];
+  for (int k = 1; k < n; ++k) q[k] = c[k] + root * q[k - 1];
+}
+
+void divideQuadratic(const double* c, int n, double b, double cc, double* q) {
+  q[0] = c[0];
+  if (n >= 3) q[1] = c[1] - b * q[0];
+  for (int k = 2; k <= n - 2; ++k) q[k] = c[k] - b * q[k - 1] - cc * q[k - 2];
+}
+
+PolyFactor splitFactor(const double* c, int n, double* q) {
+  PolyFactor f;
+  if (n < 1) return f;
+  double root = 0.0;
+  if (realRoot(c, n, root)) {
+    f.kind = PolyFactor::kLinear;
+    f.root = root;
+    divideLinear(c, n, root, q);
+    return f;
+  }
+  if (n >= 3 && bairstow(c, n, f.b, f.c, q)) {
+    f.kind = PolyFactor::kQuadratic;
+    divideQuadratic(c, n, f.b, f.c, q);
+    return f;
+  }
+  std::complex<double> z;
+  if (laguerre(c, n, z)) {
+    if (std::fabs(z.imag()) <= 1e-9 * std::max(1.0, std::fabs(z.real()))) {
+      f.kind = PolyFactor::kLinear;
+      f.root = z.real();
+      divideLinear(c, n, f.root, q);
+    } else {
+      f.kind = PolyFactor::kQuadratic;
+      f.b = -2.0 * z.real();
+      f.c = std::norm(z);
+      divideQuadratic(c, n, f.b, f.c, q);
+    }
+    return f;
+  }
+  return f;
+}
+
+}  // namespace vandrel

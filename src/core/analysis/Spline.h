@@ -1,0 +1,55 @@
+#pragma once
+// Natural cubic spline through knots (x[i], y[i]), i = 0 .. n-1, x ascending.
+// The classic tridiagonal form: prepare() solves for the second derivatives,
+// evaluate() interpolates between the two knots that bracket an abscissa.
+
+#include <vector>
+
+namespace vandrel {
+
+// A first-derivative argument above this makes that end natural (second
+// derivative zero); every caller in the analyses passes 1e30 for both ends.
+inline constexpr double kNaturalEnd = 0.99e30;
+
+class CubicSpline {
+public:
+  // Writes the second derivatives y2[0..n-1]. `yp1` and `ypn` are the first
+  // derivatives at the two ends (> kNaturalEnd: natural). Returns false, with
+  // y2 untouched, when the working array cannot be had.
+  bool prepare(const double* x, const double* y, int n, double yp1, double ypn, double* y2);
+
+  // Value at `at`, the bracketing knots found by bisection. Beyond either
+  // end the outermost cubic is extended. Needs n >= 2.
+  static double evaluate(const double* x, const double* y, const double* y2, int n, double at);
+
+  // The same value for knots at x[i] = i (the bins of a spectrum, the lags of
+  // a cepstrum): the bracket is floor(at), found without a search.
+  static double evaluateUnitKnots(const double* y, const double* y2, int n, double at) {
+    int lo;
+    if (!(at >= 0.0)) {
+      lo = 0;
+    } else if (at >= static_cast<double>(n - 1)) {
+      lo = n - 2;
+    } else {
+      lo = static_cast<int>(at);
+    }
+    return piece(static_cast<double>(lo), static_cast<double>(lo + 1), y[lo], y[lo + 1], y2[lo],
+                 y2[lo + 1], at);
+  }
+
+  // The message shown (after a beep) when prepare() could not get its memory.
+  static const char* const kNoMemoryMessage;
+
+private:
+  static double piece(double xlo, double xhi, double ylo, double yhi, double y2lo, double y2hi,
+                      double at) {
+    const double h = xhi - xlo;
+    const double a = (xhi - at) / h;
+    const double b = (at - xlo) / h;
+    return a * ylo + b * yhi + ((a * a * a - a) * y2lo + (b * b * b - b) * y2hi) * (h * h) / 6.0;
+  }
+
+  std::vector<double> u_;  // the decomposition's working row
+};
+
+}  // namespace vandrel
