@@ -12,4 +12,7 @@ using Args = std::vector<std::string>;
 int synthCommand(const Args& args);
 extern const char* const kSynthHelp;
 
+int infoCommand(const Args& args);
+extern const char* const kInfoHelp;
+
 }  // namespace vandrel::cli

@@ -2,19 +2,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "Commands.h"
 #include "audio/Wave.h"
+#include "SndfileDecoder.h"
+#include "document/OpenFile.h"
 #include "document/VandrelDoc.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel::cli {
 
 const char* const kSynthHelp =
-    "usage: vandrel-cli synth --default -o OUT.wav [--seed N] [--quiet]\n"
+    "usage: vandrel-cli synth IN.vdr -o OUT.wav [--seed N] [--quiet]\n"
+    "       vandrel-cli synth --default -o OUT.wav [--seed N] [--quiet]\n"
     "\n"
     "Synthesizes a parameter table and writes it as a 16-bit mono WAV file.\n"
     "\n"
+    "  IN.vdr         a parameter file (all or selected parameters); rows a\n"
+    "                 selected-parameters file leaves out take their defaults\n"
     "  --default      synthesize the blank document: 200 ms of every\n"
     "                 parameter's default (a steady vowel at 100 Hz)\n"
     "  -o, --output   the WAV file to write (replaced atomically)\n"
@@ -41,6 +47,7 @@ bool parseSeed(const std::string& s, std::uint32_t& seed) {
 int synthCommand(const Args& args) {
   bool useDefault = false;
   bool quiet = false;
+  std::string input;
   std::string output;
   std::uint32_t seed = 1;
   for (std::size_t i = 0; i < args.size(); ++i) {
@@ -64,13 +71,15 @@ int synthCommand(const Args& args) {
       } else {
         output = v;
       }
+    } else if (!a.empty() && a[0] != '-' && input.empty()) {
+      input = a;
     } else {
       std::fprintf(stderr, "vandrel-cli synth: unknown option or file '%s' (try --help)\n", a.c_str());
       return 2;
     }
   }
-  if (!useDefault) {
-    std::fprintf(stderr, "vandrel-cli synth: name the table to synthesize (--default)\n");
+  if (useDefault == !input.empty()) {
+    std::fprintf(stderr, "vandrel-cli synth: name the table to synthesize: IN.vdr or --default\n");
     return 2;
   }
   if (output.empty()) {
@@ -79,6 +88,18 @@ int synthCommand(const Args& args) {
   }
 
   CVandrelDoc doc;
+  if (!input.empty()) {
+    OpenedFile opened = readAnyFile(input, sndfileDecoder(), doc.params());
+    if (opened.kind != OpenedKind::kParameters) {
+      if (opened.kind == OpenedKind::kAudio)
+        std::fprintf(stderr, "vandrel-cli synth: %s is an audio file, not a parameter table\n", input.c_str());
+      else
+        std::fprintf(stderr, "vandrel-cli synth: %s: %s (%s)\n", input.c_str(), opened.message.c_str(),
+                     opened.detail.c_str());
+      return 1;
+    }
+    applyOpened(doc, std::move(opened));
+  }
   KlattState state;
   state.reset(seed);
   if (!synthesize(doc, {}, state)) {

@@ -18,6 +18,8 @@ struct Command {
 const Command kCommands[] = {
     {"synth", vandrel::cli::synthCommand, &vandrel::cli::kSynthHelp,
      "synthesize a parameter table to a WAV file"},
+    {"info", vandrel::cli::infoCommand, &vandrel::cli::kInfoHelp,
+     "print what a parameter file or an audio file holds"},
 };
 
 void usage(std::FILE* to) {

@@ -1,0 +1,97 @@
+#include "document/OpenFile.h"
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "audio/Wave.h"
+#include "document/VandrelDoc.h"
+
+namespace vandrel {
+
+namespace {
+
+bool readable(const std::string& path, OpenedFile& out) {
+  std::error_code ec;
+  const auto status = std::filesystem::status(path, ec);
+  if (ec || !std::filesystem::exists(status)) {
+    out.message = "Cannot open " + path + ": there is no such file.";
+    out.detail = out.message;
+    return false;
+  }
+  if (std::filesystem::is_directory(status)) {
+    out.message = "Cannot open " + path + ": it is a folder.";
+    out.detail = out.message;
+    return false;
+  }
+  return true;
+}
+
+// The audio readers in order; true when one of them accepted the file.
+bool tryAudio(const std::string& path, const AudioDecoder& secondCheck, OpenedFile& out) {
+  SampleSet set;
+  switch (loadWaveFile(path, set)) {
+    case WaveLoad::kOk:
+      out.kind = OpenedKind::kAudio;
+      out.by = OpenedBy::kWaveReader;
+      out.audio = std::move(set);
+      return true;
+    case WaveLoad::kCannotOpen:
+      out.message = "Cannot open " + path + ".";
+      out.detail = out.message;
+      return false;
+    case WaveLoad::kNotWave:
+    case WaveLoad::kNotPcm16Mono:
+      break;
+  }
+  if (secondCheck) {
+    if (std::optional<SampleSet> decoded = secondCheck(path)) {
+      out.kind = OpenedKind::kAudio;
+      out.by = OpenedBy::kSecondCheck;
+      out.audio = std::move(*decoded);
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck, const ParameterSet& defaults) {
+  OpenedFile out;
+  if (!readable(path, out)) return out;
+  if (tryAudio(path, secondCheck, out)) return out;
+  if (!out.message.empty()) return out;  // the file could not be read at all
+
+  VdrReadResult r = readVdrFile(path, defaults);
+  if (r.ok()) {
+    out.kind = OpenedKind::kParameters;
+    out.by = OpenedBy::kParameterReader;
+    out.parameters = std::move(r.content);
+    return out;
+  }
+  out.message = std::string(r.message());
+  out.detail = std::move(r.detail);
+  return out;
+}
+
+OpenedFile readAudioFile(const std::string& path, const AudioDecoder& secondCheck) {
+  OpenedFile out;
+  if (!readable(path, out)) return out;
+  if (tryAudio(path, secondCheck, out)) return out;
+  if (out.message.empty()) {
+    out.message = std::string(kMsgFileTypeNotRecognized);
+    out.detail = "neither the WAV reader nor the audio decoder reads it";
+  }
+  return out;
+}
+
+void applyOpened(CVandrelDoc& doc, OpenedFile opened) {
+  switch (opened.kind) {
+    case OpenedKind::kNothing: return;
+    case OpenedKind::kAudio: doc.attachAudio(std::move(opened.audio)); return;
+    case OpenedKind::kParameters: loadVdr(doc, std::move(opened.parameters)); return;
+  }
+}
+
+}  // namespace vandrel

@@ -1,0 +1,22 @@
+#pragma once
+// The open chain's second check: any audio file libsndfile reads (WAV of any
+// sample format, stereo, FLAC, AIFF, ...) becomes 16-bit mono at the file's
+// own sample rate. Channels are averaged; samples beyond 16 bits are clipped,
+// never wrapped.
+
+#include <optional>
+#include <string>
+
+#include "audio/SampleSet.h"
+#include "document/OpenFile.h"
+
+namespace vandrel {
+
+// The decoded samples, or std::nullopt when libsndfile does not read the file
+// (or it holds no channels, or memory runs out). Never throws.
+std::optional<SampleSet> decodeWithSndfile(const std::string& path);
+
+// decodeWithSndfile as the open chain's AudioDecoder.
+AudioDecoder sndfileDecoder();
+
+}  // namespace vandrel
