@@ -1,0 +1,344 @@
+#include "config/ConfigFile.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <cmath>
+#include <cstring>
+
+#include "document/VandrelDoc.h"
+#include "util/AtomicFile.h"
+
+namespace vandrel {
+
+namespace {
+
+constexpr std::string_view kMagic = "VNDRLCFG";
+constexpr std::size_t kNameSize = 32;
+constexpr std::size_t kDescriptionSize = 512;
+constexpr std::size_t kSlotsEnd = kConfigSlotSize * kParamCount;  // 27264
+constexpr std::size_t kReservedStart = 27584;
+
+// Little-endian writer over a buffer of fixed size.
+class Writer {
+public:
+  explicit Writer(std::string& out) : out_(out) {}
+  void u32(std::uint32_t v) {
+    for (int i = 0; i < 4; ++i) out_[pos_++] = static_cast<char>((v >> (8 * i)) & 0xFF);
+  }
+  void i32(std::int32_t v) { u32(static_cast<std::uint32_t>(v)); }
+  void f64(double v) {
+    const auto bits = std::bit_cast<std::uint64_t>(v);
+    for (int i = 0; i < 8; ++i) out_[pos_++] = static_cast<char>((bits >> (8 * i)) & 0xFF);
+  }
+  void text(std::string_view s, std::size_t width) {
+    const std::size_t n = std::min(s.size(), width - 1);
+    std::memcpy(out_.data() + pos_, s.data(), n);
+    pos_ += width;  // the rest stays NUL
+  }
+  void raw(std::string_view s) {
+    std::memcpy(out_.data() + pos_, s.data(), s.size());
+    pos_ += s.size();
+  }
+  std::size_t pos() const { return pos_; }
+
+private:
+  std::string& out_;
+  std::size_t pos_ = 0;
+};
+
+class Reader {
+public:
+  explicit Reader(std::string_view in) : in_(in) {}
+  std::uint32_t u32() {
+    std::uint32_t v = 0;
+    for (int i = 0; i < 4; ++i) v |= static_cast<std::uint32_t>(static_cast<unsigned char>(in_[pos_++])) << (8 * i);
+    return v;
+  }
+  std::int32_t i32() { return static_cast<std::int32_t>(u32()); }
+  double f64() {
+    std::uint64_t bits = 0;
+    for (int i = 0; i < 8; ++i)
+      bits |= static_cast<std::uint64_t>(static_cast<unsigned char>(in_[pos_++])) << (8 * i);
+    return std::bit_cast<double>(bits);
+  }
+  // The text up to its first NUL; false (via ok_) when the field has none.
+  std::string_view text(std::size_t width) {
+    const std::string_view field = in_.substr(pos_, width);
+    pos_ += width;
+    const auto nul = field.find('\0');
+    if (nul == std::string_view::npos) {
+      ok_ = false;
+      return {};
+    }
+    return field.substr(0, nul);
+  }
+  std::string_view raw(std::size_t n) {
+    const auto s = in_.substr(pos_, n);
+    pos_ += n;
+    return s;
+  }
+  bool ok() const { return ok_; }
+
+private:
+  std::string_view in_;
+  std::size_t pos_ = 0;
+  bool ok_ = true;
+};
+
+bool isFlag(std::int32_t v) { return v == 0 || v == 1; }
+bool isColor(Colorref c) { return c <= 0x00FFFFFF; }
+bool positive(double v) { return std::isfinite(v) && v > 0.0; }
+
+bool validTable(const TableConfig& t) {
+  if (!positive(t.fileLengthMs) || t.intervalMs < 1 || t.frameCount < 0) return false;
+  if (t.selectedCount < 0 || t.selectedCount > kParamCount) return false;
+  if (!isFlag(t.cascadeParallel) || (t.sampleRate != 11025 && t.sampleRate != 22050)) return false;
+  if (!isFlag(t.autoInterpolate) || !isFlag(t.anchorAfterEdit)) return false;
+  for (const auto c : t.colors)
+    if (!isColor(c)) return false;
+  return true;
+}
+
+bool validFftLpc(const FftLpcConfig& f) {
+  return f.sizeIndex >= 0 && f.sizeIndex <= 8 && isFlag(f.drawLpc) && isFlag(f.absolute) && isFlag(f.inches) &&
+         isFlag(f.color) && isFlag(f.frequencyGridOn) && isFlag(f.powerGridOn) && std::isfinite(f.width) &&
+         std::isfinite(f.height) && positive(f.fs);
+}
+
+bool validPitch(const PitchConfig& p) { return isFlag(p.frequencyGridOn); }
+
+bool validSpectrogram(const SpectrogramConfig& s) {
+  return s.sizeIndex >= 0 && s.sizeIndex <= 4 && isFlag(s.displayFormants) && std::isfinite(s.preEmphasis) &&
+         isFlag(s.frequencyGridOn) && isFlag(s.timeGridOn) && isFlag(s.inches) && std::isfinite(s.width) &&
+         std::isfinite(s.height) && positive(s.fs);
+}
+
+bool validDisplay(const DisplayConfig& d) {
+  return d.width >= 0 && d.height >= 0 && isFlag(d.maximized) && isFlag(d.toolbarVisible) &&
+         isFlag(d.statusBarVisible) && isFlag(d.childMaximized);
+}
+
+}  // namespace
+
+ConfigRecord ConfigRecord::defaults() {
+  ConfigRecord r;
+  const auto& builtin = builtinParams();
+  for (int i = 0; i < kParamCount; ++i) {
+    const auto& p = builtin[static_cast<std::size_t>(i)];
+    r.params[static_cast<std::size_t>(i)] = ParamSlot{p.defaultValue, p.working, p.lower, p.upper, p.selected, p.color};
+  }
+  r.table.colors = kDefaultColors;
+  return r;
+}
+
+std::string encodeConfig(const ConfigRecord& r) {
+  std::string out(kConfigRecordSize, '\0');
+  Writer w(out);
+  const auto& builtin = builtinParams();
+  for (std::size_t i = 0; i < kParamCount; ++i) {
+    const auto& s = r.params[i];
+    w.text(builtin[i].name, kNameSize);
+    w.text(builtin[i].description, kDescriptionSize);
+    w.i32(s.defaultValue);
+    w.i32(s.working);
+    w.i32(s.lower);
+    w.i32(s.upper);
+    w.i32(s.selected);
+    w.u32(s.color);
+  }
+  w.raw(kMagic);
+  Writer& t = w;
+  t.u32(kConfigVersion);
+  t.u32(static_cast<std::uint32_t>(kConfigRecordSize));
+  const auto& tb = r.table;
+  t.f64(tb.fileLengthMs);
+  t.i32(tb.intervalMs);
+  t.i32(tb.frameCount);
+  t.i32(tb.selectedCount);
+  t.i32(tb.cascadeParallel);
+  t.i32(tb.reserved);
+  t.i32(tb.sampleRate);
+  t.i32(tb.autoInterpolate);
+  t.i32(tb.anchorAfterEdit);
+  for (const auto c : tb.colors) t.u32(c);
+  const auto& f = r.fftLpc;
+  t.i32(f.sizeIndex);
+  t.i32(f.appliedWindowMs);
+  t.i32(f.frequencyRangeHz);
+  t.i32(f.averageStepMs);
+  t.i32(f.lpcCoefficients);
+  t.i32(f.drawLpc);
+  t.i32(f.absolute);
+  t.i32(f.absoluteLevelDb);
+  t.f64(f.width);
+  t.f64(f.height);
+  t.i32(f.inches);
+  t.i32(f.color);
+  t.i32(f.frequencyGridOn);
+  t.i32(f.frequencyGridHz);
+  t.i32(f.powerGridOn);
+  t.i32(f.powerGridDb);
+  t.f64(f.fs);
+  const auto& p = r.pitch;
+  for (const auto v : {p.windowMs, p.stepMs, p.deviationHz, p.thresholdPercent, p.calcLowHz, p.calcHighHz,
+                       p.displayLowHz, p.displayHighHz, p.frequencyGridOn, p.frequencyGridHz})
+    t.i32(v);
+  const auto& s = r.spectrogram;
+  t.i32(s.sizeIndex);
+  t.i32(s.frequencyRangeHz);
+  t.i32(s.dynamicRangeDb);
+  t.i32(s.displayFormants);
+  t.f64(s.preEmphasis);
+  t.i32(s.lpcCoefficients);
+  t.i32(s.frequencyGridOn);
+  t.i32(s.frequencyGridHz);
+  t.i32(s.timeGridOn);
+  t.i32(s.timeGridMs);
+  t.i32(s.inches);
+  t.f64(s.width);
+  t.f64(s.height);
+  t.f64(s.fs);
+  const auto& d = r.display;
+  for (const auto v : {d.x, d.y, d.width, d.height, d.maximized, d.toolbarVisible, d.statusBarVisible,
+                       d.childMaximized})
+    t.i32(v);
+  assert(t.pos() == kReservedStart);  // the layout in the header, field for field
+  return out;
+}
+
+ConfigStatus decodeConfig(std::string_view bytes, ConfigRecord& out) {
+  if (bytes.size() != kConfigRecordSize) return ConfigStatus::kWrongSize;
+  if (bytes.substr(kSlotsEnd, kMagic.size()) != kMagic) return ConfigStatus::kBadMagic;
+  Reader rd(bytes.substr(kSlotsEnd + kMagic.size()));
+  if (rd.u32() != kConfigVersion) return ConfigStatus::kBadVersion;
+  if (rd.u32() != kConfigRecordSize) return ConfigStatus::kBadField;
+
+  ConfigRecord r;
+  Reader slots(bytes.substr(0, kSlotsEnd));
+  const auto& builtin = builtinParams();
+  for (std::size_t i = 0; i < kParamCount; ++i) {
+    if (slots.text(kNameSize) != builtin[i].name) return ConfigStatus::kBadField;
+    slots.text(kDescriptionSize);
+    auto& s = r.params[i];
+    s.defaultValue = slots.i32();
+    s.working = slots.i32();
+    s.lower = slots.i32();
+    s.upper = slots.i32();
+    s.selected = slots.i32();
+    s.color = slots.u32();
+    if (!slots.ok() || s.lower > s.upper || !isFlag(s.selected) || !isColor(s.color)) return ConfigStatus::kBadField;
+  }
+
+  auto& tb = r.table;
+  tb.fileLengthMs = rd.f64();
+  tb.intervalMs = rd.i32();
+  tb.frameCount = rd.i32();
+  tb.selectedCount = rd.i32();
+  tb.cascadeParallel = rd.i32();
+  tb.reserved = rd.i32();
+  tb.sampleRate = rd.i32();
+  tb.autoInterpolate = rd.i32();
+  tb.anchorAfterEdit = rd.i32();
+  for (auto& c : tb.colors) c = rd.u32();
+  auto& f = r.fftLpc;
+  f.sizeIndex = rd.i32();
+  f.appliedWindowMs = rd.i32();
+  f.frequencyRangeHz = rd.i32();
+  f.averageStepMs = rd.i32();
+  f.lpcCoefficients = rd.i32();
+  f.drawLpc = rd.i32();
+  f.absolute = rd.i32();
+  f.absoluteLevelDb = rd.i32();
+  f.width = rd.f64();
+  f.height = rd.f64();
+  f.inches = rd.i32();
+  f.color = rd.i32();
+  f.frequencyGridOn = rd.i32();
+  f.frequencyGridHz = rd.i32();
+  f.powerGridOn = rd.i32();
+  f.powerGridDb = rd.i32();
+  f.fs = rd.f64();
+  auto& p = r.pitch;
+  for (auto* v : {&p.windowMs, &p.stepMs, &p.deviationHz, &p.thresholdPercent, &p.calcLowHz, &p.calcHighHz,
+                  &p.displayLowHz, &p.displayHighHz, &p.frequencyGridOn, &p.frequencyGridHz})
+    *v = rd.i32();
+  auto& s = r.spectrogram;
+  s.sizeIndex = rd.i32();
+  s.frequencyRangeHz = rd.i32();
+  s.dynamicRangeDb = rd.i32();
+  s.displayFormants = rd.i32();
+  s.preEmphasis = rd.f64();
+  s.lpcCoefficients = rd.i32();
+  s.frequencyGridOn = rd.i32();
+  s.frequencyGridHz = rd.i32();
+  s.timeGridOn = rd.i32();
+  s.timeGridMs = rd.i32();
+  s.inches = rd.i32();
+  s.width = rd.f64();
+  s.height = rd.f64();
+  s.fs = rd.f64();
+  auto& d = r.display;
+  for (auto* v : {&d.x, &d.y, &d.width, &d.height, &d.maximized, &d.toolbarVisible, &d.statusBarVisible,
+                  &d.childMaximized})
+    *v = rd.i32();
+
+  if (!validTable(tb) || !validFftLpc(f) || !validPitch(p) || !validSpectrogram(s) || !validDisplay(d))
+    return ConfigStatus::kBadField;
+  out = r;
+  return ConfigStatus::kOk;
+}
+
+ConfigStatus loadConfigFile(const std::string& path, ConfigRecord& out) {
+  std::string bytes;
+  if (!readWholeFile(path, bytes)) return ConfigStatus::kMissing;
+  return decodeConfig(bytes, out);
+}
+
+std::string saveConfigFile(const std::string& path, const ConfigRecord& record) {
+  return writeFileAtomically(path, encodeConfig(record));
+}
+
+void applyConfig(const ConfigRecord& record, CVandrelDoc& doc) {
+  for (auto& set : doc.paramSets) {
+    for (int i = 0; i < kParamCount; ++i) {
+      const auto& s = record.params[static_cast<std::size_t>(i)];
+      set.setDefault(i, s.defaultValue);
+      set.setLower(i, s.lower);
+      set.setUpper(i, s.upper);
+      set.setSelected(i, s.selected != 0);
+      set.setColor(i, s.color);
+    }
+    set.fileLengthMs = record.table.fileLengthMs;
+    set.intervalMs = record.table.intervalMs;
+    set.frameCount = ParameterSet::framesFor(set.fileLengthMs, set.intervalMs);
+    set.cascadeParallel = record.table.cascadeParallel;
+    set.reserved = record.table.reserved;
+    set.selectedCount = set.countSelected();
+  }
+  doc.colors = record.table.colors;
+  doc.autoInterpolate = record.table.autoInterpolate != 0;
+  doc.anchorAfterEdit = record.table.anchorAfterEdit != 0;
+  doc.table.reset(doc.params().frameCount, doc.params());
+}
+
+void storeConfig(const CVandrelDoc& doc, ConfigRecord& record) {
+  const ParameterSet& set = doc.params();
+  for (int i = 0; i < kParamCount; ++i) {
+    const auto& p = set.at(i);
+    record.params[static_cast<std::size_t>(i)] =
+        ParamSlot{p.defaultValue, p.working, p.lower, p.upper, p.selected, p.color};
+  }
+  record.table.fileLengthMs = set.fileLengthMs;
+  record.table.intervalMs = set.intervalMs;
+  record.table.frameCount = set.frameCount;
+  record.table.selectedCount = set.selectedCount;
+  record.table.cascadeParallel = set.cascadeParallel;
+  record.table.reserved = set.reserved;
+  record.table.sampleRate = static_cast<std::int32_t>(set.sampleRate());
+  record.table.colors = doc.colors;
+  record.table.autoInterpolate = doc.autoInterpolate ? 1 : 0;
+  record.table.anchorAfterEdit = doc.anchorAfterEdit ? 1 : 0;
+}
+
+}  // namespace vandrel

@@ -1,0 +1,192 @@
+// The configuration record: exact size, fields at their documented offsets,
+// round trips, and every kind of damaged or foreign file refused whole.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <string>
+
+#include <unistd.h>
+
+#include "config/ConfigFile.h"
+#include "document/VandrelDoc.h"
+
+namespace vandrel {
+namespace {
+
+// Independent little-endian readers over the raw bytes.
+std::uint32_t u32At(const std::string& b, std::size_t off) {
+  std::uint32_t v = 0;
+  for (int i = 3; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(b[off + static_cast<std::size_t>(i)]);
+  return v;
+}
+std::int32_t i32At(const std::string& b, std::size_t off) { return static_cast<std::int32_t>(u32At(b, off)); }
+double f64At(const std::string& b, std::size_t off) {
+  std::uint64_t v = 0;
+  for (int i = 7; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(b[off + static_cast<std::size_t>(i)]);
+  double d;
+  std::memcpy(&d, &v, sizeof d);
+  return d;
+}
+void putU32(std::string& b, std::size_t off, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) b[off + static_cast<std::size_t>(i)] = static_cast<char>((v >> (8 * i)) & 0xFF);
+}
+void putF64(std::string& b, std::size_t off, double d) {
+  std::uint64_t v;
+  std::memcpy(&v, &d, sizeof v);
+  for (int i = 0; i < 8; ++i) b[off + static_cast<std::size_t>(i)] = static_cast<char>((v >> (8 * i)) & 0xFF);
+}
+std::size_t slot(int index, std::size_t field) { return static_cast<std::size_t>(index) * 568 + field; }
+
+TEST(ConfigFileTest, DefaultRecordHoldsItsFieldsAtTheDocumentedOffsets) {
+  const std::string b = encodeConfig(ConfigRecord::defaults());
+  ASSERT_EQ(b.size(), 27760u);
+  EXPECT_EQ(b.substr(27264, 8), "VNDRLCFG");
+  EXPECT_EQ(u32At(b, 27272), 1u);
+  EXPECT_EQ(u32At(b, 27276), 27760u);
+  EXPECT_EQ(f64At(b, 27280), 200.0);
+  EXPECT_EQ(i32At(b, 27288), 10);
+  EXPECT_EQ(i32At(b, 27292), 20);
+  EXPECT_EQ(i32At(b, 27296), 31);
+  EXPECT_EQ(i32At(b, 27300), 1);
+  EXPECT_EQ(i32At(b, 27308), 11025);
+  EXPECT_EQ(i32At(b, 27360), 3);      // FFT/LPC size index: 256 points
+  EXPECT_EQ(i32At(b, 27376), 14);     // LPC coefficients at 11025 Hz
+  EXPECT_EQ(f64At(b, 27392), 6.0);    // FFT/LPC print width
+  EXPECT_EQ(f64At(b, 27432), 11025.0);
+  EXPECT_EQ(i32At(b, 27440), 35);     // pitch window
+  EXPECT_EQ(i32At(b, 27476), 20);     // pitch grid spacing
+  EXPECT_EQ(i32At(b, 27488), 35);     // spectrogram dynamic range
+  EXPECT_EQ(f64At(b, 27496), 0.98);
+  EXPECT_EQ(f64At(b, 27536), 6.0);    // spectrogram print height
+  EXPECT_EQ(i32At(b, 27572), 1);      // toolbar shown
+  for (std::size_t i = 27584; i < b.size(); ++i) ASSERT_EQ(b[i], '\0') << "reserved byte " << i;
+
+  // Slot 12 is f1: name, description and numbers at their places.
+  EXPECT_STREQ(b.c_str() + slot(12, 0), "f1");
+  EXPECT_STREQ(b.c_str() + slot(12, 32), " f1 = First  formant frequency in Hz (200 - 1300) ");
+  EXPECT_EQ(i32At(b, slot(12, 544)), 500);
+  EXPECT_EQ(i32At(b, slot(12, 552)), 200);
+  EXPECT_EQ(i32At(b, slot(12, 556)), 1300);
+  EXPECT_EQ(i32At(b, slot(12, 560)), 1);
+  EXPECT_EQ(u32At(b, slot(12, 564)), 0x00FFFFFFu);
+  EXPECT_STREQ(b.c_str() + slot(47, 0), "gain");
+  EXPECT_EQ(i32At(b, slot(47, 560)), 0);
+}
+
+TEST(ConfigFileTest, EveryFieldSurvivesARoundTrip) {
+  ConfigRecord r = ConfigRecord::defaults();
+  r.params[7] = ParamSlot{4000, -3, 1300, 4800, 1, 0x00123456};
+  r.table = TableConfig{1003.5, 5, 200, 32, 0, 1, 22050, 1, 1, {}};
+  for (std::size_t i = 0; i < r.table.colors.size(); ++i) r.table.colors[i] = static_cast<Colorref>(0x10203 * i);
+  r.fftLpc = FftLpcConfig{8, 11, 11000, 7, 26, 0, 0, 66, 12.5, 7.25, 0, 0, 0, 250, 0, 10, 22050.0};
+  r.pitch = PitchConfig{40, 5, 60, 3, 70, 400, 60, 300, 0, 25};
+  r.spectrogram = SpectrogramConfig{4, 11000, 50, 1, 0.5, 26, 0, 500, 0, 100, 0, 10.0, 15.0, 22050.0};
+  r.display = DisplayConfig{-20, 30, 1280, 900, 0, 0, 1, 0};
+
+  ConfigRecord back;
+  ASSERT_EQ(decodeConfig(encodeConfig(r), back), ConfigStatus::kOk);
+  EXPECT_EQ(back, r);
+}
+
+TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
+  const std::string good = encodeConfig(ConfigRecord::defaults());
+  struct Case {
+    const char* what;
+    std::string bytes;
+    ConfigStatus expected;
+  };
+  auto edited = [&](auto edit) {
+    std::string b = good;
+    edit(b);
+    return b;
+  };
+  const Case cases[] = {
+      {"empty", "", ConfigStatus::kWrongSize},
+      {"truncated by one byte", good.substr(0, good.size() - 1), ConfigStatus::kWrongSize},
+      {"one byte too many", good + '\0', ConfigStatus::kWrongSize},
+      {"text file of the right size", std::string(27760, 'x'), ConfigStatus::kBadMagic},
+      {"all zeros", std::string(27760, '\0'), ConfigStatus::kBadMagic},
+      {"later layout", edited([](std::string& b) { putU32(b, 27272, 2); }), ConfigStatus::kBadVersion},
+      {"size field wrong", edited([](std::string& b) { putU32(b, 27276, 27000); }), ConfigStatus::kBadField},
+      {"slots in another order", edited([](std::string& b) { b[slot(0, 0) + 1] = '1'; }), ConfigStatus::kBadField},
+      {"name without terminator", edited([](std::string& b) { b.replace(slot(3, 0), 32, std::string(32, 'a')); }),
+       ConfigStatus::kBadField},
+      {"lower above upper", edited([](std::string& b) { putU32(b, slot(1, 552), 100); }), ConfigStatus::kBadField},
+      {"selected flag 2", edited([](std::string& b) { putU32(b, slot(5, 560), 2); }), ConfigStatus::kBadField},
+      {"colour beyond 24 bits", edited([](std::string& b) { putU32(b, slot(5, 564), 0x01000000); }),
+       ConfigStatus::kBadField},
+      {"interval 0", edited([](std::string& b) { putU32(b, 27288, 0); }), ConfigStatus::kBadField},
+      {"file length NaN",
+       edited([](std::string& b) { putF64(b, 27280, std::numeric_limits<double>::quiet_NaN()); }),
+       ConfigStatus::kBadField},
+      {"sample rate 44100", edited([](std::string& b) { putU32(b, 27308, 44100); }), ConfigStatus::kBadField},
+      {"FFT size index 9", edited([](std::string& b) { putU32(b, 27360, 9); }), ConfigStatus::kBadField},
+      {"spectrogram size index 5", edited([](std::string& b) { putU32(b, 27480, 5); }), ConfigStatus::kBadField},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    ConfigRecord out;
+    out.pitch.windowMs = 12345;  // must stay untouched on refusal
+    EXPECT_EQ(decodeConfig(c.bytes, out), c.expected);
+    EXPECT_EQ(out.pitch.windowMs, 12345);
+  }
+}
+
+TEST(ConfigFileTest, SavedFileIsTheRecordAndLoadsBack) {
+  const auto dir = std::filesystem::temp_directory_path() / ("vandrel-config-test-" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string path = (dir / std::string(kConfigFileName)).string();
+
+  ConfigRecord r = ConfigRecord::defaults();
+  ConfigRecord out;
+  EXPECT_EQ(loadConfigFile(path, out), ConfigStatus::kMissing);
+
+  r.pitch.calcHighHz = 321;
+  ASSERT_EQ(saveConfigFile(path, r), "");
+  EXPECT_EQ(std::filesystem::file_size(path), 27760u);
+  ASSERT_EQ(loadConfigFile(path, out), ConfigStatus::kOk);
+  EXPECT_EQ(out, r);
+
+  std::filesystem::resize_file(path, 1000);
+  EXPECT_EQ(loadConfigFile(path, out), ConfigStatus::kWrongSize);
+  std::filesystem::remove_all(dir);
+}
+
+TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
+  CVandrelDoc edited;
+  edited.params().setSelected(kF6, true);  // a high-formant row: 22050 Hz
+  edited.params().setUpper(kF1, 1200);
+  edited.params().fileLengthMs = 300.0;
+  edited.params().intervalMs = 5;
+  edited.colors[kAnchorColorSlot] = 0x000000FF;
+  edited.anchorAfterEdit = true;
+
+  ConfigRecord r = ConfigRecord::defaults();
+  storeConfig(edited, r);
+  EXPECT_EQ(r.table.sampleRate, 22050);
+
+  ConfigRecord back;
+  ASSERT_EQ(decodeConfig(encodeConfig(r), back), ConfigStatus::kOk);
+  CVandrelDoc fresh;
+  applyConfig(back, fresh);
+  for (const auto& set : fresh.paramSets) {
+    EXPECT_EQ(set.at(kF6).selected, 1);
+    EXPECT_EQ(set.at(kF1).upper, 1200);
+    EXPECT_EQ(set.selectedCount, 32);
+    EXPECT_EQ(set.frameCount, 60);
+  }
+  EXPECT_EQ(fresh.table.columns(), 60);
+  EXPECT_EQ(fresh.params().sampleRate(), 22050.0);
+  EXPECT_EQ(fresh.anchorColor(), 0x000000FFu);
+  EXPECT_TRUE(fresh.anchorAfterEdit);
+  EXPECT_FALSE(fresh.autoInterpolate);
+}
+
+}  // namespace
+}  // namespace vandrel
