@@ -90,45 +90,17 @@ void CKlattEngine::initialise() {
   outputLowPass_.reset();
 }
 
-// Random numbers of -8191..8191, low-passed: each value keeps 3/4 of the last.
-inline double CKlattEngine::nextNoise() {
-  randomValue_ = (g_.rand() % 16383) - 8191;
-  const double noise = randomValue_ + 0.75 * g_.lastNoise;
-  g_.lastNoise = noise;
-  return noise;
-}
-
-inline double CKlattEngine::glottalSample(const FrameRecord&) {
-  switch (config.sourceType) {
-    case kImpulsive: {
-      const double x = position_ < 3 ? kDoublet[static_cast<std::size_t>(position_)] : 0.0;
-      return impulseShaper_.step(x);
-    }
-    case kNatural:
-      // An integrated ramp: the pulse rises while the glottis is open and
-      // drops to zero when it closes.
-      if (position_ < nopen_) {
-        pulseA_ -= pulseB_;
-        g_.lastPulse += pulseA_;
-        return g_.lastPulse * 0.028;
-      }
-      g_.lastPulse = 0.0;
-      return 0.0;
-    case kSampled: {
-      if (T0_ == 0) return 0.0;
-      const std::int32_t* table = config.sampledTable ? config.sampledTable : kSampledWave.data();
-      const int len = config.sampledLength;
-      if (len < 1) return 0.0;
-      const double t = (static_cast<double>(position_) / T0_) * len;
-      int i = static_cast<int>(t);
-      if (i < 0) i = 0;
-      if (i > len - 1) i = len - 1;
-      const int next = i + 1 < len ? table[i + 1] : table[i];
-      return (table[i] + (t - i) * (next - table[i])) * config.sampledFactor;
-    }
-    default:
-      return 0.0;
-  }
+// The sampled glottal waveform, stretched over the period by linear
+// interpolation. The period is still 0 before the first reset of a run.
+double CKlattEngine::sampledSource(const std::int32_t* table, int len, std::int32_t pos,
+                                  std::int32_t T0) const {
+  if (T0 == 0 || len < 1) return 0.0;
+  const double t = (static_cast<double>(pos) / T0) * len;
+  int i = static_cast<int>(t);
+  if (i < 0) i = 0;
+  if (i > len - 1) i = len - 1;
+  const int next = i + 1 < len ? table[i + 1] : table[i];
+  return (table[i] + (t - i) * (next - table[i])) * config.sampledFactor;
 }
 
 void CKlattEngine::pitchSynchronousReset(FrameRecord& rec) {
@@ -250,60 +222,141 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
 
 void CKlattEngine::synthesizeFrame(FrameRecord& rec, std::int32_t*& out) {
   setupFrame(rec);
+  switch (config.sourceType) {
+    case kImpulsive: runSamples<kImpulsive>(rec, out); break;
+    case kSampled: runSamples<kSampled>(rec, out); break;
+    default: runSamples<kNatural>(rec, out); break;
+  }
+}
 
-  double lastVoice = 0.0;    // tilt filter memory, fresh in every frame call
-  double lastParIn = 0.0;    // first-difference memory, fresh in every frame call
+// The sample loop works on local copies of everything it touches per sample,
+// so the compiler can keep the filter memories in registers; the rare
+// pitch-synchronous reset goes through the members, and the locals are
+// written back before and reloaded after it.
+template <std::uint8_t kSource>
+void CKlattEngine::runSamples(FrameRecord& rec, std::int32_t*& outPtr) {
+  std::int32_t* out = outPtr;
+
+  Resonator lp = sourceLowPass_, shaper = impulseShaper_;
+  Antiresonator nz = casNasalZero_;
+  Resonator np = casNasalPole_;
+  Resonator c1 = casFormant_[0], c2 = casFormant_[1], c3 = casFormant_[2], c4 = casFormant_[3],
+            c5 = casFormant_[4], c6 = casFormant_[5], c7 = casFormant_[6], c8 = casFormant_[7];
+  // The parallel resonators that share an input run in pairs, one per SIMD
+  // lane; each lane does exactly the scalar arithmetic.
+  ResonatorPair p1np(parFormant_[0], parNasalPole_), p23(parFormant_[1], parFormant_[2]),
+      p45(parFormant_[3], parFormant_[4]);
+  Resonator p6 = parFormant_[5], olp = outputLowPass_;
+
+  std::int32_t pos = position_, T0 = T0_, nopen = nopen_, nmod = noiseModPoint_;
+  std::int32_t randomValue = randomValue_;
+  double pulseA = pulseA_, pulseB = pulseB_, lastPulse = g_.lastPulse;
+  double ampVoice = ampVoice_, ampBreath = ampBreath_, tiltC = tiltComplement_, tiltD = tiltDecay_;
+  std::uint32_t randNext = g_.randNext;
+  double lastNoise = g_.lastNoise;
+
+  const double ampFric = ampFric_, ampAsp = ampAsp_, ampParVoice = ampParVoice_, ampBypass = ampBypass_,
+               gain = outGain_;
   const bool cascade = config.model != kAllParallel;
   const int nCas = config.cascadeFormants;
+  const std::uint8_t select = config.outputSelect;
+  const std::int32_t* table = config.sampledTable ? config.sampledTable : kSampledWave.data();
+  const int tableLen = config.sampledLength;
 
-  for (sampleCount_ = 0; sampleCount_ < config.samplesPerFrame; ++sampleCount_) {
-    double noise = nextNoise();
-    if (position_ > noiseModPoint_) noise *= 0.5;
-    const double fric = ampFric_ * noise;
+  double lastVoice = 0.0;  // tilt filter memory, fresh in every frame call
+  double lastParIn = 0.0;  // first-difference memory, fresh in every frame call
+
+  const int count = config.samplesPerFrame;
+  for (int n = 0; n < count; ++n) {
+    // Noise: random numbers of -8191..8191, each keeping 3/4 of the last value.
+    randNext = randNext * 1103515245u + 12345u;
+    randomValue = static_cast<std::int32_t>((randNext / 65536u) % 32768u) % 16383 - 8191;
+    double noise = randomValue + 0.75 * lastNoise;
+    lastNoise = noise;
+    if (pos > nmod) noise *= 0.5;
+    const double fric = ampFric * noise;
 
     double voice = 0.0;
     for (int k = 0; k < 4; ++k) {
-      double src = glottalSample(rec);
-      if (position_ >= T0_) {
-        position_ = 0;
-        pitchSynchronousReset(rec);
+      double src = 0.0;
+      if constexpr (kSource == kNatural) {
+        // An integrated ramp: the pulse rises while the glottis is open and
+        // drops to zero when it closes.
+        if (pos < nopen) {
+          pulseA -= pulseB;
+          lastPulse += pulseA;
+          src = lastPulse * 0.028;
+        } else {
+          lastPulse = 0.0;
+        }
+      } else if constexpr (kSource == kImpulsive) {
+        src = shaper.step(pos < 3 ? kDoublet[static_cast<std::size_t>(pos)] : 0.0);
+      } else {
+        src = sampledSource(table, tableLen, pos, T0);
       }
-      voice = sourceLowPass_.step(src);
-      ++position_;
+      if (pos >= T0) {
+        pos = 0;
+        pulseA_ = pulseA;
+        pulseB_ = pulseB;
+        impulseShaper_ = shaper;
+        sampleCount_ = n;
+        pitchSynchronousReset(rec);
+        T0 = T0_;
+        nopen = nopen_;
+        nmod = noiseModPoint_;
+        ampVoice = ampVoice_;
+        ampBreath = ampBreath_;
+        tiltC = tiltComplement_;
+        tiltD = tiltDecay_;
+        pulseA = pulseA_;
+        pulseB = pulseB_;
+        shaper = impulseShaper_;
+      }
+      voice = lp.step(src);
+      ++pos;
     }
 
-    voice = voice * tiltComplement_ + lastVoice * tiltDecay_;
+    voice = voice * tiltC + lastVoice * tiltD;
     lastVoice = voice;
-    if (position_ < nopen_) voice += ampBreath_ * randomValue_;
+    if (pos < nopen) voice += ampBreath * randomValue;
 
-    const double asp = ampAsp_ * noise;
-    const double casIn = ampVoice_ * voice + asp;
-    const double parIn = ampParVoice_ * voice + asp;
+    const double asp = ampAsp * noise;
+    const double casIn = ampVoice * voice + asp;
+    const double parIn = ampParVoice * voice + asp;
 
     double y = 0.0;
     if (cascade) {
-      double x = casNasalZero_.step(casIn);
-      x = casNasalPole_.step(x);
-      for (int n = 8; n >= 1; --n)
-        if (nCas >= n) x = casFormant_[static_cast<std::size_t>(n - 1)].step(x);
+      double x = nz.step(casIn);
+      x = np.step(x);
+      if (nCas >= 8) x = c8.step(x);
+      if (nCas >= 7) x = c7.step(x);
+      if (nCas >= 6) x = c6.step(x);
+      if (nCas >= 5) x = c5.step(x);
+      if (nCas >= 4) x = c4.step(x);
+      if (nCas >= 3) x = c3.step(x);
+      if (nCas >= 2) x = c2.step(x);
+      if (nCas >= 1) x = c1.step(x);
       y = x;
     }
-    y = y + parFormant_[0].step(parIn) + parNasalPole_.step(parIn);
+    const Pair r1np = p1np.step(parIn);
+    y = y + r1np[0] + r1np[1];
 
     const double source = fric + parIn - lastParIn;
     lastParIn = parIn;
-    // Alternating signs: adjacent parallel formants are added in antiphase, as
-    // their responses are between their peaks.
-    y = parFormant_[5].step(source) - y;
-    y = parFormant_[4].step(source) - y;
-    y = parFormant_[3].step(source) - y;
-    y = parFormant_[2].step(source) - y;
-    y = parFormant_[1].step(source) - y;
+    // Alternating signs: neighbouring parallel formants are summed in
+    // antiphase, so their skirts do not cancel between the peaks.
+    const Pair r23 = p23.step(source);
+    const Pair r45 = p45.step(source);
+    y = p6.step(source) - y;
+    y = r45[1] - y;
+    y = r45[0] - y;
+    y = r23[1] - y;
+    y = r23[0] - y;
 
-    const double bypass = ampBypass_ * source;
+    const double bypass = ampBypass * source;
     y = bypass - y;
 
-    switch (config.outputSelect) {
+    switch (select) {
       case kNormal: break;
       case kVoicing: y = voice; break;
       case kAspiration: y = asp; break;
@@ -315,13 +368,37 @@ void CKlattEngine::synthesizeFrame(FrameRecord& rec, std::int32_t*& out) {
       default: break;
     }
 
-    y = outputLowPass_.step(y);
-    double v = y * outGain_;
+    y = olp.step(y);
+    double v = y * gain;
     if (v > 32767.0) v = 32767.0;
     else if (v < -32768.0) v = -32768.0;
     else if (v != v) v = 0.0;  // an unstable filter (out-of-range bandwidth) is silenced
     *out++ = static_cast<std::int32_t>(v);
   }
+
+  sourceLowPass_ = lp;
+  impulseShaper_ = shaper;
+  casNasalZero_ = nz;
+  casNasalPole_ = np;
+  casFormant_ = {c1, c2, c3, c4, c5, c6, c7, c8};
+  p1np.store(parFormant_[0], parNasalPole_);
+  p23.store(parFormant_[1], parFormant_[2]);
+  p45.store(parFormant_[3], parFormant_[4]);
+  parFormant_[5] = p6;
+  outputLowPass_ = olp;
+  position_ = pos;
+  randomValue_ = randomValue;
+  pulseA_ = pulseA;
+  pulseB_ = pulseB;
+  g_.lastPulse = lastPulse;
+  g_.randNext = randNext;
+  g_.lastNoise = lastNoise;
+  sampleCount_ = count > 0 ? count : 0;
+  outPtr = out;
 }
+
+template void CKlattEngine::runSamples<CKlattEngine::kImpulsive>(FrameRecord&, std::int32_t*&);
+template void CKlattEngine::runSamples<CKlattEngine::kNatural>(FrameRecord&, std::int32_t*&);
+template void CKlattEngine::runSamples<CKlattEngine::kSampled>(FrameRecord&, std::int32_t*&);
 
 }  // namespace vandrel

@@ -77,8 +77,9 @@ public:
   std::int32_t openPhase() const { return nopen_; }
 
 private:
-  double nextNoise();
-  double glottalSample(const FrameRecord& rec);
+  template <std::uint8_t kSource>
+  void runSamples(FrameRecord& rec, std::int32_t*& out);
+  double sampledSource(const std::int32_t* table, int len, std::int32_t pos, std::int32_t T0) const;
   void pitchSynchronousReset(FrameRecord& rec);
   void setupFrame(FrameRecord& rec);
 

@@ -56,4 +56,27 @@ struct Antiresonator {
   }
 };
 
+// Two resonators fed the same input, one per lane of a 2-wide vector. Each
+// lane computes a*x + b*p1 + c*p2 in the scalar order, so the results are
+// bit-identical to two Resonator::step calls.
+using Pair = double __attribute__((vector_size(16)));
+
+struct ResonatorPair {
+  Pair a, b, c, p1, p2;
+
+  ResonatorPair(const Resonator& r, const Resonator& s)
+      : a{r.a, s.a}, b{r.b, s.b}, c{r.c, s.c}, p1{r.p1, s.p1}, p2{r.p2, s.p2} {}
+  void store(Resonator& r, Resonator& s) const {
+    r.p1 = p1[0]; r.p2 = p2[0];
+    s.p1 = p1[1]; s.p2 = p2[1];
+  }
+  Pair step(double x) {
+    const Pair xx = {x, x};
+    const Pair y = a * xx + b * p1 + c * p2;
+    p2 = p1;
+    p1 = y;
+    return y;
+  }
+};
+
 }  // namespace vandrel

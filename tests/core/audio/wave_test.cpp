@@ -1,0 +1,192 @@
+#include "audio/Wave.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "util/AtomicFile.h"
+
+namespace vandrel {
+namespace {
+
+std::string data(const char* name) { return std::string(VANDREL_TEST_DATA) + "/wav/" + name; }
+
+std::string slurp(const std::string& path) {
+  std::string s;
+  EXPECT_TRUE(readWholeFile(path, s)) << path;
+  return s;
+}
+
+std::uint32_t le32(const std::string& s, std::size_t at) {
+  return static_cast<std::uint32_t>(static_cast<unsigned char>(s[at])) |
+         static_cast<std::uint32_t>(static_cast<unsigned char>(s[at + 1])) << 8 |
+         static_cast<std::uint32_t>(static_cast<unsigned char>(s[at + 2])) << 16 |
+         static_cast<std::uint32_t>(static_cast<unsigned char>(s[at + 3])) << 24;
+}
+
+class CWaveTest : public ::testing::Test {
+protected:
+  std::filesystem::path dir = std::filesystem::temp_directory_path() /
+                              ("vandrel_wave_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+                               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  void SetUp() override { std::filesystem::create_directories(dir); }
+  void TearDown() override { std::filesystem::remove_all(dir); }
+};
+
+TEST_F(CWaveTest, WritesTheExactHeaderWithDataCountInBothSizeFields) {
+  SampleSet s;
+  s.samples.resize(2200);
+  for (std::size_t i = 0; i < s.samples.size(); ++i) s.samples[i] = static_cast<std::int16_t>(i * 29 - 30000);
+  s.sampleRate = 11025.0;
+  s.sampleCount = 2200.0;
+  const std::string path = (dir / "out.wav").string();
+  ASSERT_EQ(saveWaveFile(path, s), "");
+  const std::string f = slurp(path);
+
+  const unsigned char header[44] = {
+      'R', 'I', 'F', 'F', 0x30, 0x11, 0, 0,  // 4400, not 4400 + 36
+      'W', 'A', 'V', 'E', 'f', 'm', 't', ' ', 16, 0, 0, 0,
+      1, 0, 1, 0,                               // PCM, mono
+      0x11, 0x2B, 0, 0,                         // 11025
+      0x22, 0x56, 0, 0,                         // 22050 bytes a second
+      2, 0, 16, 0,                              // block 2, 16 bits
+      'd', 'a', 't', 'a', 0x30, 0x11, 0, 0};
+  ASSERT_EQ(f.size(), 44u + 4400u);
+  EXPECT_EQ(f.substr(0, 44), std::string(reinterpret_cast<const char*>(header), 44));
+  for (std::size_t i = 0; i < 2200; ++i) {
+    const auto v = static_cast<std::int16_t>(static_cast<std::uint16_t>(
+        static_cast<unsigned char>(f[44 + 2 * i]) | static_cast<unsigned char>(f[45 + 2 * i]) << 8));
+    ASSERT_EQ(v, s.samples[i]) << i;
+  }
+
+  // And it reads back as it was written.
+  SampleSet back;
+  ASSERT_EQ(loadWaveFile(path, back), WaveLoad::kOk);
+  EXPECT_EQ(back.samples, s.samples);
+  EXPECT_EQ(back.sampleRate, 11025.0);
+  EXPECT_NEAR(back.fileLengthMs, 2200 * 1000.0 / 11025, 1e-9);
+}
+
+TEST_F(CWaveTest, WriterTakesAnOffsetAndRefusesToReadPastTheBlock) {
+  const std::int16_t block[4] = {1, 2, 3, 4};
+  std::string out;
+  ASSERT_EQ(CWave::write(out, block, sizeof block, WaveFormat::pcm16Mono(8000), 2, 4), 0);
+  EXPECT_EQ(out.size(), 48u);
+  EXPECT_EQ(le32(out, 4), 4u);
+  EXPECT_EQ(out.substr(44), std::string("\x02\x00\x03\x00", 4));
+  std::string bad;
+  EXPECT_EQ(CWave::write(bad, block, sizeof block, WaveFormat::pcm16Mono(8000), 2, 8), 1);
+  EXPECT_EQ(CWave::write(bad, block, sizeof block, WaveFormat::pcm16Mono(8000), 10, 0), 1);
+
+  WaveFormat alaw = WaveFormat::pcm16Mono(8000);
+  alaw.formatTag = 6;  // anything but PCM gets an empty format chunk
+  std::string a;
+  ASSERT_EQ(CWave::write(a, block, sizeof block, alaw, 0, 8), 0);
+  EXPECT_EQ(le32(a, 16), 0u);
+  EXPECT_EQ(a.substr(20, 4), "data");
+}
+
+TEST_F(CWaveTest, ReaderCases) {
+  struct Case {
+    const char* file;
+    int result;
+    double length;
+    std::size_t offset;
+    std::uint16_t tag, channels, bits, extra;
+  };
+  const Case cases[] = {
+      {"list_before_data.wav", 0, 16, 70, 1, 1, 16, 0},
+      {"odd_chunk.wav", 0, 16, 56, 1, 1, 16, 0},
+      {"odd_chunk_unpadded.wav", 0, 16, 55, 1, 1, 16, 0},
+      {"data_longer_than_file.wav", 0, 60, 44, 1, 1, 16, 0},  // capped at the file length
+      {"fmt18.wav", 0, 16, 46, 1, 1, 16, 0},
+      {"fmt40_extensible.wav", 0, 16, 68, 0xFFFE, 1, 16, 22},
+      {"wave_without_riff.wav", 0, 16, 44, 1, 1, 16, 0},
+      {"stereo.wav", 0, 16, 44, 1, 2, 16, 0},
+      {"empty.wav", -1, 0, 0, 0, 0, 0, 0},
+      {"eleven_bytes.wav", -1, 0, 0, 0, 0, 0, 0},
+      {"no_data.wav", -1, 0, 0, 1, 1, 16, 0},
+      {"not_a_wave.wav", -1, 0, 0, 0, 0, 0, 0},
+      {"huge_chunk_size.wav", -1, 0, 0, 1, 1, 16, 0},
+      {"truncated_header.wav", -1, 0, 0, 0, 0, 0, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.file);
+    WaveChunks ch;
+    ASSERT_EQ(CWave::read(slurp(data(c.file)), ch), c.result);
+    if (c.result != 0) continue;
+    EXPECT_EQ(ch.dataLength, c.length);
+    EXPECT_EQ(ch.dataOffset, c.offset);
+    EXPECT_EQ(ch.format.formatTag, c.tag);
+    EXPECT_EQ(ch.format.channels, c.channels);
+    EXPECT_EQ(ch.format.bitsPerSample, c.bits);
+    EXPECT_EQ(ch.format.extraSize, c.extra);
+  }
+}
+
+TEST_F(CWaveTest, LoaderAcceptsOnlyMonoSixteenBitPcm) {
+  struct Case {
+    const char* file;
+    WaveLoad result;
+    std::size_t samples;
+  };
+  const Case cases[] = {
+      {"list_before_data.wav", WaveLoad::kOk, 8},
+      {"odd_chunk.wav", WaveLoad::kOk, 8},
+      {"data_longer_than_file.wav", WaveLoad::kOk, 8},  // what the file really holds
+      {"fmt18.wav", WaveLoad::kOk, 8},
+      {"stereo.wav", WaveLoad::kNotPcm16Mono, 0},
+      {"eight_bit.wav", WaveLoad::kNotPcm16Mono, 0},
+      {"fmt40_extensible.wav", WaveLoad::kNotPcm16Mono, 0},
+      {"empty.wav", WaveLoad::kNotWave, 0},
+      {"eleven_bytes.wav", WaveLoad::kNotWave, 0},
+      {"no_data.wav", WaveLoad::kNotWave, 0},
+      {"not_a_wave.wav", WaveLoad::kNotWave, 0},
+      {"truncated_header.wav", WaveLoad::kNotWave, 0},
+      {"does_not_exist.wav", WaveLoad::kCannotOpen, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.file);
+    SampleSet s;
+    s.sampleRate = 1234;  // untouched unless the load succeeds
+    ASSERT_EQ(loadWaveFile(data(c.file), s), c.result);
+    if (c.result != WaveLoad::kOk) {
+      EXPECT_EQ(s.sampleRate, 1234);
+      continue;
+    }
+    ASSERT_EQ(s.samples.size(), c.samples);
+    EXPECT_EQ(s.sampleRate, 8000);
+    const std::int16_t want[8] = {0, 1000, -1000, 32767, -32768, 5, -5, 0};
+    for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(s.samples[i], want[i]);
+  }
+  SampleSet s;
+  EXPECT_EQ(loadWaveFile(std::string(VANDREL_TEST_DATA) + "/wav", s), WaveLoad::kCannotOpen);  // a folder
+}
+
+TEST_F(CWaveTest, FailedSaveLeavesTheOldFileAlone) {
+  const std::string path = (dir / "keep.wav").string();
+  std::ofstream(path) << "previous contents";
+  SampleSet s;
+  s.sampleRate = 11025;
+  s.sampleCount = 1e12;  // more bytes than the block holds: clamped, still written whole
+  s.samples.assign(10, 7);
+  ASSERT_EQ(saveWaveFile(path, s), "");
+  EXPECT_EQ(slurp(path).size(), 44u + 20u);
+
+  EXPECT_NE(saveWaveFile((dir / "no" / "such" / "folder.wav").string(), s), "");
+  std::ofstream(path, std::ios::trunc) << "previous contents";
+  // A target that is a folder cannot be replaced: the error is reported and
+  // no temporary file is left behind.
+  std::filesystem::create_directory(dir / "folder.wav");
+  EXPECT_NE(saveWaveFile((dir / "folder.wav").string(), s), "");
+  int files = 0;
+  for (auto& e : std::filesystem::directory_iterator(dir)) files += e.is_regular_file() ? 1 : 0;
+  EXPECT_EQ(files, 1);
+  EXPECT_EQ(slurp(path), "previous contents");
+}
+
+}  // namespace
+}  // namespace vandrel

@@ -1,0 +1,131 @@
+#include "engine/Synthesizer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace vandrel {
+namespace {
+
+bool allZero(const std::vector<std::int16_t>& v, std::size_t from, std::size_t to) {
+  return std::all_of(v.begin() + static_cast<long>(from), v.begin() + static_cast<long>(to),
+                     [](std::int16_t s) { return s == 0; });
+}
+
+TEST(SynthesizerTest, DefaultDocumentAtTheLowRate) {
+  CVandrelDoc doc;
+  KlattState state;
+  std::vector<std::pair<int, int>> progress;
+  ASSERT_TRUE(synthesize(doc, [&](int d, int t) { progress.emplace_back(d, t); }, state));
+
+  const SampleSet& s = doc.synthesized;
+  EXPECT_EQ(s.sampleRate, 11025.0);
+  EXPECT_EQ(doc.sampleRate, 11025.0);
+  EXPECT_FALSE(doc.highRate);
+  EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, 110);
+  EXPECT_EQ(synthesisSetup(doc).cascadeFormants, 5);
+  EXPECT_EQ(s.sampleCount, 2205.0);
+  EXPECT_EQ(s.byteSize(), 4410u);
+  // 20 frames x 110 samples are synthesized; the block's last 5 samples are
+  // beyond the last whole frame and stay zero.
+  EXPECT_FALSE(allZero(s.samples, 2100, 2200));
+  EXPECT_TRUE(allZero(s.samples, 2200, 2205));
+
+  ASSERT_EQ(progress.size(), 20u);
+  EXPECT_EQ(progress.back(), std::make_pair(20, 20));
+  EXPECT_FALSE(doc.changedSinceSynthesis);
+  EXPECT_FALSE(doc.changedCompanion);
+}
+
+TEST(SynthesizerTest, AnyHighFormantRowDoublesTheRate) {
+  CVandrelDoc doc;
+  doc.params().setSelected(kF6, true);
+  KlattState state;
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_EQ(doc.synthesized.sampleRate, 22050.0);
+  EXPECT_TRUE(doc.highRate);
+  EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, 220);
+  EXPECT_EQ(synthesisSetup(doc).cascadeFormants, 8);
+  EXPECT_EQ(doc.synthesized.samples.size(), 4410u);
+  EXPECT_FALSE(allZero(doc.synthesized.samples, 4300, 4400));
+  EXPECT_TRUE(allZero(doc.synthesized.samples, 4400, 4410));
+
+  doc.params().setSelected(kF6, false);
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_EQ(doc.synthesized.sampleRate, 11025.0);
+  EXPECT_FALSE(doc.highRate);
+}
+
+TEST(SynthesizerTest, PreviousBufferKeepsTheEarlierResult) {
+  CVandrelDoc doc;
+  KlattState state;
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  const SampleSet first = doc.synthesized;
+  EXPECT_EQ(doc.previous, first);  // the first synthesis fills both
+
+  for (int c = 0; c < doc.table.columns(); ++c) doc.table.setValue(kF1, c, 800);
+  doc.changedSinceSynthesis = true;
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_EQ(doc.previous, first);
+  EXPECT_NE(doc.synthesized.samples, first.samples);
+  const SampleSet second = doc.synthesized;
+
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_EQ(doc.previous, second);
+}
+
+TEST(SynthesizerTest, HiddenRowsStillDriveTheEngine) {
+  CVandrelDoc a, b;
+  ASSERT_EQ(b.params().at(kGain).selected, 0);
+  for (int c = 0; c < b.table.columns(); ++c) b.table.setValue(kGain, c, 40);
+  KlattState sa, sb;
+  ASSERT_TRUE(synthesize(a, {}, sa));
+  ASSERT_TRUE(synthesize(b, {}, sb));
+  int peakA = 0, peakB = 0;
+  for (auto v : a.synthesized.samples) peakA = std::max(peakA, std::abs(int{v}));
+  for (auto v : b.synthesized.samples) peakB = std::max(peakB, std::abs(int{v}));
+  EXPECT_LT(peakB * 5, peakA);  // 20 dB quieter
+}
+
+TEST(SynthesizerTest, CellsAreTruncatedTowardZero) {
+  CVandrelDoc whole, fraction;
+  for (int c = 0; c < fraction.table.columns(); ++c) fraction.table.setValue(kF1, c, 500.9);
+  KlattState s1, s2;
+  ASSERT_TRUE(synthesize(whole, {}, s1));
+  ASSERT_TRUE(synthesize(fraction, {}, s2));
+  EXPECT_EQ(whole.synthesized, fraction.synthesized);
+}
+
+TEST(SynthesizerTest, FramesThatDoNotFillTheFileLeaveZeros) {
+  CVandrelDoc doc;
+  doc.params().intervalMs = 7;
+  doc.params().frameCount = ParameterSet::framesFor(200.0, 7);  // 28 frames, 196 ms
+  doc.table.reset(doc.params().frameCount, doc.params());
+  KlattState state;
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, 77);  // 11025 * 7 / 1000
+  ASSERT_EQ(doc.synthesized.samples.size(), 2205u);
+  EXPECT_FALSE(allZero(doc.synthesized.samples, 2000, 28 * 77));
+  EXPECT_TRUE(allZero(doc.synthesized.samples, 28 * 77, 2205));
+}
+
+TEST(SynthesizerTest, ParallelOnlySilencesTheCascade) {
+  CVandrelDoc doc;  // defaults: apv = 0, so only the cascade carries voicing
+  doc.params().cascadeParallel = 0;
+  KlattState state;
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_TRUE(allZero(doc.synthesized.samples, 0, doc.synthesized.samples.size()));
+}
+
+TEST(SynthesizerTest, OddFileLengthKeepsItsLastByte) {
+  CVandrelDoc doc;
+  doc.params().fileLengthMs = 200.05;  // 2205.55125 samples: 4411 bytes
+  KlattState state;
+  ASSERT_TRUE(synthesize(doc, {}, state));
+  EXPECT_EQ(doc.synthesized.samples.size(), 2206u);
+  EXPECT_NEAR(doc.synthesized.sampleCount, 2205.55125, 1e-9);
+}
+
+}  // namespace
+}  // namespace vandrel
