@@ -1,6 +1,9 @@
 #include "engine/KlattEngine.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 namespace vandrel {
@@ -53,6 +56,12 @@ constexpr std::array<std::int32_t, 100> kSampledWave = {
     -878,  -960,  -1040, -1117, -1192, -1264, -1333, -1398, -1460, -1518, -1572, -1622, -1667,
     -1708, -1744, -1774, -1799, -1819, -1833, -1840, -1842, -1837, -1825, -1806, -1781, -1747,
     -1706, -1658, -1601, -1536, -1462, -1384, -1261, -949,  -730};
+
+// Records can come from files; keep integer arithmetic on them defined for any
+// 32-bit value.
+std::int32_t saturate(std::int64_t v) {
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(v, INT32_MIN, INT32_MAX));
+}
 
 }  // namespace
 
@@ -118,7 +127,7 @@ void CKlattEngine::pitchSynchronousReset(FrameRecord& rec) {
     if (rec[kAv] > 0) noiseModPoint_ >>= 1;
     ampBreath_ = dbToLinear(rec[kAtu]) * 0.1;
 
-    nopen_ = 4 * rec[kOq];
+    nopen_ = saturate(4 * static_cast<std::int64_t>(rec[kOq]));
     if (config.sourceType == kImpulsive && nopen_ >= kNopenMax + 1) nopen_ = kNopenMax;
     if (nopen_ >= T0_ - 1) {
       nopen_ = T0_ - 2;
@@ -148,10 +157,10 @@ void CKlattEngine::pitchSynchronousReset(FrameRecord& rec) {
         std::printf("Kskew duration=%d > glottal closed period=%d, truncate\n", rec[kSkew], closed);
       rec[kSkew] = closed;
     }
-    std::int32_t skew = rec[kSkew];
+    std::int64_t skew = rec[kSkew];
     if (g_.skewSign < 0) skew = -skew;
-    T0_ += skew;
-    g_.skewSign = -skew;
+    T0_ = saturate(T0_ + skew);
+    g_.skewSign = saturate(-skew);
   }
 
   if (T0_ == 4 && sampleCount_ != 0) return;
@@ -164,8 +173,8 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
   const double tpr = twoPiOverRate_;
 
   f0Hz_ = rec[kF0] / 10;
-  rec[kAv] -= 7;
-  if (rec[kAv] < 0) rec[kAv] = 0;
+  // av - 7, floored at 0 (written as a comparison so no value can overflow).
+  rec[kAv] = rec[kAv] < 7 ? 0 : rec[kAv] - 7;
 
   ampAsp_ = dbToLinear(rec[kAh]) * 0.05;
   ampFric_ = dbToLinear(rec[kAf]) * 0.25;
@@ -180,8 +189,8 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
   const double gnv = dbToLinear(rec[kAnv]) * 0.6;
   ampBypass_ = dbToLinear(rec[kAb]) * 0.05;
 
-  rec[kGain] -= 3;
-  if (rec[kGain] < 1) rec[kGain] = 57;
+  // gain - 3; a result below 1 dB becomes 57 dB, so a gain of 0 is loud.
+  rec[kGain] = rec[kGain] < 4 ? 57 : rec[kGain] - 3;
   outGain_ = dbToLinear(rec[kGain]);
 
   // Cascade formants 1..4 always; 5..8 as the formant count allows.
@@ -216,7 +225,7 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
                        (std::sin(79.79645458 * n) + std::sin(44.61061634 * n) +
                         std::sin(29.53097138 * n)) *
                        10.0;
-  f0Tenths_ = rec[kF0] + static_cast<std::int32_t>(delta);
+  f0Tenths_ = saturate(rec[kF0] + static_cast<std::int64_t>(std::clamp(delta, -1e9, 1e9)));
   ++g_.flutterFrame;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // Second-order digital resonator and antiresonator of the formant synthesizer.
 
+#include <climits>
 #include <cmath>
 
 namespace vandrel {
@@ -37,7 +38,7 @@ struct Antiresonator {
   // The frequency is negated first; a zero at 0 Hz or below is moved to -1 Hz,
   // so fnz = 0 never produces a degenerate zero on the real axis at DC.
   void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
-    f = -f;
+    f = f == INT_MIN ? INT_MAX : -f;
     if (f >= 0) f = -1;
     const double r = std::exp(bw * minusPiOverRate);
     c = -(r * r);
