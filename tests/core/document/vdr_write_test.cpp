@@ -3,11 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
 #include "engine/Synthesizer.h"
+#include "util/AtomicFile.h"
 
 namespace vandrel {
 namespace {
@@ -165,6 +167,33 @@ TEST(VdrWriterTest, ParallelOnlyMethod) {
   CVandrelDoc doc;
   doc.params().cascadeParallel = 0;
   EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters).substr(kTiming.size(), 6), "0\t0\t0\t");
+}
+
+// Saving replaces the file in one step; a save that cannot be made leaves
+// what was there, and no temporary file behind.
+TEST(VdrWriterTest, SaveIsAtomic) {
+  namespace fs = std::filesystem;
+  const fs::path dir = fs::temp_directory_path() / "vandrel-vdr-save";
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  const std::string path = (dir / "All_Parameters.vdr").string();
+  CVandrelDoc doc;
+  ASSERT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
+  std::string bytes;
+  ASSERT_TRUE(readWholeFile(path, bytes));
+  EXPECT_EQ(bytes, kHead + kAllNames + repeat(kAllDefaults, 20));
+
+  fs::create_directories(dir / "taken.vdr" / "inside");
+  EXPECT_NE(saveVdrFile((dir / "taken.vdr").string(), doc, VdrKind::kAllParameters), "");
+  EXPECT_TRUE(fs::is_directory(dir / "taken.vdr" / "inside"));
+  EXPECT_NE(saveVdrFile((dir / "missing" / "x.vdr").string(), doc, VdrKind::kAllParameters), "");
+
+  doc.table.setValue(kF1, 0, 800.0);
+  ASSERT_EQ(saveVdrFile(path, doc, VdrKind::kSelectedParameters), "");
+  int files = 0;
+  for ([[maybe_unused]] const auto& e : fs::directory_iterator(dir)) ++files;
+  EXPECT_EQ(files, 2);  // the saved file and the folder in the way
+  fs::remove_all(dir);
 }
 
 }  // namespace
