@@ -1,0 +1,67 @@
+#include "app/CVandrelApp.h"
+
+#include <QCoreApplication>
+
+#include "app/AppProfile.h"
+#include "app/CMainFrame.h"
+#include "app/TempFolder.h"
+
+namespace vandrel::ui {
+
+namespace {
+QString& processTempFolder() {
+  static QString folder;
+  return folder;
+}
+}  // namespace
+
+CVandrelApp::CVandrelApp(ShellHooks hooks) : hooks_(std::move(hooks)) {}
+
+CVandrelApp::~CVandrelApp() = default;
+
+QString CVandrelApp::tempFolder() { return processTempFolder(); }
+
+bool CVandrelApp::initInstance(const QStringList& arguments) {
+  profile_ = std::make_unique<AppProfile>();
+
+  const QString folder = findTempFolder(*profile_, hooks_);
+  if (folder.isEmpty()) return false;
+  processTempFolder() = folder;
+
+  ShellEnvironment env;
+  env.hooks = hooks_;
+  env.tempFolder = folder;
+  env.applicationFolder = QCoreApplication::applicationDirPath();
+  env.profile = profile_.get();
+  // A missing, short or foreign file leaves the built-in configuration in
+  // force; the file itself stays until the user saves options again.
+  vandrel::ConfigRecord loaded;
+  configStatus_ = vandrel::loadConfigFile(env.configPath().toStdString(), loaded);
+  if (configStatus_ == vandrel::ConfigStatus::kOk) env.config = loaded;
+
+  mainFrame_ = std::make_unique<CMainFrame>(std::move(env));
+
+  QString file;
+  for (int i = 1; i < arguments.size(); ++i)
+    if (!arguments[i].startsWith(QLatin1Char('-'))) {
+      file = arguments[i];
+      break;
+    }
+
+  if (mainFrame_->environment().config.display.maximized)
+    mainFrame_->showMaximized();
+  else
+    mainFrame_->show();
+
+  if (file.isEmpty()) {
+    mainFrame_->newDocument();
+    return true;
+  }
+  if (!mainFrame_->openFile(file)) {
+    mainFrame_->hide();
+    return false;
+  }
+  return true;
+}
+
+}  // namespace vandrel::ui

@@ -1,0 +1,94 @@
+#pragma once
+// Command identifiers. The framework's standard ones keep their classic
+// numbers (File 576xx, Edit 576xx, View 593xx, Window 576xx, Help 576xx) so
+// the ids in menus, tool tips and recorded macros stay stable; the
+// application's own commands are 32771 to 32816.
+
+namespace vandrel::ui {
+
+enum CommandId : int {
+  // File
+  ID_FILE_NEW = 57600,
+  ID_FILE_OPEN = 57601,
+  ID_FILE_CLOSE = 57602,
+  ID_FILE_SAVE = 57603,
+  ID_FILE_SAVE_AS = 57604,
+  ID_FILE_PRINT_SETUP = 57606,
+  ID_FILE_PRINT = 57607,
+  ID_FILE_PRINT_PREVIEW = 57609,
+  ID_FILE_MRU_FILE1 = 57616,  // ... ID_FILE_MRU_FILE1 + 4: the five recent files
+  ID_APP_EXIT = 57665,
+  ID_FILE_OPEN_AUDIO = 32772,
+  ID_FILE_SAVE_AUDIO = 32773,
+  ID_FILE_SAVE_SELECTED = 32776,
+  ID_FILE_LOAD_CONFIG = 32790,
+  ID_FILE_SAVE_CONFIG = 32792,
+  ID_FILE_SAVE_BMP = 32793,
+  ID_FILE_REVERT_CONFIG = 32803,
+  ID_FILE_SAVE_ALL = 32804,
+  ID_FILE_SAVE_SCREEN_BMP = 32816,
+
+  // Edit
+  ID_EDIT_COPY = 57634,
+  ID_EDIT_CUT = 57635,
+  ID_EDIT_PASTE = 57637,
+  ID_EDIT_UNDO = 57643,
+  ID_EDIT_REDO = 57644,
+  ID_EDIT_ADD_COLUMN = 32774,
+  ID_EDIT_ADD_ROW = 32775,
+  ID_EDIT_REMOVE_COLUMN = 32777,
+  ID_EDIT_SET_DEFAULTS = 32778,
+  ID_EDIT_SELECT_ALL = 32779,
+  ID_EDIT_REMOVE_ROW = 32791,
+  ID_EDIT_ADD_SUBTRACT = 32799,
+
+  // Data Entry Method
+  ID_ENTRY_GRAPHICAL = 32780,
+  ID_ENTRY_TRACE = 32781,
+
+  // Anchors
+  ID_ANCHORS_ADD = 32794,
+  ID_ANCHORS_REMOVE = 32795,
+  ID_ANCHORS_REMOVE_ALL = 32798,
+
+  // Interpolation
+  ID_INTERPOLATE_SELECTION = 32796,
+  ID_INTERPOLATE_ALL = 32797,
+
+  // Analysis
+  ID_ANALYSIS_SPECTRO_SYNTH = 32782,
+  ID_ANALYSIS_SPECTRO_AUDIO = 32783,
+  ID_ANALYSIS_FFT_LPC = 32800,
+
+  // Play
+  ID_PLAY_CURRENT = 32784,
+  ID_PLAY_PREVIOUS = 32785,
+  ID_PLAY_AUDIO = 32786,
+
+  // Options
+  ID_OPTIONS_PITCH = 32771,
+  ID_OPTIONS_FILE = 32787,
+  ID_OPTIONS_PARAMETERS = 32788,
+  ID_OPTIONS_SPECTROGRAM = 32789,
+  ID_OPTIONS_FFT_LPC = 32801,
+
+  // View
+  ID_VIEW_TOOLBAR = 59392,
+  ID_VIEW_STATUS_BAR = 59393,
+
+  // Window
+  ID_WINDOW_NEW = 57648,
+  ID_WINDOW_ARRANGE = 57649,
+  ID_WINDOW_CASCADE = 57650,
+  ID_WINDOW_TILE_HORZ = 57651,
+  ID_NEXT_PANE = 57680,
+  ID_PREV_PANE = 57681,
+
+  // Help
+  ID_APP_ABOUT = 57664,
+  ID_HELP_INDEX = 57667,
+};
+
+inline constexpr int kRecentFileCount = 5;
+
+}  // namespace vandrel::ui

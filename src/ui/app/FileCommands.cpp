@@ -1,0 +1,273 @@
+// The File menu's handlers that belong to the shell.
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMdiArea>
+#include <QPageSetupDialog>
+
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CProgressDialog.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "audio/Wave.h"
+#include "common/Messages.h"
+#include "config/ConfigFile.h"
+#include "document/OpenFile.h"
+#include "document/VdrFile.h"
+#include "engine/Synthesizer.h"
+#include "SndfileDecoder.h"
+
+namespace vandrel::ui {
+
+namespace {
+
+const QString kVdrFilter = QStringLiteral("Vandrel Files (*.vdr);;All files (*)");
+const QString kWaveFilter = QStringLiteral("Wave files (*.wav);;All files (*)");
+const QString kConfigFilter = QStringLiteral("Vandrel configuration (*.cfg);;All files (*)");
+
+std::string toStd(const QString& s) { return s.toStdString(); }
+QString fromStd(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
+
+QString startFolder(const CommandContext& ctx) {
+  if (ctx.document && !ctx.document->path().isEmpty()) return QFileInfo(ctx.document->path()).absolutePath();
+  const QStringList recent = ctx.mainFrame->recentFiles();
+  return recent.isEmpty() ? QString() : QFileInfo(recent.first()).absolutePath();
+}
+
+QString withSuffix(QString path, const QString& suffix) {
+  if (!path.isEmpty() && QFileInfo(path).suffix().isEmpty()) path += suffix;
+  return path;
+}
+
+void openDocumentFile(CommandContext& ctx) {
+  const QString path = ctx.mainFrame->environment().hooks.openFileName(ctx.dialogParent(), QStringLiteral("Open"),
+                                                                       startFolder(ctx), kVdrFilter);
+  if (!path.isEmpty()) ctx.mainFrame->openFile(path);
+}
+
+void openAudioFile(CommandContext& ctx) {
+  const QString path = ctx.mainFrame->environment().hooks.openFileName(
+      ctx.dialogParent(), QStringLiteral("Open an Audio file"), startFolder(ctx), kWaveFilter);
+  if (path.isEmpty()) return;
+  vandrel::OpenedFile opened = vandrel::readAudioFile(toStd(path), vandrel::sndfileDecoder());
+  if (!opened.ok()) {
+    warn(ctx.dialogParent(), fromStd(opened.message));
+    return;
+  }
+  if (!ctx.document) ctx.mainFrame->newDocument();
+  OpenDocument* doc = ctx.mainFrame->activeDocument();
+  vandrel::applyOpened(doc->doc(), std::move(opened));
+  doc->notifyChanged();
+  ctx.mainFrame->showStatus(QStringLiteral("Audio file %1 opened beside %2")
+                                .arg(QFileInfo(path).fileName(), doc->title()));
+}
+
+void closeDocument(CommandContext& ctx) {
+  OpenDocument& doc = *ctx.document;
+  // One prompt for the document; its other windows then close quietly.
+  if (!ctx.mainFrame->queryCloseWindow(*ctx.childFrame)) return;
+  if (ctx.mainFrame->windowsOf(doc).size() > 1 && doc.isModified()) {
+    const auto answer = showMessage(MessageRequest{ctx.mainFrame, QStringLiteral("Save changes to %1?").arg(doc.title()),
+                                                   {}, QMessageBox::Warning,
+                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, false});
+    if (answer == QMessageBox::Cancel) return;
+    if (answer == QMessageBox::Yes && !ctx.mainFrame->saveDocument(doc, false)) return;
+  }
+  doc.setModified(false);
+  for (CChildFrame* f : ctx.mainFrame->windowsOf(doc)) f->close();
+}
+
+void exportParameters(CommandContext& ctx, vandrel::VdrKind kind) {
+  const QString suggested = fromStd(vandrel::suggestedFileName(kind)) + QStringLiteral(".vdr");
+  const QString folder = startFolder(ctx);
+  QString path = ctx.mainFrame->environment().hooks.saveFileName(
+      ctx.dialogParent(), QStringLiteral("Save As"), folder.isEmpty() ? suggested : folder + "/" + suggested,
+      kVdrFilter);
+  path = withSuffix(path, QStringLiteral(".vdr"));
+  if (path.isEmpty()) return;
+  const std::string error = vandrel::saveVdrFile(toStd(path), ctx.document->doc(), kind);
+  if (!error.empty()) {
+    warn(ctx.dialogParent(), QStringLiteral("The file could not be saved.\n%1").arg(fromStd(error)));
+    return;
+  }
+  ctx.mainFrame->addRecentFile(path);
+  ctx.mainFrame->showStatus(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(path)));
+}
+
+// Synthesizes first when the table changed since the last synthesis.
+void synthesizeIfChanged(CommandContext& ctx) {
+  vandrel::CVandrelDoc& doc = *ctx.doc();
+  if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return;
+  CProgressDialog::run(ctx.dialogParent(), CProgressDialog::kSynthesizing,
+                       [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
+  doc.notifySamplesChanged(vandrel::SampleSlot::kSynthesized);
+  ctx.document->notifyChanged();
+}
+
+void saveAsAudio(CommandContext& ctx) {
+  synthesizeIfChanged(ctx);
+  const vandrel::CVandrelDoc& doc = *ctx.doc();
+  if (doc.synthesized.empty()) {
+    warn(ctx.dialogParent(), QStringLiteral("There is no synthesized sound to save."));
+    return;
+  }
+  QString suggested = QFileInfo(ctx.document->title()).completeBaseName() + QStringLiteral(".wav");
+  const QString folder = startFolder(ctx);
+  if (!folder.isEmpty()) suggested = folder + "/" + suggested;
+  QString path = ctx.mainFrame->environment().hooks.saveFileName(ctx.dialogParent(), QStringLiteral("Save As Audio"),
+                                                                 suggested, kWaveFilter);
+  path = withSuffix(path, QStringLiteral(".wav"));
+  if (path.isEmpty()) return;
+  const std::string error = vandrel::saveWaveFile(toStd(path), doc.synthesized);
+  if (!error.empty()) {
+    warn(ctx.dialogParent(), QStringLiteral("The audio file could not be saved.\n%1").arg(fromStd(error)));
+    return;
+  }
+  ctx.mainFrame->showStatus(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(path)));
+}
+
+QString configProblem(vandrel::ConfigStatus status, const QString& path) {
+  const QString name = QFileInfo(path).fileName();
+  switch (status) {
+    case vandrel::ConfigStatus::kMissing:
+      return QStringLiteral("The file %1 cannot be read.").arg(name);
+    case vandrel::ConfigStatus::kBadVersion:
+      return QStringLiteral("The file %1 was written by a later version of Vandrel and cannot be loaded.").arg(name);
+    case vandrel::ConfigStatus::kBadField:
+      return QStringLiteral("The file %1 is damaged: one of its settings is out of range. Nothing was loaded.")
+          .arg(name);
+    default:
+      return QStringLiteral("The file %1 is not a Vandrel configuration file. Nothing was loaded.").arg(name);
+  }
+}
+
+void loadConfiguration(CommandContext& ctx) {
+  ShellEnvironment& env = ctx.mainFrame->environment();
+  const QString path =
+      env.hooks.openFileName(ctx.dialogParent(), QStringLiteral("Load Configuration"), env.tempFolder, kConfigFilter);
+  if (path.isEmpty()) return;
+  vandrel::ConfigRecord record;
+  const auto status = vandrel::loadConfigFile(toStd(path), record);
+  if (status != vandrel::ConfigStatus::kOk) {
+    warn(ctx.dialogParent(), configProblem(status, path));
+    return;
+  }
+  // The loaded record is the configuration from now on, this run and the next.
+  env.config = record;
+  if (QFileInfo(path).absoluteFilePath() != QFileInfo(env.configPath()).absoluteFilePath()) {
+    const std::string error = vandrel::saveConfigFile(toStd(env.configPath()), record);
+    if (!error.empty())
+      warn(ctx.dialogParent(), QStringLiteral("The configuration could not be kept in the temp folder.\n%1")
+                                   .arg(fromStd(error)));
+  }
+  ctx.mainFrame->showStatus(QStringLiteral("Configuration loaded: new documents start from it"));
+}
+
+void saveConfiguration(CommandContext& ctx) {
+  ShellEnvironment& env = ctx.mainFrame->environment();
+  vandrel::ConfigRecord record = env.config;
+  if (ctx.doc()) vandrel::storeConfig(*ctx.doc(), record);
+  ctx.mainFrame->storePlacement();
+  record.display = env.config.display;
+  QString path = env.hooks.saveFileName(ctx.dialogParent(), QStringLiteral("Save Configuration"),
+                                        QStringLiteral("VandrelConf.cfg"), kConfigFilter);
+  path = withSuffix(path, QStringLiteral(".cfg"));
+  if (path.isEmpty()) return;
+  const std::string error = vandrel::saveConfigFile(toStd(path), record);
+  if (!error.empty()) {
+    warn(ctx.dialogParent(), QStringLiteral("The configuration could not be saved.\n%1").arg(fromStd(error)));
+    return;
+  }
+  ctx.mainFrame->showStatus(QStringLiteral("Configuration saved to %1").arg(QDir::toNativeSeparators(path)));
+}
+
+void revertConfiguration(CommandContext& ctx) {
+  if (!askYesNo(ctx.mainFrame, QStringLiteral("Vandrel will close. Save your file first. Continue?"))) return;
+  ShellEnvironment& env = ctx.mainFrame->environment();
+  QFile::remove(env.configPath());
+  env.config = vandrel::ConfigRecord::defaults();
+  QMetaObject::invokeMethod(ctx.mainFrame, &QWidget::close, Qt::QueuedConnection);
+}
+
+void openRecent(CommandContext& ctx) {
+  const int index = ctx.id - ID_FILE_MRU_FILE1;
+  const QStringList recent = ctx.mainFrame->recentFiles();
+  if (index < 0 || index >= recent.size()) return;
+  const QString path = recent.at(index);
+  if (!ctx.mainFrame->openFile(path)) ctx.mainFrame->removeRecentFile(path);
+}
+
+}  // namespace
+
+bool CMainFrame::openFile(const QString& path) {
+  OpenDocument* active = activeDocument();
+  const vandrel::ParameterSet defaults = active ? active->doc().params() : vandrel::ParameterSet{};
+  vandrel::OpenedFile opened = vandrel::readAnyFile(toStd(path), vandrel::sndfileDecoder(), defaults);
+  if (!opened.ok()) {
+    warn(this, fromStd(opened.message));
+    return false;
+  }
+  if (opened.kind == vandrel::OpenedKind::kAudio) {
+    if (!active) {
+      newDocument();
+      active = activeDocument();
+    }
+    vandrel::applyOpened(active->doc(), std::move(opened));
+    active->notifyChanged();
+    showStatus(QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), active->title()));
+    return true;
+  }
+  auto doc = std::make_shared<OpenDocument>(++untitledCount_);
+  vandrel::applyConfig(env_.config, doc->doc());
+  vandrel::applyOpened(doc->doc(), std::move(opened));
+  doc->setPath(QFileInfo(path).absoluteFilePath());
+  addWindow(std::move(doc));
+  addRecentFile(path);
+  return true;
+}
+
+bool CMainFrame::saveDocument(OpenDocument& document, bool askName) {
+  QString path = document.path();
+  if (askName || path.isEmpty()) {
+    const QString suggested = path.isEmpty() ? document.title() + QStringLiteral(".vdr") : path;
+    path = withSuffix(env_.hooks.saveFileName(this, QStringLiteral("Save As"), suggested, kVdrFilter),
+                      QStringLiteral(".vdr"));
+    if (path.isEmpty()) return false;
+  }
+  const std::string error = vandrel::saveVdrFile(toStd(path), document.doc(), vandrel::VdrKind::kAllParameters);
+  if (!error.empty()) {
+    warn(this, QStringLiteral("The file could not be saved.\n%1").arg(fromStd(error)));
+    return false;
+  }
+  document.setPath(QFileInfo(path).absoluteFilePath());
+  document.setModified(false);
+  addRecentFile(path);
+  return true;
+}
+
+void installFileCommands(CommandRouter& r) {
+  r.setHandler(ID_FILE_NEW, [](CommandContext& ctx) { ctx.mainFrame->newDocument(); });
+  r.setHandler(ID_FILE_OPEN, openDocumentFile);
+  r.setHandler(ID_FILE_OPEN_AUDIO, openAudioFile);
+  r.setHandler(ID_FILE_CLOSE, closeDocument);
+  r.setHandler(ID_FILE_SAVE, [](CommandContext& ctx) { ctx.mainFrame->saveDocument(*ctx.document, false); });
+  r.setHandler(ID_FILE_SAVE_AS, [](CommandContext& ctx) { ctx.mainFrame->saveDocument(*ctx.document, true); });
+  r.setHandler(ID_FILE_SAVE_SELECTED,
+               [](CommandContext& ctx) { exportParameters(ctx, vandrel::VdrKind::kSelectedParameters); });
+  r.setHandler(ID_FILE_SAVE_ALL, [](CommandContext& ctx) { exportParameters(ctx, vandrel::VdrKind::kAllParameters); });
+  r.setHandler(ID_FILE_SAVE_AUDIO, saveAsAudio);
+  r.setHandler(ID_FILE_LOAD_CONFIG, loadConfiguration);
+  r.setHandler(ID_FILE_SAVE_CONFIG, saveConfiguration);
+  r.setHandler(ID_FILE_REVERT_CONFIG, revertConfiguration);
+  r.setHandler(ID_FILE_PRINT_SETUP, [](CommandContext& ctx) {
+    QPageSetupDialog dialog(&ctx.mainFrame->printer(), ctx.dialogParent());
+    dialog.exec();
+  });
+  for (int i = 0; i < kRecentFileCount; ++i) r.setHandler(ID_FILE_MRU_FILE1 + i, openRecent);
+  r.setHandler(ID_APP_EXIT, [](CommandContext& ctx) { ctx.mainFrame->close(); });
+}
+
+}  // namespace vandrel::ui
