@@ -16,20 +16,12 @@
 #include "document/DocObserver.h"
 #include "document/FrameTable.h"
 #include "document/ParameterSet.h"
+#include "editing/UndoHistory.h"
 
 namespace vandrel {
 
 // Where "Add Column" puts the new time; exactly one of the three is chosen.
 enum class AddColumnPlace { kBeginning, kSelectedColumn, kEnd };
-
-// The undo history's place in the document: whole-table snapshots and the
-// index of the current one (-5 until the first snapshot). The editing layer
-// appends and restores.
-struct UndoHistory {
-  static constexpr int kNoSnapshot = -5;
-  std::vector<std::string> snapshots;
-  int current = kNoSnapshot;
-};
 
 class CVandrelDoc {
 public:
@@ -106,6 +98,8 @@ public:
   AddColumnPlace addColumnPlace = AddColumnPlace::kEnd;
   int addSubtractAmount = 0;
 
+  // Whole-table snapshots and the current index (-5 until the first one);
+  // the editing layer appends and restores.
   UndoHistory undo;
 
 private:
