@@ -15,4 +15,7 @@ extern const char* const kSynthHelp;
 int infoCommand(const Args& args);
 extern const char* const kInfoHelp;
 
+int analyseCommand(const Args& args);
+extern const char* const kAnalyseHelp;
+
 }  // namespace vandrel::cli

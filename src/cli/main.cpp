@@ -20,6 +20,8 @@ const Command kCommands[] = {
      "synthesize a parameter table to a WAV file"},
     {"info", vandrel::cli::infoCommand, &vandrel::cli::kInfoHelp,
      "print what a parameter file or an audio file holds"},
+    {"analyse", vandrel::cli::analyseCommand, &vandrel::cli::kAnalyseHelp,
+     "print the pitch and formant tracks of a recording as TSV"},
 };
 
 void usage(std::FILE* to) {
