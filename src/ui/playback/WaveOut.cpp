@@ -59,6 +59,8 @@ public:
     return n;
   }
 
+  std::int64_t writtenFrames() const { return writtenFrames_; }
+
   // Drops every header, marking each done; the next one starts a new stream.
   int clear() {
     const int n = static_cast<int>(entries_.size());
@@ -185,7 +187,15 @@ private:
   void poll() {
     if (!started_ || sink_->state() == QAudio::StoppedState) return;
     const qint64 us = sink_->processedUSecs();
-    const std::int64_t frames = us * format_.sampleRate() / 1000000;
+    std::int64_t frames = us * format_.sampleRate() / 1000000;
+    // The sink's position is the server's read point less an averaged latency,
+    // and once the stream has run dry it stops a few milliseconds short of the
+    // end. When everything has been handed over and the position has stood
+    // still for a few polls, the rest has been heard.
+    stillPolls_ = frames == lastFrames_ ? stillPolls_ + 1 : 0;
+    lastFrames_ = frames;
+    if (stillPolls_ >= 3 && queue_->bytesAvailable() == 0 && sink_->state() == QAudio::IdleState)
+      frames = std::max(frames, queue_->writtenFrames());
     played_->store(frames);
     signalDone(queue_->markPlayed(frames));
   }
@@ -202,6 +212,8 @@ private:
   WaveQueue* queue_;
   QTimer* poll_;
   QAudioSink* sink_ = nullptr;
+  std::int64_t lastFrames_ = -1;
+  int stillPolls_ = 0;
   bool started_ = false;
   bool paused_ = false;
 };

@@ -1,0 +1,285 @@
+// CSoundOut and the Play command against a real sound server: what reaches the
+// sink is recorded and compared with what was played.
+#include <QTest>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <functional>
+
+#include "PulseTestServer.h"
+#include "SignalMatch.h"
+#include "common/Messages.h"
+#include "engine/Synthesizer.h"
+#include "playback/PlayCommand.h"
+#include "playback/SoundOut.h"
+
+namespace vandrel::ui {
+namespace {
+
+using test::kSinkRate;
+using Clock = std::chrono::steady_clock;
+
+test::PulseTestServer* gServer = nullptr;
+
+class PulseEnvironment : public ::testing::Environment {
+public:
+  void SetUp() override {
+    gServer = &server_;
+    const std::string why = server_.start();
+    ASSERT_TRUE(why.empty()) << why;
+  }
+  void TearDown() override {
+    closeSharedPlayer();
+    server_.stop();
+  }
+
+private:
+  test::PulseTestServer server_;
+};
+
+[[maybe_unused]] ::testing::Environment* const gEnv =
+    ::testing::AddGlobalTestEnvironment(new PulseEnvironment);
+
+// Waits (serving the interface thread's events) until `done` or `ms` passed.
+bool waitFor(const std::function<bool()>& done, int ms) {
+  const auto end = Clock::now() + std::chrono::milliseconds(ms);
+  while (!done()) {
+    if (Clock::now() > end) return false;
+    QTest::qWait(5);
+  }
+  return true;
+}
+
+class SoundTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    setMessagePresenter([this](const MessageRequest& r) {
+      messages.push_back(r.text);
+      return QMessageBox::Ok;
+    });
+    ASSERT_TRUE(capture.start()) << "parec recorded nothing from the test sink";
+  }
+  void TearDown() override {
+    capture.stop();
+    setMessagePresenter({});
+  }
+
+  // Lets the server play out what it holds, then stops recording.
+  std::vector<std::int16_t> finishRecording(int settleMs = 400) {
+    QTest::qWait(settleMs);
+    capture.stop();
+    return capture.samples();
+  }
+
+  static double ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
+
+  test::MonitorCapture capture;
+  QStringList messages;
+};
+
+// ---- CSoundOut ----------------------------------------------------------
+
+TEST_F(SoundTest, WholeBlockPlaysTheSamplesAsGiven) {
+  const auto tone = test::fadedTone(440.0, kSinkRate, 1.0);
+  CSoundOut player;
+  ASSERT_TRUE(player.SetSource(tone, 0, tone.size(), kSinkRate, true, nullptr));
+  const auto t = Clock::now();
+  ASSERT_EQ(player.Start(), kSoundNoError);
+  EXPECT_EQ(player.Restart(), kSoundNoError);
+  EXPECT_TRUE(waitFor([&] { return player.PlayPosition() >= static_cast<std::int64_t>(tone.size()); }, 4000))
+      << "position stopped at " << player.PlayPosition();
+  const auto cap = finishRecording();
+  player.Close();
+
+  const auto onset = test::firstSound(cap);
+  ASSERT_GE(onset, 0) << "nothing reached the sink";
+  const auto m = test::locate(cap, tone, 1, onset, 200, 4096);
+  EXPECT_GT(test::ncc(cap, tone, m.lag, 1, tone.size()), 0.9999);
+  EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+  std::printf("[ whole block ] 440 Hz, 1 s: correlation %.6f; start to sink %.1f ms\n",
+              test::ncc(cap, tone, m.lag, 1, tone.size()), ms(capture.timeOf(m.lag) - t));
+}
+
+TEST_F(SoundTest, StreamedPlaysEveryBufferInOrderAndKeepsTheLeftoverTail) {
+  // 1 s at 22050 Hz is 4.9 buffers of 4515 samples: two written at Start, three
+  // refills, the last one 525 slots past the end.
+  const auto tone = test::fadedTone(440.0, kSinkRate, 1.0);
+  QWidget view;
+  view.resize(200, 50);
+  CSoundOut player;
+  ASSERT_TRUE(player.SetSource(tone, 0, tone.size(), kSinkRate, false, &view));
+  ASSERT_EQ(player.SamplesPerBuffer(), 4515);
+  player.SetMarker(&view, QRect(10, 5, 100, 20));
+  const QRect firstStrip = player.MarkerStrip();
+
+  ASSERT_EQ(player.Start(), kSoundNoError);
+  std::vector<int> stripX;
+  const bool ended = waitFor(
+      [&] {
+        const QRect s = player.MarkerStrip();
+        if (!s.isNull() && (stripX.empty() || stripX.back() != s.x())) stripX.push_back(s.x());
+        return !player.IsPlaying();
+      },
+      5000);
+  EXPECT_TRUE(ended) << "streamed playback did not end by itself; position " << player.PlayPosition();
+  const auto cap = finishRecording(200);
+  player.Close();
+
+  const auto n = static_cast<std::int64_t>(tone.size());
+  const std::int64_t spb = player.SamplesPerBuffer();
+  const auto onset = test::firstSound(cap);
+  ASSERT_GE(onset, 0) << "nothing reached the sink";
+  const auto m = test::locate(cap, tone, 1, onset, 200, 4096);
+  const double whole = test::ncc(cap, tone, m.lag, 1, tone.size());
+  EXPECT_GT(whole, 0.9999);
+
+  // The slots of the last buffer past the end still hold what that buffer
+  // carried two buffers earlier, and they are played.
+  const std::int64_t buffers = (n + spb - 1) / spb;
+  const std::int64_t tail = buffers * spb - n;
+  ASSERT_GT(tail, 0);
+  const std::span<const std::int16_t> earlier(tone.data() + n - 2 * spb, static_cast<std::size_t>(tail));
+  const double tailMatch = test::ncc(cap, earlier, m.lag + n, 1, earlier.size());
+  EXPECT_GT(tailMatch, 0.999);
+  EXPECT_EQ(player.RefillCount(), buffers - 2);
+
+  // The marker starts at the rectangle's left edge and moves right by one step
+  // for each buffer heard but the last (playback ends there), without leaving
+  // the rectangle.
+  EXPECT_EQ(firstStrip, QRect(10, 5, 1, 20));
+  ASSERT_FALSE(stripX.empty());
+  EXPECT_TRUE(std::is_sorted(stripX.begin(), stripX.end()));
+  EXPECT_GE(stripX.front(), 10);
+  EXPECT_LT(stripX.back(), 110);
+  EXPECT_EQ(static_cast<std::int64_t>(stripX.size()), buffers);
+  EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+  std::printf("[ streamed ] 440 Hz, 1 s: correlation %.6f, tail %.6f, refills %d\n", whole, tailMatch,
+              player.RefillCount());
+}
+
+// ---- The Play command ---------------------------------------------------
+
+TEST_F(SoundTest, PlayCurrentAfterAnEditSynthesizesFirst) {
+  CVandrelDoc doc;
+  ASSERT_TRUE(synthesize(doc));
+  const SampleSet before = doc.synthesized;
+  for (int c = 0; c < doc.table.columns(); ++c) doc.table.setValue(kF1, c, 750.0);
+  doc.changedSinceSynthesis = true;  // what every table edit leaves behind
+
+  std::unique_ptr<CSoundOut> player;
+  ASSERT_EQ(playCommand(doc, PlayWhich::Current, player, nullptr), kSoundNoError);
+  EXPECT_FALSE(doc.changedSinceSynthesis);
+  EXPECT_NE(doc.synthesized.samples, before.samples);
+  EXPECT_EQ(doc.previous, before);
+  ASSERT_TRUE(player);
+  EXPECT_EQ(player->SampleRate(), 11025);
+
+  const auto& played = doc.synthesized.samples;
+  EXPECT_TRUE(waitFor([&] { return player->PlayPosition() >= static_cast<std::int64_t>(played.size()); }, 3000));
+  const auto cap = finishRecording();
+  player.reset();
+
+  // The server resamples 11025 Hz to the sink's 22050 Hz: compare every second
+  // recorded sample with the new buffer, and make sure it is not the old one.
+  const auto onset = test::firstSound(cap);
+  ASSERT_GE(onset, 0) << "nothing reached the sink";
+  const auto m = test::locate(cap, played, 2, onset, 200, 1024);
+  const double now = test::ncc(cap, played, m.lag, 2, played.size());
+  const double old = test::ncc(cap, before.samples, m.lag, 2, before.samples.size());
+  EXPECT_GT(now, 0.95);
+  EXPECT_LT(old, now - 0.1);
+  EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+  std::printf("[ play current ] 11025 Hz vowel: correlation %.4f with the new buffer, %.4f with the old\n", now,
+              old);
+}
+
+TEST_F(SoundTest, PlayDuringPlaybackStopsTheFirstSoundAndStartsTheSecondFromItsBeginning) {
+  CVandrelDoc doc;
+  doc.audio.samples = test::fadedTone(440.0, kSinkRate, 3.0);
+  doc.audio.sampleRate = kSinkRate;
+  doc.previous.samples = test::fadedTone(659.0, kSinkRate, 0.6, 9000.0);
+  doc.previous.sampleRate = kSinkRate;
+  const auto& first = doc.audio.samples;
+  const auto& second = doc.previous.samples;
+
+  std::unique_ptr<CSoundOut> player;
+  ASSERT_EQ(playCommand(doc, PlayWhich::Audio, player, nullptr), kSoundNoError);
+  ASSERT_TRUE(waitFor([&] { return player->PlayPosition() >= kSinkRate / 2; }, 3000));
+  ASSERT_EQ(playCommand(doc, PlayWhich::Previous, player, nullptr), kSoundNoError);
+  EXPECT_TRUE(waitFor([&] { return player->PlayPosition() >= static_cast<std::int64_t>(second.size()); }, 3000));
+  const auto cap = finishRecording(600);
+  player.reset();
+
+  const auto onset1 = test::firstSound(cap);
+  ASSERT_GE(onset1, 0);
+  const auto m1 = test::locate(cap, first, 1, onset1, 200, 4096);
+  ASSERT_GT(m1.ncc, 0.999);
+  // The second sound begins where the first stops; search after its start.
+  test::Match m2;
+  for (std::int64_t lag = m1.lag + kSinkRate / 4; lag < static_cast<std::int64_t>(cap.size()); lag += 64) {
+    const auto c = test::locate(cap, second, 1, lag, 32, 2048);
+    if (c.ncc > m2.ncc) m2 = c;
+    if (m2.ncc > 0.999) break;
+  }
+  ASSERT_GT(m2.ncc, 0.99) << "the second sound's beginning is not in the recording";
+  m2 = test::locate(cap, second, 1, m2.lag, 64, second.size());
+
+  const auto playedFirst = m2.lag - m1.lag;
+  EXPECT_LT(playedFirst, static_cast<std::int64_t>(first.size())) << "the first sound was not cut";
+  // Until the second starts the recording is the first from its beginning;
+  // from then on it is the second alone (no mixing with the first) ...
+  EXPECT_GT(test::ncc(cap, first, m1.lag, 1, static_cast<std::size_t>(playedFirst) - 2048), 0.999);
+  EXPECT_GT(m2.ncc, 0.999);
+  // ... and after it, silence: the first sound did not come back.
+  const auto after = m2.lag + static_cast<std::int64_t>(second.size());
+  EXPECT_EQ(test::firstSound(cap, after + 64), -1);
+  EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+  std::printf("[ replay ] first cut after %.0f ms; second from its start, correlation %.6f\n",
+              1000.0 * static_cast<double>(playedFirst) / kSinkRate, m2.ncc);
+}
+
+TEST_F(SoundTest, EmptySetPlaysNothingAndSaysNothing) {
+  CVandrelDoc doc;  // no audio file opened
+  std::unique_ptr<CSoundOut> player;
+  EXPECT_EQ(playCommand(doc, PlayWhich::Audio, player, nullptr), kSoundNoError);
+  ASSERT_TRUE(player);
+  EXPECT_FALSE(player->IsPlaying());
+  const auto cap = finishRecording(300);
+  EXPECT_EQ(test::firstSound(cap), -1);
+  EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+}
+
+// Play Current on a 10-second table, from the command to the first sample at
+// the sink, synthesis included. Reported, not asserted.
+TEST_F(SoundTest, TenSecondTableStartLatency) {
+  CVandrelDoc doc;
+  doc.params().fileLengthMs = 10000.0;
+  doc.params().frameCount = 1000;
+  doc.table.reset(1000, doc.params());
+  doc.changedSinceSynthesis = true;
+
+  std::unique_ptr<CSoundOut> player;
+  const auto t0 = Clock::now();
+  ASSERT_EQ(playCommand(doc, PlayWhich::Current, player, nullptr), kSoundNoError);
+  const auto t1 = Clock::now();
+  ASSERT_EQ(doc.synthesized.samples.size(), 110250u);
+  waitFor([&] { return player->PlayPosition() >= 11025; }, 3000);
+  const auto cap = finishRecording(100);
+  player.reset();
+
+  const auto& played = doc.synthesized.samples;
+  const auto onset = test::firstSound(cap);
+  ASSERT_GE(onset, 0) << "nothing reached the sink";
+  const auto m = test::locate(cap, played, 2, onset, 200, 2048);
+  EXPECT_GT(test::ncc(cap, played, m.lag, 2, 8000), 0.95);
+  const double latency = ms(capture.timeOf(m.lag) - t0);
+  std::printf("[ latency ] 10 s table: command returned after %.1f ms; first sample at the sink after %.1f ms "
+              "(correlation %.4f)\n",
+              ms(t1 - t0), latency, m.ncc);
+  RecordProperty("start_latency_ms", std::to_string(latency));
+}
+
+}  // namespace
+}  // namespace vandrel::ui
