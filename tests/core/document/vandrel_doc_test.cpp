@@ -154,15 +154,13 @@ TEST(CVandrelDocTest, BlankDocumentState) {
   CVandrelDoc doc;
   doc.markEdited();
   doc.rowsInUse = 3;
-  doc.undo.snapshots.push_back("x");
-  doc.undo.current = 0;
+  doc.addSubtractAmount = 5;
   doc.initialise();
   EXPECT_TRUE(doc.tableUntouched());
   EXPECT_FALSE(doc.modified);
   EXPECT_TRUE(doc.changedSinceSynthesis);
   EXPECT_EQ(doc.rowsInUse, kParamCount);
-  EXPECT_EQ(doc.undo.current, -5);
-  EXPECT_TRUE(doc.undo.snapshots.empty());
+  EXPECT_EQ(doc.addSubtractAmount, 0);
   EXPECT_EQ(doc.addColumnPlace, AddColumnPlace::kEnd);
   EXPECT_EQ(doc.table.columns(), 20);
 }
