@@ -37,8 +37,10 @@ int playCommand(CVandrelDoc& doc, PlayWhich which, std::unique_ptr<CSoundOut>& p
   if (!player->SetSource(set.samples, 0, set.samples.size(), static_cast<int>(set.sampleRate), true, view))
     return kSoundNoMemory;
   const int rc = player->Start();
-  if (rc != kSoundNoError) return rc;
-  return player->Restart();
+  // Harmless on a running sound; on a player that could not start (no device)
+  // it has nothing to act on, and that is not news for the caller.
+  player->Restart();
+  return rc;
 }
 
 std::unique_ptr<CSoundOut>& sharedPlayer() {
