@@ -1,0 +1,32 @@
+#include "editing/AddSubtract.h"
+
+#include <cmath>
+
+#include "editing/AfterEdit.h"
+#include "editing/BlockWalk.h"
+
+namespace vandrel {
+
+void addSubtract(CVandrelDoc& doc, TableViewState& view, int amount) {
+  doc.addSubtractAmount = amount;
+  afterEditStep(doc, view);
+
+  FrameTable& t = doc.table;
+  const double add = amount;
+  TableSelection& sel = view.selection;
+  if (sel.kind == SelectionKind::kRow) {
+    if (sel.row >= 0 && sel.row < t.rows() && t.columns() > 0) {
+      double* row = t.row(sel.row);
+      for (int c = 0; c < t.columns(); ++c) row[c] = std::trunc(row[c]) + add;
+      const CellRange cells{sel.row, sel.row, 0, t.columns() - 1};
+      doc.undo.noteChanged(cells);
+      doc.notifyCellsChanged(cells);
+    }
+  } else {
+    forColumnOrBlock(doc, sel, [&](int r, int c) { t.setValue(r, c, std::trunc(t.value(r, c)) + add); });
+  }
+  doc.markEdited();
+  view.tableChanged = true;
+}
+
+}  // namespace vandrel

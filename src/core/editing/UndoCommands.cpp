@@ -1,0 +1,33 @@
+#include "editing/UndoCommands.h"
+
+#include <algorithm>
+
+namespace vandrel {
+
+UndoStatus restoreSnapshot(CVandrelDoc& doc, TableViewState& view, int index) {
+  const int before = doc.table.columns();
+  if (!doc.undo.restore(index, doc.table)) return UndoStatus::kInvalidArgument;
+  ParameterSet& ps = doc.params();
+  if (doc.table.columns() != before) {
+    ps.frameCount = doc.table.columns();
+    ps.fileLengthMs = static_cast<double>(ps.frameCount) * ps.intervalMs;
+    doc.notifyStructureChanged();
+  } else if (before > 0) {
+    doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, before - 1});
+  }
+  doc.markEdited();
+  view.tableChanged = false;
+  return UndoStatus::kRestored;
+}
+
+UndoStatus undoCommand(CVandrelDoc& doc, TableViewState& view) {
+  doc.undo.setCurrent(std::max(doc.undo.current() - 1, 0));
+  return restoreSnapshot(doc, view, doc.undo.current());
+}
+
+UndoStatus redoCommand(CVandrelDoc& doc, TableViewState& view) {
+  doc.undo.setCurrent(std::min(doc.undo.current() + 1, doc.undo.count() - 1));
+  return restoreSnapshot(doc, view, doc.undo.current());
+}
+
+}  // namespace vandrel
