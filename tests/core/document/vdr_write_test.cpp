@@ -56,11 +56,6 @@ TEST(VdrWriterTest, DefaultDocumentAfterOneSynthesis) {
   EXPECT_EQ(writeVdr(doc, VdrKind::kSelectedParameters), kHead + kSelectedNames + repeat(kSelectedDefaults, 20));
 }
 
-TEST(VdrWriterTest, SuggestedNames) {
-  EXPECT_EQ(suggestedFileName(VdrKind::kAllParameters), "All_Parameters");
-  EXPECT_EQ(suggestedFileName(VdrKind::kSelectedParameters), "Sel_Parameters");
-}
-
 // The anchor section: "name,column" entries in row order, then frame order,
 // a line end after every tenth, and one more at the end.
 TEST(VdrWriterTest, AnchorSectionTenPerLine) {
@@ -98,13 +93,6 @@ TEST(VdrWriterTest, AnchorEntriesInRowThenFrameOrder) {
   doc.table.setAnchor(kF0, 1, true);
   const std::string text = writeVdr(doc, VdrKind::kAllParameters);
   EXPECT_NE(text.find("1\t1\t0\t0\t1\t0\t0\t0\t\r\nf0,1\tf0,5\tf1,2\tgain,0\t\r\nf0\tav\t"), std::string::npos);
-}
-
-TEST(VdrWriterTest, NoAnchorSectionWithoutAnchors) {
-  CVandrelDoc doc;
-  const std::string text = writeVdr(doc, VdrKind::kAllParameters);
-  EXPECT_EQ(text.find(','), std::string::npos);
-  EXPECT_NE(text.find("1\t1\t0\t0\t1\t0\t0\t0\t\r\nf0\tav\t"), std::string::npos);
 }
 
 // A selected-parameters file lists only the anchors of shown rows, while
@@ -161,12 +149,6 @@ TEST(VdrWriterTest, ColoursAsRedGreenBlue) {
   const std::string text = writeVdr(doc, VdrKind::kAllParameters);
   EXPECT_NE(text.find("\r\n1\t2\t3\t255\t"), std::string::npos);
   EXPECT_NE(text.find("\t255\t200\t120\t48\t32\t16\t\r\n"), std::string::npos);
-}
-
-TEST(VdrWriterTest, ParallelOnlyMethod) {
-  CVandrelDoc doc;
-  doc.params().cascadeParallel = 0;
-  EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters).substr(kTiming.size(), 6), "0\t0\t0\t");
 }
 
 // Saving replaces the file in one step; a save that cannot be made leaves
