@@ -4,12 +4,11 @@
 //   X[k] = sum_n x[n] e^(-2 pi i k n / N),   N = 2^m, no scaling either way.
 //
 // There is no inverse: the cepstrum applies the same forward transform twice.
-// Each object keeps, per order, the bit-reversal swaps and every stage's
+// Each object keeps, per order, the bit-reversal permutation and every stage's
 // twiddles, so a transform allocates only the first time an order is used.
 
 #include <array>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 namespace vandrel {
@@ -27,13 +26,14 @@ public:
 private:
   struct Order {
     bool ready = false;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> swaps;
+    std::vector<std::uint32_t> rev;  // bit-reversed index of each position
     // The twiddles of the stage with half span h sit at [h - 1, 2h - 1).
     std::vector<double> wr, wi;
   };
   const Order& tables(int m);
 
   std::array<Order, kMaxOrder + 1> orders_;
+  std::vector<double> scratchRe_, scratchIm_;  // the permuted first stage
 };
 
 }  // namespace vandrel

@@ -62,6 +62,63 @@ TEST(CMathFuncFftTest, MatchesDirectDftForEveryPowerOfTwo) {
   }
 }
 
+// The transform in its plainest loop order: bit reversal by swaps, then per
+// stage one twiddle value at a time over the whole array, the twiddle
+// advanced by a complex multiplication.
+void plainFft(std::vector<double>& re, std::vector<double>& im) {
+  const std::size_t n = re.size();
+  for (std::size_t i = 0, j = 0; i + 1 < n; ++i) {
+    if (i < j) {
+      std::swap(re[i], re[j]);
+      std::swap(im[i], im[j]);
+    }
+    std::size_t k = n / 2;
+    while (k <= j) {
+      j -= k;
+      k /= 2;
+    }
+    j += k;
+  }
+  for (std::size_t le = 2; le <= n; le *= 2) {
+    const std::size_t h = le / 2;
+    const double wr = std::cos(CMathFunc::kPi / static_cast<double>(h)), wi = -std::sin(CMathFunc::kPi / static_cast<double>(h));
+    double ur = 1.0, ui = 0.0;
+    for (std::size_t j = 0; j < h; ++j) {
+      for (std::size_t i = j; i < n; i += le) {
+        const std::size_t p = i + h;
+        const double tr = re[p] * ur - im[p] * ui, ti = re[p] * ui + im[p] * ur;
+        re[p] = re[i] - tr;
+        im[p] = im[i] - ti;
+        re[i] += tr;
+        im[i] += ti;
+      }
+      const double t = ur * wr - ui * wi;
+      ui = ur * wi + ui * wr;
+      ur = t;
+    }
+  }
+}
+
+TEST(CMathFuncFftTest, ReorderedLoopsGiveThePlainLoopsResultsExactly) {
+  std::mt19937 gen(99);
+  std::uniform_real_distribution<double> dist(-1000.0, 1000.0);
+  CMathFunc math;
+  for (int m = 1; m <= 13; ++m) {
+    SCOPED_TRACE(m);
+    const std::size_t n = std::size_t{1} << m;
+    std::vector<double> re(n), im(n);
+    for (std::size_t i = 0; i < n; ++i) {
+      re[i] = dist(gen);
+      im[i] = dist(gen);
+    }
+    auto pre = re, pim = im;
+    plainFft(pre, pim);
+    math.fft(re.data(), im.data(), m);
+    EXPECT_EQ(re, pre);
+    EXPECT_EQ(im, pim);
+  }
+}
+
 TEST(CMathFuncFftTest, TwoObjectsAndRepeatedOrdersGiveIdenticalResults) {
   CMathFunc a, b;
   std::vector<double> re1(1024), im1(1024, 0.0);
