@@ -31,8 +31,8 @@ void printParameters(const std::string& path, const VdrContent& c) {
   const int frames = c.table.columns();
   std::printf("%s: parameter file (%s)\n", path.c_str(),
               c.writtenCount == kParamCount ? "all parameters" : "selected parameters");
-  std::printf("  timing:   %d ms, %d frames of %d ms, sample rate %d Hz\n", c.fileLengthMs, frames, c.intervalMs,
-              c.sampleRate);
+  std::printf("  timing:   %d ms, %d frames of %d ms, sample rate %d Hz\n", c.fileLengthMs, frames,
+              c.intervalMs, c.sampleRate);
   std::printf("  method:   %s\n", c.cascadeParallel != 0 ? "Cascade_Parallel" : "Parrallel only");
 
   auto rowList = [](const std::array<bool, kParamCount>& on) {
@@ -51,14 +51,16 @@ void printParameters(const std::string& path, const VdrContent& c) {
 
   const int listed = c.table.anchorCount();
   std::printf("  anchors:  %d", listed);
-  if (listed != c.anchorCount) std::printf(" listed, %d counted (the others are in rows not written)", c.anchorCount);
+  if (listed != c.anchorCount)
+    std::printf(" listed, %d counted (the others are in rows not written)", c.anchorCount);
   std::printf("\n");
   for (int r = 0; r < kParamCount; ++r) {
     std::string cols;
     for (int col = 0; col < frames; ++col)
       if (c.table.anchor(r, col)) cols += " " + std::to_string(col);
-    if (!cols.empty()) std::printf("    %-5s at frames%s\n", builtinParams()[static_cast<std::size_t>(r)].name.data(),
-                                   cols.c_str());
+    if (!cols.empty())
+      std::printf("    %-5s at frames%s\n", builtinParams()[static_cast<std::size_t>(r)].name.data(),
+                  cols.c_str());
   }
 
   std::printf("  colours: ");
@@ -78,8 +80,8 @@ void printAudio(const std::string& path, const OpenedFile& f) {
               f.by == OpenedBy::kWaveReader ? "16-bit mono PCM WAV" : "decoded to 16-bit mono");
   std::printf("  rate:     %.0f Hz\n", a.sampleRate);
   std::printf("  samples:  %zu\n", a.samples.size());
-  std::printf("  duration: %.1f ms\n", a.sampleRate > 0 ? static_cast<double>(a.samples.size()) * 1000.0 / a.sampleRate
-                                                         : 0.0);
+  std::printf("  duration: %.1f ms\n",
+              a.sampleRate > 0 ? static_cast<double>(a.samples.size()) * 1000.0 / a.sampleRate : 0.0);
   std::printf("  peak:     %d (%.1f dBFS)\n", peak, peak > 0 ? 20.0 * std::log10(peak / 32768.0) : -INFINITY);
 }
 
@@ -93,9 +95,14 @@ int infoCommand(const Args& args) {
   const std::string& path = args[0];
   const OpenedFile f = readAnyFile(path, sndfileDecoder(), ParameterSet{});
   switch (f.kind) {
-    case OpenedKind::kParameters: printParameters(path, f.parameters); return 0;
-    case OpenedKind::kAudio: printAudio(path, f); return 0;
-    case OpenedKind::kNothing: break;
+    case OpenedKind::kParameters:
+      printParameters(path, f.parameters);
+      return 0;
+    case OpenedKind::kAudio:
+      printAudio(path, f);
+      return 0;
+    case OpenedKind::kNothing:
+      break;
   }
   std::fprintf(stderr, "vandrel-cli info: %s: %s\n", path.c_str(), f.message.c_str());
   if (!f.detail.empty() && f.detail != f.message) std::fprintf(stderr, "  (%s)\n", f.detail.c_str());

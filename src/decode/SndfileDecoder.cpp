@@ -38,7 +38,8 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path) {
     constexpr sf_count_t kBlock = 4096;
     std::vector<double> block(static_cast<std::size_t>(kBlock) * channels);
     SampleSet set;
-    if (info.frames > 0) set.samples.reserve(static_cast<std::size_t>(std::min<sf_count_t>(info.frames, 1 << 26)));
+    if (info.frames > 0)
+      set.samples.reserve(static_cast<std::size_t>(std::min<sf_count_t>(info.frames, 1 << 26)));
     for (;;) {
       const sf_count_t got = sf_readf_double(file.get(), block.data(), kBlock);
       if (got <= 0) break;

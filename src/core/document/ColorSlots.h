@@ -15,14 +15,14 @@ inline constexpr int kGroupCount = 8;
 // Groups in the order their rows first appear in the table, which is also the
 // order of the parameters dialog and of the colour buttons.
 enum ParamGroup : int {
-  kGroupSource,             // f0 av ah af tl
-  kGroupFormants,           // f8 .. f1
-  kGroupCascadeBandwidths,  // b8 .. b1
-  kGroupBypass,             // ab
-  kGroupParallelAmps,       // a8f .. a1f
-  kGroupParallelBandwidths, // b8f .. b1f
-  kGroupNasal,              // fnz bnz fnp bnp
-  kGroupRemaining,          // oq anv apv atu skew gain
+  kGroupSource,              // f0 av ah af tl
+  kGroupFormants,            // f8 .. f1
+  kGroupCascadeBandwidths,   // b8 .. b1
+  kGroupBypass,              // ab
+  kGroupParallelAmps,        // a8f .. a1f
+  kGroupParallelBandwidths,  // b8f .. b1f
+  kGroupNasal,               // fnz bnz fnp bnp
+  kGroupRemaining,           // oq anv apv atu skew gain
 };
 
 inline constexpr int kAnchorColorSlot = 8;
@@ -53,9 +53,7 @@ constexpr int blueOf(Colorref c) { return static_cast<int>((c >> 16) & 0xFFu); }
 // Every row starts white, like its parameter; anchors stand out in a light
 // orange, the selection in a light blue.
 inline constexpr ColorSlots kDefaultColors = {
-    kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, kWhite,
-    rgb(255, 200, 120),
-    rgb(180, 210, 255),
+    kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, rgb(255, 200, 120), rgb(180, 210, 255),
 };
 
 }  // namespace vandrel

@@ -19,7 +19,7 @@ struct CellRange {
 enum class SampleSlot { kSynthesized, kPrevious, kAudio };
 
 class DocObserver {
-public:
+ public:
   virtual ~DocObserver() = default;
 
   // Values or anchor flags of these cells changed; the table's shape did not.

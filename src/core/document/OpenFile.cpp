@@ -57,7 +57,8 @@ bool tryAudio(const std::string& path, const AudioDecoder& secondCheck, OpenedFi
 
 }  // namespace
 
-OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck, const ParameterSet& defaults) {
+OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck,
+                       const ParameterSet& defaults) {
   OpenedFile out;
   if (!readable(path, out)) return out;
   if (tryAudio(path, secondCheck, out)) return out;
@@ -88,9 +89,14 @@ OpenedFile readAudioFile(const std::string& path, const AudioDecoder& secondChec
 
 void applyOpened(CVandrelDoc& doc, OpenedFile opened) {
   switch (opened.kind) {
-    case OpenedKind::kNothing: return;
-    case OpenedKind::kAudio: doc.attachAudio(std::move(opened.audio)); return;
-    case OpenedKind::kParameters: loadVdr(doc, std::move(opened.parameters)); return;
+    case OpenedKind::kNothing:
+      return;
+    case OpenedKind::kAudio:
+      doc.attachAudio(std::move(opened.audio));
+      return;
+    case OpenedKind::kParameters:
+      loadVdr(doc, std::move(opened.parameters));
+      return;
   }
 }
 

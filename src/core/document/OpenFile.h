@@ -45,7 +45,8 @@ struct OpenedFile {
 
 // The document's open command: all three readers in turn. `defaults` gives
 // the values of rows a selected-parameters file leaves out.
-OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck, const ParameterSet& defaults);
+OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck,
+                       const ParameterSet& defaults);
 
 // "Open an audio file...": the two audio readers only.
 OpenedFile readAudioFile(const std::string& path, const AudioDecoder& secondCheck);

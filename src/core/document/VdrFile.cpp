@@ -25,7 +25,7 @@ std::int32_t truncateToInt32(double v) {
 }
 
 class TextOut {
-public:
+ public:
   explicit TextOut(std::string& s) : s_(s) {}
 
   void value(std::int64_t v) {
@@ -40,13 +40,13 @@ public:
   }
   void endLine() { s_.append("\r\n"); }
 
-private:
+ private:
   std::string& s_;
 };
 
 // Lines 4 and 5 break after every tenth entry and end with one more line end.
 class TenPerLine {
-public:
+ public:
   explicit TenPerLine(TextOut& out) : out_(out) {}
   void value(std::int64_t v) {
     out_.value(v);
@@ -58,7 +58,7 @@ public:
   }
   void finish() { out_.endLine(); }
 
-private:
+ private:
   void counted() {
     if (++n_ % 10 == 0) out_.endLine();
   }
@@ -87,7 +87,8 @@ void splitFields(std::string_view text, std::vector<std::string_view>& out) {
   std::size_t start = 0;
   for (;;) {
     const std::size_t tab = text.find('\t', start);
-    out.push_back(trim(text.substr(start, tab == std::string_view::npos ? std::string_view::npos : tab - start)));
+    out.push_back(
+        trim(text.substr(start, tab == std::string_view::npos ? std::string_view::npos : tab - start)));
     if (tab == std::string_view::npos) break;
     start = tab + 1;
   }
@@ -97,7 +98,7 @@ void splitFields(std::string_view text, std::vector<std::string_view>& out) {
 // Cuts the text at CR LF, LF or a lone CR. Text after the last line end is a
 // line of its own (a missing final line end is tolerated).
 class LineReader {
-public:
+ public:
   explicit LineReader(std::string_view text) : text_(text) {
     if (text_.substr(0, 3) == "\xEF\xBB\xBF") text_.remove_prefix(3);
   }
@@ -112,7 +113,8 @@ public:
     while (end < text_.size() && text_[end] != '\r' && text_[end] != '\n') ++end;
     splitFields(text_.substr(pos_, end - pos_), line.fields);
     line.number = ++number_;
-    if (end < text_.size()) end += (text_[end] == '\r' && end + 1 < text_.size() && text_[end + 1] == '\n') ? 2 : 1;
+    if (end < text_.size())
+      end += (text_[end] == '\r' && end + 1 < text_.size() && text_[end + 1] == '\n') ? 2 : 1;
     pos_ = end;
     return true;
   }
@@ -137,7 +139,7 @@ public:
     return got;
   }
 
-private:
+ private:
   std::string_view text_;
   std::size_t pos_ = 0;
   std::size_t number_ = 0;
@@ -179,7 +181,7 @@ struct Failure {
 };
 
 class Parser {
-public:
+ public:
   Parser(std::string_view text, const ParameterSet& defaults) : in_(text), defaults_(defaults) {}
 
   VdrReadResult run() {
@@ -198,7 +200,7 @@ public:
     return r;
   }
 
-private:
+ private:
   [[noreturn]] void fail(std::size_t line, const std::string& why) {
     throw Failure{VdrError::kNotRecognized, "line " + std::to_string(line) + ": " + why};
   }
@@ -268,7 +270,8 @@ private:
     for (std::string_view name : header.fields) {
       const auto row = paramIndex(name);
       if (!row) fail(header.number, "'" + std::string(name.substr(0, 40)) + "' is not a parameter name");
-      if (c.written[static_cast<std::size_t>(*row)]) fail(header.number, std::string(name) + " is named twice");
+      if (c.written[static_cast<std::size_t>(*row)])
+        fail(header.number, std::string(name) + " is named twice");
       c.written[static_cast<std::size_t>(*row)] = true;
       columnRow.push_back(*row);
     }
@@ -278,7 +281,8 @@ private:
     Line rest;
     while (in_.next(rest))
       if (!rest.empty())
-        fail(rest.number, "more data lines than the " + std::to_string(frames) + " frames of the timing line");
+        fail(rest.number,
+             "more data lines than the " + std::to_string(frames) + " frames of the timing line");
 
     checkAnchors(c, anchors, frames);
   }
@@ -323,15 +327,15 @@ private:
     // The lines must be there before the table is made, so a timing line
     // cannot ask for more memory than the file has lines.
     if (in_.remaining() < static_cast<std::size_t>(frames))
-      fail(in_.lineNumber() + in_.remaining() + 1,
-           "the file ends after " + std::to_string(in_.remaining()) + " of " + std::to_string(frames) + " frames");
+      fail(in_.lineNumber() + in_.remaining() + 1, "the file ends after " + std::to_string(in_.remaining()) +
+                                                       " of " + std::to_string(frames) + " frames");
     c.table.reset(frames, defaults_);
     Line l;
     for (int f = 0; f < frames; ++f) {
       in_.next(l);
       if (l.fields.size() != columnRow.size())
-        fail(l.number, std::to_string(columnRow.size()) + " values expected, " + std::to_string(l.fields.size()) +
-                           " found");
+        fail(l.number, std::to_string(columnRow.size()) + " values expected, " +
+                           std::to_string(l.fields.size()) + " found");
       for (std::size_t k = 0; k < columnRow.size(); ++k)
         c.table.setValue(columnRow[k], f, static_cast<double>(number(l, k)));
     }
@@ -447,9 +451,12 @@ std::string saveVdrFile(const std::string& path, const CVandrelDoc& doc, VdrKind
 
 std::string_view VdrReadResult::message() const {
   switch (error) {
-    case VdrError::kNone: return {};
-    case VdrError::kWrongAnchorCount: return kMsgWrongAnchorCount;
-    case VdrError::kNotRecognized: break;
+    case VdrError::kNone:
+      return {};
+    case VdrError::kWrongAnchorCount:
+      return kMsgWrongAnchorCount;
+    case VdrError::kNotRecognized:
+      break;
   }
   return kMsgFileTypeNotRecognized;
 }

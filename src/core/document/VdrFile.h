@@ -53,12 +53,12 @@ struct VdrContent {
   std::int32_t sampleRate = 0;
   std::int32_t intervalMs = 0;
   std::int32_t cascadeParallel = 1;
-  std::int32_t anchorCount = 0;       // as line 2 states it
+  std::int32_t anchorCount = 0;  // as line 2 states it
   ColorSlots colors{};
   std::array<bool, kParamCount> selected{};
   std::array<bool, kParamCount> written{};  // rows with a column in the data
   int writtenCount = 0;
-  FrameTable table;                   // rows not written hold their defaults
+  FrameTable table;  // rows not written hold their defaults
 };
 
 enum class VdrError {

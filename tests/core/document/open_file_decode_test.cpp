@@ -78,7 +78,7 @@ std::string float32(const std::vector<float>& v) {
 }
 
 class OpenAudioTest : public testing::Test {
-protected:
+ protected:
   void SetUp() override {
     dir_ = fs::temp_directory_path() /
            ("vandrel-open-" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
@@ -114,10 +114,10 @@ TEST_F(OpenAudioTest, EachFormatDecodesToSixteenBitMono) {
       {"32-bit float, clipped not wrapped", wav(3, 1, 22050, 32, float32({0.5f, -0.25f, 1.5f, -2.0f, 0.0f})),
        OpenedBy::kSecondCheck, 22050.0, s16({16384, -8192, 32767, -32768, 0})},
       {"16-bit stereo, channels averaged",
-       wav(1, 2, 8000, 16, pcm16({1000, 3000, 32767, 32767, -32768, -32768, 100, -100})), OpenedBy::kSecondCheck,
-       8000.0, s16({2000, 32767, -32768, 0})},
-      {"8-bit unsigned", wav(1, 1, 11025, 8, std::string("\x80\xFF\x00\xC0", 4)), OpenedBy::kSecondCheck, 11025.0,
-       s16({0, 32512, -32768, 16384})},
+       wav(1, 2, 8000, 16, pcm16({1000, 3000, 32767, 32767, -32768, -32768, 100, -100})),
+       OpenedBy::kSecondCheck, 8000.0, s16({2000, 32767, -32768, 0})},
+      {"8-bit unsigned", wav(1, 1, 11025, 8, std::string("\x80\xFF\x00\xC0", 4)), OpenedBy::kSecondCheck,
+       11025.0, s16({0, 32512, -32768, 16384})},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
@@ -190,7 +190,8 @@ TEST_F(OpenAudioTest, ShortDataChunk) {
 TEST_F(OpenAudioTest, RecordingGoesBesideTheTable) {
   std::vector<int> stereo(2 * 8000 * 3 / 4, 0);  // 750 ms at 8 kHz
   CVandrelDoc doc;
-  applyOpened(doc, readAnyFile(file("d.wav", wav(1, 2, 8000, 16, pcm16(stereo))), sndfileDecoder(), doc.params()));
+  applyOpened(doc,
+              readAnyFile(file("d.wav", wav(1, 2, 8000, 16, pcm16(stereo))), sndfileDecoder(), doc.params()));
   EXPECT_TRUE(doc.hasAudio());
   EXPECT_EQ(doc.audio.sampleRate, 8000.0);
   EXPECT_EQ(doc.table.columns(), 75);

@@ -53,7 +53,8 @@ TEST(VdrReaderTest, RandomDocumentsRoundTrip) {
   for (std::uint32_t seed = 1; seed <= 40; ++seed) {
     const CVandrelDoc doc = randomDoc(seed);
     for (VdrKind kind : {VdrKind::kAllParameters, VdrKind::kSelectedParameters}) {
-      SCOPED_TRACE(testing::Message() << "seed " << seed << (kind == VdrKind::kAllParameters ? " all" : " sel"));
+      SCOPED_TRACE(testing::Message()
+                   << "seed " << seed << (kind == VdrKind::kAllParameters ? " all" : " sel"));
       const VdrReadResult r = parseVdr(writeVdr(doc, kind), ParameterSet{});
       ASSERT_TRUE(r.ok()) << r.detail;
       const VdrContent& c = r.content;
@@ -122,7 +123,8 @@ TEST(VdrReaderTest, ScriptWrittenFilesWriteBackIdentically) {
     ASSERT_TRUE(r.ok()) << r.detail;
     CVandrelDoc doc;
     loadVdr(doc, r.content);
-    const VdrKind kind = std::string(name) == "good_all.vdr" ? VdrKind::kAllParameters : VdrKind::kSelectedParameters;
+    const VdrKind kind =
+        std::string(name) == "good_all.vdr" ? VdrKind::kAllParameters : VdrKind::kSelectedParameters;
     EXPECT_EQ(writeVdr(doc, kind), text);
   }
 }
@@ -281,10 +283,18 @@ TEST(VdrReaderTest, RandomDamageNeverCrashes) {
     for (int e = 0; e < edits && !text.empty(); ++e) {
       const std::size_t at = rng() % text.size();
       switch (rng() % 4) {
-        case 0: text[at] = alphabet[rng() % (sizeof alphabet - 1)]; break;
-        case 1: text.erase(at, 1 + rng() % 40); break;
-        case 2: text.insert(at, text.substr(at, 1 + rng() % 60)); break;
-        default: text.resize(at); break;
+        case 0:
+          text[at] = alphabet[rng() % (sizeof alphabet - 1)];
+          break;
+        case 1:
+          text.erase(at, 1 + rng() % 40);
+          break;
+        case 2:
+          text.insert(at, text.substr(at, 1 + rng() % 60));
+          break;
+        default:
+          text.resize(at);
+          break;
       }
     }
     const VdrReadResult r = parseVdr(text, ParameterSet{});
@@ -305,8 +315,8 @@ TEST(VdrReaderTest, RefusedFileLeavesTheDocumentAlone) {
   CVandrelDoc doc = randomDoc(7);
   doc.markEdited();
   const std::string before = writeVdr(doc, VdrKind::kAllParameters);
-  for (const char* name : {"empty.vdr", "truncated_after_data.vdr", "anchor_count_high.vdr", "data_twenty_digits.vdr",
-                           "anchor_f0_x.vdr", "binary.vdr"}) {
+  for (const char* name : {"empty.vdr", "truncated_after_data.vdr", "anchor_count_high.vdr",
+                           "data_twenty_digits.vdr", "anchor_f0_x.vdr", "binary.vdr"}) {
     SCOPED_TRACE(name);
     OpenedFile f = readAnyFile(kDir + name, {}, doc.params());
     EXPECT_EQ(f.kind, OpenedKind::kNothing);

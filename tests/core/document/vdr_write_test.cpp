@@ -19,7 +19,8 @@ const std::string kAllNames =
     "a8f\ta7f\ta6f\ta5f\ta4f\ta3f\ta2f\ta1f\tb8f\tb7f\tb6f\tb5f\tb4f\tb3f\tb2f\tb1f\t"
     "fnz\tbnz\tfnp\tbnp\toq\tanv\tapv\tatu\tskew\tgain\t\r\n";
 const std::string kAllDefaults =
-    "1000\t60\t0\t0\t0\t7500\t6500\t4990\t3700\t3250\t2500\t1500\t500\t600\t500\t500\t200\t200\t150\t90\t60\t0\t"
+    "1000\t60\t0\t0\t0\t7500\t6500\t4990\t3700\t3250\t2500\t1500\t500\t600\t500\t500\t200\t200\t150\t90\t60\t"
+    "0\t"
     "30\t30\t30\t30\t30\t30\t30\t30\t1500\t1500\t1500\t500\t350\t320\t250\t180\t"
     "280\t90\t280\t90\t20\t0\t0\t40\t0\t60\t\r\n";
 const std::string kSelectedNames =
@@ -53,7 +54,8 @@ TEST(VdrWriterTest, DefaultDocumentAfterOneSynthesis) {
   CVandrelDoc doc;
   ASSERT_TRUE(synthesize(doc));
   EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters), kHead + kAllNames + repeat(kAllDefaults, 20));
-  EXPECT_EQ(writeVdr(doc, VdrKind::kSelectedParameters), kHead + kSelectedNames + repeat(kSelectedDefaults, 20));
+  EXPECT_EQ(writeVdr(doc, VdrKind::kSelectedParameters),
+            kHead + kSelectedNames + repeat(kSelectedDefaults, 20));
 }
 
 // The anchor section: "name,column" entries in row order, then frame order,
@@ -79,9 +81,9 @@ TEST(VdrWriterTest, AnchorSectionTenPerLine) {
     doc.params().frameCount = 30;
     doc.table.reset(30, doc.params());
     for (int col = 0; col < c.anchors; ++col) doc.table.setAnchor(kF0, col, true);
-    EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters),
-              "300\t11025\t10\t\r\n" + settings(c.anchors) + kColours + kFlags + c.section + kAllNames +
-                  repeat(kAllDefaults, 30));
+    EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters), "300\t11025\t10\t\r\n" + settings(c.anchors) +
+                                                          kColours + kFlags + c.section + kAllNames +
+                                                          repeat(kAllDefaults, 30));
   }
 }
 
@@ -92,7 +94,8 @@ TEST(VdrWriterTest, AnchorEntriesInRowThenFrameOrder) {
   doc.table.setAnchor(kF0, 5, true);
   doc.table.setAnchor(kF0, 1, true);
   const std::string text = writeVdr(doc, VdrKind::kAllParameters);
-  EXPECT_NE(text.find("1\t1\t0\t0\t1\t0\t0\t0\t\r\nf0,1\tf0,5\tf1,2\tgain,0\t\r\nf0\tav\t"), std::string::npos);
+  EXPECT_NE(text.find("1\t1\t0\t0\t1\t0\t0\t0\t\r\nf0,1\tf0,5\tf1,2\tgain,0\t\r\nf0\tav\t"),
+            std::string::npos);
 }
 
 // A selected-parameters file lists only the anchors of shown rows, while
@@ -124,9 +127,8 @@ TEST(VdrWriterTest, ValuesAndTimingTruncatedTowardZero) {
     const char* written;
   };
   const Case cases[] = {
-      {10.7, "10"},   {-3.7, "-3"},          {0.999, "0"},
-      {-0.5, "0"},    {1e12, "2147483647"},  {-1e12, "-2147483648"},
-      {4999.0, "4999"},
+      {10.7, "10"},         {-3.7, "-3"},           {0.999, "0"},     {-0.5, "0"},
+      {1e12, "2147483647"}, {-1e12, "-2147483648"}, {4999.0, "4999"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.value);
@@ -134,7 +136,8 @@ TEST(VdrWriterTest, ValuesAndTimingTruncatedTowardZero) {
     doc.table.setValue(kAv, 0, c.value);
     const std::string text = writeVdr(doc, VdrKind::kAllParameters);
     const std::size_t data = text.find(kAllNames) + kAllNames.size();
-    EXPECT_EQ(text.substr(data, 5 + std::string(c.written).size() + 1), "1000\t" + std::string(c.written) + "\t");
+    EXPECT_EQ(text.substr(data, 5 + std::string(c.written).size() + 1),
+              "1000\t" + std::string(c.written) + "\t");
   }
   CVandrelDoc doc;
   doc.params().fileLengthMs = 205.9;
