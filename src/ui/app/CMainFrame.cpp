@@ -84,7 +84,12 @@ CMainFrame::CMainFrame(ShellEnvironment environment, QWidget* parent)
   updateCommandStates();
 }
 
-CMainFrame::~CMainFrame() { qApp->removeEventFilter(this); }
+CMainFrame::~CMainFrame() {
+  qApp->removeEventFilter(this);
+  // The document windows go with the area; no menu or title work while they do.
+  disconnect(mdi_, nullptr, this, nullptr);
+  for (CChildFrame* f : childFrames()) disconnect(f, nullptr, this, nullptr);
+}
 
 void CMainFrame::createActions() {
   for (const CommandDef& c : commandTable()) {

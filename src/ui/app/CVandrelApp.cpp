@@ -1,6 +1,7 @@
 #include "app/CVandrelApp.h"
 
 #include <QCoreApplication>
+#include <QScreen>
 
 #include "app/AppProfile.h"
 #include "app/CMainFrame.h"
@@ -48,8 +49,13 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
       break;
     }
 
-  if (mainFrame_->environment().config.display.maximized)
+  if (mainFrame_->environment().config.display.maximized) {
+    // Without a window manager (a bare X server) maximising does nothing;
+    // start at the screen's full size so the window fills it either way.
+    if (mainFrame_->environment().config.display.width == 0)
+      mainFrame_->setGeometry(mainFrame_->screen()->availableGeometry());
     mainFrame_->showMaximized();
+  }
   else
     mainFrame_->show();
 
