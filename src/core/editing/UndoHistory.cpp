@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <unordered_set>
+#include <utility>
 
 namespace vandrel {
 
@@ -36,6 +37,15 @@ bool UndoHistory::leafMatches(const Leaf& leaf, const FrameTable& table, int row
   return true;
 }
 
+bool UndoHistory::leafIsWhole(const FrameTable& table, int row, int segment) {
+  const int first = segment * kLeafColumns;
+  const int width = std::min(kLeafColumns, table.columns() - first);
+  const double* src = table.row(row) + first;
+  for (int i = 0; i < width; ++i)
+    if (static_cast<double>(wholeValue(src[i])) != src[i]) return false;
+  return true;
+}
+
 const UndoHistory::LeafPtr& UndoHistory::leafOf(const Snapshot& s, int leafId) {
   const auto& page = *s.pages[static_cast<std::size_t>(leafId / kLeavesPerPage)];
   return page[static_cast<std::size_t>(leafId % kLeavesPerPage)];
@@ -49,7 +59,7 @@ const UndoHistory::Snapshot* UndoHistory::base() const {
 // (same geometry) is shared; a leaf equal to the one just left of it in the
 // same row is shared too, which keeps rows of one repeated value (a blank
 // table) almost free.
-UndoHistory::Snapshot UndoHistory::buildFull(const FrameTable& table) const {
+UndoHistory::Snapshot UndoHistory::buildFull(const FrameTable& table, std::vector<std::uint8_t>& stillDirty) const {
   const Snapshot* b = base();
   const bool sameGeometry = b != nullptr && b->columns == table.columns();
   const int segments = segmentsFor(table.columns());
@@ -62,6 +72,7 @@ UndoHistory::Snapshot UndoHistory::buildFull(const FrameTable& table) const {
     for (int seg = 0; seg < segments; ++seg) {
       const int id = row * segments + seg;
       LeafPtr& out = flat[static_cast<std::size_t>(id)];
+      stillDirty[static_cast<std::size_t>(id)] = leafIsWhole(table, row, seg) ? 0 : 1;
       if (sameGeometry) {
         const LeafPtr& old = leafOf(*b, id);
         if (leafMatches(*old, table, row, seg)) {
@@ -88,7 +99,8 @@ UndoHistory::Snapshot UndoHistory::buildFull(const FrameTable& table) const {
 
 // Only the leaves noted as written are looked at; every other page is the
 // base's own.
-UndoHistory::Snapshot UndoHistory::buildFromBase(const FrameTable& table) const {
+UndoHistory::Snapshot UndoHistory::buildFromBase(const FrameTable& table,
+                                                 std::vector<std::uint8_t>& stillDirty) const {
   const Snapshot& b = *base();
   Snapshot s;
   s.columns = b.columns;
@@ -105,6 +117,7 @@ UndoHistory::Snapshot UndoHistory::buildFromBase(const FrameTable& table) const 
       if (dirty_[static_cast<std::size_t>(id)] == 0) continue;
       const int row = id / segments;
       const int seg = id % segments;
+      stillDirty[static_cast<std::size_t>(id)] = leafIsWhole(table, row, seg) ? 0 : 1;
       const LeafPtr& old = leafOf(b, id);
       if (leafMatches(*old, table, row, seg)) continue;
       if (!changed) changed = std::make_shared<Page>(*b.pages[static_cast<std::size_t>(pageNo)]);
@@ -118,10 +131,13 @@ UndoHistory::Snapshot UndoHistory::buildFromBase(const FrameTable& table) const 
 void UndoHistory::append(const FrameTable& table) {
   const Snapshot* b = base();
   const bool incremental = b != nullptr && !allDirty_ && b->columns == table.columns();
-  entries_.push_back(incremental ? buildFromBase(table) : buildFull(table));
+  std::vector<std::uint8_t> stillDirty(static_cast<std::size_t>(leafCountFor(table.columns())), 0);
+  entries_.push_back(incremental ? buildFromBase(table, stillDirty) : buildFull(table, stillDirty));
   current_ = count() - 1;
   base_ = current_;
-  clearDirty();
+  dirty_ = std::move(stillDirty);
+  anyDirty_ = std::find(dirty_.begin(), dirty_.end(), std::uint8_t{1}) != dirty_.end();
+  allDirty_ = false;
 }
 
 void UndoHistory::writeLeaf(const Leaf& leaf, FrameTable& table, int row, int segment) const {

@@ -92,8 +92,13 @@ private:
   static bool leafMatches(const Leaf& leaf, const FrameTable& table, int row, int segment);
   static const LeafPtr& leafOf(const Snapshot& s, int leafId);
 
-  Snapshot buildFull(const FrameTable& table) const;
-  Snapshot buildFromBase(const FrameTable& table) const;
+  static bool leafIsWhole(const FrameTable& table, int row, int segment);
+
+  // Both builders fill `stillDirty` (one flag per leaf of the new snapshot)
+  // with the leaves where the table holds values that are not whole numbers:
+  // there the table and the snapshot differ until a restore rewrites them.
+  Snapshot buildFull(const FrameTable& table, std::vector<std::uint8_t>& stillDirty) const;
+  Snapshot buildFromBase(const FrameTable& table, std::vector<std::uint8_t>& stillDirty) const;
   void writeLeaf(const Leaf& leaf, FrameTable& table, int row, int segment) const;
   void clearDirty();
   const Snapshot* base() const;
@@ -101,7 +106,8 @@ private:
   std::vector<Snapshot> entries_;
   int current_ = kNoSnapshot;
 
-  // The entry the table equals, apart from the cells noted as written since.
+  // The entry the table equals exactly, apart from the leaves flagged in
+  // dirty_: those written since, and those whose values are not whole.
   int base_ = -1;
   std::vector<std::uint8_t> dirty_;  // one flag per leaf of the base's geometry
   bool anyDirty_ = false;
