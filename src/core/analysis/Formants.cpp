@@ -43,6 +43,7 @@ const FormantCandidates* CMathFunc::formantCandidates(int p, double bmax, double
                   ? (quotient_.resize(kMaxLpcOrder + 1), quotient_.data())
                   : quotient_.data();
   int n = p;
+  bool seekReal = true;
   while (n >= 2) {
     double b = 0.0;
     double cc = 0.0;
@@ -53,7 +54,7 @@ const FormantCandidates* CMathFunc::formantCandidates(int p, double bmax, double
       quadratic = true;
       n = 0;
     } else {
-      const PolyFactor f = splitFactor(c, n, q);
+      const PolyFactor f = splitFactor(c, n, q, seekReal);
       if (f.kind == PolyFactor::kLinear) {
         n -= 1;
       } else if (f.kind == PolyFactor::kQuadratic) {

@@ -107,10 +107,20 @@ const LpcPredictor& CMathFunc::predictor(const double* y, int n, int p) {
 
   // r[k] = sum_i y[i] y[i + k]
   double* r = grow(r_, np);
+  // Four running sums side by side (the sum's order is free; this one keeps
+  // the multipliers busy), added up at the end.
   for (int k = 0; k <= p; ++k) {
-    double s = 0.0;
-    for (int i = 0; i + k < n; ++i) s += y[i] * y[i + k];
-    r[k] = s;
+    const int len = n - k;
+    double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+    int i = 0;
+    for (; i + 4 <= len; i += 4) {
+      s0 += y[i] * y[i + k];
+      s1 += y[i + 1] * y[i + 1 + k];
+      s2 += y[i + 2] * y[i + 2 + k];
+      s3 += y[i + 3] * y[i + 3 + k];
+    }
+    for (; i < len; ++i) s0 += y[i] * y[i + k];
+    r[k] = (s0 + s1) + (s2 + s3);
   }
   pred_.error = r[0];
   if (r[0] == 0.0 || p == 0) return pred_;  // silence: the flat predictor

@@ -79,11 +79,22 @@ bool realRoot(const double* c, int n, double& root) {
   return false;
 }
 
+// Bound on the roots' size (Cauchy): every root has |z| <= 1 + max |c[i]|.
+double rootBound(const double* c, int n) {
+  double m = 0.0;
+  for (int i = 1; i <= n; ++i) m = std::max(m, std::fabs(c[i]));
+  return 1.0 + m;
+}
+
 // Bairstow: divides P by z^2 - r z - s twice (b and g rows) and corrects r, s
-// by Newton's method on the remainder.
+// by Newton's method on the remainder. A factor whose coefficients leave what
+// any factor of P can have is diverging, and the search stops at once.
 bool bairstow(const double* c, int n, double& b, double& cc, double* q) {
   double r = 2.0;
   double s = -1.0;
+  const double bound = rootBound(c, n);
+  const double rMax = 20.0 * bound;
+  const double sMax = 10.0 * bound * bound;
   for (int it = 0; it < kMaxIterations; ++it) {
     // bq[k]: quotient row, descending; bq[n-1], bq[n] form the remainder.
     double b2 = 0.0, b1 = 0.0;  // bq[k-2], bq[k-1]
@@ -114,33 +125,47 @@ bool bairstow(const double* c, int n, double& b, double& cc, double* q) {
       cc = -s;
       return true;
     }
+    if (std::fabs(r) > rMax || std::fabs(s) > sMax) return false;
   }
   return false;
 }
 
+// Laguerre's method (as in the classic texts): stops when |P(z)| is within
+// the rounding error of its own evaluation, or when a step no longer moves z;
+// every tenth step is shortened to break a limit cycle.
 bool laguerre(const double* c, int n, std::complex<double>& z) {
   using C = std::complex<double>;
+  constexpr double kEps = 1e-14;
+  static constexpr double kFrac[] = {0.0, 0.5, 0.25, 0.75, 0.13, 0.38, 0.62, 0.88, 1.0};
   z = C(0.3, 0.7);
   const double dn = n;
-  for (int it = 0; it < 200; ++it) {
+  for (int it = 1; it <= 400; ++it) {
     C p = c[0], d = 0.0, dd = 0.0;
+    double err = std::abs(p);
+    const double az = std::abs(z);
     for (int i = 1; i <= n; ++i) {
       dd = dd * z + d;
       d = d * z + p;
       p = p * z + c[i];
+      err = std::abs(p) + az * err;
     }
     dd *= 2.0;
-    if (std::abs(p) == 0.0) return true;
+    if (std::abs(p) <= kEps * err) return true;
     const C g = d / p;
     const C h = g * g - dd / p;
     const C sq = std::sqrt((dn - 1.0) * (dn * h - g * g));
     const C den1 = g + sq;
     const C den2 = g - sq;
     const C den = std::abs(den1) >= std::abs(den2) ? den1 : den2;
-    const C step = std::abs(den) > 0.0 ? dn / den : C(1.0 + std::abs(z)) * std::polar(1.0, 1.0 * it);
-    z -= step;
-    if (!std::isfinite(z.real()) || !std::isfinite(z.imag())) return false;
-    if (std::abs(step) < 1e-12 * std::max(1.0, std::abs(z))) return true;
+    const C step = std::abs(den) > 0.0 ? dn / den : std::polar(1.0 + az, static_cast<double>(it));
+    const C next = z - step;
+    if (!std::isfinite(next.real()) || !std::isfinite(next.imag())) return false;
+    if (next == z) return true;
+    if (it % 10 != 0) {
+      z = next;
+    } else {
+      z -= kFrac[(it / 10) % 9] * step;
+    }
   }
   return false;
 }
@@ -158,15 +183,18 @@ void divideQuadratic(const double* c, int n, double b, double cc, double* q) {
   for (int k = 2; k <= n - 2; ++k) q[k] = c[k] - b * q[k - 1] - cc * q[k - 2];
 }
 
-PolyFactor splitFactor(const double* c, int n, double* q) {
+PolyFactor splitFactor(const double* c, int n, double* q, bool& seekReal) {
   PolyFactor f;
   if (n < 1) return f;
   double root = 0.0;
-  if (realRoot(c, n, root)) {
-    f.kind = PolyFactor::kLinear;
-    f.root = root;
-    divideLinear(c, n, root, q);
-    return f;
+  if (seekReal) {
+    if (realRoot(c, n, root)) {
+      f.kind = PolyFactor::kLinear;
+      f.root = root;
+      divideLinear(c, n, root, q);
+      return f;
+    }
+    seekReal = false;
   }
   if (n >= 3 && bairstow(c, n, f.b, f.c, q)) {
     f.kind = PolyFactor::kQuadratic;

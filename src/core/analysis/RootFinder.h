@@ -24,7 +24,11 @@ struct PolyFactor {
 
 // Finds one factor of c[0..n] and writes the quotient (degree n-1 or n-2,
 // monic) to q. q must hold n + 1 values; q may not alias c.
-PolyFactor splitFactor(const double* c, int n, double* q);
+// `seekReal` starts true for a new polynomial; it turns false once the scan
+// finds no sign change, and later calls skip the scan: dividing out a
+// quadratic factor leaves the other roots where they were, so the quotient
+// has no sign change in [-1, 1] either.
+PolyFactor splitFactor(const double* c, int n, double* q, bool& seekReal);
 
 // Quotients by a known factor (synthetic division; the remainder is dropped).
 void divideLinear(const double* c, int n, double root, double* q);
