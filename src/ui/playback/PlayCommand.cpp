@@ -43,14 +43,4 @@ int playCommand(CVandrelDoc& doc, PlayWhich which, std::unique_ptr<CSoundOut>& p
   return rc;
 }
 
-std::unique_ptr<CSoundOut>& sharedPlayer() {
-  static std::unique_ptr<CSoundOut> player;
-  return player;
-}
-
-void closeSharedPlayer() {
-  if (sharedPlayer()) sharedPlayer()->Close();
-  sharedPlayer().reset();
-}
-
 }  // namespace vandrel::ui

@@ -23,12 +23,4 @@ enum class PlayWhich : int { Current = 0, Previous = 1, Audio = 2 };
 int playCommand(CVandrelDoc& doc, PlayWhich which, std::unique_ptr<CSoundOut>& player, QWidget* view,
                 const ProgressFn& progress = {});
 
-// The application's own player, for Play commands routed by the main window
-// (before a document has a view of its own to hold one). Pressing Play in any
-// document stops what this player was playing.
-std::unique_ptr<CSoundOut>& sharedPlayer();
-
-// Stops and deletes the shared player (at exit, while Qt is still up).
-void closeSharedPlayer();
-
 }  // namespace vandrel::ui

@@ -23,7 +23,7 @@
 #include <thread>
 #include <vector>
 
-namespace vandrel::test {
+namespace vandrel::soundtest {
 
 inline constexpr int kSinkRate = 22050;
 
@@ -250,4 +250,4 @@ private:
   std::thread reader_;
 };
 
-}  // namespace vandrel::test
+}  // namespace vandrel::soundtest

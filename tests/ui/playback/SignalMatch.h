@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-namespace vandrel::test {
+namespace vandrel::soundtest {
 
 struct Match {
   std::int64_t lag = -1;  // recording index of the sound's first sample
@@ -69,4 +69,4 @@ inline std::vector<std::int16_t> fadedTone(double hz, int rate, double seconds, 
   return out;
 }
 
-}  // namespace vandrel::test
+}  // namespace vandrel::soundtest

@@ -6,10 +6,15 @@
 
 #include <filesystem>
 
+#include "../app/ShellFixture.h"
 #include "PulseTestServer.h"
 #include "SignalMatch.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/OpenDocument.h"
 #include "common/Messages.h"
 #include "playback/PlayCommand.h"
+#include "playback/PlayCommands.h"
 #include "playback/SoundOut.h"
 
 namespace vandrel::ui {
@@ -18,10 +23,10 @@ namespace {
 class NoServerEnvironment : public ::testing::Environment {
 public:
   void SetUp() override {
-    dir_ = test::makeScratchDir("vandrel-nosound");
+    dir_ = soundtest::makeScratchDir("vandrel-nosound");
     ASSERT_FALSE(dir_.empty());
     setenv("PULSE_SERVER", ("unix:" + dir_ + "/absent/native").c_str(), 1);
-    setenv("PULSE_CLIENTCONFIG", test::writeClientConfig(dir_).c_str(), 1);
+    setenv("PULSE_CLIENTCONFIG", soundtest::writeClientConfig(dir_).c_str(), 1);
   }
   void TearDown() override {
     // Nothing may have been started in our name.
@@ -52,7 +57,7 @@ protected:
 };
 
 TEST_F(NoSoundTest, StartSaysNoSoundOutputDeviceAndPlaysNothing) {
-  const auto tone = test::fadedTone(440.0, 11025, 0.5);
+  const auto tone = soundtest::fadedTone(440.0, 11025, 0.5);
   for (const bool wholeBlock : {true, false}) {
     SCOPED_TRACE(wholeBlock ? "whole block" : "streamed");
     messages.clear();
@@ -82,6 +87,37 @@ TEST_F(NoSoundTest, PlayCommandsStillSynthesizeAndTellTheUserOnce) {
   EXPECT_EQ(playCommand(doc, PlayWhich::Previous, player, nullptr), kSoundNoError);
   EXPECT_EQ(playCommand(doc, PlayWhich::Audio, player, nullptr), kSoundNoError);
   EXPECT_EQ(messages, (QStringList{"No Sound Output Device", "No Sound Output Device"}));
+}
+
+// Through the editor's window: Ctrl+1 on a fresh document synthesizes, then
+// tells the user there is no device; Ctrl+3 without a recording says nothing.
+class NoSoundShellTest : public test::ShellFixture {};
+
+TEST_F(NoSoundShellTest, CtrlOneSynthesizesAndSaysNoSoundOutputDevice) {
+  CMainFrame frame(environment());
+  frame.show();
+  CChildFrame* child = frame.newDocument();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+  OpenDocument& document = child->document();
+  ASSERT_TRUE(document.doc().changedSinceSynthesis);
+
+  child->widget()->setFocus();
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_1, Qt::ControlModifier);
+  EXPECT_FALSE(document.doc().changedSinceSynthesis);
+  EXPECT_FALSE(document.doc().synthesized.empty());
+  EXPECT_EQ(messages, std::vector<QString>{"No Sound Output Device"});
+  ASSERT_NE(documentPlayer(document), nullptr);
+  EXPECT_FALSE(documentPlayer(document)->IsPlaying());
+
+  messages.clear();
+  // The progress dialog had the activation; without a window manager
+  // (offscreen) nothing hands it back.
+  frame.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+  child->widget()->setFocus();
+  ASSERT_NE(QApplication::focusWidget(), nullptr);
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_3, Qt::ControlModifier);
+  EXPECT_TRUE(messages.empty());
 }
 
 }  // namespace

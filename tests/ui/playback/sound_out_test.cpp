@@ -18,10 +18,10 @@
 namespace vandrel::ui {
 namespace {
 
-using test::kSinkRate;
+using soundtest::kSinkRate;
 using Clock = std::chrono::steady_clock;
 
-test::PulseTestServer* gServer = nullptr;
+soundtest::PulseTestServer* gServer = nullptr;
 
 class PulseEnvironment : public ::testing::Environment {
 public:
@@ -31,12 +31,11 @@ public:
     ASSERT_TRUE(why.empty()) << why;
   }
   void TearDown() override {
-    closeSharedPlayer();
     server_.stop();
   }
 
 private:
-  test::PulseTestServer server_;
+  soundtest::PulseTestServer server_;
 };
 
 [[maybe_unused]] ::testing::Environment* const gEnv =
@@ -75,14 +74,14 @@ protected:
 
   static double ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
 
-  test::MonitorCapture capture;
+  soundtest::MonitorCapture capture;
   QStringList messages;
 };
 
 // ---- CSoundOut ----------------------------------------------------------
 
 TEST_F(SoundTest, WholeBlockPlaysTheSamplesAsGiven) {
-  const auto tone = test::fadedTone(440.0, kSinkRate, 1.0);
+  const auto tone = soundtest::fadedTone(440.0, kSinkRate, 1.0);
   CSoundOut player;
   ASSERT_TRUE(player.SetSource(tone, 0, tone.size(), kSinkRate, true, nullptr));
   const auto t = Clock::now();
@@ -93,19 +92,19 @@ TEST_F(SoundTest, WholeBlockPlaysTheSamplesAsGiven) {
   const auto cap = finishRecording();
   player.Close();
 
-  const auto onset = test::firstSound(cap);
+  const auto onset = soundtest::firstSound(cap);
   ASSERT_GE(onset, 0) << "nothing reached the sink";
-  const auto m = test::locate(cap, tone, 1, onset, 200, 4096);
-  EXPECT_GT(test::ncc(cap, tone, m.lag, 1, tone.size()), 0.9999);
+  const auto m = soundtest::locate(cap, tone, 1, onset, 200, 4096);
+  EXPECT_GT(soundtest::ncc(cap, tone, m.lag, 1, tone.size()), 0.9999);
   EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
   std::printf("[ whole block ] 440 Hz, 1 s: correlation %.6f; start to sink %.1f ms\n",
-              test::ncc(cap, tone, m.lag, 1, tone.size()), ms(capture.timeOf(m.lag) - t));
+              soundtest::ncc(cap, tone, m.lag, 1, tone.size()), ms(capture.timeOf(m.lag) - t));
 }
 
 TEST_F(SoundTest, StreamedPlaysEveryBufferInOrderAndKeepsTheLeftoverTail) {
   // 1 s at 22050 Hz is 4.9 buffers of 4515 samples: two written at Start, three
   // refills, the last one 525 slots past the end.
-  const auto tone = test::fadedTone(440.0, kSinkRate, 1.0);
+  const auto tone = soundtest::fadedTone(440.0, kSinkRate, 1.0);
   QWidget view;
   view.resize(200, 50);
   CSoundOut player;
@@ -129,10 +128,10 @@ TEST_F(SoundTest, StreamedPlaysEveryBufferInOrderAndKeepsTheLeftoverTail) {
 
   const auto n = static_cast<std::int64_t>(tone.size());
   const std::int64_t spb = player.SamplesPerBuffer();
-  const auto onset = test::firstSound(cap);
+  const auto onset = soundtest::firstSound(cap);
   ASSERT_GE(onset, 0) << "nothing reached the sink";
-  const auto m = test::locate(cap, tone, 1, onset, 200, 4096);
-  const double whole = test::ncc(cap, tone, m.lag, 1, tone.size());
+  const auto m = soundtest::locate(cap, tone, 1, onset, 200, 4096);
+  const double whole = soundtest::ncc(cap, tone, m.lag, 1, tone.size());
   EXPECT_GT(whole, 0.9999);
 
   // The slots of the last buffer past the end still hold what that buffer
@@ -141,7 +140,7 @@ TEST_F(SoundTest, StreamedPlaysEveryBufferInOrderAndKeepsTheLeftoverTail) {
   const std::int64_t tail = buffers * spb - n;
   ASSERT_GT(tail, 0);
   const std::span<const std::int16_t> earlier(tone.data() + n - 2 * spb, static_cast<std::size_t>(tail));
-  const double tailMatch = test::ncc(cap, earlier, m.lag + n, 1, earlier.size());
+  const double tailMatch = soundtest::ncc(cap, earlier, m.lag + n, 1, earlier.size());
   EXPECT_GT(tailMatch, 0.999);
   EXPECT_EQ(player.RefillCount(), buffers - 2);
 
@@ -183,11 +182,11 @@ TEST_F(SoundTest, PlayCurrentAfterAnEditSynthesizesFirst) {
 
   // The server resamples 11025 Hz to the sink's 22050 Hz: compare every second
   // recorded sample with the new buffer, and make sure it is not the old one.
-  const auto onset = test::firstSound(cap);
+  const auto onset = soundtest::firstSound(cap);
   ASSERT_GE(onset, 0) << "nothing reached the sink";
-  const auto m = test::locate(cap, played, 2, onset, 200, 1024);
-  const double now = test::ncc(cap, played, m.lag, 2, played.size());
-  const double old = test::ncc(cap, before.samples, m.lag, 2, before.samples.size());
+  const auto m = soundtest::locate(cap, played, 2, onset, 200, 1024);
+  const double now = soundtest::ncc(cap, played, m.lag, 2, played.size());
+  const double old = soundtest::ncc(cap, before.samples, m.lag, 2, before.samples.size());
   EXPECT_GT(now, 0.95);
   EXPECT_LT(old, now - 0.1);
   EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
@@ -197,9 +196,9 @@ TEST_F(SoundTest, PlayCurrentAfterAnEditSynthesizesFirst) {
 
 TEST_F(SoundTest, PlayDuringPlaybackStopsTheFirstSoundAndStartsTheSecondFromItsBeginning) {
   CVandrelDoc doc;
-  doc.audio.samples = test::fadedTone(440.0, kSinkRate, 3.0);
+  doc.audio.samples = soundtest::fadedTone(440.0, kSinkRate, 3.0);
   doc.audio.sampleRate = kSinkRate;
-  doc.previous.samples = test::fadedTone(659.0, kSinkRate, 0.6, 9000.0);
+  doc.previous.samples = soundtest::fadedTone(659.0, kSinkRate, 0.6, 9000.0);
   doc.previous.sampleRate = kSinkRate;
   const auto& first = doc.audio.samples;
   const auto& second = doc.previous.samples;
@@ -212,29 +211,29 @@ TEST_F(SoundTest, PlayDuringPlaybackStopsTheFirstSoundAndStartsTheSecondFromItsB
   const auto cap = finishRecording(600);
   player.reset();
 
-  const auto onset1 = test::firstSound(cap);
+  const auto onset1 = soundtest::firstSound(cap);
   ASSERT_GE(onset1, 0);
-  const auto m1 = test::locate(cap, first, 1, onset1, 200, 4096);
+  const auto m1 = soundtest::locate(cap, first, 1, onset1, 200, 4096);
   ASSERT_GT(m1.ncc, 0.999);
   // The second sound begins where the first stops; search after its start.
-  test::Match m2;
+  soundtest::Match m2;
   for (std::int64_t lag = m1.lag + kSinkRate / 4; lag < static_cast<std::int64_t>(cap.size()); lag += 64) {
-    const auto c = test::locate(cap, second, 1, lag, 32, 2048);
+    const auto c = soundtest::locate(cap, second, 1, lag, 32, 2048);
     if (c.ncc > m2.ncc) m2 = c;
     if (m2.ncc > 0.999) break;
   }
   ASSERT_GT(m2.ncc, 0.99) << "the second sound's beginning is not in the recording";
-  m2 = test::locate(cap, second, 1, m2.lag, 64, second.size());
+  m2 = soundtest::locate(cap, second, 1, m2.lag, 64, second.size());
 
   const auto playedFirst = m2.lag - m1.lag;
   EXPECT_LT(playedFirst, static_cast<std::int64_t>(first.size())) << "the first sound was not cut";
   // Until the second starts the recording is the first from its beginning;
   // from then on it is the second alone (no mixing with the first) ...
-  EXPECT_GT(test::ncc(cap, first, m1.lag, 1, static_cast<std::size_t>(playedFirst) - 2048), 0.999);
+  EXPECT_GT(soundtest::ncc(cap, first, m1.lag, 1, static_cast<std::size_t>(playedFirst) - 2048), 0.999);
   EXPECT_GT(m2.ncc, 0.999);
   // ... and after it, silence: the first sound did not come back.
   const auto after = m2.lag + static_cast<std::int64_t>(second.size());
-  EXPECT_EQ(test::firstSound(cap, after + 64), -1);
+  EXPECT_EQ(soundtest::firstSound(cap, after + 64), -1);
   EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
   std::printf("[ replay ] first cut after %.0f ms; second from its start, correlation %.6f\n",
               1000.0 * static_cast<double>(playedFirst) / kSinkRate, m2.ncc);
@@ -247,7 +246,7 @@ TEST_F(SoundTest, EmptySetPlaysNothingAndSaysNothing) {
   ASSERT_TRUE(player);
   EXPECT_FALSE(player->IsPlaying());
   const auto cap = finishRecording(300);
-  EXPECT_EQ(test::firstSound(cap), -1);
+  EXPECT_EQ(soundtest::firstSound(cap), -1);
   EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
 }
 
@@ -270,10 +269,10 @@ TEST_F(SoundTest, TenSecondTableStartLatency) {
   player.reset();
 
   const auto& played = doc.synthesized.samples;
-  const auto onset = test::firstSound(cap);
+  const auto onset = soundtest::firstSound(cap);
   ASSERT_GE(onset, 0) << "nothing reached the sink";
-  const auto m = test::locate(cap, played, 2, onset, 200, 2048);
-  EXPECT_GT(test::ncc(cap, played, m.lag, 2, 8000), 0.95);
+  const auto m = soundtest::locate(cap, played, 2, onset, 200, 2048);
+  EXPECT_GT(soundtest::ncc(cap, played, m.lag, 2, 8000), 0.95);
   const double latency = ms(capture.timeOf(m.lag) - t0);
   std::printf("[ latency ] 10 s table: command returned after %.1f ms; first sample at the sink after %.1f ms "
               "(correlation %.4f)\n",
