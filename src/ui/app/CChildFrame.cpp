@@ -68,6 +68,7 @@ void CChildFrame::closeEvent(QCloseEvent* event) {
     return;
   }
   QMdiSubWindow::closeEvent(event);
+  if (event->isAccepted()) mainFrame_.windowClosing(*this);
 }
 
 }  // namespace vandrel::ui

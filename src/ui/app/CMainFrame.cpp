@@ -268,6 +268,12 @@ QList<CChildFrame*> CMainFrame::windowsOf(const OpenDocument& document) const {
   return frames;
 }
 
+void CMainFrame::windowClosing(CChildFrame& closing) {
+  QList<CChildFrame*> rest = windowsOf(closing.document());
+  rest.removeAll(&closing);
+  for (int i = 0; i < rest.size(); ++i) rest[i]->setWindowNumber(rest.size() > 1 ? i + 1 : 0);
+}
+
 void CMainFrame::renumberWindows(const OpenDocument& document) {
   const auto frames = windowsOf(document);
   for (int i = 0; i < frames.size(); ++i) frames[i]->setWindowNumber(frames.size() > 1 ? i + 1 : 0);
@@ -281,20 +287,10 @@ CChildFrame* CMainFrame::newDocument() {
 
 CChildFrame* CMainFrame::addWindow(std::shared_ptr<OpenDocument> document) {
   const bool maximise = env_.config.display.childMaximized != 0;
-  OpenDocument* raw = document.get();
   auto* frame = new CChildFrame(*this, std::move(document));
   mdi_->addSubWindow(frame);
-  connect(frame, &QObject::destroyed, this, [this, raw] {
-    // The frame is gone from the area's list only after this returns.
-    QTimer::singleShot(0, this, [this, raw] {
-      for (CChildFrame* f : childFrames())
-        if (&f->document() == raw) {
-          renumberWindows(*raw);
-          break;
-        }
-      onSubWindowActivated();
-    });
-  });
+  // The frame leaves the area's list only after its destruction has begun.
+  connect(frame, &QObject::destroyed, this, [this] { QTimer::singleShot(0, this, &CMainFrame::onSubWindowActivated); });
   if (maximise)
     frame->showMaximized();
   else

@@ -65,6 +65,8 @@ public:
   // The usual prompt before a modified document's last window closes.
   // False when the user cancels.
   bool queryCloseWindow(CChildFrame& frame);
+  // A document window is closing: the others of its document are renumbered.
+  void windowClosing(CChildFrame& frame);
 
   QStringList recentFiles() const { return recent_; }
   void addRecentFile(const QString& path);

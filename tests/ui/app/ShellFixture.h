@@ -10,11 +10,15 @@
 
 #include <cstdlib>
 #include <deque>
+#include <ostream>
 #include <memory>
 #include <vector>
 
 #include "app/ShellEnvironment.h"
 #include "common/Messages.h"
+
+// Readable QStrings in failure messages.
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
 
 namespace vandrel::ui::test {
 

@@ -1,0 +1,259 @@
+// The shell's own commands: revert, save and open, help, windows, saving the
+// synthesized sound, configuration files, and the progress dialog's drawing.
+
+#include <QAction>
+#include <QFile>
+#include <QImage>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QTest>
+
+#include "ShellFixture.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CProgressDialog.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "config/ConfigFile.h"
+#include "document/VandrelDoc.h"
+
+namespace vandrel::ui::test {
+namespace {
+
+class ShellCommandsTest : public ShellFixture {
+protected:
+  QByteArray readAll(const QString& file) {
+    QFile f(file);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+  }
+};
+
+TEST_F(ShellCommandsTest, RevertDeletesTheConfigurationOnlyAfterYes) {
+  const QString question = QStringLiteral("Vandrel will close. Save your file first. Continue?");
+  struct Case {
+    const char* what;
+    QMessageBox::StandardButton answer;
+    bool deleted;
+  };
+  for (const Case& c : {Case{"No keeps everything", QMessageBox::No, false},
+                        Case{"Yes deletes and closes", QMessageBox::Yes, true}}) {
+    SCOPED_TRACE(c.what);
+    messages.clear();
+    CMainFrame frame(environment());
+    frame.show();
+    frame.newDocument();
+    const QString cfg = frame.environment().configPath();
+    ASSERT_EQ(vandrel::saveConfigFile(cfg.toStdString(), vandrel::ConfigRecord::defaults()), "");
+
+    answers = {c.answer};
+    frame.runCommand(ID_FILE_REVERT_CONFIG);
+    QTest::qWait(20);
+    EXPECT_EQ(messages, std::vector<QString>{question});
+    EXPECT_EQ(QFile::exists(cfg), !c.deleted);
+    EXPECT_EQ(frame.isVisible(), !c.deleted);
+  }
+}
+
+TEST_F(ShellCommandsTest, SaveNamesTheDocumentAndOpenBringsItBack) {
+  CMainFrame frame(environment());
+  CChildFrame* child = frame.newDocument();
+  OpenDocument& doc = child->document();
+  doc.doc().table.setValue(vandrel::kF1, 4, 700.0);
+  doc.setModified(true);
+
+  nextFile = path(QStringLiteral("files/vowel"));  // the extension is added
+  frame.runCommand(ID_FILE_SAVE);
+  const QString saved = path(QStringLiteral("files/vowel.vdr"));
+  EXPECT_TRUE(QFile::exists(saved));
+  EXPECT_EQ(lastSuggested, QStringLiteral("Vandr1.vdr"));
+  EXPECT_EQ(doc.title(), QStringLiteral("vowel.vdr"));
+  EXPECT_EQ(child->windowTitle(), QStringLiteral("vowel.vdr"));
+  EXPECT_FALSE(doc.isModified());
+  EXPECT_EQ(frame.recentFiles(), QStringList{saved});
+
+  // The recent-file item replaces the greyed placeholder.
+  EXPECT_FALSE(frame.action(ID_FILE_MRU_FILE1)->isVisible());
+  QAction* first = nullptr;
+  for (QAction* a : frame.menuBar()->actions().first()->menu()->actions())
+    if (a->data().toInt() == ID_FILE_MRU_FILE1 && a->isVisible()) first = a;
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->text(), QStringLiteral("&1 ") + saved);
+
+  nextFile = saved;
+  frame.runCommand(ID_FILE_OPEN);
+  ASSERT_EQ(frame.childFrames().size(), 2);
+  OpenDocument* reopened = frame.activeDocument();
+  EXPECT_NE(reopened, &doc);
+  EXPECT_EQ(reopened->doc().table.value(vandrel::kF1, 4), 700.0);
+  EXPECT_EQ(asked.back(), QStringLiteral("Open|Vandrel Files (*.vdr);;All files (*)"));
+}
+
+TEST_F(ShellCommandsTest, SavedParameterExportsUseTheirSuggestedNames) {
+  CMainFrame frame(environment());
+  frame.newDocument();
+  struct Case {
+    int id;
+    const char* suggested;
+    int namesOnHeader;
+  };
+  for (const Case& c : {Case{ID_FILE_SAVE_SELECTED, "Sel_Parameters.vdr", 31},
+                        Case{ID_FILE_SAVE_ALL, "All_Parameters.vdr", 48}}) {
+    SCOPED_TRACE(c.suggested);
+    nextFile = path(QStringLiteral("files/")) + QString::fromLatin1(c.suggested);
+    frame.runCommand(c.id);
+    EXPECT_TRUE(lastSuggested.endsWith(QString::fromLatin1(c.suggested)));
+    const QList<QByteArray> lines = readAll(nextFile).split('\n');
+    ASSERT_GT(lines.size(), 9);
+    // Line 9 is the header of names (no anchors): count its tabs.
+    EXPECT_EQ(lines[8].count('\t'), c.namesOnHeader);
+  }
+  EXPECT_EQ(frame.activeDocument()->title(), QStringLiteral("Vandr1"));  // exports do not rename
+}
+
+TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndWritesTheWave) {
+  CMainFrame frame(environment());
+  frame.newDocument();
+  vandrel::CVandrelDoc& doc = frame.activeDocument()->doc();
+  ASSERT_TRUE(doc.changedSinceSynthesis);
+  nextFile = path(QStringLiteral("files/vowel.wav"));
+  frame.runCommand(ID_FILE_SAVE_AUDIO);
+  EXPECT_FALSE(doc.changedSinceSynthesis);
+  ASSERT_FALSE(doc.synthesized.empty());
+  const QByteArray wav = readAll(nextFile);
+  ASSERT_GE(wav.size(), 44);
+  EXPECT_EQ(wav.left(4), QByteArray("RIFF"));
+  EXPECT_EQ(wav.size(), 44 + 2 * static_cast<qsizetype>(doc.synthesized.samples.size()));
+  EXPECT_EQ(asked.back(), QStringLiteral("Save As Audio|Wave files (*.wav);;All files (*)"));
+  EXPECT_TRUE(messages.empty());
+}
+
+TEST_F(ShellCommandsTest, OpenAnAudioFileAsksWithItsTitleAndFilter) {
+  CMainFrame frame(environment());
+  frame.newDocument();
+  nextFile = path(QStringLiteral("files/noise.txt"));
+  QFile f(nextFile);
+  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+  f.write("not audio at all");
+  f.close();
+  frame.runCommand(ID_FILE_OPEN_AUDIO);
+  EXPECT_EQ(asked.back(), QStringLiteral("Open an Audio file|Wave files (*.wav);;All files (*)"));
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_FALSE(frame.activeDocument()->doc().hasAudio());
+}
+
+TEST_F(ShellCommandsTest, HelpOpensTheManualOrSaysItIsMissing) {
+  const QString missing = QStringLiteral("No help file was found. Please contact the vendor.");
+  struct Case {
+    const char* what;
+    bool manualThere;
+    bool opens;
+    std::vector<QString> expected;
+  };
+  const Case cases[] = {
+      {"no manual", false, true, {missing}},
+      {"browser fails", true, false, {missing}},
+      {"opens", true, true, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    messages.clear();
+    openedUrls.clear();
+    const QString manual = path(QStringLiteral("app/Manual/HelpIndex.html"));
+    if (c.manualThere) {
+      QDir().mkpath(path(QStringLiteral("app/Manual")));
+      QFile f(manual);
+      ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    }
+    urlOpens = c.opens;
+    CMainFrame frame(environment());
+    frame.runCommand(ID_HELP_INDEX);
+    EXPECT_EQ(messages, c.expected);
+    if (c.manualThere) {
+      ASSERT_EQ(openedUrls.size(), 1u);
+      EXPECT_EQ(openedUrls[0], QUrl::fromLocalFile(manual));
+    }
+  }
+}
+
+TEST_F(ShellCommandsTest, NewWindowShowsTheSameDocumentUnderNumberedTitles) {
+  CMainFrame frame(environment());
+  CChildFrame* first = frame.newDocument();
+  frame.runCommand(ID_WINDOW_NEW);
+  ASSERT_EQ(frame.childFrames().size(), 2);
+  CChildFrame* second = frame.activeChildFrame();
+  EXPECT_NE(second, first);
+  EXPECT_EQ(&second->document(), &first->document());
+  EXPECT_EQ(first->windowTitle(), QStringLiteral("Vandr1:1"));
+  EXPECT_EQ(second->windowTitle(), QStringLiteral("Vandr1:2"));
+
+  // Closing one window of a modified document asks nothing; the last one asks.
+  first->document().setModified(true);
+  second->close();
+  QTest::qWait(10);
+  EXPECT_TRUE(messages.empty());
+  EXPECT_EQ(frame.childFrames().size(), 1);
+  EXPECT_EQ(first->windowTitle(), QStringLiteral("Vandr1"));
+  answers = {QMessageBox::Cancel};
+  first->close();
+  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("Save changes to Vandr1?")});
+  EXPECT_EQ(frame.childFrames().size(), 1);
+}
+
+TEST_F(ShellCommandsTest, SavedConfigurationLoadsBackAndForeignFilesAreRefused) {
+  CMainFrame frame(environment());
+  frame.newDocument();
+  frame.activeDocument()->doc().params().setSelected(vandrel::kGain, true);
+  nextFile = path(QStringLiteral("files/mine.cfg"));
+  frame.runCommand(ID_FILE_SAVE_CONFIG);
+  EXPECT_EQ(QFileInfo(nextFile).size(), 27760);
+
+  frame.runCommand(ID_FILE_LOAD_CONFIG);
+  EXPECT_TRUE(messages.empty());
+  EXPECT_EQ(frame.environment().config.params[vandrel::kGain].selected, 1);
+  EXPECT_TRUE(QFile::exists(frame.environment().configPath()));  // kept for the next start
+
+  nextFile = path(QStringLiteral("files/foreign.cfg"));
+  QFile f(nextFile);
+  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+  f.write(QByteArray(27760, 'x'));
+  f.close();
+  frame.runCommand(ID_FILE_LOAD_CONFIG);
+  EXPECT_EQ(messages, std::vector<QString>{
+                          QStringLiteral("The file foreign.cfg is not a Vandrel configuration file. Nothing was loaded.")});
+  EXPECT_EQ(frame.environment().config.params[vandrel::kGain].selected, 1);
+}
+
+TEST(CProgressDialogTest, DrawsYellowWithAWhiteBarFilledToTheStepDone) {
+  CProgressDialog dialog(CProgressDialog::kSynthesizing);
+  EXPECT_EQ(CProgressDialog::kSynthesizing, QStringLiteral(" Synthesizing... "));
+  EXPECT_EQ(CProgressDialog::kBuildingTable, QStringLiteral(" Building the SpreadSheet table... "));
+  const QSize size = dialog.size();
+  // 10 px in from the sides, from 25 to 10 px above the bottom.
+  EXPECT_EQ(CProgressDialog::barRect(size), QRect(10, size.height() - 25, size.width() - 20, 15));
+
+  dialog.setProgress(1, 4);
+  const QImage image = dialog.grab().toImage();
+  const int barY = size.height() - 17;
+  const int quarter = 10 + (size.width() - 20) / 4;
+  EXPECT_EQ(image.pixelColor(3, 3), QColor(255, 255, 0));                          // client area
+  EXPECT_EQ(image.pixelColor(5, barY), QColor(255, 255, 0));                       // left margin
+  EXPECT_EQ(image.pixelColor(size.width() - 5, barY), QColor(255, 255, 0));        // right margin
+  EXPECT_EQ(image.pixelColor(size.width() / 2, size.height() - 5), QColor(255, 255, 0));  // below the bar
+  EXPECT_EQ(image.pixelColor(quarter + 5, barY), QColor(Qt::white));                // not yet done
+  const QColor done = image.pixelColor(quarter - 5, barY);
+  EXPECT_NE(done, QColor(Qt::white));
+  EXPECT_NE(done, QColor(255, 255, 0));
+
+  int steps = 0;
+  CProgressDialog::run(nullptr, CProgressDialog::kPitch, [&steps](const CProgressDialog::Progress& progress) {
+    for (int i = 1; i <= 50; ++i) {
+      progress(i, 50);
+      ++steps;
+    }
+  });
+  EXPECT_EQ(steps, 50);
+}
+
+}  // namespace
+}  // namespace vandrel::ui::test
