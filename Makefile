@@ -1,4 +1,5 @@
-# make run        build and run the main job
+# make run        build and open the editor
+# make demo       synthesize the default document to out/default.wav
 # make test       build and run every test
 # make test-asan  the same under AddressSanitizer + UndefinedBehaviorSanitizer
 # make bench      build and run the benchmarks
@@ -9,7 +10,7 @@ ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-.PHONY: all deps build run test test-asan bench bless clean format
+.PHONY: all deps build run demo test test-asan bench bless clean format
 
 all: build
 
@@ -23,6 +24,9 @@ build: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS)
 
 run: build
+	$(BUILD)/src/ui/vandrel
+
+demo: build
 	@mkdir -p out
 	$(BUILD)/src/cli/vandrel-cli synth --default -o out/default.wav
 
