@@ -9,7 +9,8 @@
 namespace vandrel {
 
 inline constexpr std::string_view kAddSubtractCaption = "Add / Subtract";
-inline constexpr std::string_view kAddSubtractField = "Amount to Add or subtract. (Negative values will subtract)";
+inline constexpr std::string_view kAddSubtractField =
+    "Amount to Add or subtract. (Negative values will subtract)";
 
 // Stores `amount` as the dialog's next starting value, runs the after-edit
 // step - so the snapshot it appends holds the table as it was before the

@@ -10,18 +10,21 @@ namespace vandrel {
 namespace {
 
 std::string roundedAddMessage(long long asked, int interval, long long added) {
-  return "you have requested a time(ms) = " + std::to_string(asked) + " ,But with interval(ms) = " +
-         std::to_string(interval) + " ,you can only add time(ms) = " + std::to_string(added) + " ";
+  return "you have requested a time(ms) = " + std::to_string(asked) +
+         " ,But with interval(ms) = " + std::to_string(interval) +
+         " ,you can only add time(ms) = " + std::to_string(added) + " ";
 }
 
 std::string shortenMessage(long long asked, int interval, long long total) {
-  return "you have requested a time(ms) = " + std::to_string(asked) + " , But with interval(ms) = " +
-         std::to_string(interval) + " , the total time will be = " + std::to_string(total) + " (ms)";
+  return "you have requested a time(ms) = " + std::to_string(asked) +
+         " , But with interval(ms) = " + std::to_string(interval) +
+         " , the total time will be = " + std::to_string(total) + " (ms)";
 }
 
 std::string lengthenMessage(long long asked, int interval, long long total) {
-  return "you have requested a time(ms) = " + std::to_string(asked) + " ,But with interval(ms) = " +
-         std::to_string(interval) + " ,the total time will be = " + std::to_string(total) + " (ms)";
+  return "you have requested a time(ms) = " + std::to_string(asked) +
+         " ,But with interval(ms) = " + std::to_string(interval) +
+         " ,the total time will be = " + std::to_string(total) + " (ms)";
 }
 
 UserMessage beepWith(std::string text) { return UserMessage{std::move(text), true}; }
@@ -68,9 +71,12 @@ FrameTable withInsertedColumns(const FrameTable& old, const ParameterSet& ps, in
 
 std::string_view placeText(AddColumnPlace place) {
   switch (place) {
-    case AddColumnPlace::kBeginning: return "At the beginning of the file";
-    case AddColumnPlace::kSelectedColumn: return "At the selected column";
-    case AddColumnPlace::kEnd: return "At the end of the file";
+    case AddColumnPlace::kBeginning:
+      return "At the beginning of the file";
+    case AddColumnPlace::kSelectedColumn:
+      return "At the selected column";
+    case AddColumnPlace::kEnd:
+      return "At the end of the file";
   }
   return {};
 }
@@ -129,7 +135,8 @@ UserMessages addTime(CVandrelDoc& doc, TableViewState& view, const ProgressFn& p
   return out;
 }
 
-UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLengthMs, const ProgressFn& progress) {
+UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLengthMs,
+                              const ProgressFn& progress) {
   UserMessages out;
   ParameterSet& ps = doc.params();
   const int interval = ps.intervalMs;
@@ -177,8 +184,9 @@ UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLen
     for (int k = 0; k < add; ++k) {
       for (int r = 0; r < kParamCount; ++r) {
         const ParamDef& def = ps.at(r);
-        next.setValue(r, oldCols + k, std::clamp<double>(def.defaultValue, std::min(def.lower, def.upper),
-                                                         std::max(def.lower, def.upper)));
+        next.setValue(r, oldCols + k,
+                      std::clamp<double>(def.defaultValue, std::min(def.lower, def.upper),
+                                         std::max(def.lower, def.upper)));
       }
       if (progress) progress(k + 1, add);
     }

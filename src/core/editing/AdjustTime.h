@@ -19,7 +19,8 @@ namespace vandrel {
 inline constexpr std::string_view kAddColumnCaption = "Add Column";
 inline constexpr std::string_view kAddColumnTimeField = "Time to add (ms) =";
 inline constexpr std::string_view kMsgTimeLockedByAudio =
-    "You may not change the time of the file while the audio file is open\nThe timing alignment between the two "
+    "You may not change the time of the file while the audio file is open\nThe timing alignment between the "
+    "two "
     "files will be disrupted\nIf you wish to do so, save the file and reopen it independently.";
 inline constexpr std::string_view kMsgSelectColumnFirst = "Please select a column first";
 

@@ -9,8 +9,14 @@ void afterEditStep(CVandrelDoc& doc, TableViewState& view) {
   view.tableChanged = true;
 }
 
+void afterEditStep(CVandrelDoc& doc, TableViewState& view, const CellRange& written) {
+  doc.undo.noteChanged(written);
+  afterEditStep(doc, view);
+}
+
 void afterCellEdit(CVandrelDoc& doc, TableViewState& view, int row, int column) {
-  if (doc.anchorAfterEdit && row >= 0 && row < doc.table.rows() && column >= 0 && column < doc.table.columns()) {
+  if (doc.anchorAfterEdit && row >= 0 && row < doc.table.rows() && column >= 0 &&
+      column < doc.table.columns()) {
     doc.table.setAnchor(row, column, true);
     doc.notifyCellsChanged(CellRange{row, row, column, column});
   }

@@ -18,6 +18,11 @@ namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc, TableViewState& view);
 
+// For code outside core/editing that wrote table values itself (graphical
+// entry, copying tracks): tells the undo history which cells were written,
+// then runs the after-edit step.
+void afterEditStep(CVandrelDoc& doc, TableViewState& view, const CellRange& written);
+
 void afterCellEdit(CVandrelDoc& doc, TableViewState& view, int row, int column);
 
 }  // namespace vandrel

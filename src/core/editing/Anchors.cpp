@@ -41,7 +41,9 @@ void setSelection(CVandrelDoc& doc, TableViewState& view, bool on) {
 
 }  // namespace
 
-void setCellAnchor(CVandrelDoc& doc, int row, int column, bool on) { setRange(doc, row, row, column, column, on); }
+void setCellAnchor(CVandrelDoc& doc, int row, int column, bool on) {
+  setRange(doc, row, row, column, column, on);
+}
 
 void addAnchorsToSelection(CVandrelDoc& doc, TableViewState& view) { setSelection(doc, view, true); }
 
@@ -49,7 +51,8 @@ void removeAnchorsFromSelection(CVandrelDoc& doc, TableViewState& view) { setSel
 
 void removeAllAnchors(CVandrelDoc& doc, TableViewState& view) {
   doc.table.clearAnchors();
-  if (doc.table.columns() > 0) doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, doc.table.columns() - 1});
+  if (doc.table.columns() > 0)
+    doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, doc.table.columns() - 1});
   doc.setModified(true);
   view.tableChanged = true;
 }

@@ -38,7 +38,8 @@ double interpolationValue(const FrameTable& table, int row, int column) {
 
 void interpolateSegment(CVandrelDoc& doc, int row, int firstColumn, int lastColumn) {
   fillSegment(doc, row, firstColumn, lastColumn);
-  if (lastColumn - firstColumn > 1) doc.notifyCellsChanged(CellRange{row, row, firstColumn + 1, lastColumn - 1});
+  if (lastColumn - firstColumn > 1)
+    doc.notifyCellsChanged(CellRange{row, row, firstColumn + 1, lastColumn - 1});
 }
 
 void interpolateRange(CVandrelDoc& doc, int c1, int r1, int c2, int r2, bool anchorsOnly) {

@@ -17,8 +17,8 @@ enum class SelectionKind { kNone, kRow, kColumn, kBlock };
 
 struct TableSelection {
   SelectionKind kind = SelectionKind::kNone;
-  int row = 0;     // kRow: the row whose side heading was clicked
-  int column = 0;  // kColumn: the column whose top heading was clicked
+  int row = 0;                        // kRow: the row whose side heading was clicked
+  int column = 0;                     // kColumn: the column whose top heading was clicked
   int startColumn = 0, startRow = 0;  // kBlock: where the selection began
   int endColumn = 0, endRow = 0;      // kBlock: where it ended
 

@@ -59,7 +59,8 @@ const UndoHistory::Snapshot* UndoHistory::base() const {
 // (same geometry) is shared; a leaf equal to the one just left of it in the
 // same row is shared too, which keeps rows of one repeated value (a blank
 // table) almost free.
-UndoHistory::Snapshot UndoHistory::buildFull(const FrameTable& table, std::vector<std::uint8_t>& stillDirty) const {
+UndoHistory::Snapshot UndoHistory::buildFull(const FrameTable& table,
+                                             std::vector<std::uint8_t>& stillDirty) const {
   const Snapshot* b = base();
   const bool sameGeometry = b != nullptr && b->columns == table.columns();
   const int segments = segmentsFor(table.columns());

@@ -36,7 +36,7 @@
 namespace vandrel {
 
 class UndoHistory {
-public:
+ public:
   static constexpr int kNoSnapshot = -5;
   static constexpr int kLeafColumns = 256;
   static constexpr int kLeavesPerPage = 64;
@@ -73,7 +73,7 @@ public:
   // A value as a snapshot keeps it: cut toward zero, held to 32 bits, NaN 0.
   static std::int32_t wholeValue(double v);
 
-private:
+ private:
   using Leaf = std::vector<std::int32_t>;
   using LeafPtr = std::shared_ptr<const Leaf>;
   using Page = std::vector<LeafPtr>;

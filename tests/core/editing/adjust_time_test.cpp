@@ -26,6 +26,7 @@ void numberColumns(CVandrelDoc& doc) {
 }
 
 TEST(AdjustTimeTest, AddRoundsToWholeIntervals) {
+  // clang-format off
   const struct {
     int interval, asked, columnsAdded;
     UserMessages messages;
@@ -39,6 +40,7 @@ TEST(AdjustTimeTest, AddRoundsToWholeIntervals) {
       {5, 0, 0, {{"", true}}},
       {5, -12, 0, {{"", true}}},
   };
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.asked) + " at " + std::to_string(c.interval));
     CVandrelDoc doc;
@@ -74,6 +76,7 @@ TEST(AdjustTimeTest, Placements) {
   };
   // Two columns added to 100 101 102 103: each placement inserts copies of
   // the column the insertion pushes right.
+  // clang-format off
   const std::vector<Case> cases = {
       {"At the beginning of the file", AddColumnPlace::kBeginning, {}, {100, 101, 101, 101, 102, 103}},
       {"At the selected column", AddColumnPlace::kSelectedColumn, TableSelection::wholeColumn(1),
@@ -84,6 +87,7 @@ TEST(AdjustTimeTest, Placements) {
        {100, 101, 102, 103, 103, 103}},
       {"At the end of the file", AddColumnPlace::kEnd, {}, {100, 101, 102, 103, 103, 103}},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name + " " + std::to_string(c.selection.column));
     EXPECT_EQ(placeText(c.place), c.name);
@@ -125,7 +129,8 @@ TEST(AdjustTimeTest, SelectedColumnMissingAfterTheLengthIsSet) {
   TableViewState view;
   view.selection = TableSelection::wholeRow(2);
   const UserMessages expected = {
-      {"you have requested a time(ms) = 12 ,But with interval(ms) = 5 ,you can only add time(ms) = 10 ", true},
+      {"you have requested a time(ms) = 12 ,But with interval(ms) = 5 ,you can only add time(ms) = 10 ",
+       true},
       {"Please select a column first", true},
   };
   EXPECT_EQ(addTime(doc, view), expected);
@@ -158,6 +163,7 @@ TEST(AdjustTimeTest, RefusedWhileAnAudioFileIsOpen) {
 }
 
 TEST(AdjustTimeTest, ChangeLength) {
+  // clang-format off
   const struct {
     int from, to, interval, columnsAfter;
     double lengthAfter;
@@ -176,6 +182,7 @@ TEST(AdjustTimeTest, ChangeLength) {
       {1000, 900, 5, 180, 900, {}},
       {1000, 0, 5, 0, 0, {}},
   };
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.from) + " -> " + std::to_string(c.to));
     CVandrelDoc doc;
@@ -187,7 +194,8 @@ TEST(AdjustTimeTest, ChangeLength) {
     EXPECT_EQ(doc.params().frameCount, c.columnsAfter);
     EXPECT_EQ(doc.params().fileLengthMs, c.lengthAfter);
     // The first columns keep their values; a shortened table loses its last.
-    for (int col = 0; col < std::min(c.columnsAfter, 200); ++col) EXPECT_EQ(doc.table.value(kF1, col), 100 + col);
+    for (int col = 0; col < std::min(c.columnsAfter, 200); ++col)
+      EXPECT_EQ(doc.table.value(kF1, col), 100 + col);
     EXPECT_TRUE(doc.modified);
     EXPECT_EQ(doc.undo.count(), 1);
   }
@@ -204,8 +212,8 @@ TEST(AdjustTimeTest, EqualLengthDoesNothing) {
 TEST(AdjustTimeTest, LengthenedColumnsHoldDefaultsWithinLimitsAndNoAnchors) {
   CVandrelDoc doc;
   shapeDoc(doc, 2, 10);
-  doc.params().setDefault(kAv, 120);   // above its upper limit of 87
-  doc.params().setDefault(kF1, 100);   // below its lower limit of 200
+  doc.params().setDefault(kAv, 120);  // above its upper limit of 87
+  doc.params().setDefault(kF1, 100);  // below its lower limit of 200
   doc.table.setValue(kF2, 1, 999);
   doc.table.setAnchor(kF2, 1, true);
   TableViewState view;

@@ -32,6 +32,7 @@ struct InterpCase {
 };
 
 TEST(InterpolationTest, TableOfCases) {
+  // clang-format off
   const std::vector<InterpCase> cases = {
       {"adjacent anchors leave everything", {0, 10, 20, 30, 40}, {1, 2}, Op::kAll, 0, 0, 1, {0, 10, 20, 30, 40}},
       {"one anchor leaves the row", {5, 9, 1, 4}, {2}, Op::kAll, 0, 0, 1, {5, 9, 1, 4}},
@@ -62,6 +63,7 @@ TEST(InterpolationTest, TableOfCases) {
       {"whole column changes nothing", {0, 9, 9, 40}, {0, 3}, Op::kSelectColumn, 0, 0, 1, {0, 9, 9, 40}},
       {"no selection changes nothing", {0, 9, 9, 40}, {0, 3}, Op::kSelectNone, 0, 0, 1, {0, 9, 9, 40}},
   };
+  // clang-format on
 
   for (const InterpCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -73,11 +75,19 @@ TEST(InterpolationTest, TableOfCases) {
 
     TableViewState view;
     switch (c.op) {
-      case Op::kAll: break;
-      case Op::kSelectRow: view.selection = TableSelection::wholeRow(kRow); break;
-      case Op::kSelectBlock: view.selection = TableSelection::block(c.blockStart, kRow, c.blockEnd, kRow); break;
-      case Op::kSelectColumn: view.selection = TableSelection::wholeColumn(1); break;
-      case Op::kSelectNone: break;
+      case Op::kAll:
+        break;
+      case Op::kSelectRow:
+        view.selection = TableSelection::wholeRow(kRow);
+        break;
+      case Op::kSelectBlock:
+        view.selection = TableSelection::block(c.blockStart, kRow, c.blockEnd, kRow);
+        break;
+      case Op::kSelectColumn:
+        view.selection = TableSelection::wholeColumn(1);
+        break;
+      case Op::kSelectNone:
+        break;
     }
     for (int i = 0; i < c.times; ++i) {
       if (c.op == Op::kAll)
@@ -142,7 +152,8 @@ TEST(InterpolationTest, EndRowAboveStartRowIsNotInterpolated) {
   // The same block dragged downwards is interpolated in every row.
   view.selection = TableSelection::block(4, kF2, 0, kF1);
   interpolateSelectionCommand(doc, view);
-  for (int r = kF2; r <= kF1; ++r) EXPECT_EQ(rowValues(doc.table, r), (std::vector<double>{0, 10, 20, 30, 40}));
+  for (int r = kF2; r <= kF1; ++r)
+    EXPECT_EQ(rowValues(doc.table, r), (std::vector<double>{0, 10, 20, 30, 40}));
 }
 
 TEST(InterpolationTest, RangeEdgesOfMinusOne) {
@@ -152,7 +163,8 @@ TEST(InterpolationTest, RangeEdgesOfMinusOne) {
   // Open ends over the whole table: every row becomes the line from its first
   // to its last cell.
   interpolateRange(doc, -1, -1, -1, -1, false);
-  for (int r = 0; r < kParamCount; ++r) EXPECT_EQ(rowValues(doc.table, r), (std::vector<double>{0, 10, 20, 30, 40}));
+  for (int r = 0; r < kParamCount; ++r)
+    EXPECT_EQ(rowValues(doc.table, r), (std::vector<double>{0, 10, 20, 30, 40}));
 }
 
 TEST(InterpolationTest, CellOnePastTheLastFrameReadsTheLastFrame) {

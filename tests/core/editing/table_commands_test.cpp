@@ -23,6 +23,7 @@ using testing::setRowValues;
 using testing::shapeDoc;
 
 TEST(CellEditTest, TypedValuesAreHeldToTheRowLimits) {
+  // clang-format off
   const struct {
     int row;
     double typed;
@@ -31,8 +32,10 @@ TEST(CellEditTest, TypedValuesAreHeldToTheRowLimits) {
       {kAv, 5000, 87}, {kAv, -5, 0},     {kAv, 42.5, 42.5}, {kAv, 87, 87},        {kF0, 100, 500},
       {kF0, 5001, 5000}, {kAtu, 80, 80}, {kF6, 4999.9, 4999}, {kF2, 549.99, 550},
   };
+  // clang-format on
   for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(builtinParams()[static_cast<std::size_t>(c.row)].name) + " " + std::to_string(c.typed));
+    SCOPED_TRACE(std::string(builtinParams()[static_cast<std::size_t>(c.row)].name) + " " +
+                 std::to_string(c.typed));
     CVandrelDoc doc;
     TableViewState view;
     ASSERT_TRUE(editCell(doc, view, c.row, 3, c.typed));
@@ -118,6 +121,7 @@ TEST(AddSubtractTest, SelectionForms) {
     // Cells expected to have changed, as (row, column).
     std::vector<std::pair<int, int>> changed;
   };
+  // clang-format off
   const std::vector<Case> cases = {
       {"whole row", TableSelection::wholeRow(kF1), kParamCount, {{kF1, 0}, {kF1, 1}, {kF1, 2}, {kF1, 3}}},
       {"whole column, rows in use", TableSelection::wholeColumn(2), 3, {{0, 2}, {1, 2}, {2, 2}}},
@@ -127,6 +131,7 @@ TEST(AddSubtractTest, SelectionForms) {
       {"block with rows upwards", TableSelection::block(3, kF1, 1, kF2), kParamCount, {}},
       {"no selection", TableSelection::none(), kParamCount, {}},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     CVandrelDoc doc;
@@ -168,6 +173,7 @@ TEST(SetDefaultsTest, SelectionForms) {
     int rowsInUse;
     std::vector<std::pair<int, int>> reset;  // cells back at their own row's default
   };
+  // clang-format off
   const std::vector<Case> cases = {
       {"whole column, rows in use", TableSelection::wholeColumn(1), 2, {{0, 1}, {1, 1}}},
       {"block right to left", TableSelection::block(2, kF2, 1, kF1), kParamCount,
@@ -175,6 +181,7 @@ TEST(SetDefaultsTest, SelectionForms) {
       {"block left to right, first use", TableSelection::block(1, kF2, 2, kF1), kParamCount, {}},
       {"nothing selected", TableSelection::none(), kParamCount, {}},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     CVandrelDoc doc;
@@ -195,7 +202,8 @@ TEST(SetDefaultsTest, SelectionForms) {
     EXPECT_TRUE(doc.modified);
     EXPECT_TRUE(view.tableChanged);
     ASSERT_EQ(doc.undo.count(), 1);
-    EXPECT_EQ(doc.undo.valueAt(0, 0, 1), static_cast<int>(doc.table.value(0, 1)));  // snapshot after the change
+    EXPECT_EQ(doc.undo.valueAt(0, 0, 1),
+              static_cast<int>(doc.table.value(0, 1)));  // snapshot after the change
   }
 }
 

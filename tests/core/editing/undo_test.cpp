@@ -28,7 +28,8 @@ using Picture = std::vector<std::vector<long long>>;
 Picture pictureOf(const FrameTable& t) {
   Picture p(static_cast<std::size_t>(t.rows()));
   for (int r = 0; r < t.rows(); ++r)
-    for (int c = 0; c < t.columns(); ++c) p[static_cast<std::size_t>(r)].push_back(static_cast<long long>(t.value(r, c)));
+    for (int c = 0; c < t.columns(); ++c)
+      p[static_cast<std::size_t>(r)].push_back(static_cast<long long>(t.value(r, c)));
   return p;
 }
 
@@ -76,12 +77,14 @@ TEST(UndoTest, StepsClampAtBothEnds) {
   ASSERT_EQ(doc.undo.count(), 3);
   ASSERT_EQ(doc.undo.current(), 2);
 
+  // clang-format off
   const struct {
     bool redo;
     int index;
     double f1;
   } steps[] = {{true, 2, 600},  {false, 1, 400}, {false, 0, 300}, {false, 0, 300},
                {true, 1, 400},  {true, 2, 600},  {true, 2, 600}};
+  // clang-format on
   for (const auto& s : steps) {
     SCOPED_TRACE(std::string(s.redo ? "redo to " : "undo to ") + std::to_string(s.index));
     view.tableChanged = true;
@@ -157,11 +160,13 @@ TEST(UndoTest, ColumnCountFollowsTheSnapshot) {
 }
 
 TEST(UndoTest, SnapshotValuesAreHeldToThirtyTwoBits) {
+  // clang-format off
   const struct {
     double v;
     std::int32_t whole;
   } cases[] = {{2.9, 2},           {-2.9, -2},          {1e12, 2147483647}, {-1e12, -2147483647 - 1},
                {2147483647.5, 2147483647}, {std::nan(""), 0}, {-0.5, 0}};
+  // clang-format on
   for (const auto& c : cases) {
     SCOPED_TRACE(c.v);
     EXPECT_EQ(UndoHistory::wholeValue(c.v), c.whole);
@@ -182,8 +187,8 @@ TEST(UndoTest, MemoryGrowsWithWhatChanged) {
 }
 
 // Random edits of every kind, with undos and redos among them; after each
-// edit that appends, the picture that snapshot must hold. Undo all the way back gives the first, redo all the way
-// forward the last, and every step between gives its own.
+// edit that appends, the picture that snapshot must hold. Undo all the way back gives the first, redo all the
+// way forward the last, and every step between gives its own.
 TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
   for (unsigned seed = 1; seed <= 12; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
