@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -92,6 +93,29 @@ TEST(CellEditTest, NotANumberOrOutsideTheTableStoresNothing) {
   EXPECT_EQ(doc.table, before);
   EXPECT_EQ(doc.undo.count(), 0);
   EXPECT_FALSE(doc.modified);
+}
+
+TEST(CellEditTest, TypedTextGivesTheLeadingNumber) {
+  const struct {
+    const char* text;
+    std::optional<double> value;
+  } cases[] = {
+      {"600", 600},  {"  600", 600},      {"-12.5", -12.5},      {"+7", 7},
+      {"12ms", 12},  {"1e3", 1000},       {".5", 0.5},           {"3.", 3},
+      {"1e-400", 0}, {"1e400", HUGE_VAL}, {"-1e400", -HUGE_VAL}, {"", {}},
+      {"abc", {}},   {"-", {}},           {"+-3", {}},           {"1,5", 1},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(parseTypedValue(c.text), c.value);
+  }
+  CVandrelDoc doc;
+  TableViewState view;
+  EXPECT_TRUE(editCellText(doc, view, kAv, 0, "1e9"));
+  EXPECT_EQ(doc.table.value(kAv, 0), 87);
+  EXPECT_FALSE(editCellText(doc, view, kAv, 1, "loud"));
+  EXPECT_EQ(doc.table.value(kAv, 1), 60);
+  EXPECT_EQ(doc.undo.count(), 1);
 }
 
 TEST(AddSubtractTest, TruncatesThenAddsWithoutLimits) {
