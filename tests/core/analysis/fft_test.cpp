@@ -119,19 +119,6 @@ TEST(CMathFuncFftTest, ReorderedLoopsGiveThePlainLoopsResultsExactly) {
   }
 }
 
-TEST(CMathFuncFftTest, TwoObjectsAndRepeatedOrdersGiveIdenticalResults) {
-  CMathFunc a, b;
-  std::vector<double> re1(1024), im1(1024, 0.0);
-  for (std::size_t i = 0; i < re1.size(); ++i) re1[i] = std::sin(0.37 * static_cast<double>(i)) * 1000.0;
-  auto re2 = re1, im2 = im1;
-  std::vector<double> warm(64, 1.0), warmIm(64, 0.0);
-  b.fft(warm.data(), warmIm.data(), 6);  // another order cached first
-  a.fft(re1.data(), im1.data(), 10);
-  b.fft(re2.data(), im2.data(), 10);
-  EXPECT_EQ(re1, re2);
-  EXPECT_EQ(im1, im2);
-}
-
 // Spectrum: a frame of N samples (plus the one past it), rectangular or Hamming.
 std::vector<double> spectrum(CMathFunc& math, std::vector<double> x, int n, double a, int window) {
   x.resize(static_cast<std::size_t>(n) + 1, 0.0);

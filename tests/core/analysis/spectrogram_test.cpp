@@ -120,17 +120,5 @@ TEST(CSpectrogramTest, FormantArraysUntouchedWhenTrackingIsOff) {
   EXPECT_EQ(sg.formants(), before);
 }
 
-TEST(CSpectrogramTest, ProgressOncePerColumn) {
-  CSpectrogram sg;
-  std::vector<int> seen;
-  ASSERT_EQ(sg.compute(sine(300, 11025, 5000), 11025.0, settings(7, 16, 32, true),
-                       [&](int done, int total) {
-                         EXPECT_EQ(total, 7);
-                         seen.push_back(done);
-                       }),
-            CSpectrogram::Status::kOk);
-  EXPECT_EQ(seen, (std::vector<int>{1, 2, 3, 4, 5, 6, 7}));
-}
-
 }  // namespace
 }  // namespace vandrel
