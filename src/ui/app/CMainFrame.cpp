@@ -153,6 +153,8 @@ QMenu* CMainFrame::buildMenu(const MenuDef& def, bool documentMenu) {
     }
   }
   if (documentMenu) connect(menu, &QMenu::aboutToShow, this, &CMainFrame::updateCommandStates);
+  if (documentMenu && def.title == "&Window")
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] { listWindows(*menu); });
   return menu;
 }
 
@@ -197,6 +199,26 @@ void CMainFrame::buildStatusBar() {
     if (text.isEmpty()) bar->showMessage(kReady);
   });
   bar->showMessage(kReady);
+}
+
+void CMainFrame::listWindows(QMenu& menu) {
+  for (QAction* a : windowListActions_) {
+    menu.removeAction(a);
+    a->deleteLater();
+  }
+  windowListActions_.clear();
+  const auto windows = mdi_->subWindowList(QMdiArea::CreationOrder);
+  if (windows.isEmpty()) return;
+  windowListActions_ << menu.addSeparator();
+  for (int i = 0; i < windows.size(); ++i) {
+    QMdiSubWindow* w = windows[i];
+    auto* a = menu.addAction(QStringLiteral("&%1 %2").arg(i + 1).arg(w->windowTitle()));
+    a->setCheckable(true);
+    a->setChecked(w == mdi_->activeSubWindow());
+    a->setStatusTip(QStringLiteral("Activate this window"));
+    connect(a, &QAction::triggered, this, [this, w] { mdi_->setActiveSubWindow(w); });
+    windowListActions_ << a;
+  }
 }
 
 void CMainFrame::showStatus(const QString& text, int ms) { statusBar()->showMessage(text, ms); }

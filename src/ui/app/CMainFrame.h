@@ -102,6 +102,7 @@ private:
   void buildToolBar();
   void buildStatusBar();
   void showMenusFor(bool document);
+  void listWindows(QMenu& menu);  // the open windows at the end of the Window menu
   void onSubWindowActivated();
   void updateRecentActions();
   void updateTitle();
@@ -116,6 +117,7 @@ private:
   QAction* shortNewAction_ = nullptr;    // "&New\tCtrl+N" of the short menu
   QAction* recentPlaceholder_ = nullptr;  // the greyed "Recent File"
   QList<QAction*> recentActions_;
+  QList<QAction*> windowListActions_;
   QList<QMenu*> documentMenus_;
   QList<QMenu*> noDocumentMenus_;
   bool documentMenusShown_ = false;

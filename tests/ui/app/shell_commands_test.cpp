@@ -6,6 +6,9 @@
 #include <QImage>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
+#include <QDropEvent>
+#include <QApplication>
 #include <QStatusBar>
 #include <QTest>
 
@@ -17,6 +20,7 @@
 #include "app/OpenDocument.h"
 #include "config/ConfigFile.h"
 #include "document/VandrelDoc.h"
+#include "document/VdrFile.h"
 
 namespace vandrel::ui::test {
 namespace {
@@ -222,6 +226,28 @@ TEST_F(ShellCommandsTest, SavedConfigurationLoadsBackAndForeignFilesAreRefused) 
   EXPECT_EQ(messages, std::vector<QString>{
                           QStringLiteral("The file foreign.cfg is not a Vandrel configuration file. Nothing was loaded.")});
   EXPECT_EQ(frame.environment().config.params[vandrel::kGain].selected, 1);
+}
+
+TEST_F(ShellCommandsTest, DroppedParameterFileOpensInAWindowOfItsOwn) {
+  vandrel::CVandrelDoc source;
+  source.table.setValue(vandrel::kF2, 0, 1800.0);
+  const QString file = path(QStringLiteral("files/dropped.vdr"));
+  ASSERT_EQ(vandrel::saveVdrFile(file.toStdString(), source, vandrel::VdrKind::kAllParameters), "");
+
+  CMainFrame frame(environment());
+  frame.show();
+  QMimeData mime;
+  mime.setUrls({QUrl::fromLocalFile(file)});
+  QDragEnterEvent enter(QPoint(20, 20), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&frame, &enter);
+  EXPECT_TRUE(enter.isAccepted());
+  QDropEvent drop(QPointF(20, 20), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&frame, &drop);
+  EXPECT_TRUE(messages.empty()) << (messages.empty() ? "" : messages[0].toStdString());
+  ASSERT_EQ(frame.childFrames().size(), 1);
+  EXPECT_EQ(frame.activeDocument()->title(), QStringLiteral("dropped.vdr"));
+  EXPECT_EQ(frame.activeDocument()->doc().table.value(vandrel::kF2, 0), 1800.0);
+  EXPECT_TRUE(frame.showsDocumentMenus());
 }
 
 TEST(CProgressDialogTest, DrawsYellowWithAWhiteBarFilledToTheStepDone) {
