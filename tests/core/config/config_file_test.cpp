@@ -13,6 +13,7 @@
 
 #include <unistd.h>
 
+#include "config/AnalysisConfig.h"
 #include "config/ConfigFile.h"
 #include "document/VandrelDoc.h"
 
@@ -186,6 +187,59 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
   EXPECT_EQ(fresh.anchorColor(), 0x000000FFu);
   EXPECT_TRUE(fresh.anchorAfterEdit);
   EXPECT_FALSE(fresh.autoInterpolate);
+}
+
+}  // namespace
+}  // namespace vandrel
+
+
+namespace vandrel {
+namespace {
+
+// The record's built-in analysis part equals the option records' own
+// defaults at 11025 Hz, and edited options come back through the file.
+TEST(AnalysisConfigTest, DefaultsAgreeAndEditedOptionsSurviveTheFile) {
+  COptionFFTLPC f;
+  COptionPitch p;
+  COptionSpectrogram s;
+  loadAnalysisOptions(ConfigRecord::defaults(), f, p, s);
+  const COptionFFTLPC fDefault;
+  const COptionSpectrogram sDefault;
+  EXPECT_EQ(f.points, fDefault.points);
+  EXPECT_EQ(f.appliedWindowMs, fDefault.appliedWindowMs);
+  EXPECT_EQ(f.frequencyRange, fDefault.frequencyRange);
+  EXPECT_EQ(f.lpcCoefficients, fDefault.lpcCoefficients);
+  EXPECT_EQ(s.points, sDefault.points);
+  EXPECT_EQ(s.frequencyRange, sDefault.frequencyRange);
+  EXPECT_EQ(s.formantCoefficients, sDefault.formantCoefficients);
+  EXPECT_EQ(p.windowMs, COptionPitch{}.windowMs);
+
+  COptionFFTLPC f2(22050.0);
+  f2.selectSize(6);
+  f2.drawLpc = false;
+  COptionPitch p2;
+  p2.calcHighHz = 400;
+  p2.frequencyGrid = false;
+  COptionSpectrogram s2(22050.0);
+  s2.displayFormants = true;
+  s2.preEmphasis = 0.5;
+  ConfigRecord r = ConfigRecord::defaults();
+  storeAnalysisOptions(f2, p2, s2, r);
+  ConfigRecord back;
+  ASSERT_EQ(decodeConfig(encodeConfig(r), back), ConfigStatus::kOk);
+  COptionFFTLPC f3;
+  COptionPitch p3;
+  COptionSpectrogram s3;
+  loadAnalysisOptions(back, f3, p3, s3);
+  EXPECT_EQ(f3.fs, 22050.0);
+  EXPECT_EQ(f3.points, 2048);
+  EXPECT_EQ(f3.lpcCoefficients, f2.lpcCoefficients);
+  EXPECT_FALSE(f3.drawLpc);
+  EXPECT_EQ(p3.calcHighHz, 400);
+  EXPECT_FALSE(p3.frequencyGrid);
+  EXPECT_TRUE(s3.displayFormants);
+  EXPECT_EQ(s3.preEmphasis, 0.5);
+  EXPECT_EQ(s3.frequencyRange, s2.frequencyRange);
 }
 
 }  // namespace
