@@ -14,7 +14,6 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   QApplication::setOrganizationName(QString::fromLatin1(vandrel::ui::AppProfile::kCompany));
   QApplication::setApplicationName(QStringLiteral("Vandrel"));
-  QApplication::setApplicationDisplayName(QStringLiteral("Vandrel"));
   QApplication::setApplicationVersion(QStringLiteral(VANDREL_VERSION));
   QApplication::setDesktopFileName(QStringLiteral("vandrel"));
 
