@@ -255,7 +255,8 @@ int CWaveOut::Open(const QAudioDevice& device, const QAudioFormat& format, std::
   int rc = kSoundNoError;
   onAudioThread(host_, [&] { rc = host_->create(); });
   if (rc != kSoundNoError) {
-    onAudioThread(host_, [h = host_] { delete h; });
+    // Deleted when its thread finishes, never from inside its own event.
+    onAudioThread(host_, [h = host_] { h->deleteLater(); });
     host_ = nullptr;
     thread_->quit();
     thread_->wait();
@@ -323,7 +324,7 @@ int CWaveOut::Close() {
   if (host_ == nullptr) return kSoundInvalidHandle;
   onAudioThread(host_, [h = host_] {
     h->shutdown();
-    delete h;
+    h->deleteLater();  // runs as the thread finishes, below
   });
   host_ = nullptr;
   thread_->quit();

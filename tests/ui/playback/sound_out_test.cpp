@@ -164,6 +164,53 @@ TEST_F(SoundTest, StreamedPlaysEveryBufferInOrderAndKeepsTheLeftoverTail) {
               player.RefillCount());
 }
 
+TEST_F(SoundTest, PauseHoldsTheSoundAndRestartGoesOnFromTheSameSample) {
+  const auto tone = soundtest::fadedTone(523.0, kSinkRate, 1.2);
+  CSoundOut player;
+  ASSERT_TRUE(player.SetSource(tone, 0, tone.size(), kSinkRate, true, nullptr));
+  ASSERT_EQ(player.Start(), kSoundNoError);
+  ASSERT_TRUE(waitFor([&] { return player.PlayPosition() >= kSinkRate / 3; }, 3000));
+  EXPECT_EQ(player.Pause(), kSoundNoError);
+  QTest::qWait(400);
+  EXPECT_EQ(player.Restart(), kSoundNoError);
+  EXPECT_TRUE(waitFor([&] { return player.PlayPosition() >= static_cast<std::int64_t>(tone.size()); }, 4000));
+  const auto cap = finishRecording();
+  player.Close();
+
+  // The longest run of silence inside the sound is the pause; without it the
+  // recording is the tone, every sample once.
+  const auto onset = soundtest::firstSound(cap);
+  ASSERT_GE(onset, 0);
+  std::size_t gapStart = 0, gapLength = 0;
+  for (std::size_t i = static_cast<std::size_t>(onset); i < cap.size();) {
+    std::size_t j = i;
+    while (j < cap.size() && cap[j] == 0) ++j;
+    if (j < cap.size() && j - i > gapLength) {
+      gapStart = i;
+      gapLength = j - i;
+    }
+    i = j + 1;
+  }
+  EXPECT_GT(gapLength, static_cast<std::size_t>(kSinkRate / 4)) << "the pause left no silence";
+  std::vector<std::int16_t> joined(cap.begin(), cap.begin() + static_cast<std::ptrdiff_t>(gapStart));
+  joined.insert(joined.end(), cap.begin() + static_cast<std::ptrdiff_t>(gapStart + gapLength), cap.end());
+  const auto m = soundtest::locate(joined, tone, 1, onset, 200, 4096);
+  const double c = soundtest::ncc(joined, tone, m.lag, 1, tone.size());
+  EXPECT_GT(c, 0.999);
+  EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+  std::printf("[ pause ] silence of %.0f ms; without it, correlation %.6f\n",
+              1000.0 * static_cast<double>(gapLength) / kSinkRate, c);
+}
+
+TEST_F(SoundTest, AFormatTheDeviceRefusesSaysCannotOpenDevice) {
+  const std::vector<std::int16_t> samples(100, 1000);
+  CSoundOut player;
+  ASSERT_TRUE(player.SetSource(samples, 0, samples.size(), 0, true, nullptr));
+  EXPECT_EQ(player.Start(), kSoundBadFormat);
+  EXPECT_EQ(messages, QStringList{"Sound output Cannot Open Device!"});
+  EXPECT_FALSE(player.IsPlaying());
+}
+
 // ---- The Play command ---------------------------------------------------
 
 TEST_F(SoundTest, PlayCurrentAfterAnEditSynthesizesFirst) {
