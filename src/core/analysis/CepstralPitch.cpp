@@ -70,17 +70,20 @@ double CMathFunc::cepstralPitch(const std::int16_t* samples, double start, doubl
   double* y2 = y2_.size() < static_cast<std::size_t>(knots)
                    ? (y2_.resize(static_cast<std::size_t>(knots)), y2_.data())
                    : y2_.data();
-  if (!spline_.prepare(unitKnots(knots), y, knots, 1e30, 1e30, y2)) {
+  if (!spline_.prepareUnitKnots(y, knots, y2)) {
     splineFailed_ = true;
     return 0.0;
   }
   const int offset = static_cast<int>(10.0 * fs / fmax);
   const int scanEnd = static_cast<int>(10.0 * fs / fmin);
-  const int points = std::min((qhi - qlo) * 10, scanEnd - offset);
+  const int points = std::max(0, std::min((qhi - qlo) * 10, scanEnd - offset));
   double best = 0.0;
   int bestIndex = 1;
+  if (fine_.size() < static_cast<std::size_t>(points) + 1) fine_.resize(static_cast<std::size_t>(points) + 1);
+  double* fine = fine_.data();
+  CubicSpline::evaluateUnitKnotsEvenly(y, y2, knots, 0.1, points, fine);
   for (int i = 0; i < points; ++i) {
-    const double v = CubicSpline::evaluateUnitKnots(y, y2, knots, i * 0.1);
+    const double v = fine[i];
     if (v > best) {
       best = v;
       bestIndex = offset + i;

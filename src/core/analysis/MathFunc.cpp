@@ -58,11 +58,11 @@ bool CMathFunc::resample(double* x, int knots, int points, double step) {
   double* y = grow(knotY_, k);
   double* y2 = grow(y2_, k);
   std::copy(x, x + knots, y);
-  if (!spline_.prepare(unitKnots(knots), y, knots, 1e30, 1e30, y2)) {
+  if (!spline_.prepareUnitKnots(y, knots, y2)) {
     splineFailed_ = true;
     return false;
   }
-  for (int i = 0; i < points; ++i) x[i] = CubicSpline::evaluateUnitKnots(y, y2, knots, i * step);
+  CubicSpline::evaluateUnitKnotsEvenly(y, y2, knots, step, points, x);
   return true;
 }
 

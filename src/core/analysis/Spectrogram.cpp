@@ -60,6 +60,7 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
   rows_ = s.rows;
 
   const double spacing = total / s.columns;
+  double top = -1e7;  // running maximum of every cell
   double* frame = frame_.data();
   for (int i = 0; i < s.columns; ++i) {
     const double start = i * spacing + s.offset;
@@ -76,6 +77,7 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
     }
     math_.fftSpectrum(frame, n, s.preEmphasis, 1, 1, s.rows, s.fmax, fs);
     std::copy(frame, frame + s.rows, grid_.begin() + static_cast<std::ptrdiff_t>(i * rows));
+    for (int r = 0; r < s.rows; ++r) top = std::max(top, frame[r]);
 
     if (s.trackFormants) {
       double* lpc = lpcFrame_.data();
@@ -97,9 +99,8 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
     if (progress) progress(i + 1, s.columns);
   }
 
-  // Refer to the maximum and clip to the dynamic range.
-  double top = -1e7;
-  for (double v : grid_) top = std::max(top, v);
+  // Refer to the maximum (taken while the columns were filled) and clip to
+  // the dynamic range.
   for (double& v : grid_) {
     v = v - top + s.dynamicRangeDb;
     if (v < 0.0) v = 0.0;

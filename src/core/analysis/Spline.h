@@ -18,6 +18,11 @@ public:
   // y2 untouched, when the working array cannot be had.
   bool prepare(const double* x, const double* y, int n, double yp1, double ypn, double* y2);
 
+  // prepare() for natural ends and knots at x[i] = i. The factors of the
+  // elimination depend on n alone and are kept between calls; the other
+  // divisions are by 1 or 2 and exact, so the result is prepare()'s to the bit.
+  bool prepareUnitKnots(const double* y, int n, double* y2);
+
   // Value at `at`, the bracketing knots found by bisection. Beyond either
   // end the outermost cubic is extended. Needs n >= 2.
   static double evaluate(const double* x, const double* y, const double* y2, int n, double at);
@@ -40,6 +45,12 @@ public:
     return a * y[lo] + b * y[lo + 1] + ((a * a * a - a) * y2[lo] + (b * b * b - b) * y2[lo + 1]) / 6.0;
   }
 
+  // out[i] = evaluateUnitKnots(y, y2, n, i * step) for i = 0 .. count-1, two
+  // points at a time (each lane does exactly the scalar operations, so the
+  // values are the same to the last bit).
+  static void evaluateUnitKnotsEvenly(const double* y, const double* y2, int n, double step,
+                                      int count, double* out);
+
   // The message shown (after a beep) when prepare() could not get its memory.
   static const char* const kNoMemoryMessage;
 
@@ -53,6 +64,8 @@ private:
   }
 
   std::vector<double> u_;  // the decomposition's working row
+  std::vector<double> unitP_, unitDiag_;  // prepareUnitKnots' p and y2 factors
+  int unitN_ = 0;
 };
 
 }  // namespace vandrel

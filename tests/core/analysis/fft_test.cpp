@@ -253,11 +253,19 @@ TEST(CubicSplineTest, UnitKnotShortcutEqualsTheBisection) {
   }
   CubicSpline s;
   ASSERT_TRUE(s.prepare(x.data(), y.data(), n, 1e30, 1e30, y2.data()));
-  for (int i = 0; i < 450; ++i) {
+  for (int m : {2, 3, 17, n}) {
+    std::vector<double> general(static_cast<std::size_t>(m)), unit(static_cast<std::size_t>(m), 5.0);
+    ASSERT_TRUE(s.prepare(x.data(), y.data(), m, 1e30, 1e30, general.data()));
+    ASSERT_TRUE(s.prepareUnitKnots(y.data(), m, unit.data()));
+    EXPECT_EQ(unit, general) << m;
+  }
+  std::vector<double> evenly(451);
+  CubicSpline::evaluateUnitKnotsEvenly(y.data(), y2.data(), n, 0.1, 451, evenly.data());
+  for (int i = 0; i < 451; ++i) {
     const double at = i * 0.1;  // past the last knot too
-    EXPECT_EQ(CubicSpline::evaluateUnitKnots(y.data(), y2.data(), n, at),
-              CubicSpline::evaluate(x.data(), y.data(), y2.data(), n, at))
-        << at;
+    const double ref = CubicSpline::evaluate(x.data(), y.data(), y2.data(), n, at);
+    EXPECT_EQ(CubicSpline::evaluateUnitKnots(y.data(), y2.data(), n, at), ref) << at;
+    EXPECT_EQ(evenly[static_cast<std::size_t>(i)], ref) << at;
   }
 }
 
