@@ -86,19 +86,50 @@ void FftTables::transform(double* re, double* im, int m) {
   double* sr = scratchRe_.data();
   double* si = scratchIm_.data();
 
-  // Bit-reversal permutation and the first stage (twiddle 1: a sum and a
-  // difference) in one pass, gathered into the scratch arrays: reading in
-  // scattered order and writing in sequence is much kinder to the caches
-  // than swapping in place.
+  // Bit-reversal permutation and the first two stages in one pass, gathered
+  // into the scratch arrays: reading in scattered order and writing in
+  // sequence is much kinder to the caches than swapping in place. Stage 1's
+  // only twiddle is 1 (a sum and a difference); stage 2 multiplies by its
+  // two stored twiddles as every later stage does.
   const std::uint32_t* rev = o.rev.data();
-  for (std::size_t i = 0; i < n; i += 2) {
-    const std::uint32_t a = rev[i];
-    const std::uint32_t b = rev[i + 1];
-    const double xr = re[a], xi = im[a], tr = re[b], ti = im[b];
-    sr[i + 1] = xr - tr;
-    si[i + 1] = xi - ti;
-    sr[i] = xr + tr;
-    si[i] = xi + ti;
+  std::size_t h = 2;
+  if (n == 2) {
+    const double xr = re[0], xi = im[0], tr = re[1], ti = im[1];
+    sr[1] = xr - tr;
+    si[1] = xi - ti;
+    sr[0] = xr + tr;
+    si[0] = xi + ti;
+  } else {
+    const double u0r = o.wr[1], u0i = o.wi[1], u1r = o.wr[2], u1i = o.wi[2];
+    for (std::size_t i = 0; i < n; i += 4) {
+      const std::uint32_t p0 = rev[i], p1 = rev[i + 1], p2 = rev[i + 2], p3 = rev[i + 3];
+      double ar = re[p0], ai = im[p0], br = re[p1], bi = im[p1];
+      double cr = re[p2], ci = im[p2], dr = re[p3], di = im[p3];
+      double tr = br, ti = bi;
+      br = ar - tr;
+      bi = ai - ti;
+      ar = ar + tr;
+      ai = ai + ti;
+      tr = dr;
+      ti = di;
+      dr = cr - tr;
+      di = ci - ti;
+      cr = cr + tr;
+      ci = ci + ti;
+      tr = cr * u0r - ci * u0i;
+      ti = cr * u0i + ci * u0r;
+      sr[i + 2] = ar - tr;
+      si[i + 2] = ai - ti;
+      sr[i] = ar + tr;
+      si[i] = ai + ti;
+      tr = dr * u1r - di * u1i;
+      ti = dr * u1i + di * u1r;
+      sr[i + 3] = br - tr;
+      si[i + 3] = bi - ti;
+      sr[i + 1] = br + tr;
+      si[i + 1] = bi + ti;
+    }
+    h = 4;
   }
 
   // Later stages block by block, so each block is swept while it is in
@@ -111,7 +142,6 @@ void FftTables::transform(double* re, double* im, int m) {
   // the scratch arrays and writes the caller's.
   const double* fromRe = sr;
   const double* fromIm = si;
-  std::size_t h = 2;
   for (; 2 * h < n; h <<= 2) {
     const double* w1r = o.wr.data() + (h - 1);
     const double* w1i = o.wi.data() + (h - 1);
@@ -157,11 +187,9 @@ void FftTables::transform(double* re, double* im, int m) {
       store(re + s + h, br);
       store(im + s + h, bi);
     }
-  } else if (fromRe == sr) {  // n = 2: the first stage was the only one
-    re[0] = sr[0];
-    re[1] = sr[1];
-    im[0] = si[0];
-    im[1] = si[1];
+  } else if (fromRe == sr) {  // n <= 4: the gathering pass did every stage
+    std::memcpy(re, sr, n * sizeof(double));
+    std::memcpy(im, si, n * sizeof(double));
   }
 }
 
