@@ -23,7 +23,8 @@
 // into the table between two appends tells the history which cells it wrote
 // (noteChanged and friends). Every operation in core/editing does so. Code
 // elsewhere that writes table values and then appends must do the same, or call
-// noteAllChanged(); a change of column count is always noticed by itself.
+// noteAllChanged() (or use the afterEditStep of AfterEdit.h that takes the
+// cells written); a change of column count is always noticed by itself.
 
 #include <cstddef>
 #include <cstdint>
