@@ -6,7 +6,8 @@ namespace {
 std::int32_t flag(bool on) { return on ? 1 : 0; }
 }  // namespace
 
-void loadAnalysisOptions(const ConfigRecord& record, COptionFFTLPC& f, COptionPitch& p, COptionSpectrogram& s) {
+void loadAnalysisOptions(const ConfigRecord& record, COptionFFTLPC& f, COptionPitch& p,
+                         COptionSpectrogram& s) {
   const FftLpcConfig& cf = record.fftLpc;
   f.fs = cf.fs;
   f.sizeIndex = cf.sizeIndex;
@@ -59,19 +60,40 @@ void loadAnalysisOptions(const ConfigRecord& record, COptionFFTLPC& f, COptionPi
 
 void storeAnalysisOptions(const COptionFFTLPC& f, const COptionPitch& p, const COptionSpectrogram& s,
                           ConfigRecord& record) {
-  record.fftLpc = FftLpcConfig{f.sizeIndex,       f.appliedWindowMs,     f.frequencyRange, f.averageStepMs,
-                               f.lpcCoefficients, flag(f.drawLpc),       flag(f.absolute), f.absoluteDb,
-                               f.width,           f.height,              flag(f.inches),   flag(f.color),
-                               flag(f.frequencyGrid), f.frequencyGridHz, flag(f.powerGrid), f.powerGridDb,
+  record.fftLpc = FftLpcConfig{f.sizeIndex,
+                               f.appliedWindowMs,
+                               f.frequencyRange,
+                               f.averageStepMs,
+                               f.lpcCoefficients,
+                               flag(f.drawLpc),
+                               flag(f.absolute),
+                               f.absoluteDb,
+                               f.width,
+                               f.height,
+                               flag(f.inches),
+                               flag(f.color),
+                               flag(f.frequencyGrid),
+                               f.frequencyGridHz,
+                               flag(f.powerGrid),
+                               f.powerGridDb,
                                f.fs};
-  record.pitch = PitchConfig{p.windowMs,     p.stepMs,        p.deviationHz,   p.thresholdPercent,
-                             p.calcLowHz,    p.calcHighHz,    p.displayLowHz,  p.displayHighHz,
-                             flag(p.frequencyGrid), p.frequencyGridHz};
-  record.spectrogram = SpectrogramConfig{s.sizeIndex,          s.frequencyRange,  s.dynamicRangeDb,
-                                         flag(s.displayFormants), s.preEmphasis,  s.formantCoefficients,
-                                         flag(s.frequencyGrid), s.frequencyGridHz, flag(s.timeGrid),
-                                         s.timeGridMs,         flag(s.inches),    s.width,
-                                         s.height,             s.fs};
+  record.pitch =
+      PitchConfig{p.windowMs,   p.stepMs,       p.deviationHz,   p.thresholdPercent,    p.calcLowHz,
+                  p.calcHighHz, p.displayLowHz, p.displayHighHz, flag(p.frequencyGrid), p.frequencyGridHz};
+  record.spectrogram = SpectrogramConfig{s.sizeIndex,
+                                         s.frequencyRange,
+                                         s.dynamicRangeDb,
+                                         flag(s.displayFormants),
+                                         s.preEmphasis,
+                                         s.formantCoefficients,
+                                         flag(s.frequencyGrid),
+                                         s.frequencyGridHz,
+                                         flag(s.timeGrid),
+                                         s.timeGridMs,
+                                         flag(s.inches),
+                                         s.width,
+                                         s.height,
+                                         s.fs};
 }
 
 }  // namespace vandrel

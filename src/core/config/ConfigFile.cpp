@@ -21,7 +21,7 @@ constexpr std::size_t kReservedStart = 27584;
 
 // Little-endian writer over a buffer of fixed size.
 class Writer {
-public:
+ public:
   explicit Writer(std::string& out) : out_(out) {}
   void u32(std::uint32_t v) {
     for (int i = 0; i < 4; ++i) out_[pos_++] = static_cast<char>((v >> (8 * i)) & 0xFF);
@@ -42,17 +42,18 @@ public:
   }
   std::size_t pos() const { return pos_; }
 
-private:
+ private:
   std::string& out_;
   std::size_t pos_ = 0;
 };
 
 class Reader {
-public:
+ public:
   explicit Reader(std::string_view in) : in_(in) {}
   std::uint32_t u32() {
     std::uint32_t v = 0;
-    for (int i = 0; i < 4; ++i) v |= static_cast<std::uint32_t>(static_cast<unsigned char>(in_[pos_++])) << (8 * i);
+    for (int i = 0; i < 4; ++i)
+      v |= static_cast<std::uint32_t>(static_cast<unsigned char>(in_[pos_++])) << (8 * i);
     return v;
   }
   std::int32_t i32() { return static_cast<std::int32_t>(u32()); }
@@ -80,7 +81,7 @@ public:
   }
   bool ok() const { return ok_; }
 
-private:
+ private:
   std::string_view in_;
   std::size_t pos_ = 0;
   bool ok_ = true;
@@ -101,9 +102,9 @@ bool validTable(const TableConfig& t) {
 }
 
 bool validFftLpc(const FftLpcConfig& f) {
-  return f.sizeIndex >= 0 && f.sizeIndex <= 8 && isFlag(f.drawLpc) && isFlag(f.absolute) && isFlag(f.inches) &&
-         isFlag(f.color) && isFlag(f.frequencyGridOn) && isFlag(f.powerGridOn) && std::isfinite(f.width) &&
-         std::isfinite(f.height) && positive(f.fs);
+  return f.sizeIndex >= 0 && f.sizeIndex <= 8 && isFlag(f.drawLpc) && isFlag(f.absolute) &&
+         isFlag(f.inches) && isFlag(f.color) && isFlag(f.frequencyGridOn) && isFlag(f.powerGridOn) &&
+         std::isfinite(f.width) && std::isfinite(f.height) && positive(f.fs);
 }
 
 bool validPitch(const PitchConfig& p) { return isFlag(p.frequencyGridOn); }
@@ -126,7 +127,8 @@ ConfigRecord ConfigRecord::defaults() {
   const auto& builtin = builtinParams();
   for (int i = 0; i < kParamCount; ++i) {
     const auto& p = builtin[static_cast<std::size_t>(i)];
-    r.params[static_cast<std::size_t>(i)] = ParamSlot{p.defaultValue, p.working, p.lower, p.upper, p.selected, p.color};
+    r.params[static_cast<std::size_t>(i)] =
+        ParamSlot{p.defaultValue, p.working, p.lower, p.upper, p.selected, p.color};
   }
   r.table.colors = kDefaultColors;
   return r;
@@ -200,8 +202,8 @@ std::string encodeConfig(const ConfigRecord& r) {
   t.f64(s.height);
   t.f64(s.fs);
   const auto& d = r.display;
-  for (const auto v : {d.x, d.y, d.width, d.height, d.maximized, d.toolbarVisible, d.statusBarVisible,
-                       d.childMaximized})
+  for (const auto v :
+       {d.x, d.y, d.width, d.height, d.maximized, d.toolbarVisible, d.statusBarVisible, d.childMaximized})
     t.i32(v);
   assert(t.pos() == kReservedStart);  // the layout in the header, field for field
   return out;
@@ -227,7 +229,8 @@ ConfigStatus decodeConfig(std::string_view bytes, ConfigRecord& out) {
     s.upper = slots.i32();
     s.selected = slots.i32();
     s.color = slots.u32();
-    if (!slots.ok() || s.lower > s.upper || !isFlag(s.selected) || !isColor(s.color)) return ConfigStatus::kBadField;
+    if (!slots.ok() || s.lower > s.upper || !isFlag(s.selected) || !isColor(s.color))
+      return ConfigStatus::kBadField;
   }
 
   auto& tb = r.table;

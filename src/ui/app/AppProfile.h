@@ -9,7 +9,7 @@
 namespace vandrel::ui {
 
 class AppProfile {
-public:
+ public:
   static constexpr const char* kCompany = "Vandrel Speech Lab";
   static constexpr const char* kApplication = "Vandrel";
 
@@ -26,7 +26,7 @@ public:
   // `path` moved to the front of `list`, at most five entries kept.
   static QStringList withRecent(QStringList list, const QString& path);
 
-private:
+ private:
   QSettings settings_;
 };
 

@@ -17,7 +17,7 @@ class OpenDocument;
 
 class CChildFrame : public QMdiSubWindow {
   Q_OBJECT
-public:
+ public:
   CChildFrame(CMainFrame& mainFrame, std::shared_ptr<OpenDocument> document);
   ~CChildFrame() override;
 
@@ -31,10 +31,10 @@ public:
   int windowNumber() const { return windowNumber_; }
   void updateTitle();
 
-protected:
+ protected:
   void closeEvent(QCloseEvent* event) override;
 
-private:
+ private:
   CMainFrame& mainFrame_;
   std::shared_ptr<OpenDocument> document_;
   int windowNumber_ = 0;

@@ -312,7 +312,8 @@ CChildFrame* CMainFrame::addWindow(std::shared_ptr<OpenDocument> document) {
   auto* frame = new CChildFrame(*this, std::move(document));
   mdi_->addSubWindow(frame);
   // The frame leaves the area's list only after its destruction has begun.
-  connect(frame, &QObject::destroyed, this, [this] { QTimer::singleShot(0, this, &CMainFrame::onSubWindowActivated); });
+  connect(frame, &QObject::destroyed, this,
+          [this] { QTimer::singleShot(0, this, &CMainFrame::onSubWindowActivated); });
   if (maximise)
     frame->showMaximized();
   else
@@ -333,9 +334,12 @@ void CMainFrame::onSubWindowActivated() {
 bool CMainFrame::queryCloseWindow(CChildFrame& frame) {
   OpenDocument& doc = frame.document();
   if (windowsOf(doc).size() > 1 || !doc.isModified()) return true;
-  const auto answer = showMessage(MessageRequest{this, QStringLiteral("Save changes to %1?").arg(doc.title()), {},
+  const auto answer = showMessage(MessageRequest{this,
+                                                 QStringLiteral("Save changes to %1?").arg(doc.title()),
+                                                 {},
                                                  QMessageBox::Warning,
-                                                 QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, false});
+                                                 QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+                                                 false});
   if (answer == QMessageBox::Cancel) return false;
   if (answer == QMessageBox::Yes) return saveDocument(doc, false);
   return true;
@@ -394,9 +398,12 @@ void CMainFrame::closeEvent(QCloseEvent* event) {
     if (asked.contains(doc)) continue;
     asked << doc;
     if (!doc->isModified()) continue;
-    const auto answer = showMessage(MessageRequest{this, QStringLiteral("Save changes to %1?").arg(doc->title()),
-                                                   {}, QMessageBox::Warning,
-                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, false});
+    const auto answer = showMessage(MessageRequest{this,
+                                                   QStringLiteral("Save changes to %1?").arg(doc->title()),
+                                                   {},
+                                                   QMessageBox::Warning,
+                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+                                                   false});
     if (answer == QMessageBox::Cancel || (answer == QMessageBox::Yes && !saveDocument(*doc, false))) {
       event->ignore();
       return;
@@ -429,7 +436,8 @@ bool CMainFrame::eventFilter(QObject* watched, QEvent* event) {
   // A key press passes through here once for each widget it propagates to;
   // count it at its first receiver only.
   QWidget* first = QApplication::focusWidget() ? QApplication::focusWidget() : QApplication::activeWindow();
-  if (event->type() == QEvent::KeyPress && watched == first && !static_cast<QKeyEvent*>(event)->isAutoRepeat()) {
+  if (event->type() == QEvent::KeyPress && watched == first &&
+      !static_cast<QKeyEvent*>(event)->isAutoRepeat()) {
     switch (static_cast<QKeyEvent*>(event)->key()) {
       case Qt::Key_CapsLock:
         capsLock_ = !capsLock_;

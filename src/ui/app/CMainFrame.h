@@ -27,7 +27,7 @@ class OpenDocument;
 
 class CMainFrame : public QMainWindow {
   Q_OBJECT
-public:
+ public:
   explicit CMainFrame(ShellEnvironment environment, QWidget* parent = nullptr);
   ~CMainFrame() override;
 
@@ -86,16 +86,16 @@ public:
   // Writes the window placement into the configuration kept in memory.
   void storePlacement();
 
-signals:
+ signals:
   void activeDocumentChanged();
 
-protected:
+ protected:
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
-private:
+ private:
   void createActions();
   QMenu* buildMenu(const struct MenuDef& def, bool documentMenu);
   void buildMenus();
@@ -114,7 +114,7 @@ private:
   QMdiArea* mdi_ = nullptr;
   QToolBar* toolBar_ = nullptr;
   QHash<int, QAction*> actions_;
-  QAction* shortNewAction_ = nullptr;    // "&New\tCtrl+N" of the short menu
+  QAction* shortNewAction_ = nullptr;     // "&New\tCtrl+N" of the short menu
   QAction* recentPlaceholder_ = nullptr;  // the greyed "Recent File"
   QList<QAction*> recentActions_;
   QList<QAction*> windowListActions_;

@@ -13,7 +13,7 @@ namespace vandrel::ui {
 
 class CProgressDialog : public QDialog {
   Q_OBJECT
-public:
+ public:
   // The captions, blanks included.
   static const QString kSynthesizing;   // " Synthesizing... "
   static const QString kSpectrogram;    // " Processing Spectrogram... "
@@ -43,10 +43,10 @@ public:
   static QRect barRect(const QSize& size);
   static QRect filledRect(const QSize& size, int done, int total);
 
-protected:
+ protected:
   void paintEvent(QPaintEvent* event) override;
 
-private:
+ private:
   QString caption_;
   int done_ = 0;
   int total_ = 0;

@@ -55,8 +55,7 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
     if (mainFrame_->environment().config.display.width == 0)
       mainFrame_->setGeometry(mainFrame_->screen()->availableGeometry());
     mainFrame_->showMaximized();
-  }
-  else
+  } else
     mainFrame_->show();
 
   if (file.isEmpty()) {

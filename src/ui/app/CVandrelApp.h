@@ -19,7 +19,7 @@ class AppProfile;
 class CMainFrame;
 
 class CVandrelApp {
-public:
+ public:
   explicit CVandrelApp(ShellHooks hooks = ShellHooks::system());
   ~CVandrelApp();
 
@@ -36,7 +36,7 @@ public:
   // The process-wide temp folder (empty before start-up found it).
   static QString tempFolder();
 
-private:
+ private:
   ShellHooks hooks_;
   std::unique_ptr<AppProfile> profile_;
   std::unique_ptr<CMainFrame> mainFrame_;

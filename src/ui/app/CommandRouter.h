@@ -74,7 +74,7 @@ using CommandHandler = std::function<void(CommandContext&)>;
 using CommandEnabler = std::function<bool(const CommandContext&)>;
 
 class CommandRouter {
-public:
+ public:
   // Attaches (or replaces) the handler of `id`. `enabled`, when given, is
   // asked whenever menus and the toolbar refresh.
   void setHandler(int id, CommandHandler handler, CommandEnabler enabled = {});
@@ -87,7 +87,7 @@ public:
   // False only when an enabler is attached and says no.
   bool isEnabled(const CommandContext& ctx) const;
 
-private:
+ private:
   struct Entry {
     CommandHandler handler;
     CommandEnabler enabled;

@@ -59,8 +59,8 @@ const std::vector<CommandDef> kCommands = {
 
     // Anchors
     {ID_ANCHORS_ADD, "Add to Selection", "Add anchor points to all the cells in the selection", "", "", true},
-    {ID_ANCHORS_REMOVE, "Remove from Selection", "Remove all the anchors from the cells in the selection.", "",
-     "", true},
+    {ID_ANCHORS_REMOVE, "Remove from Selection", "Remove all the anchors from the cells in the selection.",
+     "", "", true},
     {ID_ANCHORS_REMOVE_ALL, "Remove All", "Remove all the anchor cells from the table.", "", "", true},
 
     // Interpolation
@@ -181,13 +181,34 @@ const std::vector<MenuDef> kNoDocumentMenus = {
 };
 
 const std::vector<int> kToolbar = {
-    ID_FILE_NEW,        ID_FILE_OPEN,          ID_FILE_OPEN_AUDIO,        ID_FILE_SAVE,
-    ID_FILE_PRINT,      0,                     ID_EDIT_UNDO,              ID_EDIT_CUT,
-    ID_EDIT_COPY,       ID_EDIT_PASTE,         ID_EDIT_ADD_ROW,           ID_EDIT_REMOVE_ROW,
-    ID_EDIT_ADD_COLUMN, ID_EDIT_REMOVE_COLUMN, 0,                         ID_ENTRY_GRAPHICAL,
-    ID_ENTRY_TRACE,     0,                     ID_ANALYSIS_FFT_LPC,       ID_ANALYSIS_SPECTRO_SYNTH,
-    ID_ANALYSIS_SPECTRO_AUDIO, 0,              ID_PLAY_CURRENT,           ID_PLAY_PREVIOUS,
-    ID_PLAY_AUDIO,      0,                     ID_APP_ABOUT,              ID_HELP_INDEX,
+    ID_FILE_NEW,
+    ID_FILE_OPEN,
+    ID_FILE_OPEN_AUDIO,
+    ID_FILE_SAVE,
+    ID_FILE_PRINT,
+    0,
+    ID_EDIT_UNDO,
+    ID_EDIT_CUT,
+    ID_EDIT_COPY,
+    ID_EDIT_PASTE,
+    ID_EDIT_ADD_ROW,
+    ID_EDIT_REMOVE_ROW,
+    ID_EDIT_ADD_COLUMN,
+    ID_EDIT_REMOVE_COLUMN,
+    0,
+    ID_ENTRY_GRAPHICAL,
+    ID_ENTRY_TRACE,
+    0,
+    ID_ANALYSIS_FFT_LPC,
+    ID_ANALYSIS_SPECTRO_SYNTH,
+    ID_ANALYSIS_SPECTRO_AUDIO,
+    0,
+    ID_PLAY_CURRENT,
+    ID_PLAY_PREVIOUS,
+    ID_PLAY_AUDIO,
+    0,
+    ID_APP_ABOUT,
+    ID_HELP_INDEX,
 };
 
 QString fromView(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
@@ -198,7 +219,8 @@ const std::vector<CommandDef>& commandTable() { return kCommands; }
 
 const CommandDef* findCommand(int id) {
   if (id > ID_FILE_MRU_FILE1 && id < ID_FILE_MRU_FILE1 + kRecentFileCount) id = ID_FILE_MRU_FILE1;
-  const auto it = std::find_if(kCommands.begin(), kCommands.end(), [id](const CommandDef& c) { return c.id == id; });
+  const auto it =
+      std::find_if(kCommands.begin(), kCommands.end(), [id](const CommandDef& c) { return c.id == id; });
   return it == kCommands.end() ? nullptr : &*it;
 }
 

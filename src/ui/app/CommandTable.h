@@ -48,8 +48,8 @@ const std::vector<MenuDef>& noDocumentMenus();
 const std::vector<int>& toolbarLayout();
 
 // The parts of a command's texts as the UI shows them.
-QString statusTipOf(const CommandDef& c);  // prompt before "\n" (all of it when there is none)
-QString toolTipOf(const CommandDef& c);    // prompt after "\n"; empty when there is none
+QString statusTipOf(const CommandDef& c);           // prompt before "\n" (all of it when there is none)
+QString toolTipOf(const CommandDef& c);             // prompt after "\n"; empty when there is none
 QString shortcutTextOf(std::string_view menuText);  // what follows "\t", trimmed
 
 // Commands whose menu text names a shortcut that is not a main-frame

@@ -46,7 +46,8 @@ QVariant FrameTableSummaryModel::data(const QModelIndex& index, int role) const 
     case Qt::TextAlignmentRole:
       return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
     case Qt::BackgroundRole: {
-      const Colorref c = doc.table.anchor(row, index.column()) ? doc.anchorColor() : doc.params().at(row).color;
+      const Colorref c =
+          doc.table.anchor(row, index.column()) ? doc.anchorColor() : doc.params().at(row).color;
       return QColor(redOf(c), greenOf(c), blueOf(c));
     }
     case Qt::ToolTipRole:
@@ -98,14 +99,16 @@ QString DocumentSummaryView::summaryText() const {
   const auto& doc = document_.doc();
   const auto& set = doc.params();
   const auto setup = vandrel::synthesisSetup(doc);
-  QString text = QStringLiteral("Length %1 ms   Interval %2 ms   %3 frames   %4 of 48 rows shown   %5   %6 Hz, %7 cascade formants")
-                     .arg(static_cast<qlonglong>(set.fileLengthMs))
-                     .arg(set.intervalMs)
-                     .arg(doc.table.columns())
-                     .arg(set.countSelected())
-                     .arg(set.cascadeParallel ? QStringLiteral("Cascade_Parallel") : QStringLiteral("Parrallel only"))
-                     .arg(setup.sampleRate)
-                     .arg(setup.cascadeFormants);
+  QString text =
+      QStringLiteral(
+          "Length %1 ms   Interval %2 ms   %3 frames   %4 of 48 rows shown   %5   %6 Hz, %7 cascade formants")
+          .arg(static_cast<qlonglong>(set.fileLengthMs))
+          .arg(set.intervalMs)
+          .arg(doc.table.columns())
+          .arg(set.countSelected())
+          .arg(set.cascadeParallel ? QStringLiteral("Cascade_Parallel") : QStringLiteral("Parrallel only"))
+          .arg(setup.sampleRate)
+          .arg(setup.cascadeFormants);
   if (doc.hasAudio())
     text += QStringLiteral("   Audio file: %1 ms at %2 Hz")
                 .arg(static_cast<qlonglong>(doc.audio.fileLengthMs))

@@ -19,7 +19,7 @@ class OpenDocument;
 // frame's end time in ms.
 class FrameTableSummaryModel : public QAbstractTableModel {
   Q_OBJECT
-public:
+ public:
   explicit FrameTableSummaryModel(OpenDocument& document, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = {}) const override;
@@ -29,19 +29,19 @@ public:
 
   void refresh();
 
-private:
+ private:
   OpenDocument& document_;
   std::vector<int> rows_;  // parameter index of each shown row
 };
 
 class DocumentSummaryView : public QWidget {
   Q_OBJECT
-public:
+ public:
   explicit DocumentSummaryView(OpenDocument& document, QWidget* parent = nullptr);
 
   QString summaryText() const;
 
-private:
+ private:
   void refresh();
 
   OpenDocument& document_;

@@ -7,6 +7,7 @@
 #include <QMdiArea>
 #include <QPageSetupDialog>
 
+#include "SndfileDecoder.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
@@ -18,7 +19,6 @@
 #include "document/OpenFile.h"
 #include "document/VdrFile.h"
 #include "engine/Synthesizer.h"
-#include "SndfileDecoder.h"
 
 namespace vandrel::ui {
 
@@ -43,8 +43,8 @@ QString withSuffix(QString path, const QString& suffix) {
 }
 
 void openDocumentFile(CommandContext& ctx) {
-  const QString path = ctx.mainFrame->environment().hooks.openFileName(ctx.dialogParent(), QStringLiteral("Open"),
-                                                                       startFolder(ctx), kVdrFilter);
+  const QString path = ctx.mainFrame->environment().hooks.openFileName(
+      ctx.dialogParent(), QStringLiteral("Open"), startFolder(ctx), kVdrFilter);
   if (!path.isEmpty()) ctx.mainFrame->openFile(path);
 }
 
@@ -61,8 +61,8 @@ void openAudioFile(CommandContext& ctx) {
   OpenDocument* doc = ctx.mainFrame->activeDocument();
   vandrel::applyOpened(doc->doc(), std::move(opened));
   doc->notifyChanged();
-  ctx.mainFrame->showStatus(QStringLiteral("Audio file %1 opened beside %2")
-                                .arg(QFileInfo(path).fileName(), doc->title()));
+  ctx.mainFrame->showStatus(
+      QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), doc->title()));
 }
 
 void closeDocument(CommandContext& ctx) {
@@ -70,9 +70,12 @@ void closeDocument(CommandContext& ctx) {
   // One prompt for the document; its other windows then close quietly.
   if (!ctx.mainFrame->queryCloseWindow(*ctx.childFrame)) return;
   if (ctx.mainFrame->windowsOf(doc).size() > 1 && doc.isModified()) {
-    const auto answer = showMessage(MessageRequest{ctx.mainFrame, QStringLiteral("Save changes to %1?").arg(doc.title()),
-                                                   {}, QMessageBox::Warning,
-                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, false});
+    const auto answer = showMessage(MessageRequest{ctx.mainFrame,
+                                                   QStringLiteral("Save changes to %1?").arg(doc.title()),
+                                                   {},
+                                                   QMessageBox::Warning,
+                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+                                                   false});
     if (answer == QMessageBox::Cancel) return;
     if (answer == QMessageBox::Yes && !ctx.mainFrame->saveDocument(doc, false)) return;
   }
@@ -101,8 +104,9 @@ void exportParameters(CommandContext& ctx, vandrel::VdrKind kind) {
 void synthesizeIfChanged(CommandContext& ctx) {
   vandrel::CVandrelDoc& doc = *ctx.doc();
   if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return;
-  CProgressDialog::run(ctx.dialogParent(), CProgressDialog::kSynthesizing,
-                       [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
+  CProgressDialog::run(
+      ctx.dialogParent(), CProgressDialog::kSynthesizing,
+      [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
   doc.notifySamplesChanged(vandrel::SampleSlot::kSynthesized);
   ctx.document->notifyChanged();
 }
@@ -117,8 +121,8 @@ void saveAsAudio(CommandContext& ctx) {
   QString suggested = QFileInfo(ctx.document->title()).completeBaseName() + QStringLiteral(".wav");
   const QString folder = startFolder(ctx);
   if (!folder.isEmpty()) suggested = folder + "/" + suggested;
-  QString path = ctx.mainFrame->environment().hooks.saveFileName(ctx.dialogParent(), QStringLiteral("Save As Audio"),
-                                                                 suggested, kWaveFilter);
+  QString path = ctx.mainFrame->environment().hooks.saveFileName(
+      ctx.dialogParent(), QStringLiteral("Save As Audio"), suggested, kWaveFilter);
   path = withSuffix(path, QStringLiteral(".wav"));
   if (path.isEmpty()) return;
   const std::string error = vandrel::saveWaveFile(toStd(path), doc.synthesized);
@@ -135,9 +139,11 @@ QString configProblem(vandrel::ConfigStatus status, const QString& path) {
     case vandrel::ConfigStatus::kMissing:
       return QStringLiteral("The file %1 cannot be read.").arg(name);
     case vandrel::ConfigStatus::kBadVersion:
-      return QStringLiteral("The file %1 was written by a later version of Vandrel and cannot be loaded.").arg(name);
+      return QStringLiteral("The file %1 was written by a later version of Vandrel and cannot be loaded.")
+          .arg(name);
     case vandrel::ConfigStatus::kBadField:
-      return QStringLiteral("The file %1 is damaged: one of its settings is out of range. Nothing was loaded.")
+      return QStringLiteral(
+                 "The file %1 is damaged: one of its settings is out of range. Nothing was loaded.")
           .arg(name);
     default:
       return QStringLiteral("The file %1 is not a Vandrel configuration file. Nothing was loaded.").arg(name);
@@ -146,8 +152,8 @@ QString configProblem(vandrel::ConfigStatus status, const QString& path) {
 
 void loadConfiguration(CommandContext& ctx) {
   ShellEnvironment& env = ctx.mainFrame->environment();
-  const QString path =
-      env.hooks.openFileName(ctx.dialogParent(), QStringLiteral("Load Configuration"), env.tempFolder, kConfigFilter);
+  const QString path = env.hooks.openFileName(ctx.dialogParent(), QStringLiteral("Load Configuration"),
+                                              env.tempFolder, kConfigFilter);
   if (path.isEmpty()) return;
   vandrel::ConfigRecord record;
   const auto status = vandrel::loadConfigFile(toStd(path), record);
@@ -160,8 +166,8 @@ void loadConfiguration(CommandContext& ctx) {
   if (QFileInfo(path).absoluteFilePath() != QFileInfo(env.configPath()).absoluteFilePath()) {
     const std::string error = vandrel::saveConfigFile(toStd(env.configPath()), record);
     if (!error.empty())
-      warn(ctx.dialogParent(), QStringLiteral("The configuration could not be kept in the temp folder.\n%1")
-                                   .arg(fromStd(error)));
+      warn(ctx.dialogParent(),
+           QStringLiteral("The configuration could not be kept in the temp folder.\n%1").arg(fromStd(error)));
   }
   ctx.mainFrame->showStatus(QStringLiteral("Configuration loaded: new documents start from it"));
 }
@@ -217,7 +223,8 @@ bool CMainFrame::openFile(const QString& path) {
     }
     vandrel::applyOpened(active->doc(), std::move(opened));
     active->notifyChanged();
-    showStatus(QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), active->title()));
+    showStatus(
+        QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), active->title()));
     return true;
   }
   auto doc = std::make_shared<OpenDocument>(++untitledCount_);
@@ -237,7 +244,8 @@ bool CMainFrame::saveDocument(OpenDocument& document, bool askName) {
                       QStringLiteral(".vdr"));
     if (path.isEmpty()) return false;
   }
-  const std::string error = vandrel::saveVdrFile(toStd(path), document.doc(), vandrel::VdrKind::kAllParameters);
+  const std::string error =
+      vandrel::saveVdrFile(toStd(path), document.doc(), vandrel::VdrKind::kAllParameters);
   if (!error.empty()) {
     warn(this, QStringLiteral("The file could not be saved.\n%1").arg(fromStd(error)));
     return false;
@@ -254,10 +262,12 @@ void installFileCommands(CommandRouter& r) {
   r.setHandler(ID_FILE_OPEN_AUDIO, openAudioFile);
   r.setHandler(ID_FILE_CLOSE, closeDocument);
   r.setHandler(ID_FILE_SAVE, [](CommandContext& ctx) { ctx.mainFrame->saveDocument(*ctx.document, false); });
-  r.setHandler(ID_FILE_SAVE_AS, [](CommandContext& ctx) { ctx.mainFrame->saveDocument(*ctx.document, true); });
+  r.setHandler(ID_FILE_SAVE_AS,
+               [](CommandContext& ctx) { ctx.mainFrame->saveDocument(*ctx.document, true); });
   r.setHandler(ID_FILE_SAVE_SELECTED,
                [](CommandContext& ctx) { exportParameters(ctx, vandrel::VdrKind::kSelectedParameters); });
-  r.setHandler(ID_FILE_SAVE_ALL, [](CommandContext& ctx) { exportParameters(ctx, vandrel::VdrKind::kAllParameters); });
+  r.setHandler(ID_FILE_SAVE_ALL,
+               [](CommandContext& ctx) { exportParameters(ctx, vandrel::VdrKind::kAllParameters); });
   r.setHandler(ID_FILE_SAVE_AUDIO, saveAsAudio);
   r.setHandler(ID_FILE_LOAD_CONFIG, loadConfiguration);
   r.setHandler(ID_FILE_SAVE_CONFIG, saveConfiguration);

@@ -15,7 +15,7 @@ namespace vandrel::ui {
 
 class OpenDocument : public QObject {
   Q_OBJECT
-public:
+ public:
   // `untitledNumber` names a document without a file: "Vandr1", "Vandr2" ...
   explicit OpenDocument(int untitledNumber, QObject* parent = nullptr);
   ~OpenDocument() override;
@@ -23,9 +23,9 @@ public:
   vandrel::CVandrelDoc& doc() { return *doc_; }
   const vandrel::CVandrelDoc& doc() const { return *doc_; }
 
-  QString path() const { return path_; }   // empty until opened from or saved to a file
-  void setPath(const QString& path);       // emits titleChanged
-  QString title() const;                   // the file's name, or "Vandr<n>"
+  QString path() const { return path_; }  // empty until opened from or saved to a file
+  void setPath(const QString& path);      // emits titleChanged
+  QString title() const;                  // the file's name, or "Vandr<n>"
 
   bool isModified() const { return doc_->modified; }
   void setModified(bool on);
@@ -34,11 +34,11 @@ public:
   // redraws from the core document.
   void notifyChanged() { emit changed(); }
 
-signals:
+ signals:
   void changed();
   void titleChanged();
 
-private:
+ private:
   std::unique_ptr<vandrel::CVandrelDoc> doc_;
   QString path_;
   int untitledNumber_;

@@ -18,8 +18,8 @@ struct ShellEnvironment {
   vandrel::ConfigRecord config = vandrel::ConfigRecord::defaults();
   AppProfile* profile = nullptr;  // recent files; null keeps them for this run only
 
-  QString configPath() const;     // tempFolder + "/VandrelConf.cfg"
-  QString helpPath() const;       // applicationFolder + "/Manual/HelpIndex.html"
+  QString configPath() const;  // tempFolder + "/VandrelConf.cfg"
+  QString helpPath() const;    // applicationFolder + "/Manual/HelpIndex.html"
 };
 
 }  // namespace vandrel::ui

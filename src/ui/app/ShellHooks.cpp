@@ -10,7 +10,8 @@ ShellHooks ShellHooks::system() {
   h.openFileName = [](QWidget* parent, const QString& caption, const QString& dir, const QString& filter) {
     return QFileDialog::getOpenFileName(parent, caption, dir, filter);
   };
-  h.saveFileName = [](QWidget* parent, const QString& caption, const QString& suggested, const QString& filter) {
+  h.saveFileName = [](QWidget* parent, const QString& caption, const QString& suggested,
+                      const QString& filter) {
     return QFileDialog::getSaveFileName(parent, caption, suggested, filter);
   };
   h.existingDirectory = [](QWidget* parent, const QString& caption, const QString& start) {

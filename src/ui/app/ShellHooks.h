@@ -15,7 +15,8 @@ struct ShellHooks {
   // Each returns the chosen path, or an empty string when the user cancels.
   std::function<QString(QWidget* parent, const QString& caption, const QString& dir, const QString& filter)>
       openFileName;
-  std::function<QString(QWidget* parent, const QString& caption, const QString& suggested, const QString& filter)>
+  std::function<QString(QWidget* parent, const QString& caption, const QString& suggested,
+                        const QString& filter)>
       saveFileName;
   std::function<QString(QWidget* parent, const QString& caption, const QString& start)> existingDirectory;
   // Opens a file with the desktop's program for it; false when that failed.

@@ -15,8 +15,10 @@ const QString kRegistryMessage = QStringLiteral(
     "Unable to update the system registry.\nPlease contact your system administrator and/or the vender.");
 const QString kCreateMessage = QStringLiteral("Error in creating a temp folder.\n");
 const QString kAccessMessage = QStringLiteral(
-    "Application was not able to access the default temperorily folder to read and write files. This function is "
-    "necessary part of operation.\nThis may be due to not having enough access priviledges on your account.\nPlease "
+    "Application was not able to access the default temperorily folder to read and write files. This "
+    "function is "
+    "necessary part of operation.\nThis may be due to not having enough access priviledges on your "
+    "account.\nPlease "
     "select from the following box another suitable location, or contact your system administrator.");
 const QString kChooserTitle = QStringLiteral("Please select a temp folder.");
 const QString kCancelMessage = QStringLiteral("Operation cannot continue without a temp folder.");

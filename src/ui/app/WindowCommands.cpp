@@ -45,7 +45,8 @@ void showAbout(CommandContext& ctx) {
                              QStringLiteral("Vandrel Version %1\n\nA parameter editor for a Klatt-type "
                                             "cascade/parallel formant synthesizer.")
                                  .arg(QStringLiteral(VANDREL_VERSION)),
-                             QStringLiteral("About Vandrel"), QMessageBox::Information, QMessageBox::Ok, false});
+                             QStringLiteral("About Vandrel"), QMessageBox::Information, QMessageBox::Ok,
+                             false});
 }
 
 }  // namespace
@@ -61,12 +62,14 @@ void installWindowCommands(CommandRouter& r) {
     bar->setVisible(!bar->isVisible());
     ctx.mainFrame->action(ID_VIEW_STATUS_BAR)->setChecked(bar->isVisible());
   });
-  r.setHandler(ID_WINDOW_NEW, [](CommandContext& ctx) { ctx.mainFrame->addWindow(ctx.childFrame->sharedDocument()); });
+  r.setHandler(ID_WINDOW_NEW,
+               [](CommandContext& ctx) { ctx.mainFrame->addWindow(ctx.childFrame->sharedDocument()); });
   r.setHandler(ID_WINDOW_CASCADE, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->cascadeSubWindows(); });
   r.setHandler(ID_WINDOW_TILE_HORZ, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->tileSubWindows(); });
   r.setHandler(ID_WINDOW_ARRANGE, [](CommandContext& ctx) { arrangeIcons(*ctx.mainFrame->mdiArea()); });
   r.setHandler(ID_NEXT_PANE, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->activateNextSubWindow(); });
-  r.setHandler(ID_PREV_PANE, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->activatePreviousSubWindow(); });
+  r.setHandler(ID_PREV_PANE,
+               [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->activatePreviousSubWindow(); });
   r.setHandler(ID_HELP_INDEX, openHelp);
   r.setHandler(ID_APP_ABOUT, showAbout);
 }

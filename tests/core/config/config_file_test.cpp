@@ -23,13 +23,15 @@ namespace {
 // Independent little-endian readers over the raw bytes.
 std::uint32_t u32At(const std::string& b, std::size_t off) {
   std::uint32_t v = 0;
-  for (int i = 3; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(b[off + static_cast<std::size_t>(i)]);
+  for (int i = 3; i >= 0; --i)
+    v = (v << 8) | static_cast<unsigned char>(b[off + static_cast<std::size_t>(i)]);
   return v;
 }
 std::int32_t i32At(const std::string& b, std::size_t off) { return static_cast<std::int32_t>(u32At(b, off)); }
 double f64At(const std::string& b, std::size_t off) {
   std::uint64_t v = 0;
-  for (int i = 7; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(b[off + static_cast<std::size_t>(i)]);
+  for (int i = 7; i >= 0; --i)
+    v = (v << 8) | static_cast<unsigned char>(b[off + static_cast<std::size_t>(i)]);
   double d;
   std::memcpy(&d, &v, sizeof d);
   return d;
@@ -56,16 +58,16 @@ TEST(ConfigFileTest, DefaultRecordHoldsItsFieldsAtTheDocumentedOffsets) {
   EXPECT_EQ(i32At(b, 27296), 31);
   EXPECT_EQ(i32At(b, 27300), 1);
   EXPECT_EQ(i32At(b, 27308), 11025);
-  EXPECT_EQ(i32At(b, 27360), 3);      // FFT/LPC size index: 256 points
-  EXPECT_EQ(i32At(b, 27376), 14);     // LPC coefficients at 11025 Hz
-  EXPECT_EQ(f64At(b, 27392), 6.0);    // FFT/LPC print width
+  EXPECT_EQ(i32At(b, 27360), 3);    // FFT/LPC size index: 256 points
+  EXPECT_EQ(i32At(b, 27376), 14);   // LPC coefficients at 11025 Hz
+  EXPECT_EQ(f64At(b, 27392), 6.0);  // FFT/LPC print width
   EXPECT_EQ(f64At(b, 27432), 11025.0);
-  EXPECT_EQ(i32At(b, 27440), 35);     // pitch window
-  EXPECT_EQ(i32At(b, 27476), 20);     // pitch grid spacing
-  EXPECT_EQ(i32At(b, 27488), 35);     // spectrogram dynamic range
+  EXPECT_EQ(i32At(b, 27440), 35);  // pitch window
+  EXPECT_EQ(i32At(b, 27476), 20);  // pitch grid spacing
+  EXPECT_EQ(i32At(b, 27488), 35);  // spectrogram dynamic range
   EXPECT_EQ(f64At(b, 27496), 0.98);
-  EXPECT_EQ(f64At(b, 27536), 6.0);    // spectrogram print height
-  EXPECT_EQ(i32At(b, 27572), 1);      // toolbar shown
+  EXPECT_EQ(f64At(b, 27536), 6.0);  // spectrogram print height
+  EXPECT_EQ(i32At(b, 27572), 1);    // toolbar shown
   for (std::size_t i = 27584; i < b.size(); ++i) ASSERT_EQ(b[i], '\0') << "reserved byte " << i;
 
   // Slot 12 is f1: name, description and numbers at their places.
@@ -84,7 +86,8 @@ TEST(ConfigFileTest, EveryFieldSurvivesARoundTrip) {
   ConfigRecord r = ConfigRecord::defaults();
   r.params[7] = ParamSlot{4000, -3, 1300, 4800, 1, 0x00123456};
   r.table = TableConfig{1003.5, 5, 200, 32, 0, 1, 22050, 1, 1, {}};
-  for (std::size_t i = 0; i < r.table.colors.size(); ++i) r.table.colors[i] = static_cast<Colorref>(0x10203 * i);
+  for (std::size_t i = 0; i < r.table.colors.size(); ++i)
+    r.table.colors[i] = static_cast<Colorref>(0x10203 * i);
   r.fftLpc = FftLpcConfig{8, 11, 11000, 7, 26, 0, 0, 66, 12.5, 7.25, 0, 0, 0, 250, 0, 10, 22050.0};
   r.pitch = PitchConfig{40, 5, 60, 3, 70, 400, 60, 300, 0, 25};
   r.spectrogram = SpectrogramConfig{4, 11000, 50, 1, 0.5, 26, 0, 500, 0, 100, 0, 10.0, 15.0, 22050.0};
@@ -115,11 +118,15 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
       {"all zeros", std::string(27760, '\0'), ConfigStatus::kBadMagic},
       {"later layout", edited([](std::string& b) { putU32(b, 27272, 2); }), ConfigStatus::kBadVersion},
       {"size field wrong", edited([](std::string& b) { putU32(b, 27276, 27000); }), ConfigStatus::kBadField},
-      {"slots in another order", edited([](std::string& b) { b[slot(0, 0) + 1] = '1'; }), ConfigStatus::kBadField},
-      {"name without terminator", edited([](std::string& b) { b.replace(slot(3, 0), 32, std::string(32, 'a')); }),
+      {"slots in another order", edited([](std::string& b) { b[slot(0, 0) + 1] = '1'; }),
        ConfigStatus::kBadField},
-      {"lower above upper", edited([](std::string& b) { putU32(b, slot(1, 552), 100); }), ConfigStatus::kBadField},
-      {"selected flag 2", edited([](std::string& b) { putU32(b, slot(5, 560), 2); }), ConfigStatus::kBadField},
+      {"name without terminator",
+       edited([](std::string& b) { b.replace(slot(3, 0), 32, std::string(32, 'a')); }),
+       ConfigStatus::kBadField},
+      {"lower above upper", edited([](std::string& b) { putU32(b, slot(1, 552), 100); }),
+       ConfigStatus::kBadField},
+      {"selected flag 2", edited([](std::string& b) { putU32(b, slot(5, 560), 2); }),
+       ConfigStatus::kBadField},
       {"colour beyond 24 bits", edited([](std::string& b) { putU32(b, slot(5, 564), 0x01000000); }),
        ConfigStatus::kBadField},
       {"interval 0", edited([](std::string& b) { putU32(b, 27288, 0); }), ConfigStatus::kBadField},
@@ -128,7 +135,8 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
        ConfigStatus::kBadField},
       {"sample rate 44100", edited([](std::string& b) { putU32(b, 27308, 44100); }), ConfigStatus::kBadField},
       {"FFT size index 9", edited([](std::string& b) { putU32(b, 27360, 9); }), ConfigStatus::kBadField},
-      {"spectrogram size index 5", edited([](std::string& b) { putU32(b, 27480, 5); }), ConfigStatus::kBadField},
+      {"spectrogram size index 5", edited([](std::string& b) { putU32(b, 27480, 5); }),
+       ConfigStatus::kBadField},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -140,7 +148,8 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
 }
 
 TEST(ConfigFileTest, SavedFileIsTheRecordAndLoadsBack) {
-  const auto dir = std::filesystem::temp_directory_path() / ("vandrel-config-test-" + std::to_string(::getpid()));
+  const auto dir =
+      std::filesystem::temp_directory_path() / ("vandrel-config-test-" + std::to_string(::getpid()));
   std::filesystem::create_directories(dir);
   const std::string path = (dir / std::string(kConfigFileName)).string();
 
@@ -191,7 +200,6 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
 
 }  // namespace
 }  // namespace vandrel
-
 
 namespace vandrel {
 namespace {

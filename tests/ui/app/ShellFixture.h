@@ -3,15 +3,15 @@
 // system temp path and the executable's folder, message boxes answered by
 // script, and dialogs answered by the test.
 
+#include <gtest/gtest.h>
 #include <QDir>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <deque>
-#include <ostream>
 #include <memory>
+#include <ostream>
 #include <vector>
 
 #include "app/ShellEnvironment.h"
@@ -23,7 +23,7 @@ inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdS
 namespace vandrel::ui::test {
 
 class ShellFixture : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override {
     root_ = std::make_unique<QTemporaryDir>();
     ASSERT_TRUE(root_->isValid());
@@ -60,7 +60,8 @@ protected:
       asked.push_back(caption + QLatin1Char('|') + filter);
       return nextFile;
     };
-    h.saveFileName = [this](QWidget*, const QString& caption, const QString& suggested, const QString& filter) {
+    h.saveFileName = [this](QWidget*, const QString& caption, const QString& suggested,
+                            const QString& filter) {
       asked.push_back(caption + QLatin1Char('|') + filter);
       lastSuggested = suggested;
       return nextFile;
@@ -93,7 +94,7 @@ protected:
   std::vector<QUrl> openedUrls;
   bool urlOpens = true;
 
-private:
+ private:
   std::unique_ptr<QTemporaryDir> root_;
   QString oldTmp_;
 };

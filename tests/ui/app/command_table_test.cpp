@@ -151,11 +151,12 @@ TEST_F(CommandTableTest, ToolbarButtonsInOrderWithTheirGaps) {
   for (QAction* a : frame.toolBar()->actions())
     shown << (a->isSeparator() ? QStringLiteral("|") : QString::number(a->data().toInt()));
   // New, Open, Open an audio file, Save, Print | Undo, Cut, Copy, Paste, Add Row, Remove Row, Add Column,
-  // Remove Column | Graphical, Trace | FFT/LPC, Spectrogram of synthesized, of audio | Play Current, Previous,
-  // Audio | About, Help
-  EXPECT_EQ(shown.join(QLatin1Char(' ')),
-            QStringLiteral("57600 57601 32772 57603 57607 | 57643 57635 57634 57637 32775 32791 32774 32777 | "
-                           "32780 32781 | 32800 32782 32783 | 32784 32785 32786 | 57664 57667"));
+  // Remove Column | Graphical, Trace | FFT/LPC, Spectrogram of synthesized, of audio | Play Current,
+  // Previous, Audio | About, Help
+  EXPECT_EQ(
+      shown.join(QLatin1Char(' ')),
+      QStringLiteral("57600 57601 32772 57603 57607 | 57643 57635 57634 57637 32775 32791 32774 32777 | "
+                     "32780 32781 | 32800 32782 32783 | 32784 32785 32786 | 57664 57667"));
   for (QAction* a : frame.toolBar()->actions()) {
     if (!a->isSeparator()) {
       EXPECT_FALSE(a->icon().isNull()) << a->data().toInt();
@@ -166,10 +167,16 @@ TEST_F(CommandTableTest, ToolbarButtonsInOrderWithTheirGaps) {
 TEST_F(CommandTableTest, OnlyTheStandardKeysAreAccelerators) {
   CMainFrame frame(environment());
   const std::pair<int, QString> accelerators[] = {
-      {ID_FILE_NEW, "Ctrl+N"},          {ID_FILE_OPEN, "Ctrl+O"},          {ID_FILE_SAVE, "Ctrl+S"},
-      {ID_FILE_PRINT, "Ctrl+P"},        {ID_EDIT_UNDO, "Ctrl+Z, Alt+Backspace"},
-      {ID_EDIT_CUT, "Ctrl+X, Shift+Del"}, {ID_EDIT_COPY, "Ctrl+C, Ctrl+Ins"}, {ID_EDIT_PASTE, "Ctrl+V, Shift+Ins"},
-      {ID_NEXT_PANE, "F6"},             {ID_PREV_PANE, "Shift+F6"},
+      {ID_FILE_NEW, "Ctrl+N"},
+      {ID_FILE_OPEN, "Ctrl+O"},
+      {ID_FILE_SAVE, "Ctrl+S"},
+      {ID_FILE_PRINT, "Ctrl+P"},
+      {ID_EDIT_UNDO, "Ctrl+Z, Alt+Backspace"},
+      {ID_EDIT_CUT, "Ctrl+X, Shift+Del"},
+      {ID_EDIT_COPY, "Ctrl+C, Ctrl+Ins"},
+      {ID_EDIT_PASTE, "Ctrl+V, Shift+Ins"},
+      {ID_NEXT_PANE, "F6"},
+      {ID_PREV_PANE, "Shift+F6"},
   };
   int withKeys = 0;
   for (QAction* a : frame.actions())
@@ -203,7 +210,8 @@ TEST_F(CommandTableTest, HandlersAttachByIdAndTableKeysReachThem) {
 
   std::vector<std::pair<int, OpenDocument*>> calls;
   for (const int id : {ID_PLAY_CURRENT, ID_INTERPOLATE_ALL, ID_FILE_NEW})
-    frame.router().setHandler(id, [&calls](CommandContext& ctx) { calls.emplace_back(ctx.id, ctx.document); });
+    frame.router().setHandler(id,
+                              [&calls](CommandContext& ctx) { calls.emplace_back(ctx.id, ctx.document); });
 
   child->widget()->setFocus();
   QTest::keyClick(QApplication::focusWidget(), Qt::Key_1, Qt::ControlModifier);  // a table key

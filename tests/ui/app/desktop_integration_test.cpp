@@ -1,13 +1,13 @@
 // The desktop files as installed: the .desktop entry passes the validator,
 // and the shared-mime-info type makes *.vdr files Vandrel documents.
 
+#include <gtest/gtest.h>
 #include <QDir>
 #include <QFile>
 #include <QMimeDatabase>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -59,7 +59,8 @@ TEST_F(ScreenshotTest, MainWindowMenusAndProgressDialogAreSavedAsPng) {
     EXPECT_EQ(reader.size(), pixmap.size());
   }
   EXPECT_EQ(shots.front().second.size(), QSize(1280, 800));
-  EXPECT_EQ(n, 11);  // File, Edit, Data Entry Method, Anchors, Interpolation, Analysis, Play, Options, View, Window, Help
+  EXPECT_EQ(n, 11);  // File, Edit, Data Entry Method, Anchors, Interpolation, Analysis, Play, Options, View,
+                     // Window, Help
 }
 
 }  // namespace

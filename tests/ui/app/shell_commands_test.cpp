@@ -2,13 +2,13 @@
 // synthesized sound, configuration files, and the progress dialog's drawing.
 
 #include <QAction>
+#include <QApplication>
+#include <QDropEvent>
 #include <QFile>
 #include <QImage>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
-#include <QDropEvent>
-#include <QApplication>
 #include <QStatusBar>
 #include <QTest>
 
@@ -26,7 +26,7 @@ namespace vandrel::ui::test {
 namespace {
 
 class ShellCommandsTest : public ShellFixture {
-protected:
+ protected:
   QByteArray readAll(const QString& file) {
     QFile f(file);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
@@ -204,6 +204,20 @@ TEST_F(ShellCommandsTest, NewWindowShowsTheSameDocumentUnderNumberedTitles) {
   EXPECT_EQ(frame.childFrames().size(), 1);
 }
 
+TEST_F(ShellCommandsTest, CloseAsksOnceForADocumentInTwoWindowsThenShowsTheShortMenu) {
+  CMainFrame frame(environment());
+  frame.newDocument();
+  frame.runCommand(ID_WINDOW_NEW);
+  frame.activeDocument()->setModified(true);
+  answers = {QMessageBox::No};
+  frame.runCommand(ID_FILE_CLOSE);
+  QTest::qWait(20);
+  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("Save changes to Vandr1?")});
+  EXPECT_TRUE(frame.childFrames().isEmpty());
+  EXPECT_FALSE(frame.showsDocumentMenus());
+  EXPECT_FALSE(frame.action(ID_FILE_SAVE)->isEnabled());
+}
+
 TEST_F(ShellCommandsTest, SavedConfigurationLoadsBackAndForeignFilesAreRefused) {
   CMainFrame frame(environment());
   frame.newDocument();
@@ -223,8 +237,8 @@ TEST_F(ShellCommandsTest, SavedConfigurationLoadsBackAndForeignFilesAreRefused) 
   f.write(QByteArray(27760, 'x'));
   f.close();
   frame.runCommand(ID_FILE_LOAD_CONFIG);
-  EXPECT_EQ(messages, std::vector<QString>{
-                          QStringLiteral("The file foreign.cfg is not a Vandrel configuration file. Nothing was loaded.")});
+  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral(
+                          "The file foreign.cfg is not a Vandrel configuration file. Nothing was loaded.")});
   EXPECT_EQ(frame.environment().config.params[vandrel::kGain].selected, 1);
 }
 
@@ -262,11 +276,11 @@ TEST(CProgressDialogTest, DrawsYellowWithAWhiteBarFilledToTheStepDone) {
   const QImage image = dialog.grab().toImage();
   const int barY = size.height() - 17;
   const int quarter = 10 + (size.width() - 20) / 4;
-  EXPECT_EQ(image.pixelColor(3, 3), QColor(255, 255, 0));                          // client area
-  EXPECT_EQ(image.pixelColor(5, barY), QColor(255, 255, 0));                       // left margin
-  EXPECT_EQ(image.pixelColor(size.width() - 5, barY), QColor(255, 255, 0));        // right margin
+  EXPECT_EQ(image.pixelColor(3, 3), QColor(255, 255, 0));                                 // client area
+  EXPECT_EQ(image.pixelColor(5, barY), QColor(255, 255, 0));                              // left margin
+  EXPECT_EQ(image.pixelColor(size.width() - 5, barY), QColor(255, 255, 0));               // right margin
   EXPECT_EQ(image.pixelColor(size.width() / 2, size.height() - 5), QColor(255, 255, 0));  // below the bar
-  EXPECT_EQ(image.pixelColor(quarter + 5, barY), QColor(Qt::white));                // not yet done
+  EXPECT_EQ(image.pixelColor(quarter + 5, barY), QColor(Qt::white));                      // not yet done
   const QColor done = image.pixelColor(quarter - 5, barY);
   EXPECT_NE(done, QColor(Qt::white));
   EXPECT_NE(done, QColor(255, 255, 0));

@@ -1,9 +1,9 @@
 // Start-up: the temp folder's key, creation, the write test and the folder
 // chooser; the configuration file; the command line.
 
+#include <unistd.h>
 #include <QFile>
 #include <QSettings>
-#include <unistd.h>
 
 #include "ShellFixture.h"
 #include "app/CChildFrame.h"
@@ -19,12 +19,14 @@ namespace {
 
 const QString kSection = QStringLiteral("General Strings Section/Temp Directory");
 const QString kAccessMessage = QStringLiteral(
-    "Application was not able to access the default temperorily folder to read and write files. This function is "
-    "necessary part of operation.\nThis may be due to not having enough access priviledges on your account.\nPlease "
+    "Application was not able to access the default temperorily folder to read and write files. This "
+    "function is "
+    "necessary part of operation.\nThis may be due to not having enough access priviledges on your "
+    "account.\nPlease "
     "select from the following box another suitable location, or contact your system administrator.");
 
 class StartupTest : public ShellFixture {
-protected:
+ protected:
   QSettings profile() const {
     return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Vandrel Speech Lab"),
                      QStringLiteral("Vandrel"));
@@ -72,8 +74,10 @@ TEST_F(StartupTest, FolderChoiceAfterAFailedWriteTest) {
     bool starts;
   };
   const Case cases[] = {
-      {"cancelled chooser ends start-up", false,
-       {kAccessMessage, QStringLiteral("Operation cannot continue without a temp folder.")}, false},
+      {"cancelled chooser ends start-up",
+       false,
+       {kAccessMessage, QStringLiteral("Operation cannot continue without a temp folder.")},
+       false},
       {"chosen folder is stored and used", true, {kAccessMessage}, true},
   };
   for (const auto& c : cases) {
