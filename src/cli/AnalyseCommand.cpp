@@ -158,7 +158,8 @@ int analyseCommand(const Args& args) {
   const SampleSet& audio = f.audio;
   const double fs = audio.sampleRate;
   if (audio.samples.size() < static_cast<std::size_t>(CPitchTracker::kMinSamples)) {
-    std::fprintf(stderr, "vandrel-cli analyse: %s: too short to analyse (%zu samples; a pitch track needs %d)\n",
+    std::fprintf(stderr,
+                 "vandrel-cli analyse: %s: too short to analyse (%zu samples; a pitch track needs %d)\n",
                  input.c_str(), audio.samples.size(), CPitchTracker::kMinSamples);
     return 1;
   }
@@ -167,7 +168,8 @@ int analyseCommand(const Args& args) {
   auto tracker = std::make_unique<CPitchTracker>();
   const auto status = tracker->compute(audio.samples, fs, pitch);
   if (status != CPitchTracker::Status::kOk) {
-    std::fprintf(stderr, "vandrel-cli analyse: %s: the pitch track could not be computed with these options\n",
+    std::fprintf(stderr,
+                 "vandrel-cli analyse: %s: the pitch track could not be computed with these options\n",
                  input.c_str());
     return 1;
   }
@@ -187,7 +189,8 @@ int analyseCommand(const Args& args) {
     const SpectrogramSettings settings = SpectrogramSettings::from(so, static_cast<int>(f0.size()), 1);
     if (spectrogram->compute(audio.samples, fs, settings) != CSpectrogram::Status::kOk ||
         !spectrogram->formantsComputed()) {
-      std::fprintf(stderr, "vandrel-cli analyse: %s: the formant tracks could not be computed\n", input.c_str());
+      std::fprintf(stderr, "vandrel-cli analyse: %s: the formant tracks could not be computed\n",
+                   input.c_str());
       return 1;
     }
   }
@@ -212,7 +215,8 @@ int analyseCommand(const Args& args) {
     std::fputc('\n', o);
   }
   if (std::ferror(o) != 0) {
-    std::fprintf(stderr, "vandrel-cli analyse: writing %s failed\n", output.empty() ? "the output" : output.c_str());
+    std::fprintf(stderr, "vandrel-cli analyse: writing %s failed\n",
+                 output.empty() ? "the output" : output.c_str());
     return 1;
   }
   return 0;

@@ -4,17 +4,30 @@
 
 namespace vandrel {
 
-double CMathFunc::cepstralPitch(const std::int16_t* samples, double start, double end, double fs,
-                                double fmin, double fmax, int fftSize, int n) {
+double CMathFunc::cepstralPitch(const std::int16_t* samples, double start, double end, double fs, double fmin,
+                                double fmax, int fftSize, int n) {
   int m;
   switch (fftSize) {
-    case 128: m = 7; break;
-    case 256: m = 8; break;
-    case 512: m = 9; break;
-    case 1024: m = 10; break;
-    case 2048: m = 11; break;
-    case 4096: m = 12; break;
-    default: return -1.0;
+    case 128:
+      m = 7;
+      break;
+    case 256:
+      m = 8;
+      break;
+    case 512:
+      m = 9;
+      break;
+    case 1024:
+      m = 10;
+      break;
+    case 2048:
+      m = 11;
+      break;
+    case 4096:
+      m = 12;
+      break;
+    default:
+      return -1.0;
   }
   if (!(fs > 0.0) || !(fmin > 0.0) || !(fmax > 0.0) || !(start >= 0.0)) return 0.0;
   if (n > fftSize) n = fftSize;

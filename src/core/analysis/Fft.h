@@ -14,7 +14,7 @@
 namespace vandrel {
 
 class FftTables {
-public:
+ public:
   static constexpr int kMaxOrder = 20;
 
   // Transforms re[0..2^m-1], im[0..2^m-1] in place; 1 <= m <= kMaxOrder.
@@ -23,7 +23,7 @@ public:
   // Builds the tables of order m now (so a later transform does not allocate).
   void prepare(int m) { tables(m); }
 
-private:
+ private:
   struct Order {
     bool ready = false;
     std::vector<std::uint32_t> rev;  // bit-reversed index of each position

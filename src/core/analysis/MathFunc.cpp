@@ -66,8 +66,8 @@ bool CMathFunc::resample(double* x, int knots, int points, double step) {
   return true;
 }
 
-int CMathFunc::fftSpectrum(double* x, int n, double preemph, int windowType, int doResample,
-                           int points, int fmax, double fs) {
+int CMathFunc::fftSpectrum(double* x, int n, double preemph, int windowType, int doResample, int points,
+                           int fmax, double fs) {
   if (n < 1) return 0;
   int m = 1;
   while ((1 << m) < n && m < FftTables::kMaxOrder) ++m;
@@ -162,9 +162,8 @@ const LpcPredictor& CMathFunc::predictor(const double* y, int n, int p) {
   return pred_;
 }
 
-void CMathFunc::lpcSpectrum(double* x, int p, int n, double preemph, int windowType,
-                            int doResample, int points, int fmax, double fs, int formants,
-                            int spectrumOff) {
+void CMathFunc::lpcSpectrum(double* x, int p, int n, double preemph, int windowType, int doResample,
+                            int points, int fmax, double fs, int formants, int spectrumOff) {
   if (n < 0) n = 0;
   double* y = grow(frame_, static_cast<std::size_t>(n) + 1);
   const double* w = window(n, windowType);

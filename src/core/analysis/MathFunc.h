@@ -43,16 +43,16 @@ struct RootPair {
 };
 
 struct FormantCandidates {
-  static constexpr int kCapacity = 200;  // 400 coefficients give 200 pairs
-  int quadraticCount = 0;                // quadratic factors found
-  int count = 0;                         // candidates accepted (B <= Bmax)
+  static constexpr int kCapacity = 200;       // 400 coefficients give 200 pairs
+  int quadraticCount = 0;                     // quadratic factors found
+  int count = 0;                              // candidates accepted (B <= Bmax)
   std::array<double, kCapacity> frequency{};  // sorted by increasing frequency
   std::array<double, kCapacity> bandwidth{};
   std::array<QuadraticFactor, kCapacity> factors{};  // in the order found
 };
 
 class CMathFunc {
-public:
+ public:
   // The analysis keeps its constants to 13 decimals, not full precision.
   static constexpr double kPi = 3.1415926535898;
   static constexpr double kTwoPi = 6.2831853071796;
@@ -61,9 +61,7 @@ public:
   static constexpr double kLpcBandwidthLimit = 600.0;
 
   // Periodic Hamming window: w(i) = 0.54 - 0.46 cos(2 pi i / n).
-  static double hamming(int i, int n) {
-    return 0.54 - 0.46 * std::cos(kTwoPi * i / n);
-  }
+  static double hamming(int i, int n) { return 0.54 - 0.46 * std::cos(kTwoPi * i / n); }
 
   // Window of length n: Hamming for type 1, else nullptr (every weight 1.0).
   // The table is cached per length.
@@ -84,8 +82,8 @@ public:
   // onto points spaced (fmax / (fs/2)) (n/2) / points bins apart.
   // Returns 0; -1 when the spline's memory could not be had (x then holds the
   // unresampled dB values, and the caller shows CubicSpline::kNoMemoryMessage).
-  int fftSpectrum(double* x, int n, double preemph, int window, int resample, int points,
-                  int fmax, double fs);
+  int fftSpectrum(double* x, int n, double preemph, int window, int resample, int points, int fmax,
+                  double fs);
 
   // Linear prediction of order p over y[0..n-1]: autocorrelation, Schur
   // recursion for the reflection coefficients, step-up to the polynomial.
@@ -101,8 +99,8 @@ public:
   // the inverse filter A in dB (not of 1/A, no gain): 128 values from a
   // 256-point FFT of a[0..p], then resampled onto `points` values as the FFT
   // spectrum is. x must hold max(n + 1, 128, points) values.
-  void lpcSpectrum(double* x, int p, int n, double preemph, int window, int resample, int points,
-                   int fmax, double fs, int formants, int spectrumOff);
+  void lpcSpectrum(double* x, int p, int n, double preemph, int window, int resample, int points, int fmax,
+                   double fs, int formants, int spectrumOff);
 
   // Formant candidates from the roots of c[0] z^p + c[1] z^(p-1) + ... + c[p]
   // (c[0] = 1; c is overwritten). Each quadratic factor becomes a pair (F, B);
@@ -118,8 +116,8 @@ public:
   // Cepstral f0 of the frame of `samples` starting at `start`, in Hz; 0 when
   // the cepstral peak lies outside [fmin, fmax]; -1 when fftSize is not one of
   // 128, 256 ... 4096. `end` is the signal's sample count, `n` the window length.
-  double cepstralPitch(const std::int16_t* samples, double start, double end, double fs,
-                       double fmin, double fmax, int fftSize, int n);
+  double cepstralPitch(const std::int16_t* samples, double start, double end, double fs, double fmin,
+                       double fmax, int fftSize, int n);
 
   // Set when a spline could not get its memory; cleared by reading it.
   bool takeSplineFailure() {
@@ -128,7 +126,7 @@ public:
     return f;
   }
 
-private:
+ private:
   // Resamples the `knots` dB values in x onto `points` values `step` bins apart.
   bool resample(double* x, int knots, int points, double step);
   double* reals(std::size_t n);
@@ -144,14 +142,14 @@ private:
   std::array<Window, 4> windows_;
   std::size_t nextWindow_ = 0;
 
-  std::vector<double> re_, im_;      // FFT working arrays
-  std::vector<double> knotX_, knotY_, y2_;  // spline knots and second derivatives
-  std::vector<double> frame_;        // windowed frame for the predictor
+  std::vector<double> re_, im_;                  // FFT working arrays
+  std::vector<double> knotX_, knotY_, y2_;       // spline knots and second derivatives
+  std::vector<double> frame_;                    // windowed frame for the predictor
   std::vector<double> r_, eFwd_, eBwd_, aPrev_;  // predictor working rows
-  std::vector<double> roots_;        // polynomial being factored (401 values)
+  std::vector<double> roots_;                    // polynomial being factored (401 values)
   std::vector<double> quotient_;
-  std::vector<double> pitchFrame_;   // samples of the last pitch frame
-  std::vector<double> fine_;         // cepstrum at tenths of a lag
+  std::vector<double> pitchFrame_;  // samples of the last pitch frame
+  std::vector<double> fine_;        // cepstrum at tenths of a lag
   LpcPredictor pred_;
   FormantCandidates cand_;
   bool candidatesOk_ = false;

@@ -5,8 +5,8 @@
 
 namespace vandrel {
 
-void CPitchTracker::clean(const std::vector<double>& raw, const std::vector<double>& energy,
-                          int deviationHz, int thresholdPercent, std::vector<double>& track) {
+void CPitchTracker::clean(const std::vector<double>& raw, const std::vector<double>& energy, int deviationHz,
+                          int thresholdPercent, std::vector<double>& track) {
   const std::size_t m = raw.size();
   track.assign(m, 0.0);  // the end frames have one neighbour only and stay 0
 
@@ -21,8 +21,7 @@ void CPitchTracker::clean(const std::vector<double>& raw, const std::vector<doub
   // only its own first position, so it never reads a value it has changed.
   for (std::size_t j = 0; j + 3 < m; ++j) {
     if (track[j] != 0.0 && track[j + 1] != 0.0 && track[j + 2] != 0.0)
-      track[j] = static_cast<std::int16_t>(
-          static_cast<int>((track[j] + track[j + 1] + track[j + 2]) / 3.0));
+      track[j] = static_cast<std::int16_t>(static_cast<int>((track[j] + track[j + 1] + track[j + 2]) / 3.0));
   }
 
   // Voicing gate: at or below threshold% of the loudest frame is unvoiced.

@@ -17,7 +17,7 @@ namespace vandrel {
 using AnalysisProgress = std::function<void(int done, int total)>;
 
 class CPitchTracker {
-public:
+ public:
   enum class Status {
     kOk,
     kTooShort,    // fewer than 1100 samples: abandoned without a message
@@ -30,8 +30,8 @@ public:
   // S = (fs / 1000) step_ms samples. A window of 4096 samples or more is
   // shortened in `options` itself (window_ms = truncated(4096000 / fs)), and
   // stays so. On kOk track() holds one value per frame, in Hz, 0 = no pitch.
-  Status compute(std::span<const std::int16_t> samples, double fs, COptionPitch& options,
-                 double offset = 0.0, const AnalysisProgress& progress = {});
+  Status compute(std::span<const std::int16_t> samples, double fs, COptionPitch& options, double offset = 0.0,
+                 const AnalysisProgress& progress = {});
 
   bool computed() const { return computed_; }
   const std::vector<double>& track() const { return track_; }
@@ -41,10 +41,10 @@ public:
 
   // The cleaning passes on their own, for a raw track and the frames' mean
   // square energies (both M values). Writes M values to `track`.
-  static void clean(const std::vector<double>& raw, const std::vector<double>& energy,
-                    int deviationHz, int thresholdPercent, std::vector<double>& track);
+  static void clean(const std::vector<double>& raw, const std::vector<double>& energy, int deviationHz,
+                    int thresholdPercent, std::vector<double>& track);
 
-private:
+ private:
   CMathFunc math_;
   std::vector<double> raw_, energy_, track_;
   double step_ = 0.0;

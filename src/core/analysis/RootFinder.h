@@ -18,7 +18,7 @@ namespace vandrel {
 struct PolyFactor {
   enum Kind { kLinear, kQuadratic, kFailed };
   Kind kind = kFailed;
-  double root = 0.0;      // kLinear: z - root
+  double root = 0.0;        // kLinear: z - root
   double b = 0.0, c = 0.0;  // kQuadratic: z^2 + b z + c
 };
 

@@ -30,13 +30,12 @@ void copyFrame(std::span<const std::int16_t> x, long from, long to, double* buf)
 }  // namespace
 
 CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples, double fs,
-                                           const SpectrogramSettings& s,
-                                           const AnalysisProgress& progress) {
+                                           const SpectrogramSettings& s, const AnalysisProgress& progress) {
   spectrogramDone_ = false;
   formantsDone_ = false;
   if (samples.size() < static_cast<std::size_t>(kMinSamples)) return Status::kTooShort;
-  if (s.columns < 1 || s.rows < 1 || s.size < 2 || s.size > (1 << 20) || !(fs > 0.0) ||
-      !(s.offset >= 0.0) || s.lpcCoefficients < 0)
+  if (s.columns < 1 || s.rows < 1 || s.size < 2 || s.size > (1 << 20) || !(fs > 0.0) || !(s.offset >= 0.0) ||
+      s.lpcCoefficients < 0)
     return Status::kBadOptions;
 
   const auto total = static_cast<double>(samples.size());  // L
@@ -50,7 +49,8 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
     const std::size_t frameLen = std::max(static_cast<std::size_t>(n) + 11, rows);
     if (frame_.size() < frameLen) frame_.resize(frameLen, 0.0);
     if (s.trackFormants) {
-      if (lpcFrame_.size() < static_cast<std::size_t>(nl) + 20) lpcFrame_.resize(static_cast<std::size_t>(nl) + 20, 0.0);
+      if (lpcFrame_.size() < static_cast<std::size_t>(nl) + 20)
+        lpcFrame_.resize(static_cast<std::size_t>(nl) + 20, 0.0);
       formants_.assign(cols, Formants{});
     }
   } catch (const std::bad_alloc&) {

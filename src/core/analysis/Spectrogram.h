@@ -25,15 +25,15 @@ struct SpectrogramSettings {
   int fmax = 5000;            // Hz at the top row
   int dynamicRangeDb = 35;    // D
   bool trackFormants = false;
-  int lpcCoefficients = 14;   // p; also the LPC frame length in ms
-  double offset = 0.0;        // first sample of the analysed stretch
+  int lpcCoefficients = 14;  // p; also the LPC frame length in ms
+  double offset = 0.0;       // first sample of the analysed stretch
 
   // The spectrogram options' values on a grid of the given shape.
   static SpectrogramSettings from(const COptionSpectrogram& o, int columns, int rows);
 };
 
 class CSpectrogram {
-public:
+ public:
   enum class Status {
     kOk,
     kTooShort,    // fewer than 100 samples: abandoned without a message
@@ -65,7 +65,7 @@ public:
   // Formants of column i in Hz, lowest first; 0 = none.
   const std::vector<Formants>& formants() const { return formants_; }
 
-private:
+ private:
   CMathFunc math_;
   std::vector<double> grid_;
   std::vector<Formants> formants_;

@@ -5,11 +5,9 @@
 
 namespace vandrel {
 
-const char* const CubicSpline::kNoMemoryMessage =
-    "Not enough memory to interpolate the spectrum.";
+const char* const CubicSpline::kNoMemoryMessage = "Not enough memory to interpolate the spectrum.";
 
-bool CubicSpline::prepare(const double* x, const double* y, int n, double yp1, double ypn,
-                          double* y2) {
+bool CubicSpline::prepare(const double* x, const double* y, int n, double yp1, double ypn, double* y2) {
   if (n < 1) return true;
   try {
     if (u_.size() < static_cast<std::size_t>(n)) u_.resize(static_cast<std::size_t>(n));
@@ -113,8 +111,8 @@ inline int lowKnot(double at, int n) {
 
 }  // namespace
 
-void CubicSpline::evaluateUnitKnotsEvenly(const double* y, const double* y2, int n, double step,
-                                          int count, double* out) {
+void CubicSpline::evaluateUnitKnotsEvenly(const double* y, const double* y2, int n, double step, int count,
+                                          double* out) {
   int i = 0;
   const V2 six = {6.0, 6.0};
   for (; i + 2 <= count; i += 2) {

@@ -12,7 +12,7 @@ namespace vandrel {
 inline constexpr double kNaturalEnd = 0.99e30;
 
 class CubicSpline {
-public:
+ public:
   // Writes the second derivatives y2[0..n-1]. `yp1` and `ypn` are the first
   // derivatives at the two ends (> kNaturalEnd: natural). Returns false, with
   // y2 untouched, when the working array cannot be had.
@@ -48,22 +48,21 @@ public:
   // out[i] = evaluateUnitKnots(y, y2, n, i * step) for i = 0 .. count-1, two
   // points at a time (each lane does exactly the scalar operations, so the
   // values are the same to the last bit).
-  static void evaluateUnitKnotsEvenly(const double* y, const double* y2, int n, double step,
-                                      int count, double* out);
+  static void evaluateUnitKnotsEvenly(const double* y, const double* y2, int n, double step, int count,
+                                      double* out);
 
   // The message shown (after a beep) when prepare() could not get its memory.
   static const char* const kNoMemoryMessage;
 
-private:
-  static double piece(double xlo, double xhi, double ylo, double yhi, double y2lo, double y2hi,
-                      double at) {
+ private:
+  static double piece(double xlo, double xhi, double ylo, double yhi, double y2lo, double y2hi, double at) {
     const double h = xhi - xlo;
     const double a = (xhi - at) / h;
     const double b = (at - xlo) / h;
     return a * ylo + b * yhi + ((a * a * a - a) * y2lo + (b * b * b - b) * y2hi) * (h * h) / 6.0;
   }
 
-  std::vector<double> u_;  // the decomposition's working row
+  std::vector<double> u_;                 // the decomposition's working row
   std::vector<double> unitP_, unitDiag_;  // prepareUnitKnots' p and y2 factors
   int unitN_ = 0;
 };

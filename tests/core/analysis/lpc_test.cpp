@@ -26,7 +26,8 @@ struct Textbook {
 Textbook levinson(const std::vector<double>& y, int p) {
   std::vector<double> r(static_cast<std::size_t>(p) + 1, 0.0);
   for (int lag = 0; lag <= p; ++lag)
-    for (std::size_t i = 0; i + static_cast<std::size_t>(lag) < y.size(); ++i) r[static_cast<std::size_t>(lag)] += y[i] * y[i + static_cast<std::size_t>(lag)];
+    for (std::size_t i = 0; i + static_cast<std::size_t>(lag) < y.size(); ++i)
+      r[static_cast<std::size_t>(lag)] += y[i] * y[i + static_cast<std::size_t>(lag)];
   Textbook t;
   t.a.assign(static_cast<std::size_t>(p) + 1, 0.0);
   t.k.assign(static_cast<std::size_t>(p) + 1, 0.0);
@@ -37,7 +38,9 @@ Textbook levinson(const std::vector<double>& y, int p) {
     for (int j = 1; j < i; ++j) acc += t.a[static_cast<std::size_t>(j)] * r[static_cast<std::size_t>(i - j)];
     const double k = -acc / t.e;
     std::vector<double> next = t.a;
-    for (int j = 1; j < i; ++j) next[static_cast<std::size_t>(j)] = t.a[static_cast<std::size_t>(j)] + k * t.a[static_cast<std::size_t>(i - j)];
+    for (int j = 1; j < i; ++j)
+      next[static_cast<std::size_t>(j)] =
+          t.a[static_cast<std::size_t>(j)] + k * t.a[static_cast<std::size_t>(i - j)];
     next[static_cast<std::size_t>(i)] = k;
     t.a = next;
     t.k[static_cast<std::size_t>(i)] = k;
@@ -56,7 +59,11 @@ std::vector<double> noise(std::size_t n, unsigned seed, double amp = 1000.0) {
 
 TEST(CMathFuncLpcTest, PredictorMatchesLevinsonDurbin) {
   CMathFunc math;
-  struct Case { std::size_t n; int p; unsigned seed; } cases[] = {{50, 1, 1}, {200, 10, 2}, {512, 24, 3}, {300, 40, 4}};
+  struct Case {
+    std::size_t n;
+    int p;
+    unsigned seed;
+  } cases[] = {{50, 1, 1}, {200, 10, 2}, {512, 24, 3}, {300, 40, 4}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "n " << c.n << " p " << c.p);
     auto y = noise(c.n, c.seed);
@@ -127,7 +134,8 @@ TEST(CMathFuncLpcTest, SpectrumIsThePowerOfTheInverseFilter) {
   const LpcPredictor& pr = math.lastPredictor();
   for (int k = 0; k < 128; ++k) {
     std::complex<double> A = 0.0;
-    for (int j = 0; j <= 10; ++j) A += pr.a[static_cast<std::size_t>(j)] * std::polar(1.0, -2.0 * kTruePi * k * j / 256.0);
+    for (int j = 0; j <= 10; ++j)
+      A += pr.a[static_cast<std::size_t>(j)] * std::polar(1.0, -2.0 * kTruePi * k * j / 256.0);
     EXPECT_NEAR(buf[static_cast<std::size_t>(k)], 10.0 * std::log10(std::norm(A)), 1e-9) << k;
   }
 }
@@ -166,8 +174,8 @@ TEST(CMathFuncFormantTest, RootPairConversion) {
 }
 
 // Monic polynomial with pole pairs at (F, B) and the given real roots.
-std::vector<double> polynomial(const std::vector<std::pair<double, double>>& pairs, const std::vector<double>& reals,
-                               double fs) {
+std::vector<double> polynomial(const std::vector<std::pair<double, double>>& pairs,
+                               const std::vector<double>& reals, double fs) {
   std::vector<double> p = {1.0};
   const auto mul = [&p](const std::vector<double>& f) {
     std::vector<double> out(p.size() + f.size() - 1, 0.0);
@@ -193,8 +201,14 @@ TEST(CMathFuncFormantTest, RootsOfKnownPolynomials) {
   } cases[] = {
       {{{1500, 90}, {500, 60}}, {}, {500, 1500}, 2},
       {{{2500, 120}, {700, 80}, {1200, 100}}, {0.5}, {700, 1200, 2500}, 3},
-      {{{3300, 250}, {600, 700}, {2400, 150}, {300, 50}}, {-0.3, 0.7}, {300, 2400, 3300}, 4},  // 700 Hz wide: dropped
-      {{{4500, 400}, {3500, 300}, {2500, 200}, {1500, 100}, {500, 50}}, {0.9}, {500, 1500, 2500, 3500, 4500}, 5},
+      {{{3300, 250}, {600, 700}, {2400, 150}, {300, 50}},
+       {-0.3, 0.7},
+       {300, 2400, 3300},
+       4},  // 700 Hz wide: dropped
+      {{{4500, 400}, {3500, 300}, {2500, 200}, {1500, 100}, {500, 50}},
+       {0.9},
+       {500, 1500, 2500, 3500, 4500},
+       5},
   };
   CMathFunc math;
   for (const auto& c : cases) {
@@ -202,11 +216,13 @@ TEST(CMathFuncFormantTest, RootsOfKnownPolynomials) {
     auto p = polynomial(c.pairs, c.reals, fs);
     std::vector<double> buf(401, 0.0);
     std::copy(p.begin(), p.end(), buf.begin());
-    const FormantCandidates* fc = math.formantCandidates(static_cast<int>(p.size()) - 1, 600.0, buf.data(), fs);
+    const FormantCandidates* fc =
+        math.formantCandidates(static_cast<int>(p.size()) - 1, 600.0, buf.data(), fs);
     ASSERT_NE(fc, nullptr);
     EXPECT_EQ(fc->quadraticCount, c.quadratics);
     ASSERT_EQ(fc->count, static_cast<int>(c.expected.size()));
-    for (std::size_t i = 0; i < c.expected.size(); ++i) EXPECT_NEAR(fc->frequency[i], c.expected[i], 1e-3) << i;
+    for (std::size_t i = 0; i < c.expected.size(); ++i)
+      EXPECT_NEAR(fc->frequency[i], c.expected[i], 1e-3) << i;
   }
 }
 
@@ -237,7 +253,9 @@ TEST(CMathFuncFormantTest, UnfactorablePolynomialSaysSoOnStandardError) {
 TEST(CMathFuncFormantTest, TwoResonatorSignalWithinTwoPercent) {
   // White noise through the synthesizer's own resonators at f1, f2.
   const double fs = 11025.0;
-  struct Case { int f1, b1, f2, b2; } cases[] = {{500, 60, 1500, 90}, {300, 50, 2200, 100}, {800, 80, 1200, 90}};
+  struct Case {
+    int f1, b1, f2, b2;
+  } cases[] = {{500, 60, 1500, 90}, {300, 50, 2200, 100}, {800, 80, 1200, 90}};
   CMathFunc math;
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.f1 << " " << c.f2);

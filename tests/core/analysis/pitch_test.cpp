@@ -88,8 +88,10 @@ TEST(CMathFuncPitchTest, PulseTrainsWithinTwoPercent) {
 TEST(CMathFuncPitchTest, UnsupportedFftSize) {
   CMathFunc math;
   const auto x = pulseTrain(100.0, 11025.0, 11025);
-  for (int size : {64, 100, 1000, 8192}) EXPECT_EQ(math.cepstralPitch(x.data(), 0, 11025, 11025, 50, 500, size, 385), -1.0) << size;
-  for (int size : {128, 256, 512, 1024, 2048, 4096}) EXPECT_GE(math.cepstralPitch(x.data(), 0, 11025, 11025, 50, 500, size, 100), 0.0) << size;
+  for (int size : {64, 100, 1000, 8192})
+    EXPECT_EQ(math.cepstralPitch(x.data(), 0, 11025, 11025, 50, 500, size, 385), -1.0) << size;
+  for (int size : {128, 256, 512, 1024, 2048, 4096})
+    EXPECT_GE(math.cepstralPitch(x.data(), 0, 11025, 11025, 50, 500, size, 100), 0.0) << size;
 }
 
 TEST(CMathFuncPitchTest, UpperLimitIsInclusive) {
@@ -123,13 +125,24 @@ TEST(CPitchTrackerTest, CleaningPasses) {
     std::vector<double> expected;
   } cases[] = {
       {"difference 9.9 truncates to 9 and passes",
-       {100, 109.9, 100, 109.9, 100}, {1, 1, 1, 1, 1}, 10, 0, {0, 106, 100, 109.9, 0}},
+       {100, 109.9, 100, 109.9, 100},
+       {1, 1, 1, 1, 1},
+       10,
+       0,
+       {0, 106, 100, 109.9, 0}},
       {"difference 10 fails", {100, 110, 100, 110, 100}, {1, 1, 1, 1, 1}, 10, 0, {0, 0, 0, 0, 0}},
       {"averages stored at the first of three, from unchanged values",
-       {0, 100, 110, 121, 133, 0, 150, 160, 0, 90, 0}, std::vector<double>(11, 1), 1000, 0,
+       {0, 100, 110, 121, 133, 0, 150, 160, 0, 90, 0},
+       std::vector<double>(11, 1),
+       1000,
+       0,
        {0, 110, 121, 121, 133, 0, 150, 160, 0, 90, 0}},
       {"energy equal to the threshold is unvoiced",
-       {100, 100, 100, 100, 100, 100}, {100, 1, 1.0001, 0.5, 100, 100}, 1000, 1, {0, 0, 100, 0, 100, 0}},
+       {100, 100, 100, 100, 100, 100},
+       {100, 1, 1.0001, 0.5, 100, 100},
+       1000,
+       1,
+       {0, 0, 100, 0, 100, 0}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
@@ -192,11 +205,12 @@ TEST(CPitchTrackerTest, TwoTrackersSideBySide) {
   CPitchTracker ta, tb, ref;
   COptionPitch o1, o2, o3;
   // Interleaved frames would corrupt shared storage; separate objects do not.
-  ASSERT_EQ(ta.compute(a, 11025.0, o1, 0.0, [&](int done, int) {
-              if (done == 10) {
-                ASSERT_EQ(tb.compute(b, 11025.0, o2), CPitchTracker::Status::kOk);
-              }
-            }),
+  ASSERT_EQ(ta.compute(a, 11025.0, o1, 0.0,
+                       [&](int done, int) {
+                         if (done == 10) {
+                           ASSERT_EQ(tb.compute(b, 11025.0, o2), CPitchTracker::Status::kOk);
+                         }
+                       }),
             CPitchTracker::Status::kOk);
   ASSERT_EQ(ref.compute(a, 11025.0, o3), CPitchTracker::Status::kOk);
   EXPECT_EQ(ta.track(), ref.track());

@@ -61,7 +61,8 @@ TEST(CSpectrogramTest, ShortRecordingsAndBadSettingsAreRefused) {
   EXPECT_EQ(sg.compute(sine(500, 11025, 100), 11025.0, s), CSpectrogram::Status::kOk);
   EXPECT_EQ(sg.compute(sine(500, 11025, 1000), 11025.0, settings(0, 10, 64, false)),
             CSpectrogram::Status::kBadOptions);
-  EXPECT_EQ(sg.compute(sine(500, 11025, 1000), 0.0, settings(10, 10, 64, false)), CSpectrogram::Status::kBadOptions);
+  EXPECT_EQ(sg.compute(sine(500, 11025, 1000), 0.0, settings(10, 10, 64, false)),
+            CSpectrogram::Status::kBadOptions);
 }
 
 TEST(CSpectrogramTest, LpcFrameLengthFollowsTheCoefficientCount) {
@@ -91,7 +92,9 @@ TEST(CSpectrogramTest, FormantsOfSynthesizedVowelsWithinFivePercent) {
   // f4 and f5 stay at their defaults, 3250 and 3700 Hz. (A first formant at
   // 300-400 Hz, two or three harmonics of the 100 Hz voice, reads up to 10%
   // high from a 14 ms frame: the frame spans under two periods.)
-  struct Case { int f1, f2, f3; } cases[] = {{500, 1500, 2500}, {700, 1200, 2600}, {600, 2000, 2800}};
+  struct Case {
+    int f1, f2, f3;
+  } cases[] = {{500, 1500, 2500}, {700, 1200, 2600}, {600, 2000, 2800}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.f1 << " " << c.f2 << " " << c.f3);
     const SampleSet s = vowel(c.f1, c.f2, c.f3);
