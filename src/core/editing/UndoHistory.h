@@ -64,7 +64,7 @@ class UndoHistory {
   }
   void noteAllChanged() { allDirty_ = true; }
 
-  // --- inspection (tests, benchmarks) ---------------------------------------
+  // --- looking inside (tests, benchmarks) ----------------------------------
   int columnsAt(int index) const;
   // The whole number stored for a cell of snapshot `index`.
   std::int32_t valueAt(int index, int row, int column) const;
