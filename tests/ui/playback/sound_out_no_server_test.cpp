@@ -13,7 +13,6 @@
 #include "app/CMainFrame.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
-#include "playback/PlayCommand.h"
 #include "playback/PlayCommands.h"
 #include "playback/SoundOut.h"
 
@@ -72,21 +71,6 @@ TEST_F(NoSoundTest, StartSaysNoSoundOutputDeviceAndPlaysNothing) {
     EXPECT_EQ(player.PlayPosition(), 0);
     player.Close();
   }
-}
-
-TEST_F(NoSoundTest, PlayCommandsStillSynthesizeAndTellTheUserOnce) {
-  CVandrelDoc doc;
-  std::unique_ptr<CSoundOut> player;
-  EXPECT_EQ(playCommand(doc, PlayWhich::Current, player, nullptr), kSoundNoError);
-  EXPECT_FALSE(doc.changedSinceSynthesis);
-  EXPECT_FALSE(doc.synthesized.empty());
-  EXPECT_EQ(messages, QStringList{"No Sound Output Device"});
-
-  // Playing again replaces the silent player and says it again; an empty set
-  // says nothing at all.
-  EXPECT_EQ(playCommand(doc, PlayWhich::Previous, player, nullptr), kSoundNoError);
-  EXPECT_EQ(playCommand(doc, PlayWhich::Audio, player, nullptr), kSoundNoError);
-  EXPECT_EQ(messages, (QStringList{"No Sound Output Device", "No Sound Output Device"}));
 }
 
 // Through the editor's window: Ctrl+1 on a fresh document synthesizes, then
