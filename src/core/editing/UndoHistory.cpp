@@ -142,7 +142,7 @@ void UndoHistory::append(const FrameTable& table) {
 }
 
 void UndoHistory::writeLeaf(const Leaf& leaf, FrameTable& table, int row, int segment) const {
-  double* dst = table.row(row) + segment * kLeafColumns;
+  double* dst = table.row(row) + static_cast<std::ptrdiff_t>(segment) * kLeafColumns;
   for (std::size_t i = 0; i < leaf.size(); ++i) dst[i] = static_cast<double>(leaf[i]);
 }
 
@@ -204,7 +204,8 @@ void UndoHistory::noteChanged(const CellRange& cells) {
   if (r0 > r1 || c0 > c1) return;
   for (int row = r0; row <= r1; ++row)
     for (int seg = c0 / kLeafColumns; seg <= c1 / kLeafColumns; ++seg)
-      dirty_[static_cast<std::size_t>(row * segments + seg)] = 1;
+      dirty_[static_cast<std::size_t>(row) * static_cast<std::size_t>(segments) +
+             static_cast<std::size_t>(seg)] = 1;
   anyDirty_ = true;
 }
 
