@@ -181,6 +181,7 @@ TEST(AdjustTimeTest, LengthenedColumnsHoldDefaultsWithinLimitsAndHeadingsFollow)
   EXPECT_EQ(anchorColumns(doc.table, kF2), std::vector<int>{1});
 
   std::vector<std::string> headings;
+  headings.reserve(5);
   for (int c = 0; c < doc.table.columns(); ++c) headings.push_back(columnHeading(doc.params().intervalMs, c));
   EXPECT_EQ(headings, (std::vector<std::string>{"5", "10", "15", "20", "25"}));
   EXPECT_EQ(columnHeading(1, 59999), "60000");
