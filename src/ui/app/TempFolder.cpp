@@ -38,8 +38,10 @@ bool canWriteIn(const QString& folder) {
 QString findTempFolder(AppProfile& profile, const ShellHooks& hooks, QWidget* parent) {
   QString folder = profile.tempDirectory();
   if (folder.isEmpty()) {
-    profile.writeTempDirectory(defaultTempFolder());
-    folder = profile.tempDirectory();
+    // A profile that cannot be written would still hand the value back from
+    // memory; only a successful write counts as stored.
+    const bool stored = profile.writeTempDirectory(defaultTempFolder());
+    folder = stored ? profile.tempDirectory() : QString();
     if (folder.isEmpty()) {
       warn(parent, kRegistryMessage);
       return {};

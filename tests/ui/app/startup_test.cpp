@@ -113,6 +113,17 @@ TEST_F(StartupTest, UncreatableFolderEndsStartUp) {
   EXPECT_EQ(app.mainFrame(), nullptr);
 }
 
+TEST_F(StartupTest, UnwritableProfileEndsStartUpWithTheRegistryMessage) {
+  // A folder where the profile's file should be: nothing can be written or read back.
+  ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("config/Vandrel Speech Lab/Vandrel.ini"))));
+  CVandrelApp app(hooks());
+  EXPECT_FALSE(app.initInstance({QStringLiteral("vandrel")}));
+  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral(
+                          "Unable to update the system registry.\nPlease contact your system administrator "
+                          "and/or the vender.")});
+  EXPECT_EQ(app.mainFrame(), nullptr);
+}
+
 TEST_F(StartupTest, CommandLineFileOpensInsteadOfABlankDocument) {
   vandrel::CVandrelDoc doc;
   doc.params().fileLengthMs = 100.0;
