@@ -6,9 +6,12 @@ namespace {
 
 const SampleSet& chosenSet(const CVandrelDoc& doc, PlayWhich which) {
   switch (which) {
-    case PlayWhich::Current: return doc.synthesized;
-    case PlayWhich::Previous: return doc.previous;
-    case PlayWhich::Audio: return doc.audio;
+    case PlayWhich::Current:
+      return doc.synthesized;
+    case PlayWhich::Previous:
+      return doc.previous;
+    case PlayWhich::Audio:
+      return doc.audio;
   }
   return doc.synthesized;
 }

@@ -18,14 +18,15 @@ namespace {
 // Holds a document's player as a child of its OpenDocument, so the player is
 // closed with the document, on the interface thread, while Qt is still up.
 class PlayerSlot : public QObject {
-public:
+ public:
   explicit PlayerSlot(QObject* parent) : QObject(parent) { setObjectName(kName); }
   static constexpr const char* kName = "vandrel-player";
   std::unique_ptr<CSoundOut> player;
 };
 
 PlayerSlot* slotOf(OpenDocument& document, bool create) {
-  auto* slot = dynamic_cast<PlayerSlot*>(document.findChild<QObject*>(PlayerSlot::kName, Qt::FindDirectChildrenOnly));
+  auto* slot =
+      dynamic_cast<PlayerSlot*>(document.findChild<QObject*>(PlayerSlot::kName, Qt::FindDirectChildrenOnly));
   if (slot == nullptr && create) slot = new PlayerSlot(&document);
   return slot;
 }

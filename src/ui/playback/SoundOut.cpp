@@ -22,7 +22,8 @@ void soundMessage(QWidget* parent, const char* text) {
   if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
     warn(parent, s);
   } else {
-    QMetaObject::invokeMethod(QCoreApplication::instance(), [s] { warn(nullptr, s); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [s] { warn(nullptr, s); }, Qt::QueuedConnection);
   }
 }
 

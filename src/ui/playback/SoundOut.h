@@ -39,7 +39,7 @@
 namespace vandrel::ui {
 
 class CSoundOut {
-public:
+ public:
   CSoundOut();
   virtual ~CSoundOut();
   // Moves the play-position marker one step (streamed mode, after each refill).
@@ -86,15 +86,15 @@ public:
   int RefillCount() const { return refills_.load(); }
   QWidget* Context() const { return context_; }
 
-private:
+ private:
   // An auto-reset event: one Wait returns per Signal (or the Signal before it).
   class Event {
-  public:
+   public:
     void Signal();
     void Wait();
     void Reset();
 
-  private:
+   private:
     std::mutex m_;
     std::condition_variable cv_;
     bool set_ = false;

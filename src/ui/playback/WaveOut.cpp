@@ -17,12 +17,17 @@ namespace vandrel::ui {
 
 SoundError soundErrorFromQt(QAudio::Error error) {
   switch (error) {
-    case QAudio::NoError: return kSoundNoError;
+    case QAudio::NoError:
+      return kSoundNoError;
     // Running out of data is how every sound ends; it is not a failure.
-    case QAudio::UnderrunError: return kSoundNoError;
-    case QAudio::OpenError: return kSoundAllocated;
-    case QAudio::IOError: return kSoundError;
-    case QAudio::FatalError: return kSoundNoDriver;
+    case QAudio::UnderrunError:
+      return kSoundNoError;
+    case QAudio::OpenError:
+      return kSoundAllocated;
+    case QAudio::IOError:
+      return kSoundError;
+    case QAudio::FatalError:
+      return kSoundNoDriver;
   }
   return kSoundError;
 }
@@ -33,7 +38,7 @@ namespace {
 // A header stays listed after it has been read until the stream position says
 // it has been heard; then it is marked done. Used on the audio thread only.
 class WaveQueue final : public QIODevice {
-public:
+ public:
   WaveQueue(int bytesPerFrame, QObject* parent) : QIODevice(parent), bytesPerFrame_(bytesPerFrame) {
     open(QIODevice::ReadOnly | QIODevice::Unbuffered);
   }
@@ -71,7 +76,7 @@ public:
     return n;
   }
 
-protected:
+ protected:
   qint64 readData(char* out, qint64 max) override {
     qint64 done = 0;
     for (Entry& e : entries_) {
@@ -89,11 +94,11 @@ protected:
 
   qint64 writeData(const char*, qint64) override { return -1; }
 
-private:
+ private:
   struct Entry {
     CWaveHeader* h;
-    qint64 read;             // bytes handed to the sink so far
-    std::int64_t endFrame;   // stream frame just past this header
+    qint64 read;            // bytes handed to the sink so far
+    std::int64_t endFrame;  // stream frame just past this header
   };
 
   static void finish(CWaveHeader& h) {
@@ -113,11 +118,15 @@ private:
 // The audio thread's side: the sink, the queue it reads, and a timer that turns
 // the stream position into "header done".
 class CWaveOut::Host : public QObject {
-public:
+ public:
   Host(const QAudioDevice& device, const QAudioFormat& format, std::function<void()> onDone,
        std::atomic<std::int64_t>* played)
-      : device_(device), format_(format), onDone_(std::move(onDone)), played_(played),
-        queue_(new WaveQueue(format.bytesPerFrame(), this)), poll_(new QTimer(this)) {
+      : device_(device),
+        format_(format),
+        onDone_(std::move(onDone)),
+        played_(played),
+        queue_(new WaveQueue(format.bytesPerFrame(), this)),
+        poll_(new QTimer(this)) {
     poll_->setTimerType(Qt::PreciseTimer);
     poll_->setInterval(10);
     QObject::connect(poll_, &QTimer::timeout, this, [this] { poll(); });
@@ -183,7 +192,7 @@ public:
     sink_ = nullptr;
   }
 
-private:
+ private:
   void poll() {
     if (!started_ || sink_->state() == QAudio::StoppedState) return;
     const qint64 us = sink_->processedUSecs();

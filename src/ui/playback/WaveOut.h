@@ -31,17 +31,17 @@ namespace vandrel::ui {
 // numbers of the classic wave-output interface, because callers and logs have
 // always compared against those.
 enum SoundError : int {
-  kSoundNoError = 0,       // success; also the end of data (QAudio::UnderrunError)
-  kSoundError = 1,         // QAudio::IOError: the stream refused data
-  kSoundBadDeviceId = 2,   // no output device to open
-  kSoundAllocated = 4,     // QAudio::OpenError: the sound server refused the stream
-  kSoundInvalidHandle = 5, // a call on a device that is not open
-  kSoundNoDriver = 6,      // QAudio::FatalError: no usable connection to the sound server
-  kSoundNoMemory = 7,      // the sink or its thread could not be made
-  kSoundInvalidParam = 11, // a header without data
-  kSoundBadFormat = 32,    // the device does not take this format (mono, 16-bit, the rate)
-  kSoundStillPlaying = 33, // unpreparing a header that is still queued
-  kSoundUnprepared = 34,   // writing a header that was not prepared
+  kSoundNoError = 0,        // success; also the end of data (QAudio::UnderrunError)
+  kSoundError = 1,          // QAudio::IOError: the stream refused data
+  kSoundBadDeviceId = 2,    // no output device to open
+  kSoundAllocated = 4,      // QAudio::OpenError: the sound server refused the stream
+  kSoundInvalidHandle = 5,  // a call on a device that is not open
+  kSoundNoDriver = 6,       // QAudio::FatalError: no usable connection to the sound server
+  kSoundNoMemory = 7,       // the sink or its thread could not be made
+  kSoundInvalidParam = 11,  // a header without data
+  kSoundBadFormat = 32,     // the device does not take this format (mono, 16-bit, the rate)
+  kSoundStillPlaying = 33,  // unpreparing a header that is still queued
+  kSoundUnprepared = 34,    // writing a header that was not prepared
 };
 
 // The code for a QAudio error of the sink.
@@ -60,7 +60,7 @@ struct CWaveHeader {
 };
 
 class CWaveOut {
-public:
+ public:
   CWaveOut();
   ~CWaveOut();
   CWaveOut(const CWaveOut&) = delete;
@@ -91,7 +91,7 @@ public:
 
   class Host;  // the audio thread's side (WaveOut.cpp)
 
-private:
+ private:
   mutable std::mutex mutex_;
   std::unique_ptr<QThread> thread_;
   Host* host_ = nullptr;  // lives on thread_, deleted there

@@ -63,8 +63,10 @@ inline pid_t spawnChild(const std::vector<std::string>& argv, const std::vector<
     if (getppid() != parent) _exit(127);
     const int devNull = open("/dev/null", O_RDONLY);
     if (devNull >= 0) dup2(devNull, 0);
-    if (outFd >= 0) dup2(outFd, 1);
-    else if (logFd >= 0) dup2(logFd, 1);
+    if (outFd >= 0)
+      dup2(outFd, 1);
+    else if (logFd >= 0)
+      dup2(logFd, 1);
     if (logFd >= 0) dup2(logFd, 2);
     execve(args[0], args.data(), envp.data());
     _exit(127);
@@ -94,7 +96,7 @@ inline std::string findProgram(const char* name) {
 }
 
 class PulseTestServer {
-public:
+ public:
   ~PulseTestServer() { stop(); }
 
   // Starts the server and points this process's clients at it (PULSE_SERVER,
@@ -112,7 +114,8 @@ public:
     const std::string conf = dir_ + "/server.pa";
     std::ofstream(conf) << "load-module module-null-sink norewinds=1 sink_name=testsink rate=" << kSinkRate
                         << " channels=1 format=s16le\n"
-                        << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << socket_ << "\n"
+                        << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << socket_
+                        << "\n"
                         << "set-default-sink testsink\n";
     const char* path = std::getenv("PATH");
     const std::vector<std::string> env{
@@ -152,7 +155,7 @@ public:
   const std::string& socket() const { return socket_; }
   pid_t pid() const { return pid_; }
 
-private:
+ private:
   std::string dir_;
   std::string socket_;
   pid_t pid_ = -1;
@@ -165,7 +168,7 @@ private:
 // recorded, so t0 <= arrival - samples so far / rate for every read; the
 // smallest bound is kept (it errs towards later, never earlier).
 class MonitorCapture {
-public:
+ public:
   using Clock = std::chrono::steady_clock;
 
   ~MonitorCapture() { stop(); }
@@ -215,7 +218,7 @@ public:
     return t0_ + std::chrono::microseconds(index * 1000000 / kSinkRate);
   }
 
-private:
+ private:
   void readLoop() {
     std::vector<unsigned char> buf(4096);
     bool odd = false;

@@ -63,8 +63,8 @@ inline std::vector<std::int16_t> fadedTone(double hz, int rate, double seconds, 
   std::vector<std::int16_t> out(n);
   for (std::size_t i = 0; i < n; ++i) {
     const double gain = std::min(1.0, static_cast<double>(i) / fade);
-    out[i] = static_cast<std::int16_t>(
-        std::lround(amplitude * gain * std::sin(2.0 * 3.14159265358979 * hz * static_cast<double>(i) / rate)));
+    out[i] = static_cast<std::int16_t>(std::lround(
+        amplitude * gain * std::sin(2.0 * 3.14159265358979 * hz * static_cast<double>(i) / rate)));
   }
   return out;
 }

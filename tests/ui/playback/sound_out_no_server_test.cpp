@@ -1,8 +1,8 @@
 // A machine with no sound device: no server can be reached (the address points
 // at a socket that does not exist) and none may be started on demand. Playing
 // says "No Sound Output Device" and carries on.
-#include <QTest>
 #include <gtest/gtest.h>
+#include <QTest>
 
 #include <filesystem>
 
@@ -20,7 +20,7 @@ namespace vandrel::ui {
 namespace {
 
 class NoServerEnvironment : public ::testing::Environment {
-public:
+ public:
   void SetUp() override {
     dir_ = soundtest::makeScratchDir("vandrel-nosound");
     ASSERT_FALSE(dir_.empty());
@@ -33,7 +33,7 @@ public:
     std::filesystem::remove_all(dir_);
   }
 
-private:
+ private:
   std::string dir_;
 };
 
@@ -41,7 +41,7 @@ private:
     ::testing::AddGlobalTestEnvironment(new NoServerEnvironment);
 
 class NoSoundTest : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override {
     setMessagePresenter([this](const MessageRequest& r) {
       messages.push_back(r.text);

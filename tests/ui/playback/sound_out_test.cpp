@@ -1,8 +1,8 @@
 // CSoundOut and the Play command against a real sound server: what reaches the
 // sink is recorded and compared with what was played.
+#include <gtest/gtest.h>
 #include <QTest>
 #include <QWidget>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdio>
@@ -30,17 +30,15 @@ using Clock = std::chrono::steady_clock;
 soundtest::PulseTestServer* gServer = nullptr;
 
 class PulseEnvironment : public ::testing::Environment {
-public:
+ public:
   void SetUp() override {
     gServer = &server_;
     const std::string why = server_.start();
     ASSERT_TRUE(why.empty()) << why;
   }
-  void TearDown() override {
-    server_.stop();
-  }
+  void TearDown() override { server_.stop(); }
 
-private:
+ private:
   soundtest::PulseTestServer server_;
 };
 
@@ -58,7 +56,7 @@ bool waitFor(const std::function<bool()>& done, int ms) {
 }
 
 class SoundTest : public ::testing::Test {
-protected:
+ protected:
   void SetUp() override {
     setMessagePresenter([this](const MessageRequest& r) {
       messages.push_back(r.text);
@@ -229,7 +227,8 @@ TEST_F(SoundTest, PlayCurrentAfterAnEditSynthesizesFirst) {
   EXPECT_EQ(player->SampleRate(), 11025);
 
   const auto& played = doc.synthesized.samples;
-  EXPECT_TRUE(waitFor([&] { return player->PlayPosition() >= static_cast<std::int64_t>(played.size()); }, 3000));
+  EXPECT_TRUE(
+      waitFor([&] { return player->PlayPosition() >= static_cast<std::int64_t>(played.size()); }, 3000));
   const auto cap = finishRecording();
   player.reset();
 
@@ -243,8 +242,8 @@ TEST_F(SoundTest, PlayCurrentAfterAnEditSynthesizesFirst) {
   EXPECT_GT(now, 0.95);
   EXPECT_LT(old, now - 0.1);
   EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
-  std::printf("[ play current ] 11025 Hz vowel: correlation %.4f with the new buffer, %.4f with the old\n", now,
-              old);
+  std::printf("[ play current ] 11025 Hz vowel: correlation %.4f with the new buffer, %.4f with the old\n",
+              now, old);
 }
 
 TEST_F(SoundTest, PlayDuringPlaybackStopsTheFirstSoundAndStartsTheSecondFromItsBeginning) {
@@ -260,7 +259,8 @@ TEST_F(SoundTest, PlayDuringPlaybackStopsTheFirstSoundAndStartsTheSecondFromItsB
   ASSERT_EQ(playCommand(doc, PlayWhich::Audio, player, nullptr), kSoundNoError);
   ASSERT_TRUE(waitFor([&] { return player->PlayPosition() >= kSinkRate / 2; }, 3000));
   ASSERT_EQ(playCommand(doc, PlayWhich::Previous, player, nullptr), kSoundNoError);
-  EXPECT_TRUE(waitFor([&] { return player->PlayPosition() >= static_cast<std::int64_t>(second.size()); }, 3000));
+  EXPECT_TRUE(
+      waitFor([&] { return player->PlayPosition() >= static_cast<std::int64_t>(second.size()); }, 3000));
   const auto cap = finishRecording(600);
   player.reset();
 
@@ -332,9 +332,10 @@ TEST_F(SoundTest, TenSecondTableStartLatency) {
   const auto m = soundtest::locate(cap, played, 2, onset, 200, 2048);
   EXPECT_GT(soundtest::ncc(cap, played, m.lag, 2, 8000), 0.95);
   const double latency = ms(capture.timeOf(m.lag) - t0);
-  std::printf("[ latency ] 10 s table: synthesis alone %.1f ms; command returned after %.1f ms; first sample at "
-              "the sink after %.1f ms (correlation %.4f)\n",
-              synthesisMs, ms(t1 - t0), latency, m.ncc);
+  std::printf(
+      "[ latency ] 10 s table: synthesis alone %.1f ms; command returned after %.1f ms; first sample at "
+      "the sink after %.1f ms (correlation %.4f)\n",
+      synthesisMs, ms(t1 - t0), latency, m.ncc);
   RecordProperty("start_latency_ms", std::to_string(latency));
 }
 
@@ -380,9 +381,10 @@ TEST_F(PlayShellTest, PlayCurrentFromTheWindowAndItsStartLatency) {
   EXPECT_LT(lastSound - m.lag, 2 * 22050) << "Play Audio did not stop the running sound";
   EXPECT_TRUE(messages.empty());
   const double latency = std::chrono::duration<double, std::milli>(capture.timeOf(m.lag) - t0).count();
-  std::printf("[ latency ] 10 s table through the window: command returned after %.1f ms; first sample at the "
-              "sink after %.1f ms\n",
-              std::chrono::duration<double, std::milli>(t1 - t0).count(), latency);
+  std::printf(
+      "[ latency ] 10 s table through the window: command returned after %.1f ms; first sample at the "
+      "sink after %.1f ms\n",
+      std::chrono::duration<double, std::milli>(t1 - t0).count(), latency);
   RecordProperty("window_start_latency_ms", std::to_string(latency));
 }
 
