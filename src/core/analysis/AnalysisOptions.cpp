@@ -1,11 +1,19 @@
 #include "analysis/AnalysisOptions.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
 namespace vandrel {
 
 namespace {
+
+// Truncation toward zero, with a rate of 0 (or no rate at all) giving 0 and
+// absurd rates clamped, rather than an undefined conversion.
+int truncated(double v) {
+  if (!(v > -2147483648.0 && v < 2147483647.0)) return v > 0.0 ? 2147483647 : 0;
+  return static_cast<int>(v);
+}
 
 // The size part of each drop-down entry; the two smallest have no leading blank.
 constexpr std::array<const char*, COptionFFTLPC::kSizeEntries> kSizeTexts = {
@@ -20,7 +28,7 @@ int analysisSizePoints(int index) { return 1 << (index + 5); }
 std::string analysisSizeEntry(int index, double fs) {
   if (index < 0 || index >= COptionFFTLPC::kSizeEntries) return {};
   char head[48];
-  std::snprintf(head, sizeof head, "  %d  Hz  ", static_cast<int>(fs / analysisSizePoints(index)));
+  std::snprintf(head, sizeof head, "  %d  Hz  ", truncated(fs / analysisSizePoints(index)));
   return std::string(head) + kSizeTexts[static_cast<std::size_t>(index)];
 }
 
@@ -28,12 +36,14 @@ std::string analysisSizeEntry(int index, double fs) {
 
 const char* const COptionFFTLPC::kLpcRangeMessage = "Please enter an integer between 4 and 100.";
 
-int COptionFFTLPC::defaultAppliedWindowMs(double fs) { return static_cast<int>(256000.0 / fs); }
+int COptionFFTLPC::defaultAppliedWindowMs(double fs) { return fs > 0.0 ? truncated(256000.0 / fs) : 0; }
 
-int COptionFFTLPC::defaultFrequencyRange(double fs) { return static_cast<int>(fs / 2000.0) * 1000; }
+int COptionFFTLPC::defaultFrequencyRange(double fs) {
+  return truncated(std::min(fs / 2000.0, 2000000.0)) * 1000;
+}
 
 int COptionFFTLPC::defaultLpcCoefficients(double fs) {
-  int n = static_cast<int>(2.0 * (fs / 2000.0) + 4.0);
+  int n = truncated(std::min(2.0 * (fs / 2000.0) + 4.0, 400.0));
   n -= n % 2;
   return n > 400 ? 400 : n;
 }
@@ -71,7 +81,7 @@ bool COptionFFTLPC::lpcCoefficientsInRange(int value) {
 // ---- Spectrogram ---------------------------------------------------------
 
 int COptionSpectrogram::defaultFormantCoefficients(double fs) {
-  return (2 + static_cast<int>(fs / 2000.0)) * 2;
+  return (2 + truncated(std::min(fs / 2000.0, 1000000.0))) * 2;
 }
 
 int COptionSpectrogram::acceptFormantCoefficients(int entered) {
@@ -83,7 +93,7 @@ int COptionSpectrogram::acceptFormantCoefficients(int entered) {
 void COptionSpectrogram::setDefaults() {
   sizeIndex = 1;
   points = 64;
-  frequencyRange = static_cast<int>(fs / 2000.0) * 1000;
+  frequencyRange = COptionFFTLPC::defaultFrequencyRange(fs);
   dynamicRangeDb = 35;
   preEmphasis = 0.98;
   formantCoefficients = defaultFormantCoefficients(fs);

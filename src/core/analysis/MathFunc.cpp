@@ -68,7 +68,7 @@ bool CMathFunc::resample(double* x, int knots, int points, double step) {
 
 int CMathFunc::fftSpectrum(double* x, int n, double preemph, int windowType, int doResample, int points,
                            int fmax, double fs) {
-  if (n < 1) return 0;
+  if (n < 1 || n > (1 << FftTables::kMaxOrder)) return 0;
   int m = 1;
   while ((1 << m) < n && m < FftTables::kMaxOrder) ++m;
   const std::size_t size = std::size_t{1} << m;

@@ -78,6 +78,11 @@ TEST(AnalysisOptionsTest, DropDownTexts) {
   EXPECT_EQ(analysisSizeEntry(2, 11025.0), "  86  Hz   ( 128 pts)");
   EXPECT_EQ(analysisSizeEntry(8, 22050.0), "  2  Hz   (8192 pts)");
   EXPECT_EQ(analysisSizeEntry(9, 22050.0), "");
+  // No rate yet (an empty recording): zeros, not an undefined conversion.
+  EXPECT_EQ(analysisSizeEntry(0, 0.0), "  0  Hz  (  32 pts)");
+  const COptionFFTLPC none(0.0);
+  EXPECT_EQ(none.appliedWindowMs, 0);
+  EXPECT_EQ(none.frequencyRange, 0);
   COptionFFTLPC f;
   f.selectSize(8);
   EXPECT_EQ(f.points, 8192);
