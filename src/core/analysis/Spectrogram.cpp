@@ -1,6 +1,7 @@
 #include "analysis/Spectrogram.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 namespace vandrel {
@@ -25,6 +26,41 @@ namespace {
 void copyFrame(std::span<const std::int16_t> x, long from, long to, double* buf) {
   const long n = static_cast<long>(x.size());
   for (long j = std::max(from, 0L); j < to && j < n; ++j) buf[j - from] = x[static_cast<std::size_t>(j)];
+}
+
+typedef double V2 __attribute__((vector_size(16)));
+
+// The largest of v[0..n-1] (at least -1e7), four running maxima side by side.
+double largest(const double* v, int n) {
+  double m0 = -1e7, m1 = -1e7, m2 = -1e7, m3 = -1e7;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    m0 = std::max(m0, v[i]);
+    m1 = std::max(m1, v[i + 1]);
+    m2 = std::max(m2, v[i + 2]);
+    m3 = std::max(m3, v[i + 3]);
+  }
+  for (; i < n; ++i) m0 = std::max(m0, v[i]);
+  return std::max(std::max(m0, m1), std::max(m2, m3));
+}
+
+// v = v - top + range, and below 0 becomes 0; two cells per step.
+void refer(double* v, std::size_t n, double top, int range) {
+  const V2 t = {top, top};
+  const V2 d = {static_cast<double>(range), static_cast<double>(range)};
+  const V2 zero = {0.0, 0.0};
+  std::size_t i = 0;
+  for (; i + 2 <= n; i += 2) {
+    V2 x;
+    std::memcpy(&x, v + i, sizeof x);
+    x = x - t + d;
+    x = x < zero ? zero : x;
+    std::memcpy(v + i, &x, sizeof x);
+  }
+  for (; i < n; ++i) {
+    v[i] = v[i] - top + range;
+    if (v[i] < 0.0) v[i] = 0.0;
+  }
 }
 
 }  // namespace
@@ -77,7 +113,7 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
     }
     math_.fftSpectrum(frame, n, s.preEmphasis, 1, 1, s.rows, s.fmax, fs);
     std::copy(frame, frame + s.rows, grid_.begin() + static_cast<std::ptrdiff_t>(i * rows));
-    for (int r = 0; r < s.rows; ++r) top = std::max(top, frame[r]);
+    top = std::max(top, largest(frame, s.rows));
 
     if (s.trackFormants) {
       double* lpc = lpcFrame_.data();
@@ -101,10 +137,7 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
 
   // Refer to the maximum (taken while the columns were filled) and clip to
   // the dynamic range.
-  for (double& v : grid_) {
-    v = v - top + s.dynamicRangeDb;
-    if (v < 0.0) v = 0.0;
-  }
+  refer(grid_.data(), grid_.size(), top, s.dynamicRangeDb);
   spectrogramDone_ = true;
   return Status::kOk;
 }
