@@ -28,12 +28,36 @@ void horner2(const double* c, int n, double x, double& v, double& d) {
   }
 }
 
+// P at the scan's points x_s = -1 + s (2 / kScanSteps), s = 0 .. kScanSteps,
+// four at a time: four independent Horner chains keep the multiplier busy.
+void scanValues(const double* c, int n, double* v) {
+  static_assert(kScanSteps % 4 == 0);
+  for (int s = 0; s < kScanSteps; s += 4) {
+    const double x0 = -1.0 + s * (2.0 / kScanSteps), x1 = -1.0 + (s + 1) * (2.0 / kScanSteps);
+    const double x2 = -1.0 + (s + 2) * (2.0 / kScanSteps), x3 = -1.0 + (s + 3) * (2.0 / kScanSteps);
+    double v0 = c[0], v1 = c[0], v2 = c[0], v3 = c[0];
+    for (int i = 1; i <= n; ++i) {
+      v0 = v0 * x0 + c[i];
+      v1 = v1 * x1 + c[i];
+      v2 = v2 * x2 + c[i];
+      v3 = v3 * x3 + c[i];
+    }
+    v[s] = v0;
+    v[s + 1] = v1;
+    v[s + 2] = v2;
+    v[s + 3] = v3;
+  }
+  v[kScanSteps] = horner(c, n, 1.0);
+}
+
 bool realRoot(const double* c, int n, double& root) {
+  double values[kScanSteps + 1];
+  scanValues(c, n, values);
   double x0 = -1.0;
-  double v0 = horner(c, n, x0);
+  double v0 = values[0];
   for (int s = 1; s <= kScanSteps; ++s) {
     const double x1 = -1.0 + s * (2.0 / kScanSteps);
-    const double v1 = horner(c, n, x1);
+    const double v1 = values[s];
     if (v0 == 0.0) {
       root = x0;
       return true;
@@ -141,16 +165,19 @@ bool laguerre(const double* c, int n, std::complex<double>& z) {
   const double dn = n;
   for (int it = 1; it <= 400; ++it) {
     C p = c[0], d = 0.0, dd = 0.0;
-    double err = std::abs(p);
-    const double az = std::abs(z);
+    // The rounding-error scale of the evaluation, with |re| + |im| standing
+    // in for the modulus (within a factor of sqrt 2, and far cheaper).
+    const auto mag = [](C w) { return std::fabs(w.real()) + std::fabs(w.imag()); };
+    double err = mag(p);
+    const double az = mag(z);
     for (int i = 1; i <= n; ++i) {
       dd = dd * z + d;
       d = d * z + p;
       p = p * z + c[i];
-      err = std::abs(p) + az * err;
+      err = mag(p) + az * err;
     }
     dd *= 2.0;
-    if (std::abs(p) <= kEps * err) return true;
+    if (mag(p) <= kEps * err) return true;
     const C g = d / p;
     const C h = g * g - dd / p;
     const C sq = std::sqrt((dn - 1.0) * (dn * h - g * g));
