@@ -22,6 +22,7 @@
 #include "app/CChildFrame.h"
 #include "app/CommandIds.h"
 #include "app/CommandTable.h"
+#include "app/DocumentRecovery.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
 #include "config/ConfigFile.h"
@@ -79,6 +80,8 @@ CMainFrame::CMainFrame(ShellEnvironment environment, QWidget* parent)
   statusBar()->setVisible(d.statusBarVisible != 0);
   actions_.value(ID_VIEW_TOOLBAR)->setChecked(d.toolbarVisible != 0);
   actions_.value(ID_VIEW_STATUS_BAR)->setChecked(d.statusBarVisible != 0);
+
+  if (!env_.tempFolder.isEmpty()) recovery_ = new DocumentRecovery(*this, env_.tempFolder);
 
   qApp->installEventFilter(this);
   updateCommandStates();
@@ -293,6 +296,7 @@ QList<CChildFrame*> CMainFrame::windowsOf(const OpenDocument& document) const {
 void CMainFrame::windowClosing(CChildFrame& closing) {
   QList<CChildFrame*> rest = windowsOf(closing.document());
   rest.removeAll(&closing);
+  if (rest.isEmpty() && recovery_) recovery_->forget(closing.document().serial());
   for (int i = 0; i < rest.size(); ++i) rest[i]->setWindowNumber(rest.size() > 1 ? i + 1 : 0);
 }
 

@@ -23,6 +23,7 @@ class QToolBar;
 namespace vandrel::ui {
 
 class CChildFrame;
+class DocumentRecovery;
 class OpenDocument;
 
 class CMainFrame : public QMainWindow {
@@ -56,6 +57,13 @@ class CMainFrame : public QMainWindow {
   // made when none is open). False, after the message, when no reader
   // accepts the file.
   bool openFile(const QString& path);
+
+  // Reopens a copy kept by DocumentRecovery: modified, under the name of the
+  // file it belongs to (or untitled). False when the copy cannot be read.
+  bool openRecoveredCopy(const QString& copy, const QString& originalPath);
+
+  // Copies of unsaved work in the temp folder; null without a temp folder.
+  DocumentRecovery* recovery() const { return recovery_; }
 
   // Saves `document` as a parameter file of all parameters; `askName` (or a
   // document without a file) asks for the name first. False when cancelled
@@ -130,6 +138,7 @@ class CMainFrame : public QMainWindow {
   bool numLock_ = false;
   bool scrollLock_ = false;
   std::unique_ptr<QPrinter> printer_;
+  DocumentRecovery* recovery_ = nullptr;
 };
 
 // The shell's own handlers, installed by every main frame before the

@@ -5,6 +5,7 @@
 
 #include "app/AppProfile.h"
 #include "app/CMainFrame.h"
+#include "app/DocumentRecovery.h"
 #include "app/TempFolder.h"
 
 namespace vandrel::ui {
@@ -58,8 +59,11 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
   } else
     mainFrame_->show();
 
+  // Work left unsaved by a run that did not end normally is offered first.
+  const int recovered = mainFrame_->recovery() ? mainFrame_->recovery()->offerAbandoned() : 0;
+
   if (file.isEmpty()) {
-    mainFrame_->newDocument();
+    if (recovered == 0) mainFrame_->newDocument();
     return true;
   }
   if (!mainFrame_->openFile(file)) {

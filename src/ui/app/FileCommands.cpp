@@ -12,6 +12,7 @@
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
 #include "app/CommandIds.h"
+#include "app/DocumentRecovery.h"
 #include "app/OpenDocument.h"
 #include "audio/Wave.h"
 #include "common/Messages.h"
@@ -108,7 +109,6 @@ void synthesizeIfChanged(CommandContext& ctx) {
       ctx.dialogParent(), CProgressDialog::kSynthesizing,
       [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
   doc.notifySamplesChanged(vandrel::SampleSlot::kSynthesized);
-  ctx.document->notifyChanged();
 }
 
 void saveAsAudio(CommandContext& ctx) {
@@ -252,7 +252,20 @@ bool CMainFrame::saveDocument(OpenDocument& document, bool askName) {
   }
   document.setPath(QFileInfo(path).absoluteFilePath());
   document.setModified(false);
+  if (recovery_) recovery_->forget(document.serial());
   addRecentFile(path);
+  return true;
+}
+
+bool CMainFrame::openRecoveredCopy(const QString& copy, const QString& originalPath) {
+  auto doc = std::make_shared<OpenDocument>(++untitledCount_);
+  vandrel::applyConfig(env_.config, doc->doc());
+  vandrel::VdrReadResult read = vandrel::readVdrFile(toStd(copy), doc->doc().params());
+  if (!read.ok()) return false;
+  vandrel::loadVdr(doc->doc(), std::move(read.content));
+  if (!originalPath.isEmpty()) doc->setPath(originalPath);
+  doc->setModified(true);
+  addWindow(std::move(doc));
   return true;
 }
 

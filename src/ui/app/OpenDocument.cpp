@@ -2,12 +2,34 @@
 
 #include <QFileInfo>
 
+#include "document/DocObserver.h"
+
 namespace vandrel::ui {
 
-OpenDocument::OpenDocument(int untitledNumber, QObject* parent)
-    : QObject(parent), doc_(std::make_unique<vandrel::CVandrelDoc>()), untitledNumber_(untitledNumber) {}
+class OpenDocument::Observer : public vandrel::DocObserver {
+ public:
+  explicit Observer(OpenDocument& owner) : owner_(owner) {}
+  void notifyCellsChanged(const vandrel::CellRange&) override { owner_.notifyChanged(); }
+  void notifyStructureChanged() override { owner_.notifyChanged(); }
+  void notifySamplesChanged(vandrel::SampleSlot) override { owner_.notifyChanged(); }
+  void notifyFlagsChanged() override {
+    ++owner_.revision_;
+    emit owner_.flagsChanged();
+  }
 
-OpenDocument::~OpenDocument() = default;
+ private:
+  OpenDocument& owner_;
+};
+
+OpenDocument::OpenDocument(int serial, QObject* parent)
+    : QObject(parent),
+      doc_(std::make_unique<vandrel::CVandrelDoc>()),
+      observer_(std::make_unique<Observer>(*this)),
+      serial_(serial) {
+  doc_->addObserver(observer_.get());
+}
+
+OpenDocument::~OpenDocument() { doc_->removeObserver(observer_.get()); }
 
 void OpenDocument::setPath(const QString& path) {
   path_ = path;
@@ -15,14 +37,18 @@ void OpenDocument::setPath(const QString& path) {
 }
 
 QString OpenDocument::title() const {
-  if (path_.isEmpty()) return QStringLiteral("Vandr%1").arg(untitledNumber_);
+  if (path_.isEmpty()) return QStringLiteral("Vandr%1").arg(serial_);
   return QFileInfo(path_).fileName();
 }
 
 void OpenDocument::setModified(bool on) {
   if (doc_->modified == on) return;
-  doc_->modified = on;
-  emit titleChanged();
+  doc_->setModified(on);  // tells the observers, us included
+}
+
+void OpenDocument::notifyChanged() {
+  ++revision_;
+  emit changed();
 }
 
 }  // namespace vandrel::ui
