@@ -126,9 +126,12 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
       Formants& f = formants_[static_cast<std::size_t>(i)];
       f = Formants{};
       if (const FormantCandidates* c = math_.lastCandidates()) {
-        for (int k = 0; k < kFormants && k < c->count; ++k)
-          f[static_cast<std::size_t>(k)] =
-              static_cast<std::int16_t>(static_cast<int>(c->frequency[static_cast<std::size_t>(k)] + 0.5));
+        for (int k = 0; k < kFormants && k < c->count; ++k) {
+          // Rounded to whole Hz; above 32767 Hz (a rate over 65 kHz) the
+          // 16-bit slot holds its largest value rather than wrapping.
+          const double hz = std::min(c->frequency[static_cast<std::size_t>(k)] + 0.5, 32767.0);
+          f[static_cast<std::size_t>(k)] = static_cast<std::int16_t>(static_cast<int>(hz));
+        }
       }
       formantsDone_ = true;
     }
