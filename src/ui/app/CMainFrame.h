@@ -20,6 +20,10 @@ class QMenu;
 class QPrinter;
 class QToolBar;
 
+namespace vandrel {
+class CVandrelDoc;
+}
+
 namespace vandrel::ui {
 
 class CChildFrame;
@@ -93,6 +97,13 @@ class CMainFrame : public QMainWindow {
 
   // Writes the window placement into the configuration kept in memory.
   void storePlacement();
+
+  // The options were confirmed: the configuration in memory takes `doc`'s
+  // settings (when given) and the window placement, and is written to
+  // "VandrelConf.cfg" in the temp folder. The analysis option dialogs put
+  // their records into environment().config first (storeAnalysisOptions).
+  // False, after a message, when the file cannot be written.
+  bool writeConfigurationFile(const vandrel::CVandrelDoc* doc);
 
  signals:
   void activeDocumentChanged();

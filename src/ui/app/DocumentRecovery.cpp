@@ -52,7 +52,8 @@ void DocumentRecovery::saveNow() {
     const auto last = copied_.find(doc->serial());
     if (last != copied_.end() && last.value() == doc->revision()) continue;
     const QString vdr = copyPath(doc->serial(), "vdr");
-    if (!vandrel::saveVdrFile(vdr.toStdString(), doc->doc(), vandrel::VdrKind::kAllParameters).empty()) continue;
+    if (!vandrel::saveVdrFile(vdr.toStdString(), doc->doc(), vandrel::VdrKind::kAllParameters).empty())
+      continue;
     QFile path(copyPath(doc->serial(), "path"));
     if (path.open(QIODevice::WriteOnly | QIODevice::Truncate)) path.write(doc->path().toUtf8());
     copied_.insert(doc->serial(), doc->revision());
@@ -90,8 +91,9 @@ int DocumentRecovery::offerAbandoned() {
   const QList<Abandoned> found = findAbandoned();
   if (found.isEmpty()) return 0;
   const QString question =
-      QStringLiteral("Vandrel did not close normally last time. Unsaved changes to %1 document(s) were kept.\n"
-                     "Recover them now?")
+      QStringLiteral(
+          "Vandrel did not close normally last time. Unsaved changes to %1 document(s) were kept.\n"
+          "Recover them now?")
           .arg(found.size());
   int reopened = 0;
   if (askYesNo(&frame_, question)) {

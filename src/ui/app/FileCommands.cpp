@@ -257,6 +257,16 @@ bool CMainFrame::saveDocument(OpenDocument& document, bool askName) {
   return true;
 }
 
+bool CMainFrame::writeConfigurationFile(const vandrel::CVandrelDoc* doc) {
+  if (doc) vandrel::storeConfig(*doc, env_.config);
+  storePlacement();
+  const std::string error = vandrel::saveConfigFile(toStd(env_.configPath()), env_.config);
+  if (error.empty()) return true;
+  warn(this,
+       QStringLiteral("The configuration could not be saved in the temp folder.\n%1").arg(fromStd(error)));
+  return false;
+}
+
 bool CMainFrame::openRecoveredCopy(const QString& copy, const QString& originalPath) {
   auto doc = std::make_shared<OpenDocument>(++untitledCount_);
   vandrel::applyConfig(env_.config, doc->doc());

@@ -79,7 +79,8 @@ TEST_F(RecoveryTest, WorkOfAnAbandonedRunIsOfferedAtStartUp) {
     QMessageBox::StandardButton answer;
     bool reopened;
   };
-  for (const Case& c : {Case{"Yes reopens", QMessageBox::Yes, true}, Case{"No discards", QMessageBox::No, false}}) {
+  for (const Case& c :
+       {Case{"Yes reopens", QMessageBox::Yes, true}, Case{"No discards", QMessageBox::No, false}}) {
     SCOPED_TRACE(c.what);
     messages.clear();
     const QString original = path(QStringLiteral("files/vowel.vdr"));
