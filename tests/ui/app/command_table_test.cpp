@@ -1,6 +1,6 @@
 // The menus, toolbar and keys as the user meets them, checked against the
-// program's published command table (typed here from the manual's list, not
-// read from the code's table).
+// command list typed out again here (not read from the code's table), so a
+// slip in either shows up.
 
 #include <QAction>
 #include <QMenu>
