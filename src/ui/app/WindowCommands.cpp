@@ -33,6 +33,19 @@ void arrangeIcons(QMdiArea& area) {
   }
 }
 
+// Qt's cascade leaves each window at its preferred size, small for a table;
+// keep the staircase and let the windows fill the rest of the area.
+void cascade(QMdiArea& area) {
+  area.cascadeSubWindows();
+  QList<QMdiSubWindow*> windows;
+  for (QMdiSubWindow* w : area.subWindowList(QMdiArea::StackingOrder))
+    if (!w->isMinimized() && w->isVisible()) windows << w;
+  if (windows.isEmpty()) return;
+  const QPoint last = windows.last()->pos();
+  const QSize room(area.viewport()->width() - last.x(), area.viewport()->height() - last.y());
+  for (QMdiSubWindow* w : windows) w->resize(room.expandedTo(w->minimumSizeHint()));
+}
+
 void openHelp(CommandContext& ctx) {
   const ShellEnvironment& env = ctx.mainFrame->environment();
   const QString path = env.helpPath();
@@ -64,7 +77,7 @@ void installWindowCommands(CommandRouter& r) {
   });
   r.setHandler(ID_WINDOW_NEW,
                [](CommandContext& ctx) { ctx.mainFrame->addWindow(ctx.childFrame->sharedDocument()); });
-  r.setHandler(ID_WINDOW_CASCADE, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->cascadeSubWindows(); });
+  r.setHandler(ID_WINDOW_CASCADE, [](CommandContext& ctx) { cascade(*ctx.mainFrame->mdiArea()); });
   r.setHandler(ID_WINDOW_TILE_HORZ, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->tileSubWindows(); });
   r.setHandler(ID_WINDOW_ARRANGE, [](CommandContext& ctx) { arrangeIcons(*ctx.mainFrame->mdiArea()); });
   r.setHandler(ID_NEXT_PANE, [](CommandContext& ctx) { ctx.mainFrame->mdiArea()->activateNextSubWindow(); });

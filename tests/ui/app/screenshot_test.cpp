@@ -12,6 +12,7 @@
 #include "ShellFixture.h"
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
+#include "app/CommandIds.h"
 
 namespace vandrel::ui::test {
 namespace {
@@ -42,6 +43,12 @@ TEST_F(ScreenshotTest, MainWindowMenusAndProgressDialogAreSavedAsPng) {
     menu->adjustSize();
     shots.emplace_back(QStringLiteral("menu-%1.png").arg(++n, 2, 10, QLatin1Char('0')), menu->grab());
   }
+  // Two windows of one document, cascaded.
+  frame.runCommand(ID_WINDOW_NEW);
+  frame.runCommand(ID_WINDOW_CASCADE);
+  QApplication::processEvents();
+  shots.emplace_back(QStringLiteral("cascade.png"), frame.grab());
+
   // The icons drawn large, to judge their shapes.
   frame.toolBar()->setIconSize(QSize(40, 40));
   frame.toolBar()->adjustSize();
