@@ -93,50 +93,49 @@ TEST(CKlattEngineTest, DecibelTableFollowsSixDecibelsPerDoubling) {
   }
 }
 
-TEST(CKlattEngineTest, SilentWhenEverySourceAmplitudeIsZero) {
-  FrameRecord r = defaults();
-  for (int p : {kAv, kAh, kAf, kApv, kAb, kA1f, kA2f, kA3f, kA4f, kA5f, kA6f, kAnv}) r[static_cast<std::size_t>(p)] = 0;
-  for (int gain : {4, 60, 87}) {
-    SCOPED_TRACE(gain);
-    r[kGain] = gain;
+// Each case changes the default record and says how loud the result is
+// against the default voice: silent, the same samples, or a level in dB.
+TEST(CKlattEngineTest, AmplitudeAndGainRules) {
+  struct Case {
+    const char* what;
+    std::vector<std::pair<int, int>> set;  // (row, value)
+    enum { kSilent, kSame, kLevel } expect;
+    double db = 0;
+  };
+  const std::vector<std::pair<int, int>> noSources = {{kAv, 0}, {kAh, 0}, {kAf, 0}, {kApv, 0}, {kAb, 0},
+                                                      {kA1f, 0}, {kA2f, 0}, {kA3f, 0}, {kA4f, 0},
+                                                      {kA5f, 0}, {kA6f, 0}, {kAnv, 0}};
+  auto with = [&](std::vector<std::pair<int, int>> v, std::pair<int, int> extra) {
+    v.push_back(extra);
+    return v;
+  };
+  const Case cases[] = {
+      {"no source, gain 4", with(noSources, {kGain, 4}), Case::kSilent},
+      {"no source, gain 87", with(noSources, {kGain, 87}), Case::kSilent},
+      {"av 19 is 12 dB after the -7", {{kAv, 19}}, Case::kSilent},
+      {"av negative", {{kAv, -5}}, Case::kSilent},
+      {"av 95 is past the table", {{kAv, 95}}, Case::kSilent},
+      {"ah 88 alone", {{kAv, 0}, {kAh, 88}}, Case::kSilent},
+      {"ah -1 alone", {{kAv, 0}, {kAh, -1}}, Case::kSilent},
+      {"gain 0 becomes 57", {{kGain, 0}}, Case::kSame},
+      {"gain 3 becomes 57", {{kGain, 3}}, Case::kSame},
+      {"gain 4 is 1 dB", {{kGain, 4}}, Case::kSilent},
+      {"gain 30", {{kGain, 30}}, Case::kLevel, -30.0},
+      {"av 54", {{kAv, 54}}, Case::kLevel, -6.0},
+  };
+  const auto ref = synth(defaults());
+  ASSERT_GT(rms(ref), 100.0);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    FrameRecord r = defaults();
+    for (auto [row, v] : c.set) r[static_cast<std::size_t>(row)] = v;
     const auto out = synth(r);
-    EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](std::int32_t v) { return v == 0; }));
+    switch (c.expect) {
+      case Case::kSilent: EXPECT_EQ(rms(out), 0.0); break;
+      case Case::kSame: EXPECT_EQ(out, ref); break;
+      case Case::kLevel: EXPECT_NEAR(20 * std::log10(rms(out) / rms(ref)), c.db, 1.0); break;
+    }
   }
-}
-
-TEST(CKlattEngineTest, AmplitudesOutsideTheTableAreSilent) {
-  // Voicing alone, then the same with av replaced by values that must be silent.
-  FrameRecord r = defaults();
-  r[kAv] = 60;
-  EXPECT_GT(rms(synth(r)), 100.0);
-  for (int av : {0, 12, 19, -5, 95}) {  // av is lowered by 7 before the look-up
-    SCOPED_TRACE(av);
-    r[kAv] = av;
-    EXPECT_EQ(rms(synth(r)), 0.0);
-  }
-  r[kAv] = 0;
-  r[kAh] = 60;
-  EXPECT_GT(rms(synth(r)), 100.0);
-  for (int ah : {12, 88, -1}) {
-    SCOPED_TRACE(ah);
-    r[kAh] = ah;
-    EXPECT_EQ(rms(synth(r)), 0.0);
-  }
-}
-
-TEST(CKlattEngineTest, GainOfThreeOrBelowIsLoudNotSilent) {
-  FrameRecord r = defaults();
-  r[kGain] = 60;
-  const auto ref = synth(r);
-  for (int g : {0, 1, 3}) {
-    SCOPED_TRACE(g);
-    r[kGain] = g;
-    EXPECT_EQ(synth(r), ref);  // gain - 3 < 1 becomes 57, as does 60 - 3
-  }
-  r[kGain] = 4;  // 1 dB: silent
-  EXPECT_EQ(rms(synth(r)), 0.0);
-  r[kGain] = 30;  // 30 dB below 60
-  EXPECT_NEAR(20 * std::log10(rms(synth(r)) / rms(ref)), -30.0, 1.0);
 }
 
 struct FormantCase {
@@ -266,25 +265,6 @@ TEST(CKlattEngineTest, SkewLengthensAndShortensAlternatePeriods) {
   EXPECT_EQ(big[kSkew], 8);
 }
 
-TEST(CKlattEngineTest, RecordIsAlteredOnlyInAvGainAndSkew) {
-  FrameRecord r = defaults();
-  r[kAv] = 5;
-  r[kGain] = 2;
-  const FrameRecord before = r;
-  std::vector<std::int32_t> out(110);
-  std::int32_t* p = out.data();
-  KlattState s;
-  CKlattEngine e(s);
-  e.initialise();
-  e.synthesizeFrame(r, p);
-  for (int i = 0; i < kParamCount; ++i) {
-    SCOPED_TRACE(builtinParams()[static_cast<std::size_t>(i)].name);
-    if (i == kAv) EXPECT_EQ(r[kAv], 0);          // 5 - 7, floored at 0
-    else if (i == kGain) EXPECT_EQ(r[kGain], 57);  // 2 - 3 < 1
-    else EXPECT_EQ(r[static_cast<std::size_t>(i)], before[static_cast<std::size_t>(i)]);
-  }
-}
-
 TEST(CKlattEngineTest, NasalZeroAtZeroHertzSitsAtMinusOneHertz) {
   const double mpr = -3.1415927 / 11025, tpr = mpr * -2.0;
   Antiresonator at0, at1, atMinus5, at2;
@@ -382,32 +362,6 @@ TEST(CKlattEngineTest, NoiseContinuesAcrossRunsThroughTheSharedState) {
   EXPECT_EQ(run(), first);
 }
 
-TEST(CKlattEngineTest, EveryOutputSelectSoundsAndIsDistinct) {
-  FrameRecord r = defaults();
-  r[kAh] = 50;
-  r[kAf] = 50;
-  r[kAb] = 50;
-  r[kApv] = 50;
-  std::vector<std::vector<std::int32_t>> outs;
-  for (std::uint8_t sel = 0; sel <= 7; ++sel) {
-    KlattState state;
-    CKlattEngine e(state);
-    e.config.outputSelect = sel;
-    e.initialise();
-    std::vector<std::int32_t> out(2200);
-    std::int32_t* p = out.data();
-    for (int f = 0; f < 20; ++f) {
-      FrameRecord rec = r;
-      e.synthesizeFrame(rec, p);
-    }
-    EXPECT_GT(rms(out), 0.0) << int(sel);
-    for (const auto& o : outs) EXPECT_NE(o, out) << int(sel);
-    outs.push_back(out);
-  }
-}
-
-// Records read from a file may hold any 32-bit value: the engine stays defined
-// (the sanitizer build checks the arithmetic) and its output in range.
 TEST(CKlattEngineTest, ExtremeRecordsStayInRange) {
   for (std::int32_t v : {INT_MIN, -1, 0, 1, 100000, INT_MAX}) {
     SCOPED_TRACE(v);

@@ -13,48 +13,40 @@ bool allZero(const std::vector<std::int16_t>& v, std::size_t from, std::size_t t
                      [](std::int16_t s) { return s == 0; });
 }
 
-TEST(SynthesizerTest, DefaultDocumentAtTheLowRate) {
-  CVandrelDoc doc;
-  KlattState state;
-  std::vector<std::pair<int, int>> progress;
-  ASSERT_TRUE(synthesize(doc, [&](int d, int t) { progress.emplace_back(d, t); }, state));
-
-  const SampleSet& s = doc.synthesized;
-  EXPECT_EQ(s.sampleRate, 11025.0);
-  EXPECT_EQ(doc.sampleRate, 11025.0);
-  EXPECT_FALSE(doc.highRate);
-  EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, 110);
-  EXPECT_EQ(synthesisSetup(doc).cascadeFormants, 5);
-  EXPECT_EQ(s.sampleCount, 2205.0);
-  EXPECT_EQ(s.byteSize(), 4410u);
-  // 20 frames x 110 samples are synthesized; the block's last 5 samples are
-  // beyond the last whole frame and stay zero.
-  EXPECT_FALSE(allZero(s.samples, 2100, 2200));
-  EXPECT_TRUE(allZero(s.samples, 2200, 2205));
-
-  ASSERT_EQ(progress.size(), 20u);
-  EXPECT_EQ(progress.back(), std::make_pair(20, 20));
-  EXPECT_FALSE(doc.changedSinceSynthesis);
-  EXPECT_FALSE(doc.changedCompanion);
-}
-
-TEST(SynthesizerTest, AnyHighFormantRowDoublesTheRate) {
-  CVandrelDoc doc;
-  doc.params().setSelected(kF6, true);
-  KlattState state;
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_EQ(doc.synthesized.sampleRate, 22050.0);
-  EXPECT_TRUE(doc.highRate);
-  EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, 220);
-  EXPECT_EQ(synthesisSetup(doc).cascadeFormants, 8);
-  EXPECT_EQ(doc.synthesized.samples.size(), 4410u);
-  EXPECT_FALSE(allZero(doc.synthesized.samples, 4300, 4400));
-  EXPECT_TRUE(allZero(doc.synthesized.samples, 4400, 4410));
-
-  doc.params().setSelected(kF6, false);
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_EQ(doc.synthesized.sampleRate, 11025.0);
-  EXPECT_FALSE(doc.highRate);
+// The rate follows the shown rows: 11025 Hz and 5 cascade formants, or 22050
+// Hz and 8 as soon as a high-formant row is shown. The block holds the file
+// length's samples; the tail past the last whole frame stays zero.
+TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRows) {
+  struct Case {
+    int shownRow;  // -1: the default selection
+    double rate;
+    int perFrame, formants;
+    std::size_t written, block;
+  };
+  const Case cases[] = {{-1, 11025.0, 110, 5, 2200, 2205},
+                        {kF6, 22050.0, 220, 8, 4400, 4410},
+                        {kB8f, 22050.0, 220, 8, 4400, 4410}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.shownRow);
+    CVandrelDoc doc;
+    if (c.shownRow >= 0) doc.params().setSelected(c.shownRow, true);
+    KlattState state;
+    std::vector<std::pair<int, int>> progress;
+    ASSERT_TRUE(synthesize(doc, [&](int d, int t) { progress.emplace_back(d, t); }, state));
+    const SampleSet& s = doc.synthesized;
+    EXPECT_EQ(s.sampleRate, c.rate);
+    EXPECT_EQ(doc.highRate, c.rate == 22050.0);
+    EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, c.perFrame);
+    EXPECT_EQ(synthesisSetup(doc).cascadeFormants, c.formants);
+    ASSERT_EQ(s.samples.size(), c.block);
+    EXPECT_EQ(s.byteSize(), 2 * c.block);
+    EXPECT_FALSE(allZero(s.samples, c.written - 100, c.written));
+    EXPECT_TRUE(allZero(s.samples, c.written, c.block));
+    ASSERT_EQ(progress.size(), 20u);
+    EXPECT_EQ(progress.back(), std::make_pair(20, 20));
+    EXPECT_FALSE(doc.changedSinceSynthesis);
+    EXPECT_FALSE(doc.changedCompanion);
+  }
 }
 
 TEST(SynthesizerTest, PreviousBufferKeepsTheEarlierResult) {
