@@ -6,20 +6,30 @@
 
 namespace vandrel {
 
-// y[n] = a x[n] + b y[n-1] + c y[n-2]
-// The coefficients come from a centre frequency f and a bandwidth bw in Hz:
+// The coefficients of a pole pair at centre frequency f, bandwidth bw (Hz):
 //   r = exp(bw * -pi/fs), c = -r^2, b = 2 r cos(2 pi f / fs), a = 1 - b - c
-// which gives unity gain at 0 Hz.
+// which gives unity gain at 0 Hz. minusPiOverRate = -pi/fs and
+// twoPiOverRate = 2 pi/fs, as the engine keeps them.
+struct PolePair {
+  double a, b, c;
+};
+inline PolePair polePair(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+  const double r = std::exp(bw * minusPiOverRate);
+  const double c = -(r * r);
+  const double b = 2.0 * r * std::cos(f * twoPiOverRate);
+  return {1.0 - b - c, b, c};
+}
+
+// y[n] = a x[n] + b y[n-1] + c y[n-2]
 struct Resonator {
   double a = 0.0, b = 0.0, c = 0.0;
   double p1 = 0.0, p2 = 0.0;  // last output, the one before
 
-  // minusPiOverRate = -pi/fs, twoPiOverRate = 2 pi/fs (the engine keeps both).
   void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
-    const double r = std::exp(bw * minusPiOverRate);
-    c = -(r * r);
-    b = 2.0 * r * std::cos(f * twoPiOverRate);
-    a = 1.0 - b - c;
+    const PolePair k = polePair(f, bw, minusPiOverRate, twoPiOverRate);
+    a = k.a;
+    b = k.b;
+    c = k.c;
   }
   void reset() { p1 = p2 = 0.0; }
   double step(double x) {
@@ -40,13 +50,10 @@ struct Antiresonator {
   void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
     f = f == INT_MIN ? INT_MAX : -f;
     if (f >= 0) f = -1;
-    const double r = std::exp(bw * minusPiOverRate);
-    c = -(r * r);
-    b = 2.0 * r * std::cos(f * twoPiOverRate);
-    a = 1.0 - b - c;
-    a = 1.0 / a;
-    c = -c * a;
-    b = -b * a;
+    const PolePair k = polePair(f, bw, minusPiOverRate, twoPiOverRate);
+    a = 1.0 / k.a;
+    c = -k.c * a;
+    b = -k.b * a;
   }
   void reset() { p1 = p2 = 0.0; }
   double step(double x) {
