@@ -40,6 +40,9 @@ class Writer {
     std::memcpy(out_.data() + pos_, s.data(), s.size());
     pos_ += s.size();
   }
+  void field(const std::int32_t& v) { i32(v); }
+  void field(const std::uint32_t& v) { u32(v); }
+  void field(const double& v) { f64(v); }
   std::size_t pos() const { return pos_; }
 
  private:
@@ -79,6 +82,9 @@ class Reader {
     pos_ += n;
     return s;
   }
+  void field(std::int32_t& v) { v = i32(); }
+  void field(std::uint32_t& v) { v = u32(); }
+  void field(double& v) { v = f64(); }
   bool ok() const { return ok_; }
 
  private:
@@ -134,6 +140,49 @@ ConfigRecord ConfigRecord::defaults() {
   return r;
 }
 
+namespace {
+
+// The settings after the magic, version and size, in file order. One list
+// serves writing (a Writer over a const record) and reading (a Reader over a
+// record), so the two can never disagree.
+template <class IO, class Record>
+void transferSettings(IO& io, Record& r) {
+  auto& tb = r.table;
+  io.field(tb.fileLengthMs);
+  for (auto* v : {&tb.intervalMs, &tb.frameCount, &tb.selectedCount, &tb.cascadeParallel, &tb.reserved,
+                  &tb.sampleRate, &tb.autoInterpolate, &tb.anchorAfterEdit})
+    io.field(*v);
+  for (auto& c : tb.colors) io.field(c);
+  auto& f = r.fftLpc;
+  for (auto* v : {&f.sizeIndex, &f.appliedWindowMs, &f.frequencyRangeHz, &f.averageStepMs, &f.lpcCoefficients,
+                  &f.drawLpc, &f.absolute, &f.absoluteLevelDb})
+    io.field(*v);
+  io.field(f.width);
+  io.field(f.height);
+  for (auto* v : {&f.inches, &f.color, &f.frequencyGridOn, &f.frequencyGridHz, &f.powerGridOn, &f.powerGridDb})
+    io.field(*v);
+  io.field(f.fs);
+  auto& p = r.pitch;
+  for (auto* v : {&p.windowMs, &p.stepMs, &p.deviationHz, &p.thresholdPercent, &p.calcLowHz, &p.calcHighHz,
+                  &p.displayLowHz, &p.displayHighHz, &p.frequencyGridOn, &p.frequencyGridHz})
+    io.field(*v);
+  auto& s = r.spectrogram;
+  for (auto* v : {&s.sizeIndex, &s.frequencyRangeHz, &s.dynamicRangeDb, &s.displayFormants}) io.field(*v);
+  io.field(s.preEmphasis);
+  for (auto* v : {&s.lpcCoefficients, &s.frequencyGridOn, &s.frequencyGridHz, &s.timeGridOn, &s.timeGridMs,
+                  &s.inches})
+    io.field(*v);
+  io.field(s.width);
+  io.field(s.height);
+  io.field(s.fs);
+  auto& d = r.display;
+  for (auto* v : {&d.x, &d.y, &d.width, &d.height, &d.maximized, &d.toolbarVisible, &d.statusBarVisible,
+                  &d.childMaximized})
+    io.field(*v);
+}
+
+}  // namespace
+
 std::string encodeConfig(const ConfigRecord& r) {
   std::string out(kConfigRecordSize, '\0');
   Writer w(out);
@@ -150,62 +199,10 @@ std::string encodeConfig(const ConfigRecord& r) {
     w.u32(s.color);
   }
   w.raw(kMagic);
-  Writer& t = w;
-  t.u32(kConfigVersion);
-  t.u32(static_cast<std::uint32_t>(kConfigRecordSize));
-  const auto& tb = r.table;
-  t.f64(tb.fileLengthMs);
-  t.i32(tb.intervalMs);
-  t.i32(tb.frameCount);
-  t.i32(tb.selectedCount);
-  t.i32(tb.cascadeParallel);
-  t.i32(tb.reserved);
-  t.i32(tb.sampleRate);
-  t.i32(tb.autoInterpolate);
-  t.i32(tb.anchorAfterEdit);
-  for (const auto c : tb.colors) t.u32(c);
-  const auto& f = r.fftLpc;
-  t.i32(f.sizeIndex);
-  t.i32(f.appliedWindowMs);
-  t.i32(f.frequencyRangeHz);
-  t.i32(f.averageStepMs);
-  t.i32(f.lpcCoefficients);
-  t.i32(f.drawLpc);
-  t.i32(f.absolute);
-  t.i32(f.absoluteLevelDb);
-  t.f64(f.width);
-  t.f64(f.height);
-  t.i32(f.inches);
-  t.i32(f.color);
-  t.i32(f.frequencyGridOn);
-  t.i32(f.frequencyGridHz);
-  t.i32(f.powerGridOn);
-  t.i32(f.powerGridDb);
-  t.f64(f.fs);
-  const auto& p = r.pitch;
-  for (const auto v : {p.windowMs, p.stepMs, p.deviationHz, p.thresholdPercent, p.calcLowHz, p.calcHighHz,
-                       p.displayLowHz, p.displayHighHz, p.frequencyGridOn, p.frequencyGridHz})
-    t.i32(v);
-  const auto& s = r.spectrogram;
-  t.i32(s.sizeIndex);
-  t.i32(s.frequencyRangeHz);
-  t.i32(s.dynamicRangeDb);
-  t.i32(s.displayFormants);
-  t.f64(s.preEmphasis);
-  t.i32(s.lpcCoefficients);
-  t.i32(s.frequencyGridOn);
-  t.i32(s.frequencyGridHz);
-  t.i32(s.timeGridOn);
-  t.i32(s.timeGridMs);
-  t.i32(s.inches);
-  t.f64(s.width);
-  t.f64(s.height);
-  t.f64(s.fs);
-  const auto& d = r.display;
-  for (const auto v :
-       {d.x, d.y, d.width, d.height, d.maximized, d.toolbarVisible, d.statusBarVisible, d.childMaximized})
-    t.i32(v);
-  assert(t.pos() == kReservedStart);  // the layout in the header, field for field
+  w.u32(kConfigVersion);
+  w.u32(static_cast<std::uint32_t>(kConfigRecordSize));
+  transferSettings(w, r);
+  assert(w.pos() == kReservedStart);  // the layout in the header, field for field
   return out;
 }
 
@@ -233,60 +230,9 @@ ConfigStatus decodeConfig(std::string_view bytes, ConfigRecord& out) {
       return ConfigStatus::kBadField;
   }
 
-  auto& tb = r.table;
-  tb.fileLengthMs = rd.f64();
-  tb.intervalMs = rd.i32();
-  tb.frameCount = rd.i32();
-  tb.selectedCount = rd.i32();
-  tb.cascadeParallel = rd.i32();
-  tb.reserved = rd.i32();
-  tb.sampleRate = rd.i32();
-  tb.autoInterpolate = rd.i32();
-  tb.anchorAfterEdit = rd.i32();
-  for (auto& c : tb.colors) c = rd.u32();
-  auto& f = r.fftLpc;
-  f.sizeIndex = rd.i32();
-  f.appliedWindowMs = rd.i32();
-  f.frequencyRangeHz = rd.i32();
-  f.averageStepMs = rd.i32();
-  f.lpcCoefficients = rd.i32();
-  f.drawLpc = rd.i32();
-  f.absolute = rd.i32();
-  f.absoluteLevelDb = rd.i32();
-  f.width = rd.f64();
-  f.height = rd.f64();
-  f.inches = rd.i32();
-  f.color = rd.i32();
-  f.frequencyGridOn = rd.i32();
-  f.frequencyGridHz = rd.i32();
-  f.powerGridOn = rd.i32();
-  f.powerGridDb = rd.i32();
-  f.fs = rd.f64();
-  auto& p = r.pitch;
-  for (auto* v : {&p.windowMs, &p.stepMs, &p.deviationHz, &p.thresholdPercent, &p.calcLowHz, &p.calcHighHz,
-                  &p.displayLowHz, &p.displayHighHz, &p.frequencyGridOn, &p.frequencyGridHz})
-    *v = rd.i32();
-  auto& s = r.spectrogram;
-  s.sizeIndex = rd.i32();
-  s.frequencyRangeHz = rd.i32();
-  s.dynamicRangeDb = rd.i32();
-  s.displayFormants = rd.i32();
-  s.preEmphasis = rd.f64();
-  s.lpcCoefficients = rd.i32();
-  s.frequencyGridOn = rd.i32();
-  s.frequencyGridHz = rd.i32();
-  s.timeGridOn = rd.i32();
-  s.timeGridMs = rd.i32();
-  s.inches = rd.i32();
-  s.width = rd.f64();
-  s.height = rd.f64();
-  s.fs = rd.f64();
-  auto& d = r.display;
-  for (auto* v : {&d.x, &d.y, &d.width, &d.height, &d.maximized, &d.toolbarVisible, &d.statusBarVisible,
-                  &d.childMaximized})
-    *v = rd.i32();
-
-  if (!validTable(tb) || !validFftLpc(f) || !validPitch(p) || !validSpectrogram(s) || !validDisplay(d))
+  transferSettings(rd, r);
+  if (!validTable(r.table) || !validFftLpc(r.fftLpc) || !validPitch(r.pitch) || !validSpectrogram(r.spectrogram) ||
+      !validDisplay(r.display))
     return ConfigStatus::kBadField;
   out = r;
   return ConfigStatus::kOk;
