@@ -4,9 +4,12 @@
 good_all.vdr and good_sel.vdr are what the editor writes for a 50 ms table
 (5 frames of 10 ms) with anchors at f0 0, f0 4 and f1 2. Every other file is
 one of them damaged in one way; the reader test lists what each must give.
+written/ holds what the editor writes for its default document.
 Run it from this folder; the output is committed, so the test does not need
 Python.
 """
+
+import os
 
 NAMES = ("f0 av ah af tl f8 f7 f6 f5 f4 f3 f2 f1 b8 b7 b6 b5 b4 b3 b2 b1 ab "
          "a8f a7f a6f a5f a4f a3f a2f a1f b8f b7f b6f b5f b4f b3f b2f b1f "
@@ -44,7 +47,8 @@ def table_value(row, frame):
 
 
 def vdr(selected_only, anchors=("f0,0", "f0,4", "f1,2"), count=None,
-        timing=(50, 11025, 10), settings=None, rows=None):
+        timing=(50, 11025, 10), settings=None, rows=None, frames=FRAMES,
+        value=table_value):
     rows = rows if rows is not None else [r for r in range(48)
                                           if not selected_only or SHOWN[r]]
     count = len(anchors) if count is None else count
@@ -53,8 +57,8 @@ def vdr(selected_only, anchors=("f0,0", "f0,4", "f1,2"), count=None,
     if count > 0:
         text += ten_per_line(anchors)
     text += line(NAMES[r] for r in rows)
-    for f in range(FRAMES):
-        text += line(table_value(r, f) for r in rows)
+    for f in range(frames):
+        text += line(value(r, f) for r in rows)
     return text
 
 
@@ -62,6 +66,14 @@ def write(name, text):
     with open(name, "wb") as f:
         f.write(text.encode("latin-1"))
 
+
+# What the editor writes for its default document (20 frames of defaults, no
+# anchors): the writer test compares against these and builds its anchor
+# cases from them.
+os.makedirs("written", exist_ok=True)
+for kind, selected_only in (("all", False), ("sel", True)):
+    write(f"written/default_{kind}.vdr", vdr(selected_only, anchors=(), timing=(200, 11025, 10),
+                                              frames=20, value=lambda r, f: DEFAULTS[r]))
 
 good = vdr(False)
 sel = vdr(True)
@@ -75,6 +87,11 @@ write("ok_no_final_tabs.vdr", good.replace("\t\r\n", "\r\n"))
 write("ok_trailing_empty_lines.vdr", good + "\r\n\r\n")
 write("ok_fractions.vdr", good.replace("\t1000\t", "\t1000.0\t").replace("1200\t", "1200.75\t"))
 write("ok_padded_tabs.vdr", good.replace("\t\r\n", "\t\t\t\r\n"))
+write("ok_cr_endings.vdr", good.replace("\r\n", "\r"))
+write("ok_byte_order_mark.vdr", "\xef\xbb\xbf" + good)
+write("ok_no_final_line_end.vdr", good[:-2])
+write("ok_blanks_around_values.vdr", good.replace("\t", " \t "))
+write("ok_plus_signs.vdr", good.replace("\t60\t", "\t+60\t"))
 
 # Refused: "File type not recorgnized."
 write("empty.vdr", "")
