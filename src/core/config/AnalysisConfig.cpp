@@ -3,97 +3,87 @@
 namespace vandrel {
 
 namespace {
-std::int32_t flag(bool on) { return on ? 1 : 0; }
+
+// Copies one field from the record to the options; the record keeps flags as
+// 0/1 integers.
+struct ToOptions {
+  void operator()(const std::int32_t& stored, bool& option) const { option = stored != 0; }
+  template <class T>
+  void operator()(const T& stored, T& option) const { option = stored; }
+};
+
+// Copies one field from the options to the record.
+struct ToRecord {
+  void operator()(std::int32_t& stored, const bool& option) const { stored = option ? 1 : 0; }
+  template <class T>
+  void operator()(T& stored, const T& option) const { stored = option; }
+};
+
+// Every record field beside its option field. One list serves loading and
+// storing, so the two directions can never disagree.
+template <class Copy, class Record, class Fft, class Pitch, class Spec>
+void pairFields(Copy copy, Record& r, Fft& f, Pitch& p, Spec& s) {
+  auto& cf = r.fftLpc;
+  copy(cf.fs, f.fs);
+  copy(cf.sizeIndex, f.sizeIndex);
+  copy(cf.appliedWindowMs, f.appliedWindowMs);
+  copy(cf.frequencyRangeHz, f.frequencyRange);
+  copy(cf.averageStepMs, f.averageStepMs);
+  copy(cf.lpcCoefficients, f.lpcCoefficients);
+  copy(cf.drawLpc, f.drawLpc);
+  copy(cf.absolute, f.absolute);
+  copy(cf.absoluteLevelDb, f.absoluteDb);
+  copy(cf.width, f.width);
+  copy(cf.height, f.height);
+  copy(cf.inches, f.inches);
+  copy(cf.color, f.color);
+  copy(cf.frequencyGridOn, f.frequencyGrid);
+  copy(cf.frequencyGridHz, f.frequencyGridHz);
+  copy(cf.powerGridOn, f.powerGrid);
+  copy(cf.powerGridDb, f.powerGridDb);
+
+  auto& cp = r.pitch;
+  copy(cp.windowMs, p.windowMs);
+  copy(cp.stepMs, p.stepMs);
+  copy(cp.deviationHz, p.deviationHz);
+  copy(cp.thresholdPercent, p.thresholdPercent);
+  copy(cp.calcLowHz, p.calcLowHz);
+  copy(cp.calcHighHz, p.calcHighHz);
+  copy(cp.displayLowHz, p.displayLowHz);
+  copy(cp.displayHighHz, p.displayHighHz);
+  copy(cp.frequencyGridOn, p.frequencyGrid);
+  copy(cp.frequencyGridHz, p.frequencyGridHz);
+
+  auto& cs = r.spectrogram;
+  copy(cs.fs, s.fs);
+  copy(cs.sizeIndex, s.sizeIndex);
+  copy(cs.frequencyRangeHz, s.frequencyRange);
+  copy(cs.dynamicRangeDb, s.dynamicRangeDb);
+  copy(cs.preEmphasis, s.preEmphasis);
+  copy(cs.displayFormants, s.displayFormants);
+  copy(cs.lpcCoefficients, s.formantCoefficients);
+  copy(cs.frequencyGridOn, s.frequencyGrid);
+  copy(cs.frequencyGridHz, s.frequencyGridHz);
+  copy(cs.timeGridOn, s.timeGrid);
+  copy(cs.timeGridMs, s.timeGridMs);
+  copy(cs.width, s.width);
+  copy(cs.height, s.height);
+  copy(cs.inches, s.inches);
+}
+
 }  // namespace
 
 void loadAnalysisOptions(const ConfigRecord& record, COptionFFTLPC& f, COptionPitch& p,
                          COptionSpectrogram& s) {
-  const FftLpcConfig& cf = record.fftLpc;
-  f.fs = cf.fs;
-  f.sizeIndex = cf.sizeIndex;
-  f.points = analysisSizePoints(cf.sizeIndex);
-  f.appliedWindowMs = cf.appliedWindowMs;
-  f.frequencyRange = cf.frequencyRangeHz;
-  f.averageStepMs = cf.averageStepMs;
-  f.lpcCoefficients = cf.lpcCoefficients;
-  f.drawLpc = cf.drawLpc != 0;
-  f.absolute = cf.absolute != 0;
-  f.absoluteDb = cf.absoluteLevelDb;
-  f.width = cf.width;
-  f.height = cf.height;
-  f.inches = cf.inches != 0;
-  f.color = cf.color != 0;
-  f.frequencyGrid = cf.frequencyGridOn != 0;
-  f.frequencyGridHz = cf.frequencyGridHz;
-  f.powerGrid = cf.powerGridOn != 0;
-  f.powerGridDb = cf.powerGridDb;
-
-  const PitchConfig& cp = record.pitch;
-  p.windowMs = cp.windowMs;
-  p.stepMs = cp.stepMs;
-  p.deviationHz = cp.deviationHz;
-  p.thresholdPercent = cp.thresholdPercent;
-  p.calcLowHz = cp.calcLowHz;
-  p.calcHighHz = cp.calcHighHz;
-  p.displayLowHz = cp.displayLowHz;
-  p.displayHighHz = cp.displayHighHz;
-  p.frequencyGrid = cp.frequencyGridOn != 0;
-  p.frequencyGridHz = cp.frequencyGridHz;
-
-  const SpectrogramConfig& cs = record.spectrogram;
-  s.fs = cs.fs;
-  s.sizeIndex = cs.sizeIndex;
-  s.points = analysisSizePoints(cs.sizeIndex);
-  s.frequencyRange = cs.frequencyRangeHz;
-  s.dynamicRangeDb = cs.dynamicRangeDb;
-  s.preEmphasis = cs.preEmphasis;
-  s.displayFormants = cs.displayFormants != 0;
-  s.formantCoefficients = cs.lpcCoefficients;
-  s.frequencyGrid = cs.frequencyGridOn != 0;
-  s.frequencyGridHz = cs.frequencyGridHz;
-  s.timeGrid = cs.timeGridOn != 0;
-  s.timeGridMs = cs.timeGridMs;
-  s.width = cs.width;
-  s.height = cs.height;
-  s.inches = cs.inches != 0;
+  pairFields(ToOptions{}, record, f, p, s);
+  // The point counts follow from the size choices; the record does not keep them.
+  f.points = analysisSizePoints(f.sizeIndex);
+  s.points = analysisSizePoints(s.sizeIndex);
 }
 
 void storeAnalysisOptions(const COptionFFTLPC& f, const COptionPitch& p, const COptionSpectrogram& s,
                           ConfigRecord& record) {
-  record.fftLpc = FftLpcConfig{f.sizeIndex,
-                               f.appliedWindowMs,
-                               f.frequencyRange,
-                               f.averageStepMs,
-                               f.lpcCoefficients,
-                               flag(f.drawLpc),
-                               flag(f.absolute),
-                               f.absoluteDb,
-                               f.width,
-                               f.height,
-                               flag(f.inches),
-                               flag(f.color),
-                               flag(f.frequencyGrid),
-                               f.frequencyGridHz,
-                               flag(f.powerGrid),
-                               f.powerGridDb,
-                               f.fs};
-  record.pitch =
-      PitchConfig{p.windowMs,   p.stepMs,       p.deviationHz,   p.thresholdPercent,    p.calcLowHz,
-                  p.calcHighHz, p.displayLowHz, p.displayHighHz, flag(p.frequencyGrid), p.frequencyGridHz};
-  record.spectrogram = SpectrogramConfig{s.sizeIndex,
-                                         s.frequencyRange,
-                                         s.dynamicRangeDb,
-                                         flag(s.displayFormants),
-                                         s.preEmphasis,
-                                         s.formantCoefficients,
-                                         flag(s.frequencyGrid),
-                                         s.frequencyGridHz,
-                                         flag(s.timeGrid),
-                                         s.timeGridMs,
-                                         flag(s.inches),
-                                         s.width,
-                                         s.height,
-                                         s.fs};
+  pairFields(ToRecord{}, record, f, p, s);
 }
 
 }  // namespace vandrel
