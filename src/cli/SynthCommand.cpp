@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "Commands.h"
-#include "audio/Wave.h"
 #include "SndfileDecoder.h"
+#include "audio/Wave.h"
 #include "document/OpenFile.h"
 #include "document/VandrelDoc.h"
 #include "engine/Synthesizer.h"
@@ -92,7 +92,8 @@ int synthCommand(const Args& args) {
     OpenedFile opened = readAnyFile(input, sndfileDecoder(), doc.params());
     if (opened.kind != OpenedKind::kParameters) {
       if (opened.kind == OpenedKind::kAudio)
-        std::fprintf(stderr, "vandrel-cli synth: %s is an audio file, not a parameter table\n", input.c_str());
+        std::fprintf(stderr, "vandrel-cli synth: %s is an audio file, not a parameter table\n",
+                     input.c_str());
       else
         std::fprintf(stderr, "vandrel-cli synth: %s: %s (%s)\n", input.c_str(), opened.message.c_str(),
                      opened.detail.c_str());
@@ -115,8 +116,8 @@ int synthCommand(const Args& args) {
     for (auto s : doc.synthesized.samples) peak = std::max(peak, std::abs(static_cast<int>(s)));
     const auto& s = doc.synthesized;
     std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %d (%.1f dBFS)\n", output.c_str(),
-                s.sampleRate, s.samples.size(), static_cast<double>(s.samples.size()) * 1000.0 / s.sampleRate, peak,
-                peak > 0 ? 20.0 * std::log10(peak / 32768.0) : -INFINITY);
+                s.sampleRate, s.samples.size(), static_cast<double>(s.samples.size()) * 1000.0 / s.sampleRate,
+                peak, peak > 0 ? 20.0 * std::log10(peak / 32768.0) : -INFINITY);
   }
   return 0;
 }

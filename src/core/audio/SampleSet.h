@@ -9,8 +9,8 @@ namespace vandrel {
 
 struct SampleSet {
   std::vector<std::int16_t> samples;
-  double sampleRate = 0.0;     // Hz
-  double sampleCount = 0.0;    // rate x length / 1000; may exceed what was synthesized
+  double sampleRate = 0.0;   // Hz
+  double sampleCount = 0.0;  // rate x length / 1000; may exceed what was synthesized
   double fileLengthMs = 0.0;
 
   bool empty() const { return samples.empty(); }

@@ -18,8 +18,7 @@ void put16(std::string& s, std::uint16_t v) {
 }
 std::uint32_t get32(std::string_view s, std::size_t at) {
   std::uint32_t v = 0;
-  for (int i = 3; i >= 0; --i)
-    v = (v << 8) | static_cast<unsigned char>(s[at + static_cast<std::size_t>(i)]);
+  for (int i = 3; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(s[at + static_cast<std::size_t>(i)]);
   return v;
 }
 
@@ -93,7 +92,9 @@ int CWave::read(std::string_view file, WaveChunks& chunks) {
         return static_cast<std::uint16_t>(static_cast<unsigned char>(rec[at]) |
                                           (static_cast<unsigned char>(rec[at + 1]) << 8));
       };
-      auto u32 = [&](int at) { return static_cast<std::uint32_t>(u16(at)) | (static_cast<std::uint32_t>(u16(at + 2)) << 16); };
+      auto u32 = [&](int at) {
+        return static_cast<std::uint32_t>(u16(at)) | (static_cast<std::uint32_t>(u16(at + 2)) << 16);
+      };
       WaveFormat& f = chunks.format;
       f.formatTag = u16(0);
       f.channels = u16(2);

@@ -32,14 +32,14 @@ struct WaveChunks {
 };
 
 class CWave {
-public:
+ public:
   // Appends the WAV image of `byteCount` bytes of `block`, from `offset` on.
   // The RIFF size field holds the data byte count itself (not data + header);
   // every file this program writes carries that, and readers ignore it.
   // For a format tag other than 1 (PCM) the "fmt " chunk is left empty.
   // Returns 0 on success, 1 when the block holds fewer bytes than asked for.
-  static int write(std::string& out, const void* block, std::size_t blockBytes,
-                   const WaveFormat& format, std::size_t offset, std::size_t byteCount);
+  static int write(std::string& out, const void* block, std::size_t blockBytes, const WaveFormat& format,
+                   std::size_t offset, std::size_t byteCount);
 
   // Locates the format record and the "data" chunk in a file's bytes.
   // Returns 0 when a "data" chunk was found, -1 otherwise. The file is taken

@@ -9,14 +9,18 @@ namespace {
 struct ToOptions {
   void operator()(const std::int32_t& stored, bool& option) const { option = stored != 0; }
   template <class T>
-  void operator()(const T& stored, T& option) const { option = stored; }
+  void operator()(const T& stored, T& option) const {
+    option = stored;
+  }
 };
 
 // Copies one field from the options to the record.
 struct ToRecord {
   void operator()(std::int32_t& stored, const bool& option) const { stored = option ? 1 : 0; }
   template <class T>
-  void operator()(T& stored, const T& option) const { stored = option; }
+  void operator()(T& stored, const T& option) const {
+    stored = option;
+  }
 };
 
 // Every record field beside its option field. One list serves loading and

@@ -159,7 +159,8 @@ void transferSettings(IO& io, Record& r) {
     io.field(*v);
   io.field(f.width);
   io.field(f.height);
-  for (auto* v : {&f.inches, &f.color, &f.frequencyGridOn, &f.frequencyGridHz, &f.powerGridOn, &f.powerGridDb})
+  for (auto* v :
+       {&f.inches, &f.color, &f.frequencyGridOn, &f.frequencyGridHz, &f.powerGridOn, &f.powerGridDb})
     io.field(*v);
   io.field(f.fs);
   auto& p = r.pitch;
@@ -169,8 +170,8 @@ void transferSettings(IO& io, Record& r) {
   auto& s = r.spectrogram;
   for (auto* v : {&s.sizeIndex, &s.frequencyRangeHz, &s.dynamicRangeDb, &s.displayFormants}) io.field(*v);
   io.field(s.preEmphasis);
-  for (auto* v : {&s.lpcCoefficients, &s.frequencyGridOn, &s.frequencyGridHz, &s.timeGridOn, &s.timeGridMs,
-                  &s.inches})
+  for (auto* v :
+       {&s.lpcCoefficients, &s.frequencyGridOn, &s.frequencyGridHz, &s.timeGridOn, &s.timeGridMs, &s.inches})
     io.field(*v);
   io.field(s.width);
   io.field(s.height);
@@ -231,8 +232,8 @@ ConfigStatus decodeConfig(std::string_view bytes, ConfigRecord& out) {
   }
 
   transferSettings(rd, r);
-  if (!validTable(r.table) || !validFftLpc(r.fftLpc) || !validPitch(r.pitch) || !validSpectrogram(r.spectrogram) ||
-      !validDisplay(r.display))
+  if (!validTable(r.table) || !validFftLpc(r.fftLpc) || !validPitch(r.pitch) ||
+      !validSpectrogram(r.spectrogram) || !validDisplay(r.display))
     return ConfigStatus::kBadField;
   out = r;
   return ConfigStatus::kOk;

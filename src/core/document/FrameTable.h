@@ -11,7 +11,7 @@
 namespace vandrel {
 
 class FrameTable {
-public:
+ public:
   FrameTable() = default;
   FrameTable(int columns, const ParameterSet& set) { reset(columns, set); }
 
@@ -35,10 +35,9 @@ public:
 
   bool operator==(const FrameTable&) const = default;
 
-private:
+ private:
   std::size_t index(int row, int col) const {
-    return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
-           static_cast<std::size_t>(col);
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) + static_cast<std::size_t>(col);
   }
 
   int columns_ = 0;

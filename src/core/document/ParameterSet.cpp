@@ -6,8 +6,8 @@ namespace vandrel {
 
 namespace {
 
-constexpr ParamDef P(std::string_view n, std::int32_t def, std::int32_t lo, std::int32_t hi,
-                     std::int32_t sel, std::string_view desc) {
+constexpr ParamDef P(std::string_view n, std::int32_t def, std::int32_t lo, std::int32_t hi, std::int32_t sel,
+                     std::string_view desc) {
   return ParamDef{n, desc, def, 0, lo, hi, sel, kWhite};
 }
 
@@ -76,10 +76,18 @@ std::optional<int> paramIndex(std::string_view name) {
 
 bool isHighRateRow(int index) {
   switch (index) {
-    case kF8: case kF7: case kF6:
-    case kB8: case kB7: case kB6:
-    case kA8f: case kA7f: case kA6f:
-    case kB8f: case kB7f: case kB6f:
+    case kF8:
+    case kF7:
+    case kF6:
+    case kB8:
+    case kB7:
+    case kB6:
+    case kA8f:
+    case kA7f:
+    case kA6f:
+    case kB8f:
+    case kB7f:
+    case kB6f:
       return true;
     default:
       return false;

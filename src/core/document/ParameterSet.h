@@ -16,14 +16,54 @@ inline constexpr int kParamCount = 48;
 
 // Row indices, in storage order. The formants run from the highest down.
 enum Param : int {
-  kF0, kAv, kAh, kAf, kTl,
-  kF8, kF7, kF6, kF5, kF4, kF3, kF2, kF1,
-  kB8, kB7, kB6, kB5, kB4, kB3, kB2, kB1,
+  kF0,
+  kAv,
+  kAh,
+  kAf,
+  kTl,
+  kF8,
+  kF7,
+  kF6,
+  kF5,
+  kF4,
+  kF3,
+  kF2,
+  kF1,
+  kB8,
+  kB7,
+  kB6,
+  kB5,
+  kB4,
+  kB3,
+  kB2,
+  kB1,
   kAb,
-  kA8f, kA7f, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f,
-  kB8f, kB7f, kB6f, kB5f, kB4f, kB3f, kB2f, kB1f,
-  kFnz, kBnz, kFnp, kBnp,
-  kOq, kAnv, kApv, kAtu, kSkew, kGain,
+  kA8f,
+  kA7f,
+  kA6f,
+  kA5f,
+  kA4f,
+  kA3f,
+  kA2f,
+  kA1f,
+  kB8f,
+  kB7f,
+  kB6f,
+  kB5f,
+  kB4f,
+  kB3f,
+  kB2f,
+  kB1f,
+  kFnz,
+  kBnz,
+  kFnp,
+  kBnp,
+  kOq,
+  kAnv,
+  kApv,
+  kAtu,
+  kSkew,
+  kGain,
 };
 
 // Colours are stored as 0x00BBGGRR, the layout of a Windows COLORREF.
@@ -34,10 +74,10 @@ struct ParamDef {
   std::string_view name;
   std::string_view description;  // exact text, blanks and misspellings included
   std::int32_t defaultValue;
-  std::int32_t working;          // left untouched by initialisation
+  std::int32_t working;  // left untouched by initialisation
   std::int32_t lower;
   std::int32_t upper;
-  std::int32_t selected;         // 1 = shown in the table by default
+  std::int32_t selected;  // 1 = shown in the table by default
   Colorref color;
 };
 
@@ -84,7 +124,7 @@ struct ParameterSet {
   // Whole frames in the file: file length / interval, truncated.
   static std::int32_t framesFor(double fileLengthMs, std::int32_t intervalMs);
 
-private:
+ private:
   ParamDef& mut(int index) { return params.at(static_cast<std::size_t>(index)); }
 };
 

@@ -60,7 +60,8 @@ void CVandrelDoc::attachAudio(SampleSet recording) {
     ParameterSet& ps = params();
     // Whole milliseconds, then whole frames; a recording shorter than one
     // frame still gets one column so the table never goes empty.
-    const double ms = std::floor(static_cast<double>(recording.samples.size()) * 1000.0 / recording.sampleRate);
+    const double ms =
+        std::floor(static_cast<double>(recording.samples.size()) * 1000.0 / recording.sampleRate);
     const double frames = std::max(1.0, std::floor(ms / ps.intervalMs));
     if (frames < 2147483647.0 / ps.intervalMs) {
       const auto n = static_cast<std::int32_t>(frames);

@@ -24,7 +24,7 @@ namespace vandrel {
 enum class AddColumnPlace { kBeginning, kSelectedColumn, kEnd };
 
 class CVandrelDoc {
-public:
+ public:
   CVandrelDoc() { initialise(); }
 
   // A blank document: default parameter sets, a table of defaults, no sound,
@@ -76,8 +76,8 @@ public:
   SampleSet previous;     // the one before it ("Play Previous")
   SampleSet audio;        // an opened natural recording
 
-  double sampleRate = 11025.0;        // of the last synthesis
-  bool highRate = false;              // 22050 Hz was in force at the last synthesis
+  double sampleRate = 11025.0;  // of the last synthesis
+  bool highRate = false;        // 22050 Hz was in force at the last synthesis
   bool modified = false;
   bool changedSinceSynthesis = true;  // set by every edit, cleared by synthesis
   bool changedCompanion = true;       // cleared together with the flag above
@@ -102,7 +102,7 @@ public:
   // the editing layer appends and restores.
   UndoHistory undo;
 
-private:
+ private:
   // Copies of a document carry its data, never its observers: a copy starts
   // with none, and assigning keeps the target's own.
   struct Observers {

@@ -15,32 +15,30 @@ constexpr double kPi = 3.1415927;
 
 // Decibels to linear x 1000, for 0..87 dB. 0..12 dB are silent.
 constexpr std::array<std::int32_t, 88> kAmpTable = {
-    0,     0,     0,     0,     0,     0,     0,     0,     0,     0,     0,     0,     0,
-    6,     7,     8,     9,     10,    11,    13,    14,    16,    18,    20,    22,    25,
-    28,    32,    35,    40,    45,    51,    57,    64,    71,    80,    90,    101,   114,
-    128,   142,   159,   179,   202,   227,   256,   284,   318,   359,   405,   455,   512,
-    568,   638,   719,   811,   911,   1024,  1137,  1276,  1438,  1622,  1823,  2048,  2273,
-    2552,  2875,  3244,  3645,  4096,  4547,  5104,  5751,  6488,  7291,  8192,  9093,  10207,
-    11502, 12976, 14582, 16384, 18350, 20644, 23429, 26214, 29491, 32767};
+    0,    0,    0,     0,     0,     0,     0,     0,     0,     0,     0,     0,     0,    6,    7,
+    8,    9,    10,    11,    13,    14,    16,    18,    20,    22,    25,    28,    32,   35,   40,
+    45,   51,   57,    64,    71,    80,    90,    101,   114,   128,   142,   159,   179,  202,  227,
+    256,  284,  318,   359,   405,   455,   512,   568,   638,   719,   811,   911,   1024, 1137, 1276,
+    1438, 1622, 1823,  2048,  2273,  2552,  2875,  3244,  3645,  4096,  4547,  5104,  5751, 6488, 7291,
+    8192, 9093, 10207, 11502, 12976, 14582, 16384, 18350, 20644, 23429, 26214, 29491, 32767};
 
 // Initial decrement of the natural pulse for each open phase, indexed by
 // nopen - 40 (nopen is 40..263 quarter samples).
 constexpr int kNopenMin = 40;
 constexpr int kNopenMax = 263;
 constexpr std::array<std::int16_t, kNopenMax - kNopenMin + 1> kNaturalPulse = {
-    1200, 1142, 1088, 1038, 991, 948, 907, 869, 833, 799, 768, 738, 710, 683, 658, 634, 612, 590,
-    570,  551,  533,  515,  499, 483, 468, 454, 440, 427, 415, 403, 391, 380, 370, 360, 350, 341,
-    332,  323,  315,  307,  300, 292, 285, 278, 272, 265, 259, 253, 247, 242, 237, 231, 226, 221,
-    217,  212,  208,  204,  199, 195, 192, 188, 184, 180, 177, 174, 170, 167, 164, 161, 158, 155,
-    153,  150,  147,  145,  142, 140, 137, 135, 133, 131, 128, 126, 124, 122, 120, 119, 117, 115,
-    113,  111,  110,  108,  106, 105, 103, 102, 100, 99,  97,  96,  95,  93,  92,  91,  90,  88,
-    87,   86,   85,   84,   83,  82,  80,  79,  78,  77,  76,  75,  75,  74,  73,  72,  71,  70,
-    69,   68,   68,   67,   66,  65,  64,  64,  63,  62,  61,  61,  60,  59,  59,  58,  57,  57,
-    56,   56,   55,   55,   54,  54,  53,  53,  52,  52,  51,  51,  50,  50,  49,  49,  48,  48,
-    47,   47,   46,   46,   45,  45,  44,  44,  43,  43,  42,  42,  41,  41,  41,  41,  40,  40,
-    39,   39,   38,   38,   38,  38,  37,  37,  36,  36,  36,  36,  35,  35,  35,  35,  34,  34,
-    33,   33,   33,   33,   32,  32,  32,  32,  31,  31,  31,  31,  30,  30,  30,  30,  29,  29,
-    29,   29,   28,   28,   28,  28,  27,  27};
+    1200, 1142, 1088, 1038, 991, 948, 907, 869, 833, 799, 768, 738, 710, 683, 658, 634, 612, 590, 570,
+    551,  533,  515,  499,  483, 468, 454, 440, 427, 415, 403, 391, 380, 370, 360, 350, 341, 332, 323,
+    315,  307,  300,  292,  285, 278, 272, 265, 259, 253, 247, 242, 237, 231, 226, 221, 217, 212, 208,
+    204,  199,  195,  192,  188, 184, 180, 177, 174, 170, 167, 164, 161, 158, 155, 153, 150, 147, 145,
+    142,  140,  137,  135,  133, 131, 128, 126, 124, 122, 120, 119, 117, 115, 113, 111, 110, 108, 106,
+    105,  103,  102,  100,  99,  97,  96,  95,  93,  92,  91,  90,  88,  87,  86,  85,  84,  83,  82,
+    80,   79,   78,   77,   76,  75,  75,  74,  73,  72,  71,  70,  69,  68,  68,  67,  66,  65,  64,
+    64,   63,   62,   61,   61,  60,  59,  59,  58,  57,  57,  56,  56,  55,  55,  54,  54,  53,  53,
+    52,   52,   51,   51,   50,  50,  49,  49,  48,  48,  47,  47,  46,  46,  45,  45,  44,  44,  43,
+    43,   42,   42,   41,   41,  41,  41,  40,  40,  39,  39,  38,  38,  38,  38,  37,  37,  36,  36,
+    36,   36,   35,   35,   35,  35,  34,  34,  33,  33,  33,  33,  32,  32,  32,  32,  31,  31,  31,
+    31,   30,   30,   30,   30,  29,  29,  29,  29,  28,  28,  28,  28,  27,  27};
 
 // The impulsive source: a doublet at the start of each period.
 constexpr std::array<double, 3> kDoublet = {0.0, 13000000.0, -13000000.0};
@@ -48,14 +46,13 @@ constexpr std::array<double, 3> kDoublet = {0.0, 13000000.0, -13000000.0};
 // A sampled glottal waveform. Entries 12..94 are a smooth curve through the
 // ends; the driver never selects this source.
 constexpr std::array<std::int32_t, 100> kSampledWave = {
-    -310,  -400,  530,   356,   224,   89,    23,    -10,   -58,   -16,   461,   599,   732,
-    855,   968,   1072,  1166,  1252,  1328,  1396,  1456,  1508,  1551,  1587,  1615,  1636,
-    1650,  1658,  1658,  1653,  1641,  1623,  1600,  1571,  1537,  1498,  1454,  1406,  1353,
-    1297,  1236,  1172,  1104,  1033,  959,   883,   804,   722,   639,   554,   467,   378,
-    289,   198,   107,   16,    -76,   -168,  -260,  -351,  -442,  -532,  -620,  -708,  -794,
-    -878,  -960,  -1040, -1117, -1192, -1264, -1333, -1398, -1460, -1518, -1572, -1622, -1667,
-    -1708, -1744, -1774, -1799, -1819, -1833, -1840, -1842, -1837, -1825, -1806, -1781, -1747,
-    -1706, -1658, -1601, -1536, -1462, -1384, -1261, -949,  -730};
+    -310,  -400,  530,   356,   224,   89,    23,    -10,   -58,   -16,   461,   599,   732,   855,   968,
+    1072,  1166,  1252,  1328,  1396,  1456,  1508,  1551,  1587,  1615,  1636,  1650,  1658,  1658,  1653,
+    1641,  1623,  1600,  1571,  1537,  1498,  1454,  1406,  1353,  1297,  1236,  1172,  1104,  1033,  959,
+    883,   804,   722,   639,   554,   467,   378,   289,   198,   107,   16,    -76,   -168,  -260,  -351,
+    -442,  -532,  -620,  -708,  -794,  -878,  -960,  -1040, -1117, -1192, -1264, -1333, -1398, -1460, -1518,
+    -1572, -1622, -1667, -1708, -1744, -1774, -1799, -1819, -1833, -1840, -1842, -1837, -1825, -1806, -1781,
+    -1747, -1706, -1658, -1601, -1536, -1462, -1384, -1261, -949,  -730};
 
 // Records can come from files; keep integer arithmetic on them defined for any
 // 32-bit value.
@@ -102,7 +99,7 @@ void CKlattEngine::initialise() {
 // The sampled glottal waveform, stretched over the period by linear
 // interpolation. The period is still 0 before the first reset of a run.
 double CKlattEngine::sampledSource(const std::int32_t* table, int len, std::int32_t pos,
-                                  std::int32_t T0) const {
+                                   std::int32_t T0) const {
   if (T0 == 0 || len < 1) return 0.0;
   const double t = (static_cast<double>(pos) / T0) * len;
   int i = static_cast<int>(t);
@@ -200,8 +197,8 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
   for (int n = 8; n >= 1; --n) {
     if (n > 4 && config.cascadeFormants < n) continue;
     const auto i = static_cast<std::size_t>(n - 1);
-    casFormant_[i].set(rec[static_cast<std::size_t>(kFreq[i])], rec[static_cast<std::size_t>(kBw[i])],
-                       mpr, tpr);
+    casFormant_[i].set(rec[static_cast<std::size_t>(kFreq[i])], rec[static_cast<std::size_t>(kBw[i])], mpr,
+                       tpr);
   }
   casNasalPole_.set(rec[kFnp], rec[kBnp], mpr, tpr);
   casNasalZero_.set(rec[kFnz], rec[kBnz], mpr, tpr);
@@ -212,8 +209,8 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
   parNasalPole_.set(rec[kFnp], rec[kBnp], mpr, tpr);
   parNasalPole_.a *= gnv;
   for (std::size_t i = 1; i < 6; ++i) {
-    parFormant_[i].set(rec[static_cast<std::size_t>(kFreq[i])],
-                       rec[static_cast<std::size_t>(kBwPar[i])], mpr, tpr);
+    parFormant_[i].set(rec[static_cast<std::size_t>(kFreq[i])], rec[static_cast<std::size_t>(kBwPar[i])], mpr,
+                       tpr);
     parFormant_[i].a *= gains[i];
   }
 
@@ -222,8 +219,7 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
   // Flutter: a slow quasi-random wobble of f0 from three incommensurate sines.
   const double n = g_.flutterFrame;
   const double delta = (config.flutter / 50.0) * (f0Hz_ / 100.0) *
-                       (std::sin(79.79645458 * n) + std::sin(44.61061634 * n) +
-                        std::sin(29.53097138 * n)) *
+                       (std::sin(79.79645458 * n) + std::sin(44.61061634 * n) + std::sin(29.53097138 * n)) *
                        10.0;
   f0Tenths_ = saturate(rec[kF0] + static_cast<std::int64_t>(std::clamp(delta, -1e9, 1e9)));
   ++g_.flutterFrame;
@@ -232,9 +228,15 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
 void CKlattEngine::synthesizeFrame(FrameRecord& rec, std::int32_t*& out) {
   setupFrame(rec);
   switch (config.sourceType) {
-    case kImpulsive: runSamples<kImpulsive>(rec, out); break;
-    case kSampled: runSamples<kSampled>(rec, out); break;
-    default: runSamples<kNatural>(rec, out); break;
+    case kImpulsive:
+      runSamples<kImpulsive>(rec, out);
+      break;
+    case kSampled:
+      runSamples<kSampled>(rec, out);
+      break;
+    default:
+      runSamples<kNatural>(rec, out);
+      break;
   }
 }
 
@@ -366,22 +368,41 @@ void CKlattEngine::runSamples(FrameRecord& rec, std::int32_t*& outPtr) {
     y = bypass - y;
 
     switch (select) {
-      case kNormal: break;
-      case kVoicing: y = voice; break;
-      case kAspiration: y = asp; break;
-      case kFrication: y = fric; break;
-      case kCascadeInput: y = casIn; break;
-      case kParallelInput: y = parIn; break;
-      case kBypass: y = bypass; break;
-      case kParallelSource: y = source; break;
-      default: break;
+      case kNormal:
+        break;
+      case kVoicing:
+        y = voice;
+        break;
+      case kAspiration:
+        y = asp;
+        break;
+      case kFrication:
+        y = fric;
+        break;
+      case kCascadeInput:
+        y = casIn;
+        break;
+      case kParallelInput:
+        y = parIn;
+        break;
+      case kBypass:
+        y = bypass;
+        break;
+      case kParallelSource:
+        y = source;
+        break;
+      default:
+        break;
     }
 
     y = olp.step(y);
     double v = y * gain;
-    if (v > 32767.0) v = 32767.0;
-    else if (v < -32768.0) v = -32768.0;
-    else if (v != v) v = 0.0;  // an unstable filter (out-of-range bandwidth) is silenced
+    if (v > 32767.0)
+      v = 32767.0;
+    else if (v < -32768.0)
+      v = -32768.0;
+    else if (v != v)
+      v = 0.0;  // an unstable filter (out-of-range bandwidth) is silenced
     *out++ = static_cast<std::int32_t>(v);
   }
 

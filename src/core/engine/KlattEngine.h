@@ -22,7 +22,7 @@ namespace vandrel {
 using FrameRecord = std::array<std::int32_t, kParamCount>;
 
 class CKlattEngine {
-public:
+ public:
   enum Model : std::uint8_t { kCascadeParallel = 1, kAllParallel = 2 };
   enum Source : std::uint8_t { kImpulsive = 1, kNatural = 2, kSampled = 3 };
 
@@ -30,13 +30,13 @@ public:
   // low-pass and the gain), for listening to one part of the synthesizer.
   enum OutputSelect : std::uint8_t {
     kNormal = 0,
-    kVoicing = 1,        // the glottal source after low-pass, tilt and breathiness
+    kVoicing = 1,  // the glottal source after low-pass, tilt and breathiness
     kAspiration = 2,
     kFrication = 3,
     kCascadeInput = 4,   // voicing x av + aspiration
     kParallelInput = 5,  // voicing x apv + aspiration
     kBypass = 6,
-    kParallelSource = 7, // frication + first difference of the parallel input
+    kParallelSource = 7,  // frication + first difference of the parallel input
   };
 
   struct Config {
@@ -45,8 +45,8 @@ public:
     std::int32_t sampleRate = 11025;
     std::int32_t cascadeFormants = 5;
     std::uint8_t sourceType = kNatural;
-    std::int32_t flutter = 0;   // percent
-    std::uint8_t quiet = 1;     // 1 = no warnings on standard output
+    std::int32_t flutter = 0;  // percent
+    std::uint8_t quiet = 1;    // 1 = no warnings on standard output
     std::int32_t samplesPerFrame = 110;
     std::int32_t sampledLength = 100;
     double sampledFactor = 0.00001;
@@ -76,7 +76,7 @@ public:
   std::int32_t periodLength() const { return T0_; }
   std::int32_t openPhase() const { return nopen_; }
 
-private:
+ private:
   template <std::uint8_t kSource>
   void runSamples(FrameRecord& rec, std::int32_t*& out);
   double sampledSource(const std::int32_t* table, int len, std::int32_t pos, std::int32_t T0) const;
@@ -104,8 +104,8 @@ private:
   std::int32_t f0Tenths_ = 0;  // f0 of the frame after flutter, 0.1 Hz
 
   Resonator parNasalPole_;
-  std::array<Resonator, 6> parFormant_;   // [0] = F1
-  std::array<Resonator, 8> casFormant_;   // [0] = F1
+  std::array<Resonator, 6> parFormant_;  // [0] = F1
+  std::array<Resonator, 8> casFormant_;  // [0] = F1
   Resonator casNasalPole_;
   Antiresonator casNasalZero_;
   Resonator impulseShaper_;

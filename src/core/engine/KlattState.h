@@ -25,7 +25,10 @@ struct KlattState {
     return static_cast<int>((randNext / 65536u) % 32768u);
   }
 
-  void reset(std::uint32_t seed = 1) { *this = KlattState{}; randNext = seed; }
+  void reset(std::uint32_t seed = 1) {
+    *this = KlattState{};
+    randNext = seed;
+  }
 };
 
 // The one state of this process, used by every engine unless given another.

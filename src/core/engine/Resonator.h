@@ -75,8 +75,10 @@ struct ResonatorPair {
   ResonatorPair(const Resonator& r, const Resonator& s)
       : a{r.a, s.a}, b{r.b, s.b}, c{r.c, s.c}, p1{r.p1, s.p1}, p2{r.p2, s.p2} {}
   void store(Resonator& r, Resonator& s) const {
-    r.p1 = p1[0]; r.p2 = p2[0];
-    s.p1 = p1[1]; s.p2 = p2[1];
+    r.p1 = p1[0];
+    r.p2 = p2[0];
+    s.p1 = p1[1];
+    s.p2 = p2[1];
   }
   Pair step(double x) {
     const Pair xx = {x, x};

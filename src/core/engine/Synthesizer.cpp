@@ -86,8 +86,7 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
   const auto spf = static_cast<std::size_t>(std::max(setup.samplesPerFrame, 0));
   FrameRecord rec{};
   for (int f = 0; f < frames; ++f) {
-    for (int p = 0; p < kParamCount; ++p)
-      rec[static_cast<std::size_t>(p)] = cellToInt(doc.table.value(p, f));
+    for (int p = 0; p < kParamCount; ++p) rec[static_cast<std::size_t>(p)] = cellToInt(doc.table.value(p, f));
     std::int32_t* w = work.data();
     engine->synthesizeFrame(rec, w);
 

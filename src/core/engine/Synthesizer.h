@@ -24,7 +24,6 @@ SynthesisSetup synthesisSetup(const CVandrelDoc& doc);
 // Synthesizes the table of `doc` into doc.synthesized. All 48 rows drive the
 // engine, shown or not. Returns false (and leaves the buffers as they were)
 // only when the working memory cannot be had.
-bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {},
-                KlattState& state = processKlattState());
+bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {}, KlattState& state = processKlattState());
 
 }  // namespace vandrel

@@ -36,8 +36,9 @@ inline void warn(QWidget* parent, const QString& text) {
 
 // A Yes/No question; true for Yes.
 inline bool askYesNo(QWidget* parent, const QString& text) {
-  return showMessage(MessageRequest{parent, text, {}, QMessageBox::Question,
-                                    QMessageBox::Yes | QMessageBox::No, true}) == QMessageBox::Yes;
+  return showMessage(MessageRequest{
+             parent, text, {}, QMessageBox::Question, QMessageBox::Yes | QMessageBox::No, true}) ==
+         QMessageBox::Yes;
 }
 
 }  // namespace vandrel::ui

@@ -28,10 +28,11 @@ std::uint32_t le32(const std::string& s, std::size_t at) {
 }
 
 class CWaveTest : public ::testing::Test {
-protected:
-  std::filesystem::path dir = std::filesystem::temp_directory_path() /
-                              ("vandrel_wave_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+ protected:
+  std::filesystem::path dir =
+      std::filesystem::temp_directory_path() /
+      ("vandrel_wave_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+       ::testing::UnitTest::GetInstance()->current_test_info()->name());
   void SetUp() override { std::filesystem::create_directories(dir); }
   void TearDown() override { std::filesystem::remove_all(dir); }
 };
@@ -46,14 +47,13 @@ TEST_F(CWaveTest, WritesTheExactHeaderWithDataCountInBothSizeFields) {
   ASSERT_EQ(saveWaveFile(path, s), "");
   const std::string f = slurp(path);
 
-  const unsigned char header[44] = {
-      'R', 'I', 'F', 'F', 0x30, 0x11, 0, 0,  // 4400, not 4400 + 36
-      'W', 'A', 'V', 'E', 'f', 'm', 't', ' ', 16, 0, 0, 0,
-      1, 0, 1, 0,                               // PCM, mono
-      0x11, 0x2B, 0, 0,                         // 11025
-      0x22, 0x56, 0, 0,                         // 22050 bytes a second
-      2, 0, 16, 0,                              // block 2, 16 bits
-      'd', 'a', 't', 'a', 0x30, 0x11, 0, 0};
+  const unsigned char header[44] = {'R',  'I',  'F', 'F', 0x30, 0x11, 0,   0,  // 4400, not 4400 + 36
+                                    'W',  'A',  'V', 'E', 'f',  'm',  't', ' ',
+                                    16,   0,    0,   0,   1,    0,    1,   0,  // PCM, mono
+                                    0x11, 0x2B, 0,   0,                        // 11025
+                                    0x22, 0x56, 0,   0,                        // 22050 bytes a second
+                                    2,    0,    16,  0,                        // block 2, 16 bits
+                                    'd',  'a',  't', 'a', 0x30, 0x11, 0,   0};
   ASSERT_EQ(f.size(), 44u + 4400u);
   EXPECT_EQ(f.substr(0, 44), std::string(reinterpret_cast<const char*>(header), 44));
   for (std::size_t i = 0; i < 2200; ++i) {

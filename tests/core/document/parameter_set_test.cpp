@@ -119,7 +119,7 @@ TEST(ParameterSetTest, SettingsBlockDefaultsAndSelection) {
 }
 
 TEST(ParameterSetTest, AnyHighFormantRowSwitchesToTheHighRate) {
-  const std::set<std::string> high = {"f8", "f7", "f6", "b8", "b7", "b6",
+  const std::set<std::string> high = {"f8",  "f7",  "f6",  "b8",  "b7",  "b6",
                                       "a8f", "a7f", "a6f", "b8f", "b7f", "b6f"};
   ParameterSet base;
   EXPECT_EQ(base.sampleRate(), 11025.0);

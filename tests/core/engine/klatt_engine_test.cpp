@@ -102,9 +102,9 @@ TEST(CKlattEngineTest, AmplitudeAndGainRules) {
     enum { kSilent, kSame, kLevel } expect;
     double db = 0;
   };
-  const std::vector<std::pair<int, int>> noSources = {{kAv, 0}, {kAh, 0}, {kAf, 0}, {kApv, 0}, {kAb, 0},
-                                                      {kA1f, 0}, {kA2f, 0}, {kA3f, 0}, {kA4f, 0},
-                                                      {kA5f, 0}, {kA6f, 0}, {kAnv, 0}};
+  const std::vector<std::pair<int, int>> noSources = {{kAv, 0},  {kAh, 0},  {kAf, 0},  {kApv, 0},
+                                                      {kAb, 0},  {kA1f, 0}, {kA2f, 0}, {kA3f, 0},
+                                                      {kA4f, 0}, {kA5f, 0}, {kA6f, 0}, {kAnv, 0}};
   auto with = [&](std::vector<std::pair<int, int>> v, std::pair<int, int> extra) {
     v.push_back(extra);
     return v;
@@ -131,9 +131,15 @@ TEST(CKlattEngineTest, AmplitudeAndGainRules) {
     for (auto [row, v] : c.set) r[static_cast<std::size_t>(row)] = v;
     const auto out = synth(r);
     switch (c.expect) {
-      case Case::kSilent: EXPECT_EQ(rms(out), 0.0); break;
-      case Case::kSame: EXPECT_EQ(out, ref); break;
-      case Case::kLevel: EXPECT_NEAR(20 * std::log10(rms(out) / rms(ref)), c.db, 1.0); break;
+      case Case::kSilent:
+        EXPECT_EQ(rms(out), 0.0);
+        break;
+      case Case::kSame:
+        EXPECT_EQ(out, ref);
+        break;
+      case Case::kLevel:
+        EXPECT_NEAR(20 * std::log10(rms(out) / rms(ref)), c.db, 1.0);
+        break;
     }
   }
 }
@@ -404,7 +410,6 @@ TEST(CKlattEngineTest, OtherSourcesProduceBoundedSound) {
     }
     EXPECT_GT(rms(out), 1.0);
     EXPECT_GT(autocorr(out, 110, 1000), 0.8);  // periodic at f0
-
   }
 }
 

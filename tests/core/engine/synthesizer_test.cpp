@@ -32,7 +32,8 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRows) {
     if (c.shownRow >= 0) doc.params().setSelected(c.shownRow, true);
     KlattState state;
     std::vector<std::pair<int, int>> progress;
-    ASSERT_TRUE(synthesize(doc, [&](int d, int t) { progress.emplace_back(d, t); }, state));
+    ASSERT_TRUE(synthesize(
+        doc, [&](int d, int t) { progress.emplace_back(d, t); }, state));
     const SampleSet& s = doc.synthesized;
     EXPECT_EQ(s.sampleRate, c.rate);
     EXPECT_EQ(doc.highRate, c.rate == 22050.0);

@@ -1,7 +1,7 @@
 // main() of every Qt test: the offscreen platform unless a display was asked
 // for, one QApplication for the whole run, then GoogleTest.
-#include <QApplication>
 #include <gtest/gtest.h>
+#include <QApplication>
 
 #include <cstdlib>
 
