@@ -102,4 +102,13 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
   return true;
 }
 
+bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress) {
+  if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return false;
+  if (!synthesize(doc, progress)) return false;
+  doc.notifySamplesChanged(SampleSlot::kSynthesized);
+  doc.notifySamplesChanged(SampleSlot::kPrevious);
+  doc.notifyFlagsChanged();
+  return true;
+}
+
 }  // namespace vandrel

@@ -26,4 +26,11 @@ SynthesisSetup synthesisSetup(const CVandrelDoc& doc);
 // only when the working memory cannot be had.
 bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {}, KlattState& state = processKlattState());
 
+// Synthesizes when the table changed since the last synthesis (or nothing
+// has been synthesized yet), then tells the document's observers about the
+// new synthesized and previous buffers and the cleared flag. Returns true
+// when it synthesized. The one way the commands that need the current sound
+// (Play Current, Save As Audio) bring it up to date.
+bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress = {});
+
 }  // namespace vandrel

@@ -20,8 +20,8 @@
 //     using namespace vandrel::ui;
 //     router.setHandler(ID_PLAY_CURRENT, [](CommandContext& ctx) {
 //       vandrel::CVandrelDoc& doc = *ctx.doc();    // never null: see needsDocument
-//       // ... synthesize when doc.changedSinceSynthesis, then play doc.synthesized
-//       ctx.document->notifyChanged();            // when the document was changed
+//       vandrel::ensureSynthesized(doc);         // tells the windows itself
+//       // ... then play doc.synthesized
 //     });
 //   }
 //   const bool playbackInstalled = vandrel::ui::addCommandInstaller(&installPlayback);

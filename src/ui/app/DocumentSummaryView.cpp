@@ -91,7 +91,9 @@ DocumentSummaryView::DocumentSummaryView(OpenDocument& document, QWidget* parent
   layout->addWidget(table_, 1);
   setFocusProxy(table_);
 
-  connect(&document_, &OpenDocument::changed, this, &DocumentSummaryView::refresh);
+  connect(&document_, &OpenDocument::structureChanged, this, &DocumentSummaryView::refresh);
+  connect(&document_, &OpenDocument::cellsChanged, this, &DocumentSummaryView::refresh);
+  connect(&document_, &OpenDocument::samplesChanged, this, &DocumentSummaryView::refresh);
   refresh();
 }
 

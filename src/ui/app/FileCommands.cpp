@@ -60,8 +60,7 @@ void openAudioFile(CommandContext& ctx) {
   }
   if (!ctx.document) ctx.mainFrame->newDocument();
   OpenDocument* doc = ctx.mainFrame->activeDocument();
-  vandrel::applyOpened(doc->doc(), std::move(opened));
-  doc->notifyChanged();
+  vandrel::applyOpened(doc->doc(), std::move(opened));  // tells the windows itself
   ctx.mainFrame->showStatus(
       QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), doc->title()));
 }
@@ -107,8 +106,7 @@ void synthesizeIfChanged(CommandContext& ctx) {
   if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return;
   CProgressDialog::run(
       ctx.dialogParent(), CProgressDialog::kSynthesizing,
-      [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
-  doc.notifySamplesChanged(vandrel::SampleSlot::kSynthesized);
+      [&doc](const CProgressDialog::Progress& progress) { vandrel::ensureSynthesized(doc, progress); });
 }
 
 void saveAsAudio(CommandContext& ctx) {
@@ -221,8 +219,7 @@ bool CMainFrame::openFile(const QString& path) {
       newDocument();
       active = activeDocument();
     }
-    vandrel::applyOpened(active->doc(), std::move(opened));
-    active->notifyChanged();
+    vandrel::applyOpened(active->doc(), std::move(opened));  // tells the windows itself
     showStatus(
         QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), active->title()));
     return true;

@@ -9,9 +9,18 @@ namespace vandrel::ui {
 class OpenDocument::Observer : public vandrel::DocObserver {
  public:
   explicit Observer(OpenDocument& owner) : owner_(owner) {}
-  void notifyCellsChanged(const vandrel::CellRange&) override { owner_.notifyChanged(); }
-  void notifyStructureChanged() override { owner_.notifyChanged(); }
-  void notifySamplesChanged(vandrel::SampleSlot) override { owner_.notifyChanged(); }
+  void notifyCellsChanged(const vandrel::CellRange& cells) override {
+    ++owner_.revision_;
+    emit owner_.cellsChanged(cells);
+  }
+  void notifyStructureChanged() override {
+    ++owner_.revision_;
+    emit owner_.structureChanged();
+  }
+  void notifySamplesChanged(vandrel::SampleSlot slot) override {
+    ++owner_.revision_;
+    emit owner_.samplesChanged(slot);
+  }
   void notifyFlagsChanged() override {
     ++owner_.revision_;
     emit owner_.flagsChanged();
@@ -44,11 +53,6 @@ QString OpenDocument::title() const {
 void OpenDocument::setModified(bool on) {
   if (doc_->modified == on) return;
   doc_->setModified(on);  // tells the observers, us included
-}
-
-void OpenDocument::notifyChanged() {
-  ++revision_;
-  emit changed();
 }
 
 }  // namespace vandrel::ui

@@ -1,10 +1,11 @@
 #pragma once
 // OpenDocument: the UI's handle on one open document. It owns the core
-// CVandrelDoc, knows the file it came from and its title, and turns the
-// document's observer calls into Qt signals for every window of the
-// document. All windows of one document (the first and those of "New
+// CVandrelDoc, knows the file it came from and its title, and passes the
+// document's four observer calls on as Qt signals, unchanged, to every window
+// of the document. All windows of one document (the first and those of "New
 // Window") share one OpenDocument.
 
+#include <QMetaType>
 #include <QObject>
 #include <QString>
 
@@ -12,6 +13,9 @@
 #include <memory>
 
 #include "document/VandrelDoc.h"
+
+Q_DECLARE_METATYPE(vandrel::CellRange)
+Q_DECLARE_METATYPE(vandrel::SampleSlot)
 
 namespace vandrel::ui {
 
@@ -37,12 +41,10 @@ class OpenDocument : public QObject {
   // Counts the document's change notifications: equal counts, same content.
   std::uint64_t revision() const { return revision_; }
 
-  // Call after changing the document from outside its views when the change
-  // was not announced through the core document's notify...() calls.
-  void notifyChanged();
-
  signals:
-  void changed();       // values, structure or sounds
+  void cellsChanged(vandrel::CellRange cells);  // values or anchors of these cells
+  void structureChanged();                      // columns, timing, shown rows, colours, whole table
+  void samplesChanged(vandrel::SampleSlot slot);
   void flagsChanged();  // modified / due for synthesis
   void titleChanged();
 

@@ -20,10 +20,7 @@ const SampleSet& chosenSet(const CVandrelDoc& doc, PlayWhich which) {
 
 int playCommand(CVandrelDoc& doc, PlayWhich which, std::unique_ptr<CSoundOut>& player, QWidget* view,
                 const ProgressFn& progress) {
-  if (which == PlayWhich::Current && doc.changedSinceSynthesis) {
-    doc.changedSinceSynthesis = false;
-    synthesize(doc, progress);
-  }
+  if (which == PlayWhich::Current) ensureSynthesized(doc, progress);
   if (player) {
     player->Pause();
     player->Close();

@@ -38,10 +38,9 @@ void play(CommandContext& ctx, PlayWhich which) {
   if (which == PlayWhich::Current && doc.changedSinceSynthesis) {
     // Synthesize here, behind the progress dialog; the Play command then finds
     // the table up to date. The dialog is down before any message appears.
-    doc.changedSinceSynthesis = false;
-    CProgressDialog::run(view, CProgressDialog::kSynthesizing,
-                         [&doc](const CProgressDialog::Progress& progress) { synthesize(doc, progress); });
-    document.notifyChanged();
+    CProgressDialog::run(
+        view, CProgressDialog::kSynthesizing,
+        [&doc](const CProgressDialog::Progress& progress) { ensureSynthesized(doc, progress); });
   }
   playCommand(doc, which, slotOf(document, true)->player, view);
 }

@@ -68,6 +68,31 @@ TEST(SynthesizerTest, PreviousBufferKeepsTheEarlierResult) {
   EXPECT_EQ(doc.previous, second);
 }
 
+// Play and Save As Audio bring the sound up to date through one call, which
+// tells the windows about both buffers and the flag, and does nothing while
+// the table is unchanged.
+TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndTellsTheObservers) {
+  struct Recorder : DocObserver {
+    std::vector<int> calls;  // sample slots, and -1 for the flags
+    void notifySamplesChanged(SampleSlot s) override { calls.push_back(static_cast<int>(s)); }
+    void notifyFlagsChanged() override { calls.push_back(-1); }
+  } recorder;
+  CVandrelDoc doc;
+  doc.addObserver(&recorder);
+  ASSERT_TRUE(ensureSynthesized(doc));
+  EXPECT_FALSE(doc.changedSinceSynthesis);
+  EXPECT_EQ(recorder.calls, (std::vector<int>{static_cast<int>(SampleSlot::kSynthesized),
+                                              static_cast<int>(SampleSlot::kPrevious), -1}));
+  recorder.calls.clear();
+  EXPECT_FALSE(ensureSynthesized(doc));
+  EXPECT_TRUE(recorder.calls.empty());
+  doc.markEdited();
+  recorder.calls.clear();
+  EXPECT_TRUE(ensureSynthesized(doc));
+  EXPECT_EQ(recorder.calls.size(), 3u);
+  doc.removeObserver(&recorder);
+}
+
 TEST(SynthesizerTest, HiddenRowsStillDriveTheEngine) {
   CVandrelDoc a, b;
   ASSERT_EQ(b.params().at(kGain).selected, 0);
