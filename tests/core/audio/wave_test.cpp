@@ -166,26 +166,54 @@ TEST_F(CWaveTest, LoaderAcceptsOnlyMonoSixteenBitPcm) {
   EXPECT_EQ(loadWaveFile(std::string(VANDREL_TEST_DATA) + "/wav", s), WaveLoad::kCannotOpen);  // a folder
 }
 
+// The data size is twice the sample count, cut to a whole byte, held to the
+// buffer: a stretch ending half-way into a sample keeps its odd byte.
+TEST_F(CWaveTest, SavedStretchSizesBothFieldsAndTheFile) {
+  struct Case {
+    double sampleCount;
+    std::uint32_t bytes;
+  };
+  for (const Case& c : {Case{10.0, 20}, Case{9.5, 19}, Case{9.75, 19}, Case{1e12, 20}, Case{-3.0, 0}}) {
+    SCOPED_TRACE(c.sampleCount);
+    SampleSet s;
+    s.sampleRate = 11025;
+    s.sampleCount = c.sampleCount;
+    s.samples.assign(10, 0x0101);
+    const std::string path = (dir / "stretch.wav").string();
+    ASSERT_EQ(saveWaveFile(path, s), "");
+    const std::string f = slurp(path);
+    EXPECT_EQ(f.size(), 44u + c.bytes);
+    EXPECT_EQ(le32(f, 4), c.bytes);
+    EXPECT_EQ(le32(f, 40), c.bytes);
+  }
+}
+
 TEST_F(CWaveTest, FailedSaveLeavesTheOldFileAlone) {
-  const std::string path = (dir / "keep.wav").string();
-  std::ofstream(path) << "previous contents";
   SampleSet s;
   s.sampleRate = 11025;
-  s.sampleCount = 1e12;  // more bytes than the block holds: clamped, still written whole
+  s.sampleCount = 10;
   s.samples.assign(10, 7);
-  ASSERT_EQ(saveWaveFile(path, s), "");
-  EXPECT_EQ(slurp(path).size(), 44u + 20u);
+  auto regularFiles = [&] {
+    int n = 0;
+    for (auto& e : std::filesystem::directory_iterator(dir)) n += e.is_regular_file() ? 1 : 0;
+    return n;
+  };
+
+  // The longest name the file system takes leaves no room for the name of the
+  // temporary file beside it, so the save fails on a file that exists (even
+  // for root, whom permissions do not stop).
+  const std::string kept = (dir / (std::string(251, 'k') + ".wav")).string();
+  std::ofstream(kept, std::ios::binary) << "previous contents";
+  ASSERT_EQ(slurp(kept), "previous contents");
+  EXPECT_NE(saveWaveFile(kept, s), "");
+  EXPECT_EQ(slurp(kept), "previous contents");
 
   EXPECT_NE(saveWaveFile((dir / "no" / "such" / "folder.wav").string(), s), "");
-  std::ofstream(path, std::ios::trunc) << "previous contents";
   // A target that is a folder cannot be replaced: the error is reported and
   // no temporary file is left behind.
   std::filesystem::create_directory(dir / "folder.wav");
   EXPECT_NE(saveWaveFile((dir / "folder.wav").string(), s), "");
-  int files = 0;
-  for (auto& e : std::filesystem::directory_iterator(dir)) files += e.is_regular_file() ? 1 : 0;
-  EXPECT_EQ(files, 1);
-  EXPECT_EQ(slurp(path), "previous contents");
+  EXPECT_EQ(regularFiles(), 1);
 }
 
 }  // namespace

@@ -123,7 +123,10 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
       {"name without terminator",
        edited([](std::string& b) { b.replace(slot(3, 0), 32, std::string(32, 'a')); }),
        ConfigStatus::kBadField},
-      {"lower above upper", edited([](std::string& b) { putU32(b, slot(1, 552), 100); }),
+      // av's limits are 0 and 87: a row may be held to one value, never to none.
+      {"lower equal to upper", edited([](std::string& b) { putU32(b, slot(1, 552), 87); }),
+       ConfigStatus::kOk},
+      {"lower one above upper", edited([](std::string& b) { putU32(b, slot(1, 552), 88); }),
        ConfigStatus::kBadField},
       {"selected flag 2", edited([](std::string& b) { putU32(b, slot(5, 560), 2); }),
        ConfigStatus::kBadField},
@@ -143,7 +146,7 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
     ConfigRecord out;
     out.pitch.windowMs = 12345;  // must stay untouched on refusal
     EXPECT_EQ(decodeConfig(c.bytes, out), c.expected);
-    EXPECT_EQ(out.pitch.windowMs, 12345);
+    EXPECT_EQ(out.pitch.windowMs, c.expected == ConfigStatus::kOk ? 35 : 12345);
   }
 }
 

@@ -443,6 +443,47 @@ TEST(UndoTest, MemoryGrowsWithWhatChanged) {
   EXPECT_LT(doc.undo.storageBytes() - first, 200U * 16U * 1024U);
 }
 
+// The history stores rows in leaves of 256 columns and looks only at the
+// leaves an edit notes as written: edits that start or end on either side of a
+// leaf border must land in the snapshot, and undo must take them out again.
+TEST(UndoTest, EditsEndingAtLeafBordersAreKept) {
+  const std::pair<int, int> ranges[] = {{250, 255}, {250, 256}, {255, 256}, {256, 256},  {255, 260},
+                                        {500, 511}, {505, 512}, {511, 511}, {512, 9999}, {0, 9999}};
+  // 513 columns end in a leaf one column wide.
+  for (const int width : {513, 600}) {
+    for (const bool single : {false, true}) {
+      for (auto [first, last] : ranges) {
+        last = std::min(last, width - 1);
+        if (single) first = last;
+        SCOPED_TRACE(std::to_string(width) + " columns, " + (single ? "cell edit at " : "block ") +
+                     std::to_string(first) + ".." + std::to_string(last));
+        CVandrelDoc doc;
+        shapeDoc(doc, width, 1);
+        TableViewState view;
+        view.selection = TableSelection::wholeRow(kF1);
+        addSubtract(doc, view, 7);         // the row reads 507 ...
+        editCell(doc, view, kF2, 0, 999);  // ... in the snapshot this edit takes
+        if (single) {
+          editCell(doc, view, kF1, last, 300);
+        } else {
+          // Set to Default Values exchanges a block's columns before it walks them.
+          view.selection = TableSelection::block(last, kF1, first, kF1);
+          setToDefaultValues(doc, view);  // back to 500
+        }
+        const double edited = single ? 300.0 : 500.0;
+        ASSERT_EQ(doc.table.value(kF1, last), edited);
+        const int now = doc.undo.current();
+        for (int c = std::max(0, first - 1); c <= std::min(width - 1, last + 1); ++c)
+          ASSERT_EQ(doc.undo.valueAt(now, kF1, c), doc.table.value(kF1, c)) << "column " << c;
+        ASSERT_EQ(undoCommand(doc, view), UndoStatus::kRestored);
+        EXPECT_EQ(rowValues(doc.table, kF1), std::vector<double>(static_cast<std::size_t>(width), 507.0));
+        ASSERT_EQ(redoCommand(doc, view), UndoStatus::kRestored);
+        EXPECT_EQ(doc.table.value(kF1, last), edited);
+      }
+    }
+  }
+}
+
 // The table as a snapshot must hold it, every value cut toward zero; `exactly`
 // marks cells that are not whole numbers, so a restored table must match.
 using Picture = std::vector<std::vector<double>>;
