@@ -1,0 +1,211 @@
+// Autocorrelation pitch and formant tracks against the truth of our own
+// synthesizer: the table says what f0 and f1..f3 each 10 ms frame has, so the
+// tracks can be checked frame by frame.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <vector>
+
+#include "analysis/AnalysisTracks.h"
+#include "analysis/Spectrogram.h"
+#include "document/VandrelDoc.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel {
+namespace {
+
+constexpr double kOpenPhase = 20.0;  // samples, the engine's default open phase
+
+struct Column {
+  double f0 = 100.0;  // Hz
+  int av = 60, ah = 0, af = 0;
+  int f1 = 0, f2 = 0, f3 = 0;  // 0 = the default
+  int fnp = 0, fnz = 0;
+};
+
+// Synthesizes `frames` 10 ms columns; returns the samples and keeps the
+// columns for the truth.
+struct Utterance {
+  std::vector<Column> columns;
+  SampleSet audio;
+
+  Utterance(int frames, const std::function<Column(double)>& at) {
+    CVandrelDoc doc;
+    ParameterSet& ps = doc.params();
+    ps.fileLengthMs = frames * ps.intervalMs;
+    ps.frameCount = frames;
+    doc.table.reset(frames, ps);
+    for (int c = 0; c < frames; ++c) {
+      const Column col = at(frames > 1 ? c / (frames - 1.0) : 0.0);
+      columns.push_back(col);
+      const std::pair<int, double> rows[] = {{kF0, std::round(col.f0 * 10.0)},
+                                             {kAv, col.av},
+                                             {kAh, col.ah},
+                                             {kAf, col.af},
+                                             {kF1, col.f1},
+                                             {kF2, col.f2},
+                                             {kF3, col.f3},
+                                             {kFnp, col.fnp},
+                                             {kFnz, col.fnz}};
+      for (auto [row, v] : rows)
+        if (v != 0.0 || row == kAv) doc.table.setValue(row, c, v);
+    }
+    KlattState state;
+    state.reset(1);
+    EXPECT_TRUE(synthesize(doc, {}, state));
+    audio = doc.synthesized;
+  }
+
+  // The f0 a window starting at `from` sees: the engine fixes each period at
+  // its start from the column it starts in (in quarter samples); the period
+  // is heard from the glottal closure, an open phase (20 samples by default)
+  // later; and the window's taper weights periods by where their middle falls.
+  double f0Seen(double from, double length) const {
+    const double fs = audio.sampleRate;
+    const double perColumn = fs / 100.0;
+    double weights = 0.0, periods = 0.0;
+    std::int64_t q = 0;
+    const auto end = static_cast<std::int64_t>(4.0 * (from + length));
+    while (q < end) {
+      const auto c =
+          std::min(columns.size() - 1, static_cast<std::size_t>(static_cast<double>(q) / 4.0 / perColumn));
+      const auto t0 =
+          40 * static_cast<std::int64_t>(fs) / static_cast<std::int64_t>(std::lround(columns[c].f0 * 10.0));
+      const double mid = (static_cast<double>(q) + 0.5 * static_cast<double>(t0)) / 4.0 + kOpenPhase - from;
+      if (mid > 0.0 && mid < length) {
+        const double w = 0.5 - 0.5 * std::cos(2.0 * 3.14159265358979 * mid / length);
+        weights += w;
+        periods += w * static_cast<double>(t0) / 4.0;
+      }
+      q += t0;
+    }
+    return fs * weights / periods;
+  }
+
+  // Time-weighted mean of a column value over samples [from, to).
+  double mean(double from, double to, const std::function<double(const Column&)>& value) const {
+    const double perColumn = audio.sampleRate / 100.0;
+    double sum = 0.0;
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+      const double lo = std::max(from, static_cast<double>(c) * perColumn);
+      const double hi = std::min(to, static_cast<double>(c + 1) * perColumn);
+      if (hi > lo) sum += (hi - lo) * value(columns[c]);
+    }
+    return sum / (to - from);
+  }
+};
+
+TEST(CAutocorrelationPitchTest, SynthesizedVoicesSteadyAndGliding) {
+  const struct {
+    double from, to;
+    int ah;
+  } cases[] = {
+      {70, 70, 0},   {100, 100, 0}, {150, 150, 40}, {220, 220, 0}, {300, 300, 0},
+      {450, 450, 0}, {70, 140, 0},  {120, 250, 45}, {200, 450, 0}, {450, 180, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.from << " -> " << c.to << " Hz, ah " << c.ah);
+    const Utterance u(60, [&](double t) { return Column{c.from + (c.to - c.from) * t, 60, c.ah}; });
+    COptionPitch opt;
+    const auto r = computePitchTrack(u.audio.samples, u.audio.sampleRate, opt, PitchMethod::kAutocorrelation);
+    ASSERT_EQ(r.status, PitchTrackResult::Status::kOk);
+    int frames = 0, voiced = 0, within = 0, octave = 0;
+    for (std::size_t i = 0; i < r.f0.size(); ++i) {
+      const double start = static_cast<double>(i) * r.stepSamples;
+      if (start + r.windowSamples > static_cast<double>(u.audio.samples.size())) break;
+      ++frames;
+      if (r.f0[i] == 0.0) continue;
+      ++voiced;
+      // The window sees the mean period of the pulses inside it.
+      const double truth = u.f0Seen(start, r.windowSamples);
+      if (std::fabs(r.f0[i] - truth) <= 0.01 * truth) ++within;
+      if (std::fabs(std::log2(r.f0[i] / truth)) > 0.4) ++octave;
+    }
+    EXPECT_GE(voiced, frames * 95 / 100);
+    EXPECT_GE(within, voiced * 98 / 100) << voiced << " voiced";
+    EXPECT_EQ(octave, 0);
+  }
+}
+
+// No voicing, no pitch: silence and frication are unvoiced in every frame
+// (aspiration alone is not: the engine halves its noise over the second half
+// of every period, and that beat is periodic), and a too-short recording or an inverted range is
+// refused.
+TEST(CAutocorrelationPitchTest, UnvoicedSoundsAndRefusals) {
+  const struct {
+    const char* name;
+    int ah, af;
+  } cases[] = {{"silence", 0, 0}, {"frication", 0, 60}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Utterance u(40, [&](double) { return Column{120, 0, c.ah, c.af}; });
+    COptionPitch opt;
+    const auto r = computePitchTrack(u.audio.samples, u.audio.sampleRate, opt, PitchMethod::kAutocorrelation);
+    ASSERT_EQ(r.status, PitchTrackResult::Status::kOk);
+    EXPECT_EQ(std::count(r.f0.begin(), r.f0.end(), 0.0), static_cast<std::ptrdiff_t>(r.f0.size()));
+  }
+  const std::vector<std::int16_t> shortSound(600, 100);
+  COptionPitch opt;
+  EXPECT_EQ(computePitchTrack(shortSound, 11025, opt, PitchMethod::kAutocorrelation).status,
+            PitchTrackResult::Status::kTooShort);
+  opt.calcHighHz = 40;
+  EXPECT_EQ(
+      computePitchTrack(std::vector<std::int16_t>(5000), 11025, opt, PitchMethod::kAutocorrelation).status,
+      PitchTrackResult::Status::kBadOptions);
+}
+
+struct Vowel {
+  int f1, f2, f3;
+};
+
+// F1..F3 of a frame (window from `start`): each within 5% or 60 Hz of the
+// table's mean over the window.
+TEST(CFormantTrackerTest, SynthesizedVowelsAndDiphthongs) {
+  const Vowel i{270, 2290, 3010}, a{730, 1090, 2440}, u{300, 870, 2240}, ae{660, 1720, 2410},
+      oh{570, 840, 2410};
+  const struct {
+    const char* name;
+    Vowel from, to;
+    double f0;
+  } cases[] = {
+      {"i", i, i, 120},  {"a", a, a, 100},   {"u", u, u, 150},  {"ae", ae, ae, 250},
+      {"ai", a, i, 110}, {"oi", oh, i, 160}, {"au", a, u, 170}, {"ia", i, a, 130},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.name << " at " << c.f0 << " Hz");
+    const Utterance utt(40, [&](double t) {
+      const auto at = [t](int x, int y) { return static_cast<int>(std::lround(x + (y - x) * t)); };
+      Column col{c.f0, 60, 0, 0, at(c.from.f1, c.to.f1), at(c.from.f2, c.to.f2), at(c.from.f3, c.to.f3)};
+      return col;
+    });
+    const double fs = utt.audio.sampleRate;
+    const COptionSpectrogram so(fs);
+    const int frames = static_cast<int>(utt.audio.samples.size() / 110);
+    auto fset = FormantTrackSettings::forFrames(so, frames, fs / 100.0);
+    const auto r = computeFormantTracks(utt.audio.samples, fs, fset);
+    ASSERT_EQ(r.status, FormantTrackResult::Status::kOk);
+    const double window = FormantTrackSettings::kDefaultWindowMs * fs / 1000.0;
+    int counted = 0;
+    std::array<int, 3> good{};
+    for (std::size_t f = 0; f < r.frequency.size(); ++f) {
+      const double start = static_cast<double>(f) * fs / 100.0;
+      if (start + window > static_cast<double>(utt.audio.samples.size())) break;
+      ++counted;
+      for (int k = 0; k < 3; ++k) {
+        const double truth = utt.mean(start, start + window, [k](const Column& col) {
+          return k == 0 ? col.f1 : k == 1 ? col.f2 : col.f3;
+        });
+        const double got = r.frequency[f][static_cast<std::size_t>(k)];
+        if (std::fabs(got - truth) <= std::max(60.0, 0.05 * truth)) ++good[static_cast<std::size_t>(k)];
+      }
+    }
+    for (int k = 0; k < 3; ++k)
+      EXPECT_GE(good[static_cast<std::size_t>(k)], counted * 95 / 100) << "F" << k + 1;
+  }
+}
+
+}  // namespace
+}  // namespace vandrel
