@@ -42,11 +42,14 @@ class VandrelCliTest : public ::testing::Test {
 
   std::string file(const std::string& name) const { return (dir / name).string(); }
 
-  // Runs vandrel-cli with `args`, standard output and error each to a file.
+  // Runs vandrel-cli with `args` in the test's folder (so a relative name
+  // that should never be written, would be written there), standard output
+  // and error each to a file.
   Result run(const std::vector<std::string>& args) const {
     const std::string out = file(".stdout"), err = file(".stderr");
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, dir.c_str());
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     std::vector<std::string> all{VANDREL_CLI};
