@@ -1,0 +1,201 @@
+// File > Print, Print Preview and "Save As bmp..." on a document window, run
+// through the main frame's real menu actions; the printer writes a PDF file
+// that pdftotext reads back.
+
+#include <QAction>
+#include <QApplication>
+#include <QFile>
+#include <QImageReader>
+#include <QPointer>
+#include <QPrintPreviewDialog>
+#include <QPrintPreviewWidget>
+#include <QPrinter>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QTest>
+
+#include "../app/ShellFixture.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "common/Printable.h"
+#include "print/PrintCommands.h"
+#include "table/TablePrintout.h"
+
+namespace vandrel::ui::test {
+namespace {
+
+std::vector<int> shownRowsOf(const vandrel::CVandrelDoc& doc) {
+  std::vector<int> rows;
+  for (int r = 0; r < vandrel::kParamCount; ++r)
+    if (doc.params().at(r).selected) rows.push_back(r);
+  return rows;
+}
+
+class TableStandIn : public QWidget, public Printable {
+ public:
+  explicit TableStandIn(OpenDocument& d) : doc_(d.doc()) {}
+  void printTo(QPrinter& printer, const QString& title) override {
+    TablePrintout(doc_, shownRowsOf(doc_)).print(printer, title);
+  }
+  QImage picture() override { return TablePrintout(doc_, shownRowsOf(doc_)).picture(); }
+
+ private:
+  vandrel::CVandrelDoc& doc_;
+};
+
+// Copies a file for a person to look at when VANDREL_SHOT_DIR names a folder.
+void keepForLooking(const QString& file) {
+  const QString dir = qEnvironmentVariable("VANDREL_SHOT_DIR");
+  if (dir.isEmpty()) return;
+  const QString target = dir + QLatin1Char('/') + QFileInfo(file).fileName();
+  QFile::remove(target);
+  QFile::copy(file, target);
+}
+
+class PrintTest : public ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    setDocumentViewFactory([](OpenDocument& d, CChildFrame&) { return new TableStandIn(d); });
+    frame_ = std::make_unique<CMainFrame>(environment());
+    frame_->show();
+    frame_->newDocument();
+    QApplication::processEvents();
+  }
+  void TearDown() override {
+    frame_.reset();
+    setPrintDialogRunner({});
+    setDocumentViewFactory({});
+    ShellFixture::TearDown();
+  }
+
+  vandrel::CVandrelDoc& doc() { return frame_->activeDocument()->doc(); }
+
+  // A table of `columns` frames with a fraction, an anchor and a hidden row.
+  void shapeTable(int columns) {
+    vandrel::ParameterSet& ps = doc().params();
+    ps.fileLengthMs = columns * ps.intervalMs;
+    ps.frameCount = columns;
+    doc().table.reset(columns, ps);
+    doc().table.setValue(vandrel::kAv, 1, 42.25);
+    doc().table.setAnchor(vandrel::kF1, 2, true);
+  }
+
+  void trigger(int id) {
+    frame_->updateCommandStates();
+    QAction* a = frame_->action(id);
+    ASSERT_TRUE(a && a->isEnabled()) << id;
+    a->trigger();
+    QApplication::processEvents();
+  }
+
+  // Prints through File > Print into `pdf` and returns the text of each page.
+  QStringList printToPdf(const QString& pdf) {
+    setPrintDialogRunner([pdf](QPrinter& printer, QWidget*) {
+      printer.setOutputFormat(QPrinter::PdfFormat);
+      printer.setOutputFileName(pdf);
+      return true;
+    });
+    trigger(ID_FILE_PRINT);
+    keepForLooking(pdf);
+    QProcess text;
+    text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
+    text.waitForFinished(30000);
+    return QString::fromUtf8(text.readAllStandardOutput()).split(QLatin1Char('\f'), Qt::SkipEmptyParts);
+  }
+
+  std::unique_ptr<CMainFrame> frame_;
+};
+
+TEST_F(PrintTest, PrintedPagesCarryRowNamesColumnHeadingsAndTheHeaderLine) {
+  if (QStandardPaths::findExecutable(QStringLiteral("pdftotext")).isEmpty())
+    GTEST_SKIP() << "pdftotext is missing (scripts/install-deps installs poppler-utils)";
+  shapeTable(60);
+  const QStringList pages = printToPdf(path(QStringLiteral("files/table.pdf")));
+  ASSERT_GE(pages.size(), 2);  // 60 frames do not fit across one page
+  for (int i = 0; i < 2; ++i) {
+    SCOPED_TRACE(i);
+    const QStringList words = pages[i].split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+    for (const char* shown : {"f0", "av", "f1", "b1", "a2f", "Vandr1"})
+      EXPECT_TRUE(words.contains(shown)) << shown;
+    EXPECT_FALSE(words.contains(QStringLiteral("f6")));  // hidden by default
+    EXPECT_TRUE(pages[i].contains(QStringLiteral("Page %1 of %2").arg(i + 1).arg(pages.size())));
+  }
+  // Each band of columns starts with the frame after the last of the one before.
+  QStringList headings;
+  for (const QString& page : pages)
+    for (const QString& line : page.split(QLatin1Char('\n')))
+      if (line.startsWith(QStringLiteral("ms ")))
+        headings += line.split(QLatin1Char(' '), Qt::SkipEmptyParts).mid(1);
+  QStringList expected;
+  for (int ms = 10; ms <= 600; ms += 10) expected += QString::number(ms);
+  EXPECT_EQ(headings, expected);
+  EXPECT_TRUE(pages[0].contains(QStringLiteral(" 42.25 ")));
+}
+
+TEST_F(PrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
+  shapeTable(60);
+  trigger(ID_FILE_PRINT_PREVIEW);
+  QPointer<QPrintPreviewDialog> preview;
+  for (QWidget* w : QApplication::topLevelWidgets())
+    if (auto* d = qobject_cast<QPrintPreviewDialog*>(w); d && d->isVisible()) preview = d;
+  ASSERT_FALSE(preview.isNull());
+  QPrintPreviewWidget* pages = preview->findChild<QPrintPreviewWidget*>();
+  ASSERT_NE(pages, nullptr);
+  EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), shownRowsOf(doc())).pageCount(*preview->printer()));
+  EXPECT_GE(pages->pageCount(), 2);
+  // Closing the document's window takes the preview down with it.
+  frame_->activeChildFrame()->close();
+  QTest::qWait(20);
+  EXPECT_TRUE(preview.isNull());
+}
+
+TEST_F(PrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
+  shapeTable(30);
+  const struct {
+    const char* chosen;
+    const char* written;
+    const char* format;
+  } cases[] = {{"files/t.bmp", "files/t.bmp", "bmp"},
+               {"files/u", "files/u.bmp", "bmp"},
+               {"files/v.png", "files/v.png", "png"}};
+  QSize size;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.chosen);
+    nextFile = path(QString::fromUtf8(c.chosen));
+    trigger(ID_FILE_SAVE_BMP);
+    keepForLooking(path(QString::fromUtf8(c.written)));
+    QImageReader reader(path(QString::fromUtf8(c.written)));
+    EXPECT_EQ(reader.format(), QByteArray(c.format));
+    const QImage image = reader.read();
+    ASSERT_FALSE(image.isNull());
+    size = image.size();
+    EXPECT_TRUE(frame_->statusBar()->currentMessage().startsWith(QStringLiteral("Saved")));
+  }
+  EXPECT_EQ(asked.back(), QStringLiteral("Save As bmp|Bitmap (*.bmp);;PNG image (*.png)"));
+  // A 24-bit BMP: "BM", then the bit count at offset 28.
+  QFile bmp(path(QStringLiteral("files/t.bmp")));
+  ASSERT_TRUE(bmp.open(QIODevice::ReadOnly));
+  const QByteArray head = bmp.read(30);
+  EXPECT_TRUE(head.startsWith("BM"));
+  EXPECT_EQ(static_cast<int>(head[28]), 24);
+  // Every column is in the picture: wider than tall for 30 frames of 31 rows.
+  EXPECT_GT(size.width(), 30 * 20);
+  EXPECT_GT(size.height(), 31 * 10);
+  EXPECT_TRUE(messages.empty());
+}
+
+TEST_F(PrintTest, AVeryLongTableIsWrappedAndCutToAPictureOfBoundedSize) {
+  shapeTable(60000);
+  const QImage image = TablePrintout(doc(), shownRowsOf(doc())).picture();
+  EXPECT_LE(image.width(), TablePrintout::kMaxBandWidth);
+  EXPECT_LE(static_cast<long long>(image.width()) * image.height(), TablePrintout::kMaxPixels);
+  EXPECT_GT(image.height(), 2 * 32 * 10);  // several bands
+  EXPECT_TRUE(image.text(QStringLiteral("Omitted")).endsWith(QStringLiteral(" to 600000 ms)")));
+}
+
+}  // namespace
+}  // namespace vandrel::ui::test
