@@ -50,10 +50,24 @@ constexpr int redOf(Colorref c) { return static_cast<int>(c & 0xFFu); }
 constexpr int greenOf(Colorref c) { return static_cast<int>((c >> 8) & 0xFFu); }
 constexpr int blueOf(Colorref c) { return static_cast<int>((c >> 16) & 0xFFu); }
 
-// Every row starts white, like its parameter; anchors stand out in a light
-// orange, the selection in a light blue.
+// Light tints, one hue per group, so that black figures stay easy to read and
+// neighbouring groups differ at a glance: source pale yellow, formant
+// frequencies pale green, cascade bandwidths pale aqua, bypass light grey,
+// parallel amplitudes pale pink, parallel bandwidths pale lavender, nasal
+// pole and zero pale sand, the remaining parameters white. Anchors stand out
+// in a stronger orange and the selection in a light blue, both apart from
+// every group's tint.
 inline constexpr ColorSlots kDefaultColors = {
-    kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, kWhite, rgb(255, 200, 120), rgb(180, 210, 255),
+    rgb(255, 245, 170),  // source
+    rgb(204, 238, 196),  // formant frequencies
+    rgb(196, 232, 240),  // cascade bandwidths
+    rgb(224, 224, 224),  // bypass
+    rgb(248, 208, 228),  // parallel amplitudes
+    rgb(218, 210, 248),  // parallel bandwidths
+    rgb(236, 226, 200),  // nasal
+    kWhite,              // remaining
+    rgb(255, 200, 120),  // anchor cells
+    rgb(180, 210, 255),  // selection
 };
 
 }  // namespace vandrel

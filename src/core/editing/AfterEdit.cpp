@@ -5,7 +5,7 @@
 namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc, TableViewState& view) {
-  doc.undo.append(doc.table);
+  doc.undo.append(doc.table, doc.params().intervalMs);
   view.tableChanged = true;
 }
 

@@ -8,7 +8,10 @@ UndoStatus restoreSnapshot(CVandrelDoc& doc, TableViewState& view, int index) {
   const int before = doc.table.columns();
   if (!doc.undo.restore(index, doc.table)) return UndoStatus::kInvalidArgument;
   ParameterSet& ps = doc.params();
-  if (doc.table.columns() != before) {
+  const int interval = doc.undo.intervalAt(index);
+  const bool retimed = interval > 0 && interval != ps.intervalMs;
+  if (retimed) ps.intervalMs = interval;
+  if (doc.table.columns() != before || retimed) {
     ps.frameCount = doc.table.columns();
     ps.fileLengthMs = static_cast<double>(ps.frameCount) * ps.intervalMs;
     doc.notifyStructureChanged();

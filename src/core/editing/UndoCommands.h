@@ -13,8 +13,9 @@ enum class UndoStatus {
 
 // Puts snapshot `index` back into the table (UndoHistory::restore). On
 // success: the document is marked modified and for synthesis and the
-// table-changed flag is cleared; no new snapshot is taken, the file length
-// follows the restored column count, and the shown and hidden rows stay as
+// table-changed flag is cleared; no new snapshot is taken, the frame interval
+// becomes the one the snapshot was taken at, the file length follows the
+// restored column count, and the shown and hidden rows stay as
 // they are now.
 UndoStatus restoreSnapshot(CVandrelDoc& doc, TableViewState& view, int index);
 

@@ -129,11 +129,12 @@ UndoHistory::Snapshot UndoHistory::buildFromBase(const FrameTable& table,
   return s;
 }
 
-void UndoHistory::append(const FrameTable& table) {
+void UndoHistory::append(const FrameTable& table, int intervalMs) {
   const Snapshot* b = base();
   const bool incremental = b != nullptr && !allDirty_ && b->columns == table.columns();
   std::vector<std::uint8_t> stillDirty(static_cast<std::size_t>(leafCountFor(table.columns())), 0);
   entries_.push_back(incremental ? buildFromBase(table, stillDirty) : buildFull(table, stillDirty));
+  entries_.back().intervalMs = intervalMs;
   current_ = count() - 1;
   base_ = current_;
   dirty_ = std::move(stillDirty);
@@ -210,6 +211,10 @@ void UndoHistory::noteChanged(const CellRange& cells) {
 }
 
 int UndoHistory::columnsAt(int index) const { return entries_.at(static_cast<std::size_t>(index)).columns; }
+
+int UndoHistory::intervalAt(int index) const {
+  return entries_.at(static_cast<std::size_t>(index)).intervalMs;
+}
 
 std::int32_t UndoHistory::valueAt(int index, int row, int column) const {
   const Snapshot& s = entries_.at(static_cast<std::size_t>(index));

@@ -49,8 +49,10 @@ class UndoHistory {
   // and then restore; see UndoCommands.h).
   void setCurrent(int index) { current_ = index; }
 
-  // Appends a snapshot of `table` at the end and makes it current.
-  void append(const FrameTable& table);
+  // Appends a snapshot of `table` at the end and makes it current. The
+  // frame interval it was taken at travels with it, so that undoing an
+  // interval change brings back the old timing with the old columns.
+  void append(const FrameTable& table, int intervalMs = 0);
 
   // Puts snapshot `index` into `table`: column count and whole-number values.
   // Anchor flags stay where their columns still exist; new columns have none.
@@ -66,6 +68,8 @@ class UndoHistory {
 
   // --- looking inside (tests, benchmarks) ----------------------------------
   int columnsAt(int index) const;
+  // The frame interval given with snapshot `index` (0: none was given).
+  int intervalAt(int index) const;
   // The whole number stored for a cell of snapshot `index`.
   std::int32_t valueAt(int index, int row, int column) const;
   // Bytes held by all snapshots together, each shared block counted once.
@@ -82,6 +86,7 @@ class UndoHistory {
 
   struct Snapshot {
     int columns = 0;
+    int intervalMs = 0;
     std::vector<PagePtr> pages;
   };
 

@@ -15,7 +15,10 @@ TEST(CVandrelDocTest, GroupColourPaintsItsOwnRowsOnly) {
   doc.setGroupColor(kGroupNasal, rgb(10, 20, 30));
   EXPECT_EQ(doc.groupColor(kGroupNasal), rgb(10, 20, 30));
   for (int i = 0; i < kParamCount; ++i)
-    EXPECT_EQ(doc.params().at(i).color, i >= kFnz && i <= kBnp ? rgb(10, 20, 30) : kWhite) << i;
+    EXPECT_EQ(doc.params().at(i).color, i >= kFnz && i <= kBnp
+                                            ? rgb(10, 20, 30)
+                                            : kDefaultColors[static_cast<std::size_t>(paramGroup(i))])
+        << i;
 }
 
 // A recording opened beside an untouched table gives it its length in whole

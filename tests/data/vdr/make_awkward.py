@@ -22,6 +22,11 @@ SHOWN = [1, 1, 1, 1, 1, 0, 0, 0, 1, 1, 1, 1, 1, 0, 0, 0, 1, 1, 1, 1, 1, 1, 0,
          0, 0, 1, 1, 1, 1, 1, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 1, 0,
          0, 0]
 COLOURS = [255, 255, 255] * 8 + [255, 200, 120, 180, 210, 255]
+# The editor's own colours: one light tint per parameter group, then the
+# anchor and selection colours.
+EDITOR_COLOURS = [255, 245, 170, 204, 238, 196, 196, 232, 240, 224, 224, 224,
+                  248, 208, 228, 218, 210, 248, 236, 226, 200, 255, 255, 255,
+                  255, 200, 120, 180, 210, 255]
 FRAMES = 5
 
 
@@ -48,12 +53,12 @@ def table_value(row, frame):
 
 def vdr(selected_only, anchors=("f0,0", "f0,4", "f1,2"), count=None,
         timing=(50, 11025, 10), settings=None, rows=None, frames=FRAMES,
-        value=table_value):
+        value=table_value, colours=COLOURS):
     rows = rows if rows is not None else [r for r in range(48)
                                           if not selected_only or SHOWN[r]]
     count = len(anchors) if count is None else count
     settings = settings or [1, count, 0, 0, 0, 0, 0, 0, 0, 50]
-    text = line(timing) + line(settings) + line(COLOURS) + ten_per_line(SHOWN)
+    text = line(timing) + line(settings) + line(colours) + ten_per_line(SHOWN)
     if count > 0:
         text += ten_per_line(anchors)
     text += line(NAMES[r] for r in rows)
@@ -73,7 +78,8 @@ def write(name, text):
 os.makedirs("written", exist_ok=True)
 for kind, selected_only in (("all", False), ("sel", True)):
     write(f"written/default_{kind}.vdr", vdr(selected_only, anchors=(), timing=(200, 11025, 10),
-                                              frames=20, value=lambda r, f: DEFAULTS[r]))
+                                              frames=20, value=lambda r, f: DEFAULTS[r],
+                                              colours=EDITOR_COLOURS))
 
 good = vdr(False)
 sel = vdr(True)
