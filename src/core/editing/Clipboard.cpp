@@ -127,10 +127,11 @@ std::string copySelection(const CVandrelDoc& doc, const TableSelection& selectio
   return text;
 }
 
-std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const std::vector<int>& shownRows) {
-  std::string text = copySelection(doc, view.selection, shownRows);
+std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const TableSelection& selection,
+                         const std::vector<int>& shownRows) {
+  std::string text = copySelection(doc, selection, shownRows);
   if (text.empty()) return text;
-  const CellRange cells = *selectedCells(view.selection, doc.table);
+  const CellRange cells = *selectedCells(selection, doc.table);
   for (const int r : shownBetween(shownRows, cells.firstRow, cells.lastRow)) {
     double* values = doc.table.row(r);
     std::fill(values + cells.firstColumn, values + cells.lastColumn + 1, doc.params().at(r).defaultValue);
@@ -139,6 +140,15 @@ std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const std::vect
   doc.markEdited();
   afterEditStep(doc, view, cells);
   return text;
+}
+
+std::pair<int, int> pasteTarget(const TableSelection& selection, const FrameTable& table, int currentRow,
+                                int currentColumn) {
+  const std::optional<CellRange> cells = selectedCells(selection, table);
+  if (cells && currentRow >= cells->firstRow && currentRow <= cells->lastRow &&
+      currentColumn >= cells->firstColumn && currentColumn <= cells->lastColumn)
+    return {cells->firstRow, cells->firstColumn};
+  return {currentRow, currentColumn};
 }
 
 PasteResult pasteText(CVandrelDoc& doc, TableViewState& view, int row, int column, std::string_view text,

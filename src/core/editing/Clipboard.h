@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "document/VandrelDoc.h"
@@ -35,7 +36,15 @@ std::string copySelection(const CVandrelDoc& doc, const TableSelection& selectio
 // Copy, then every copied cell takes its row's default (as it is, not held
 // to the limits) as one undo step. Returns the copied text; nothing changes
 // when it is empty.
-std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const std::vector<int>& shownRows);
+std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const TableSelection& selection,
+                         const std::vector<int>& shownRows);
+
+// Where Paste puts its first cell: the top left cell of the selection when
+// the current cell lies inside it (a block dragged or grown with Shift+arrows
+// leaves the current cell at its far end), otherwise the current cell - the
+// selection may be an old one the user has since moved away from.
+std::pair<int, int> pasteTarget(const TableSelection& selection, const FrameTable& table, int currentRow,
+                                int currentColumn);
 
 struct PasteResult {
   int written = 0;  // cells that took a value

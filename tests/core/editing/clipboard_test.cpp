@@ -76,6 +76,13 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   EXPECT_EQ(copySelection(f.doc, TableSelection::wholeRow(kF5), f.shown), "");
   EXPECT_EQ(copySelection(f.doc, TableSelection::wholeColumn(6), f.shown), "");
   EXPECT_EQ(copySelection(f.doc, TableSelection::none(), f.shown), "");
+
+  // Paste starts at the block's top left while the current cell is inside it.
+  using Cell = std::pair<int, int>;
+  const TableSelection block = TableSelection::block(4, kF1, 2, kAv);
+  EXPECT_EQ(pasteTarget(block, f.doc.table, kF2, 4), Cell(kAv, 2));
+  EXPECT_EQ(pasteTarget(block, f.doc.table, kGain, 0), Cell(kGain, 0));
+  EXPECT_EQ(pasteTarget(TableSelection::wholeRow(kAv), f.doc.table, kAv, 3), Cell(kAv, 0));
 }
 
 TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
@@ -129,7 +136,7 @@ TEST(ClipboardTest, PasteFollowsTheAfterEditOptions) {
 TEST(ClipboardTest, CutCopiesThenLeavesDefaultsInShownRowsAsOneStep) {
   Fixture f;
   f.view.selection = TableSelection::block(1, kF6, 2, kF4);
-  EXPECT_EQ(cutSelection(f.doc, f.view, f.shown), "701\t702\n901\t902\n");
+  EXPECT_EQ(cutSelection(f.doc, f.view, f.view.selection, f.shown), "701\t702\n901\t902\n");
   const ParameterSet& ps = f.doc.params();
   EXPECT_EQ(f.doc.table.value(kF6, 1), ps.at(kF6).defaultValue);
   EXPECT_EQ(f.doc.table.value(kF4, 2), ps.at(kF4).defaultValue);
@@ -140,7 +147,7 @@ TEST(ClipboardTest, CutCopiesThenLeavesDefaultsInShownRowsAsOneStep) {
   EXPECT_EQ(f.doc.table.value(kF6, 1), 701);
 
   f.view.selection = TableSelection::wholeRow(kF5);
-  EXPECT_EQ(cutSelection(f.doc, f.view, f.shown), "");
+  EXPECT_EQ(cutSelection(f.doc, f.view, f.view.selection, f.shown), "");
   EXPECT_EQ(f.doc.undo.count(), 2);
 }
 
