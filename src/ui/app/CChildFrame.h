@@ -44,6 +44,15 @@ class CChildFrame : public QMdiSubWindow {
 // view installs its own with setDocumentViewFactory (from a static
 // initialiser, like a command installer); until then a read-only summary of
 // the document is shown.
+// A window of the area that shows one document without being one of its
+// table windows (the analysis views). While one is active, the document's
+// commands act on the document's first table window.
+class DocumentWindow {
+ public:
+  virtual ~DocumentWindow() = default;
+  virtual OpenDocument& document() const = 0;
+};
+
 using DocumentViewFactory = std::function<QWidget*(OpenDocument& document, CChildFrame& frame)>;
 bool setDocumentViewFactory(DocumentViewFactory factory);
 

@@ -271,7 +271,11 @@ void CMainFrame::updateCommandStates() {
 }
 
 CChildFrame* CMainFrame::activeChildFrame() const {
-  return qobject_cast<CChildFrame*>(mdi_->activeSubWindow());
+  QMdiSubWindow* active = mdi_->activeSubWindow();
+  if (auto* frame = qobject_cast<CChildFrame*>(active)) return frame;
+  if (auto* other = dynamic_cast<DocumentWindow*>(active))
+    return windowsOf(other->document()).value(0, nullptr);
+  return nullptr;
 }
 
 OpenDocument* CMainFrame::activeDocument() const {

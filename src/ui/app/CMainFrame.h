@@ -46,6 +46,8 @@ class CMainFrame : public QMainWindow {
   CommandContext context(int id) const;
 
   QMdiArea* mdiArea() const { return mdi_; }
+  // The active table window; while an analysis window (DocumentWindow) is
+  // active, the first table window of its document.
   CChildFrame* activeChildFrame() const;
   OpenDocument* activeDocument() const;
   QList<CChildFrame*> childFrames() const;

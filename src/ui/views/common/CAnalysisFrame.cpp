@@ -1,0 +1,47 @@
+#include "views/common/CAnalysisFrame.h"
+
+#include <QKeySequence>
+#include <QMdiArea>
+#include <QShortcut>
+
+#include "app/CMainFrame.h"
+#include "app/CommandTable.h"
+#include "app/OpenDocument.h"
+
+namespace vandrel::ui {
+
+CAnalysisFrame::CAnalysisFrame(CMainFrame& mainFrame, std::shared_ptr<OpenDocument> document,
+                               QString titleSuffix)
+    : mainFrame_(mainFrame), document_(std::move(document)), suffix_(std::move(titleSuffix)) {
+  setAttribute(Qt::WA_DeleteOnClose);
+  for (const int id : viewKeyCommands()) {
+    const CommandDef* def = findCommand(id);
+    auto* key = new QShortcut(QKeySequence(shortcutTextOf(def->text)), this);
+    key->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(key, &QShortcut::activated, this, [this, id] {
+      mainFrame_.mdiArea()->setActiveSubWindow(this);
+      mainFrame_.runCommand(id);
+    });
+  }
+  connect(document_.get(), &OpenDocument::titleChanged, this, &CAnalysisFrame::updateTitle);
+  // A table window leaves the area only after its destruction has begun, and
+  // the main frame announces the change of active document just after that.
+  connect(&mainFrame_, &CMainFrame::activeDocumentChanged, this, &CAnalysisFrame::closeWhenOrphaned);
+  updateTitle();
+}
+
+CAnalysisFrame::~CAnalysisFrame() = default;
+
+void CAnalysisFrame::addToArea() {
+  mainFrame_.mdiArea()->addSubWindow(this);
+  show();
+  mainFrame_.mdiArea()->setActiveSubWindow(this);
+}
+
+void CAnalysisFrame::updateTitle() { setWindowTitle(document_->title() + suffix_); }
+
+void CAnalysisFrame::closeWhenOrphaned() {
+  if (mainFrame_.windowsOf(*document_).isEmpty()) close();
+}
+
+}  // namespace vandrel::ui
