@@ -1,5 +1,6 @@
-// Analysis speed: the FFT against FFTW's complex transform, the pitch track
-// and spectrograms of a minute of speech.
+// Analysis speed: the FFT against FFTW's complex transform, the pitch tracks
+// (cepstral and autocorrelation), the formant tracks and spectrograms of a
+// minute of speech.
 //
 // The speech comes from the WAV files named by VANDREL_BENCH_SPEECH_11025 and
 // VANDREL_BENCH_SPEECH_22050 (bench/analysis_bench.sh makes them from
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/AnalysisTracks.h"
 #include "analysis/MathFunc.h"
 #include "analysis/PitchTrack.h"
 #include "analysis/Spectrogram.h"
@@ -137,6 +139,36 @@ void BM_PitchTrack60s(benchmark::State& st) {
   st.counters["frames"] = static_cast<double>(tracker.track().size());
 }
 BENCHMARK(BM_PitchTrack60s)->Arg(11025)->Arg(22050)->Unit(benchmark::kMillisecond);
+
+// The autocorrelation method over the same minute (10 ms step, 50-500 Hz).
+void BM_AcPitchTrack60s(benchmark::State& st) {
+  const int rate = static_cast<int>(st.range(0));
+  const auto& x = speech(rate);
+  PitchTrackResult r;
+  for (auto _ : st) {
+    COptionPitch opt;
+    r = computePitchTrack(x, rate, opt, PitchMethod::kAutocorrelation);
+    benchmark::DoNotOptimize(r.f0.data());
+  }
+  st.counters["frames"] = static_cast<double>(r.f0.size());
+}
+BENCHMARK(BM_AcPitchTrack60s)->Arg(11025)->Arg(22050)->Unit(benchmark::kMillisecond);
+
+// Formant tracks by continuity: a frame every 10 ms, the spectrogram
+// options' order and pre-emphasis for the rate.
+void BM_FormantTracks60s(benchmark::State& st) {
+  const int rate = static_cast<int>(st.range(0));
+  const auto& x = speech(rate);
+  const auto frames = static_cast<int>(x.size() * 100 / static_cast<std::size_t>(rate));
+  const auto s = FormantTrackSettings::forFrames(COptionSpectrogram(rate), frames, rate / 100.0);
+  FormantTrackResult r;
+  for (auto _ : st) {
+    r = computeFormantTracks(x, rate, s);
+    benchmark::DoNotOptimize(r.frequency.data());
+  }
+  st.counters["frames"] = frames;
+}
+BENCHMARK(BM_FormantTracks60s)->Arg(11025)->Arg(22050)->Unit(benchmark::kMillisecond);
 
 // ---- Spectrogram -------------------------------------------------------------
 

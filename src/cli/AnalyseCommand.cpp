@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "SndfileDecoder.h"
 #include "analysis/AnalysisOptions.h"
+#include "analysis/AnalysisTracks.h"
 #include "analysis/PitchTrack.h"
 #include "analysis/Spectrogram.h"
 #include "document/OpenFile.h"
@@ -23,12 +24,19 @@ const char* const kAnalyseHelp =
     "pitch frame; the formants come from a formant-tracking spectrogram with\n"
     "one column per pitch frame, so the two line up. 0 means no value (an\n"
     "unvoiced frame, or no formant found). time_ms is the frame's start.\n"
+    "With --tracked the formants are chosen for continuity over the whole\n"
+    "recording instead, and b1 .. b5 (their bandwidths, Hz) follow f1 .. f5.\n"
     "\n"
     "AUDIO is a 16-bit mono PCM WAV file, or any other file the audio decoder\n"
     "reads (converted to 16-bit mono at its own rate).\n"
     "\n"
     "  --pitch          print the f0 column\n"
     "  --formants       print the f1 .. f5 columns (both when neither is given)\n"
+    "  --method M       pitch method: cepstral (the default, as the editor's\n"
+    "                   default) or ac (autocorrelation, best path through the\n"
+    "                   candidates; --deviation and --threshold do not apply)\n"
+    "  --tracked        formants by continuity (F1..F5 chosen together, frame\n"
+    "                   to frame, 25 ms windows), with b1 .. b5\n"
     "  -o, --output F   write to F instead of standard output\n"
     "\n"
     "Pitch options (defaults as in the editor's pitch options):\n"
@@ -97,6 +105,8 @@ int analyseCommand(const Args& args) {
   int size = -1;
   double preemph = -1.0;
   int lpcOrder = -1;
+  PitchMethod method = PitchMethod::kCepstral;
+  bool tracked = false;
 
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
@@ -106,6 +116,10 @@ int analyseCommand(const Args& args) {
     }
     if (a == "--formants") {
       wantFormants = true;
+      continue;
+    }
+    if (a == "--tracked") {
+      tracked = true;
       continue;
     }
     if (a.size() > 1 && a[0] == '-') {
@@ -125,6 +139,14 @@ int analyseCommand(const Args& args) {
       } else if (a == "--preemph") {
         if (!parseDouble(v, preemph) || preemph < 0.0 || preemph > 1.0)
           return fail("%s wants a number from 0 to 1, not '%s'", a, v);
+      } else if (a == "--method") {
+        if (v == "cepstral") {
+          method = PitchMethod::kCepstral;
+        } else if (v == "ac") {
+          method = PitchMethod::kAutocorrelation;
+        } else {
+          return fail("--method wants cepstral or ac, not '%s'", v);
+        }
       } else if (a == "-o" || a == "--output") {
         output = v;
       } else {
@@ -165,9 +187,13 @@ int analyseCommand(const Args& args) {
   }
 
   const int windowAsked = pitch.windowMs;
-  auto tracker = std::make_unique<CPitchTracker>();
-  const auto status = tracker->compute(audio.samples, fs, pitch);
-  if (status != CPitchTracker::Status::kOk) {
+  const PitchTrackResult track = computePitchTrack(audio.samples, fs, pitch, method);
+  if (track.status == PitchTrackResult::Status::kTooShort) {
+    std::fprintf(stderr, "vandrel-cli analyse: %s: too short for a pitch window of %d samples\n",
+                 input.c_str(), track.windowSamples);
+    return 1;
+  }
+  if (track.status != PitchTrackResult::Status::kOk) {
     std::fprintf(stderr,
                  "vandrel-cli analyse: %s: the pitch track could not be computed with these options\n",
                  input.c_str());
@@ -176,10 +202,23 @@ int analyseCommand(const Args& args) {
   if (pitch.windowMs != windowAsked)
     std::fprintf(stderr, "vandrel-cli analyse: the window is shortened to %d ms (4096 samples at most)\n",
                  pitch.windowMs);
-  const std::vector<double>& f0 = tracker->track();
+  const std::vector<double>& f0 = track.f0;
 
   auto spectrogram = std::make_unique<CSpectrogram>();
-  if (wantFormants && !f0.empty()) {
+  FormantTrackResult formants;
+  if (wantFormants && !f0.empty() && tracked) {
+    COptionSpectrogram so(fs);
+    if (preemph >= 0.0) so.preEmphasis = preemph;
+    if (lpcOrder != -1) so.formantCoefficients = COptionSpectrogram::acceptFormantCoefficients(lpcOrder);
+    formants = computeFormantTracks(
+        audio.samples, fs,
+        FormantTrackSettings::forFrames(so, static_cast<int>(f0.size()), track.stepSamples));
+    if (formants.status != FormantTrackResult::Status::kOk) {
+      std::fprintf(stderr, "vandrel-cli analyse: %s: the formant tracks could not be computed\n",
+                   input.c_str());
+      return 1;
+    }
+  } else if (wantFormants && !f0.empty()) {
     COptionSpectrogram so(fs);
     if (size != -1) so.selectSize(static_cast<int>(std::log2(size)) - 5);
     if (preemph >= 0.0) so.preEmphasis = preemph;
@@ -204,11 +243,15 @@ int analyseCommand(const Args& args) {
   std::fputs("time_ms", o);
   if (wantPitch) std::fputs("\tf0", o);
   if (wantFormants) std::fputs("\tf1\tf2\tf3\tf4\tf5", o);
+  if (wantFormants && tracked) std::fputs("\tb1\tb2\tb3\tb4\tb5", o);
   std::fputc('\n', o);
   for (std::size_t i = 0; i < f0.size(); ++i) {
     std::fprintf(o, "%zu", i * static_cast<std::size_t>(pitch.stepMs));
     if (wantPitch) std::fprintf(o, "\t%.6g", f0[i]);
-    if (wantFormants) {
+    if (wantFormants && tracked) {
+      for (double v : formants.frequency[i]) std::fprintf(o, "\t%.0f", v);
+      for (double v : formants.bandwidth[i]) std::fprintf(o, "\t%.0f", v);
+    } else if (wantFormants) {
       const auto& fm = spectrogram->formants()[i];
       for (auto v : fm) std::fprintf(o, "\t%d", static_cast<int>(v));
     }

@@ -75,6 +75,11 @@ class CAutocorrelationPitch {
     double r = 0.0;  // normalised autocorrelation at the refined lag
     double score = 0.0;
   };
+  struct Peak {
+    int lag = 0;         // a whole lag where r_x has a local maximum
+    double atLag = 0.0;  // r_x there
+    double score = 0.0;  // estimated from a parabola through the three lags
+  };
 
   // Fills ra_ (first frame) and rb_ (second) with the normalised
   // autocorrelations of two windowed frames, using one complex FFT for both.
@@ -87,6 +92,8 @@ class CAutocorrelationPitch {
 
   FftTables fft_;
   std::vector<double> re_, im_, ra_, rb_, frameA_, frameB_, hann_;
+  std::vector<double> rw_;       // the window's autocorrelation at whole lags
+  std::vector<Peak> peaks_;      // one frame's whole-lag maxima
   std::vector<Candidate> cand_;  // kMaxCandidates + 1 per frame, unvoiced first
   std::vector<int> count_;       // candidates used per frame
   std::vector<double> delta_;    // Viterbi scores

@@ -96,7 +96,7 @@ double CFormantTracker::transition(std::size_t prevFrame, const State& a, std::s
       continue;
     }
     const double fa = ca[i].f, fb = cb[j].f;
-    cost += kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb));
+    cost += std::min(kMaxTransition, kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb)));
   }
   return cost;
 }

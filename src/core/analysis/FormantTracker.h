@@ -9,7 +9,8 @@
 //
 //   local      = kFrequencyWeight |F - R_k| / R_k + kBandwidthWeight B / F,
 //                or kMissingCost for an absent formant;
-//   transition = kTransitionWeight |F - F_prev| / ((F + F_prev) / 2),
+//   transition = kTransitionWeight |F - F_prev| / ((F + F_prev) / 2), at most
+//                kMaxTransition, or
 //                kSwitchCost when the formant appears or disappears.
 //
 // Because a state holds all five formants at once, two tracks can never swap
@@ -42,9 +43,12 @@ class CFormantTracker {
   // Cost weights of the sum above. The frequency term only breaks ties
   // between plausible assignments; continuity and bandwidth decide the rest.
   static constexpr double kFrequencyWeight = 0.3;
-  static constexpr double kBandwidthWeight = 1.0;
+  static constexpr double kBandwidthWeight = 0.5;
   static constexpr double kTransitionWeight = 3.0;
-  static constexpr double kMissingCost = 1.0;
+  // A jump costs at most this: at a consonant a formant may well move far
+  // between two frames, and it should then move, not vanish.
+  static constexpr double kMaxTransition = 1.0;
+  static constexpr double kMissingCost = 1.5;
   static constexpr double kSwitchCost = 0.5;
   // States kept per frame (the cheapest by local cost); the rest are pruned.
   static constexpr int kBeam = 48;
