@@ -1,0 +1,87 @@
+#include "views/fftlpc/FftLpcCommands.h"
+
+#include <QMdiArea>
+#include <QMdiSubWindow>
+
+#include "app/CMainFrame.h"
+#include "app/CProgressDialog.h"
+#include "app/CommandIds.h"
+#include "app/CommandRouter.h"
+#include "app/OpenDocument.h"
+#include "config/AnalysisConfig.h"
+#include "engine/Synthesizer.h"
+#include "views/fftlpc/CFormFFTLPCChild.h"
+#include "views/fftlpc/COptionFFTLPCDialog.h"
+#include "views/fftlpc/FftLpcView.h"
+
+namespace vandrel::ui {
+
+namespace {
+
+struct Options {
+  vandrel::COptionFFTLPC fftLpc;
+  vandrel::COptionPitch pitch;
+  vandrel::COptionSpectrogram spectrogram;
+};
+
+Options loadOptions(CMainFrame& frame) {
+  Options o;
+  vandrel::loadAnalysisOptions(frame.environment().config, o.fftLpc, o.pitch, o.spectrogram);
+  o.fftLpc.selectSize(o.fftLpc.sizeIndex);
+  return o;
+}
+
+QList<CFormFFTLPCChild*> fftLpcWindows(CMainFrame& frame, const OpenDocument* of = nullptr) {
+  QList<CFormFFTLPCChild*> found;
+  for (QMdiSubWindow* w : frame.mdiArea()->subWindowList())
+    if (auto* f = qobject_cast<CFormFFTLPCChild*>(w); f && (!of || f->document() == of)) found << f;
+  return found;
+}
+
+void openFftLpc(CommandContext& ctx) {
+  OpenDocument& document = *ctx.document;
+  vandrel::CVandrelDoc& doc = document.doc();
+  if (doc.changedSinceSynthesis) {
+    doc.changedSinceSynthesis = false;
+    CProgressDialog::run(
+        ctx.dialogParent(), CProgressDialog::kSynthesizing,
+        [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
+    document.notifyChanged();
+  }
+  if (const auto open = fftLpcWindows(*ctx.mainFrame, &document); !open.isEmpty()) {
+    ctx.mainFrame->mdiArea()->setActiveSubWindow(open.first());
+    return;
+  }
+  // The options' fs is the recording's: its derived defaults follow it.
+  Options o = loadOptions(*ctx.mainFrame);
+  const double fs = FftLpcView::analysisRate(doc);
+  if (fs != o.fftLpc.fs) {
+    o.fftLpc.fs = fs;
+    o.fftLpc.setDefaults();
+  }
+  auto* frame = new CFormFFTLPCChild(*ctx.mainFrame, document, o.fftLpc, o.spectrogram.preEmphasis);
+  frame->open();
+}
+
+void editOptions(CommandContext& ctx) {
+  CMainFrame& main = *ctx.mainFrame;
+  Options o = loadOptions(main);
+  if (ctx.document) o.fftLpc.fs = FftLpcView::analysisRate(ctx.document->doc());
+  COptionFFTLPCDialog dialog(o.fftLpc, ctx.dialogParent());
+  if (dialog.exec() != QDialog::Accepted) return;
+  vandrel::storeAnalysisOptions(dialog.record(), o.pitch, o.spectrogram, main.environment().config);
+  main.writeConfigurationFile(nullptr);
+  for (CFormFFTLPCChild* w : fftLpcWindows(main))
+    if (FftLpcView* v = w->view()) v->setOptions(dialog.record(), o.spectrogram.preEmphasis);
+}
+
+const bool installed = addCommandInstaller(&installFftLpcCommands);
+
+}  // namespace
+
+void installFftLpcCommands(CommandRouter& router) {
+  router.setHandler(ID_ANALYSIS_FFT_LPC, openFftLpc);
+  router.setHandler(ID_OPTIONS_FFT_LPC, editOptions);
+}
+
+}  // namespace vandrel::ui

@@ -1,0 +1,320 @@
+#include "views/fftlpc/FftLpcView.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QHBoxLayout>
+#include <QImage>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPrinter>
+#include <QSlider>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/OpenDocument.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel::ui {
+
+namespace {
+
+constexpr int kCurvePoints = 512;
+constexpr double kPictureDpi = 150.0;
+
+double lengthOf(const vandrel::SampleSet& s) {
+  return s.sampleRate > 0.0 ? 1000.0 * static_cast<double>(s.samples.size()) / s.sampleRate : 0.0;
+}
+
+}  // namespace
+
+// The drawing surface: paints the view's picture and turns the mouse into a
+// crosshair (over the spectrum) or a time and range (on the strip).
+class FftLpcCanvas : public QWidget {
+ public:
+  explicit FftLpcCanvas(FftLpcView& view) : QWidget(&view), view_(view) {
+    setObjectName(QStringLiteral("fftLpcCanvas"));
+    setMouseTracking(true);
+    setMinimumSize(480, 360);
+    setCursor(Qt::CrossCursor);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter p(this);
+    view_.paint(p, rect());
+  }
+
+  void mouseMoveEvent(QMouseEvent* e) override {
+    const FftLpcLayout l = view_.layout();
+    if (pressX_ && l.strip.contains(QPointF(*pressX_, l.strip.center().y()))) {
+      const double a = stripTimeAt(view_.picture_, l.strip, *pressX_);
+      const double b = stripTimeAt(view_.picture_, l.strip, e->position().x());
+      if (std::abs(e->position().x() - *pressX_) > 3.0) view_.setSelection(std::min(a, b), std::max(a, b));
+      return;
+    }
+    if (l.spectrum.contains(e->position()))
+      view_.picture_.crosshair = e->position();
+    else
+      view_.picture_.crosshair.reset();
+    update();
+  }
+
+  void leaveEvent(QEvent*) override {
+    view_.picture_.crosshair.reset();
+    update();
+  }
+
+  void mousePressEvent(QMouseEvent* e) override {
+    const FftLpcLayout l = view_.layout();
+    if (e->button() != Qt::LeftButton || !l.strip.contains(e->position())) return;
+    pressX_ = e->position().x();
+  }
+
+  void mouseReleaseEvent(QMouseEvent* e) override {
+    if (!pressX_) return;
+    const FftLpcLayout l = view_.layout();
+    if (std::abs(e->position().x() - *pressX_) <= 3.0) {
+      view_.clearSelection();
+      view_.setTimeMs(stripTimeAt(view_.picture_, l.strip, e->position().x()));
+    }
+    pressX_.reset();
+  }
+
+ private:
+  FftLpcView& view_;
+  std::optional<double> pressX_;
+};
+
+FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& options, double preEmphasis,
+                       QWidget* parent)
+    : QWidget(parent), document_(&document) {
+  setObjectName(QStringLiteral("FftLpcView"));
+  canvas_ = new FftLpcCanvas(*this);
+  slider_ = new QSlider(Qt::Horizontal, this);
+  slider_->setObjectName(QStringLiteral("timeSlider"));
+  timeLabel_ = new QLabel(this);
+  auto* row = new QHBoxLayout;
+  row->setContentsMargins(8, 2, 8, 4);
+  row->addWidget(new QLabel(QStringLiteral("Time:"), this));
+  row->addWidget(slider_, 1);
+  row->addWidget(timeLabel_);
+  auto* top = new QVBoxLayout(this);
+  top->setContentsMargins(0, 0, 0, 0);
+  top->setSpacing(0);
+  top->addWidget(canvas_, 1);
+  top->addLayout(row);
+  connect(slider_, &QSlider::valueChanged, this, [this](int ms) {
+    if (std::lround(picture_.timeMs) != ms) setTimeMs(ms);
+  });
+
+  resynthesis_ = new QTimer(this);
+  resynthesis_->setSingleShot(true);
+  resynthesis_->setInterval(300);
+  connect(resynthesis_, &QTimer::timeout, this, [this] {
+    if (!document_ || !document_->doc().changedSinceSynthesis) return;
+    vandrel::CVandrelDoc& doc = document_->doc();
+    doc.changedSinceSynthesis = false;
+    vandrel::synthesize(doc);
+    document_->notifyChanged();
+  });
+  connect(&document, &OpenDocument::changed, this, &FftLpcView::documentChanged);
+  connect(&document, &OpenDocument::titleChanged, this, [this] {
+    picture_.title = document_ ? document_->title() : QString();
+    canvas_->update();
+  });
+
+  picture_.title = document.title();
+  picture_.natural = &natural_;
+  picture_.copy = &copy_;
+  picture_.options = options;
+  preEmphasis_ = preEmphasis;
+  settings_ = vandrel::sliceSettings(options, preEmphasis, kCurvePoints);
+  picture_.settings = settings_;
+  updateSlider();
+  recompute();
+  restartTrack();
+}
+
+FftLpcView::~FftLpcView() { stopTrack(); }
+
+double FftLpcView::analysisRate(const vandrel::CVandrelDoc& doc) {
+  if (doc.hasAudio() && doc.audio.sampleRate > 0.0) return doc.audio.sampleRate;
+  return doc.synthesized.sampleRate > 0.0 ? doc.synthesized.sampleRate : doc.sampleRate;
+}
+
+void FftLpcView::setOptions(const vandrel::COptionFFTLPC& options, double preEmphasis) {
+  picture_.options = options;
+  preEmphasis_ = preEmphasis;
+  settings_ = vandrel::sliceSettings(options, preEmphasis, kCurvePoints);
+  picture_.settings = settings_;
+  recompute();
+  restartTrack();
+}
+
+double FftLpcView::lengthMs() const {
+  if (!document_) return 0.0;
+  const vandrel::CVandrelDoc& doc = document_->doc();
+  return std::max(lengthOf(doc.audio), lengthOf(doc.synthesized));
+}
+
+void FftLpcView::updateSlider() {
+  const QSignalBlocker block(slider_);
+  slider_->setRange(0, static_cast<int>(lengthMs()));
+  slider_->setValue(static_cast<int>(std::lround(picture_.timeMs)));
+  timeLabel_->setText(QStringLiteral("%1 ms").arg(std::lround(picture_.timeMs)));
+  picture_.lengthMs = lengthMs();
+}
+
+void FftLpcView::setTimeMs(double ms) {
+  picture_.timeMs = std::clamp(ms, 0.0, lengthMs());
+  updateSlider();
+  recompute();
+}
+
+void FftLpcView::setSelection(double startMs, double endMs) {
+  const double len = lengthMs();
+  startMs = std::clamp(startMs, 0.0, len);
+  endMs = std::clamp(endMs, 0.0, len);
+  if (endMs <= startMs) {
+    clearSelection();
+    return;
+  }
+  picture_.selection = std::make_pair(startMs, endMs);
+  picture_.timeMs = startMs;
+  updateSlider();
+  recompute();
+}
+
+void FftLpcView::clearSelection() {
+  if (!picture_.selection) return;
+  picture_.selection.reset();
+  recompute();
+}
+
+void FftLpcView::documentChanged() {
+  if (!document_) return;
+  if (document_->doc().changedSinceSynthesis) {
+    resynthesis_->start();
+    return;
+  }
+  picture_.timeMs = std::min(picture_.timeMs, lengthMs());
+  if (picture_.selection && picture_.selection->second > lengthMs()) picture_.selection.reset();
+  updateSlider();
+  recompute();
+  restartTrack();
+}
+
+void FftLpcView::recompute() {
+  natural_ = {};
+  copy_ = {};
+  picture_.meter = {};
+  if (document_) {
+    const vandrel::CVandrelDoc& doc = document_->doc();
+    const double start = picture_.selection ? picture_.selection->first : picture_.timeMs;
+    const double end = picture_.selection ? picture_.selection->second : 0.0;
+    const int step = picture_.options.averageStepMs;
+    if (doc.hasAudio()) natural_ = naturalAnalyser_.analyse(doc.audio, settings_, start, end, step);
+    copy_ = copyAnalyser_.analyse(doc.synthesized, settings_, start, end, step);
+    if (!natural_.empty() && !copy_.empty())
+      picture_.meter = vandrel::fitMeter(natural_.lpcDb, copy_.lpcDb, settings_.hzPerPoint());
+  }
+  canvas_->update();
+}
+
+void FftLpcView::stopTrack() {
+  cancel_ = true;
+  if (worker_.joinable()) worker_.join();
+  cancel_ = false;
+}
+
+void FftLpcView::restartTrack() {
+  stopTrack();
+  picture_.track = nullptr;
+  const int generation = ++generation_;
+  if (!document_ || !document_->doc().hasAudio()) {
+    track_ = {};
+    picture_.track = &track_;
+    return;
+  }
+  // The worker reads its own copies: the document may change meanwhile.
+  worker_ =
+      std::thread([this, generation, natural = document_->doc().audio, copy = document_->doc().synthesized,
+                   settings = settings_, step = std::max(picture_.options.averageStepMs, 1)] {
+        vandrel::DistanceTrack result = vandrel::distanceTrack(natural, copy, settings, step, &cancel_);
+        if (cancel_) return;
+        // Queued to this view: dropped with it if it is gone before delivery.
+        QMetaObject::invokeMethod(
+            this,
+            [this, generation, result = std::move(result)]() mutable {
+              if (generation != generation_) return;
+              track_ = std::move(result);
+              picture_.track = &track_;
+              canvas_->update();
+            },
+            Qt::QueuedConnection);
+      });
+}
+
+void FftLpcView::finishTrack() {
+  if (worker_.joinable()) worker_.join();
+  QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+FftLpcLayout FftLpcView::layout() const { return fftLpcLayout(QRectF(canvas_->rect())); }
+
+void FftLpcView::paint(QPainter& painter, const QRect& area) const {
+  paintFftLpc(painter, QRectF(area), picture_);
+}
+
+QSizeF FftLpcView::printSize() const {
+  const double perUnit = picture_.options.inches ? 96.0 : 96.0 / 2.54;
+  return QSizeF(std::clamp(picture_.options.width, 0.5, 100.0) * perUnit,
+                std::clamp(picture_.options.height, 0.5, 100.0) * perUnit);
+}
+
+QImage FftLpcView::picture() {
+  finishTrack();
+  const QSizeF logical = printSize();
+  const double scale = kPictureDpi / 96.0;
+  QImage image((logical * scale).toSize(), QImage::Format_RGB32);
+  image.setDotsPerMeterX(static_cast<int>(kPictureDpi / 0.0254));
+  image.setDotsPerMeterY(static_cast<int>(kPictureDpi / 0.0254));
+  image.fill(Qt::white);
+  QPainter p(&image);
+  p.setRenderHint(QPainter::TextAntialiasing);
+  p.scale(scale, scale);
+  FftLpcPicture pic = picture_;
+  pic.crosshair.reset();
+  paintFftLpc(p, QRectF(QPointF(0, 0), logical), pic);
+  return image;
+}
+
+void FftLpcView::printTo(QPrinter& printer, const QString& title) {
+  finishTrack();
+  QPainter p(&printer);
+  if (!p.isActive()) return;
+  const QRectF page = printer.pageLayout().paintRectPixels(printer.resolution());
+  const double scale = printer.resolution() / 96.0;
+  p.scale(scale, scale);
+  const QRectF area(0, 0, page.width() / scale, page.height() / scale);
+  QFont f = p.font();
+  f.setPixelSize(11);
+  p.setFont(f);
+  const QRectF head(area.left(), area.top(), area.width(), 20);
+  p.drawText(head, Qt::AlignLeft | Qt::AlignVCenter, title + QStringLiteral("::FFT/LPC"));
+  p.drawText(head, Qt::AlignHCenter | Qt::AlignVCenter, QStringLiteral("Page 1"));
+  p.drawText(head, Qt::AlignRight | Qt::AlignVCenter, QDate::currentDate().toString(Qt::ISODate));
+  // The options' size, made smaller only when the page cannot hold it.
+  QSizeF size = printSize();
+  const double fit = std::min({1.0, area.width() / size.width(), (area.height() - 28) / size.height()});
+  size *= fit;
+  FftLpcPicture pic = picture_;
+  pic.crosshair.reset();
+  paintFftLpc(p, QRectF(QPointF(area.left(), head.bottom() + 8), size), pic);
+}
+
+}  // namespace vandrel::ui

@@ -1,0 +1,105 @@
+#pragma once
+// FftLpcView: the inside of the "::FFT/LPC" window. At one time of the
+// utterance (or averaged over a time range) it shows the FFT spectrum and
+// LPC envelope of the natural recording (the document's audio file) and of
+// the synthetic copy (its synthesized buffer) over each other, the fit meter
+// of the two envelopes, and beneath them the fit over the whole utterance,
+// measured on a worker thread. A slider and a click on the strip set the
+// time; a drag on the strip selects a range to average over.
+//
+// The copy follows the table: when the document changes, the table is
+// synthesized again (debounced) and both slices and the strip are redone.
+
+#include <QPointer>
+#include <QWidget>
+
+#include <atomic>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "analysis/SpectralDistance.h"
+#include "analysis/SpectralSlice.h"
+#include "common/Printable.h"
+#include "views/fftlpc/FftLpcPlot.h"
+
+class QSlider;
+class QLabel;
+class QTimer;
+
+namespace vandrel {
+class CVandrelDoc;
+}
+
+namespace vandrel::ui {
+
+class OpenDocument;
+
+class FftLpcView : public QWidget, public Printable {
+  Q_OBJECT
+ public:
+  FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& options, double preEmphasis,
+             QWidget* parent = nullptr);
+  ~FftLpcView() override;
+
+  // The options' rate follows the recording: the audio file's when there is
+  // one, else the last synthesis'.
+  static double analysisRate(const vandrel::CVandrelDoc& doc);
+
+  void setOptions(const vandrel::COptionFFTLPC& options, double preEmphasis);
+  const vandrel::COptionFFTLPC& options() const { return picture_.options; }
+
+  double timeMs() const { return picture_.timeMs; }
+  void setTimeMs(double ms);
+  // Averages from startMs to endMs at the options' step; clearSelection()
+  // goes back to the single slice at the time.
+  void setSelection(double startMs, double endMs);
+  void clearSelection();
+
+  const vandrel::SpectralSlice& naturalSlice() const { return natural_; }
+  const vandrel::SpectralSlice& copySlice() const { return copy_; }
+  const vandrel::FitMeter& meter() const { return picture_.meter; }
+  // The strip's values; null until the worker has delivered them.
+  const vandrel::DistanceTrack* track() const { return picture_.track; }
+  // Waits for the worker and takes its result (for tests and printing).
+  void finishTrack();
+
+  QSlider* timeSlider() const { return slider_; }
+  QWidget* canvas() const { return canvas_; }
+  FftLpcLayout layout() const;
+
+  // The one drawing routine of screen, printout and pictures.
+  void paint(QPainter& painter, const QRect& area) const;
+
+  void printTo(QPrinter& printer, const QString& title) override;
+  QImage picture() override;
+
+ private:
+  friend class FftLpcCanvas;
+  void documentChanged();
+  void recompute();     // both slices and the meter, at once
+  void restartTrack();  // the strip, on the worker
+  void stopTrack();
+  void updateSlider();
+  double lengthMs() const;
+  QSizeF printSize() const;  // the options' width and height, in 1/96 inch
+
+  QPointer<OpenDocument> document_;
+  double preEmphasis_ = 0.98;
+  vandrel::SliceSettings settings_;
+  vandrel::SliceAnalyser naturalAnalyser_, copyAnalyser_;
+  vandrel::SpectralSlice natural_, copy_;
+  vandrel::DistanceTrack track_;
+  FftLpcPicture picture_;
+
+  std::thread worker_;
+  std::atomic<bool> cancel_{false};
+  int generation_ = 0;
+
+  QWidget* canvas_ = nullptr;
+  QSlider* slider_ = nullptr;
+  QLabel* timeLabel_ = nullptr;
+  QTimer* resynthesis_ = nullptr;
+};
+
+}  // namespace vandrel::ui

@@ -1,0 +1,238 @@
+// The FFT/LPC window and its option dialog, driven through the main frame's
+// commands and the real widgets.
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QPrinter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTest>
+#include <QTimer>
+
+#include <cmath>
+
+#include "../app/ShellFixture.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "config/AnalysisConfig.h"
+#include "config/ConfigFile.h"
+#include "views/fftlpc/CFormFFTLPCChild.h"
+#include "views/fftlpc/COptionFFTLPCDialog.h"
+#include "views/fftlpc/FftLpcCommands.h"
+#include "views/fftlpc/FftLpcView.h"
+
+namespace vandrel::ui::test {
+namespace {
+
+class FftLpcTest : public ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    frame = std::make_unique<CMainFrame>(environment());
+    installFftLpcCommands(frame->router());  // whatever the linker kept of the static installers
+    frame->resize(1200, 800);
+    frame->newDocument();
+    document = frame->activeDocument();
+  }
+  void TearDown() override {
+    frame.reset();
+    ShellFixture::TearDown();
+  }
+
+  // A steady vowel in every column of the table.
+  void setVowel(double f1, double f2, double f3) {
+    CVandrelDoc& doc = document->doc();
+    for (int c = 0; c < doc.table.columns(); ++c) {
+      doc.table.setValue(kF1, c, f1);
+      doc.table.setValue(kF2, c, f2);
+      doc.table.setValue(kF3, c, f3);
+    }
+    doc.markEdited();
+  }
+
+  FftLpcView* openView() {
+    frame->runCommand(ID_ANALYSIS_FFT_LPC);
+    auto* child = qobject_cast<CFormFFTLPCChild*>(frame->mdiArea()->activeSubWindow());
+    return child ? child->view() : nullptr;
+  }
+
+  std::unique_ptr<CMainFrame> frame;
+  OpenDocument* document = nullptr;
+};
+
+TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
+  setVowel(700, 1200, 2500);
+  FftLpcView* view = openView();
+  ASSERT_NE(view, nullptr);
+  EXPECT_FALSE(document->doc().changedSinceSynthesis);  // synthesized on the way
+  EXPECT_EQ(frame->mdiArea()->activeSubWindow()->windowTitle(), QStringLiteral("Vandr1::FFT/LPC"));
+  EXPECT_TRUE(frame->showsDocumentMenus());  // the document's commands stay at hand
+  EXPECT_EQ(frame->activeDocument(), document);
+
+  view->setTimeMs(100);
+  const auto& formants = view->copySlice().formants;
+  ASSERT_GE(formants.size(), 3u);
+  const double table[] = {700, 1200, 2500};
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(formants[i].frequency, table[i], 0.05 * table[i]) << i;
+  EXPECT_FALSE(view->meter().valid);  // nothing natural to measure against
+
+  // The copy against itself: 0 dB everywhere, slice and strip.
+  document->doc().attachAudio(document->doc().synthesized);
+  document->notifyChanged();
+  const FitMeter& same = view->meter();
+  ASSERT_TRUE(same.valid);
+  EXPECT_EQ(same.distanceDb, 0.0);
+  EXPECT_GE(same.peaks, 3);
+  for (int j = 0; j < same.peaks; ++j) EXPECT_EQ(same.peakDiffDb[static_cast<std::size_t>(j)], 0.0);
+  view->finishTrack();
+  ASSERT_NE(view->track(), nullptr);
+  EXPECT_GT(view->track()->db.size(), 10u);
+  EXPECT_EQ(view->track()->maxDb(), 0.0);
+
+  // f2 up by 300 Hz in the table: the copy is synthesized again and the
+  // meter names F2.
+  setVowel(700, 1500, 2500);
+  document->notifyChanged();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !document->doc().changedSinceSynthesis; }, 5000));
+  EXPECT_EQ(view->meter().worstPeak, 1);
+  EXPECT_GT(view->meter().distanceDb, 1.0);
+  view->finishTrack();
+  EXPECT_GT(view->track()->maxDb(), 1.0);
+
+  // The slider and a click on the strip move the time; a drag averages.
+  view->timeSlider()->setValue(150);
+  EXPECT_EQ(view->timeMs(), 150.0);
+  view->resize(900, 600);
+  const QRectF strip = view->layout().strip;
+  QTest::mouseClick(view->canvas(), Qt::LeftButton, {},
+                    QPointF(strip.left() + strip.width() / 4, strip.center().y()).toPoint());
+  EXPECT_NEAR(view->timeMs(), 50.0, 3.0);
+  EXPECT_EQ(view->timeSlider()->value(), std::lround(view->timeMs()));
+  view->setSelection(20, 180);
+  EXPECT_EQ(view->copySlice().frames, 17);  // every 10 ms
+  EXPECT_EQ(view->meter().worstPeak, 1);
+
+  // Closing the document closes its analysis too.
+  QPointer<QMdiSubWindow> analysis = frame->mdiArea()->activeSubWindow();
+  document->setModified(false);
+  frame->childFrames().first()->close();
+  EXPECT_TRUE(QTest::qWaitFor([&] {
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return analysis.isNull();
+  }));
+}
+
+TEST_F(FftLpcTest, PictureAndPrintoutAtTheOptionsSize) {
+  FftLpcView* view = openView();
+  ASSERT_NE(view, nullptr);
+  const QImage image = view->picture();
+  EXPECT_EQ(image.size(), QSize(900, 600));  // 6 x 4 inches at 150 dpi
+  QPrinter printer(QPrinter::HighResolution);
+  printer.setOutputFormat(QPrinter::PdfFormat);
+  printer.setOutputFileName(path(QStringLiteral("files/fftlpc.pdf")));
+  view->printTo(printer, QStringLiteral("Vandr1"));
+  EXPECT_GT(QFile(printer.outputFileName()).size(), 1000);
+}
+
+struct DialogCase {
+  double fs;
+  int range, lpc, windowMs;
+  const char* firstEntry;
+};
+
+class FftLpcDialogTest : public ShellFixture, public ::testing::WithParamInterface<DialogCase> {};
+
+TEST_P(FftLpcDialogTest, DefaultsLabelsRulesAndRangeCheck) {
+  const DialogCase& c = GetParam();
+  COptionFFTLPC record(c.fs);
+  record.lpcCoefficients = 30;
+  record.absolute = false;
+  record.frequencyGrid = false;
+  COptionFFTLPCDialog dialog(record);
+  EXPECT_EQ(dialog.windowTitle(), QStringLiteral("FFT/LPC Option"));
+  QStringList texts;
+  for (auto* l : dialog.findChildren<QLabel*>()) texts << l->text();
+  for (auto* b : dialog.findChildren<QAbstractButton*>()) texts << b->text();
+  for (const char* t :
+       {"Bandwidth (Window Length ) =", "Applied window length (ms)  = ", "Frequency range (Hz) = ",
+        "Average step size (ms) = ", "LPC number of coefficients = ", "Draw LPC",
+        "Absolute  (dB)  = ", "Relative ", "Width  = ", "Height =", "inches", "cm", "Color", "Black / White",
+        "Add Frequency grid with spacing (Hz) = ", "Add Power grid with spacing (dB)       = ",
+        "Default size"})
+    EXPECT_TRUE(texts.contains(QString::fromLatin1(t))) << t;
+  auto* size = dialog.findChild<QComboBox*>(QStringLiteral("size"));
+  ASSERT_EQ(size->count(), 9);
+  EXPECT_EQ(size->itemText(0), QString::fromLatin1(c.firstEntry));
+
+  // Enabling follows the boxes, before and after "Default size".
+  auto* absoluteDb = dialog.findChild<QSpinBox*>(QStringLiteral("absoluteDb"));
+  auto* gridHz = dialog.findChild<QSpinBox*>(QStringLiteral("frequencyGridHz"));
+  EXPECT_FALSE(absoluteDb->isEnabled());
+  EXPECT_FALSE(gridHz->isEnabled());
+  EXPECT_TRUE(dialog.findChild<QSpinBox*>(QStringLiteral("powerGridDb"))->isEnabled());
+  dialog.findChild<QPushButton*>(QStringLiteral("defaults"))->click();
+  EXPECT_TRUE(absoluteDb->isEnabled());
+  EXPECT_TRUE(gridHz->isEnabled());
+  EXPECT_EQ(dialog.findChild<QSpinBox*>(QStringLiteral("frequencyRange"))->value(), c.range);
+  EXPECT_EQ(dialog.findChild<QSpinBox*>(QStringLiteral("windowMs"))->value(), c.windowMs);
+  auto* lpc = dialog.findChild<QLineEdit*>(QStringLiteral("lpcCoefficients"));
+  EXPECT_EQ(lpc->text(), QString::number(c.lpc));
+  dialog.findChild<QCheckBox*>(QStringLiteral("powerGrid"))->click();
+  EXPECT_FALSE(dialog.findChild<QSpinBox*>(QStringLiteral("powerGridDb"))->isEnabled());
+
+  // 3 and 101 are refused and the dialog stays; 100 is taken.
+  dialog.show();
+  for (const char* bad : {"3", "101", "x"}) {
+    messages.clear();
+    lpc->setText(QString::fromLatin1(bad));
+    dialog.accept();
+    EXPECT_EQ(dialog.result(), QDialog::Rejected) << bad;
+    ASSERT_EQ(messages.size(), 1u) << bad;
+    EXPECT_EQ(messages[0], QStringLiteral("Please enter an integer between 4 and 100."));
+  }
+  lpc->setText(QStringLiteral("100"));
+  size->setCurrentIndex(8);
+  dialog.accept();
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
+  EXPECT_EQ(dialog.record().lpcCoefficients, 100);
+  EXPECT_EQ(dialog.record().points, 8192);
+  EXPECT_FALSE(dialog.record().powerGrid);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, FftLpcDialogTest,
+                         ::testing::Values(DialogCase{11025.0, 5000, 14, 23, "  344  Hz  (  32 pts)"},
+                                           DialogCase{22050.0, 11000, 26, 11, "  689  Hz  (  32 pts)"}));
+
+TEST_F(FftLpcTest, OptionsMenuKeepsOkAndDropsCancel) {
+  for (const bool ok : {false, true}) {
+    SCOPED_TRACE(ok);
+    QTimer::singleShot(0, [ok] {
+      auto* dialog = qobject_cast<COptionFFTLPCDialog*>(QApplication::activeModalWidget());
+      ASSERT_NE(dialog, nullptr);
+      dialog->findChild<QLineEdit*>(QStringLiteral("lpcCoefficients"))->setText(QStringLiteral("40"));
+      ok ? dialog->accept() : dialog->reject();
+    });
+    frame->runCommand(ID_OPTIONS_FFT_LPC);
+    ConfigRecord stored = ConfigRecord::defaults();
+    const bool written =
+        loadConfigFile(environment().configPath().toStdString(), stored) == ConfigStatus::kOk;
+    EXPECT_EQ(written, ok);
+    COptionFFTLPC f;
+    COptionPitch p;
+    COptionSpectrogram s;
+    loadAnalysisOptions(frame->environment().config, f, p, s);
+    EXPECT_EQ(f.lpcCoefficients, ok ? 40 : 14);
+  }
+}
+
+}  // namespace
+}  // namespace vandrel::ui::test
