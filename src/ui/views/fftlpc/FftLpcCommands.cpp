@@ -42,11 +42,9 @@ void openFftLpc(CommandContext& ctx) {
   OpenDocument& document = *ctx.document;
   vandrel::CVandrelDoc& doc = document.doc();
   if (doc.changedSinceSynthesis) {
-    doc.changedSinceSynthesis = false;
     CProgressDialog::run(
         ctx.dialogParent(), CProgressDialog::kSynthesizing,
-        [&doc](const CProgressDialog::Progress& progress) { vandrel::synthesize(doc, progress); });
-    document.notifyChanged();
+        [&doc](const CProgressDialog::Progress& progress) { vandrel::ensureSynthesized(doc, progress); });
   }
   if (const auto open = fftLpcWindows(*ctx.mainFrame, &document); !open.isEmpty()) {
     ctx.mainFrame->mdiArea()->setActiveSubWindow(open.first());

@@ -115,13 +115,17 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   resynthesis_->setSingleShot(true);
   resynthesis_->setInterval(300);
   connect(resynthesis_, &QTimer::timeout, this, [this] {
-    if (!document_ || !document_->doc().changedSinceSynthesis) return;
-    vandrel::CVandrelDoc& doc = document_->doc();
-    doc.changedSinceSynthesis = false;
-    vandrel::synthesize(doc);
-    document_->notifyChanged();
+    if (document_) vandrel::ensureSynthesized(document_->doc());  // tells samplesChanged
   });
-  connect(&document, &OpenDocument::changed, this, &FftLpcView::documentChanged);
+  // An edit of the table makes the copy due for synthesis; new sound (either
+  // kind) means new slices and a new strip.
+  auto tableEdited = [this] {
+    if (document_ && document_->doc().changedSinceSynthesis) resynthesis_->start();
+  };
+  connect(&document, &OpenDocument::cellsChanged, this, tableEdited);
+  connect(&document, &OpenDocument::structureChanged, this, tableEdited);
+  connect(&document, &OpenDocument::flagsChanged, this, tableEdited);
+  connect(&document, &OpenDocument::samplesChanged, this, &FftLpcView::samplesChanged);
   connect(&document, &OpenDocument::titleChanged, this, [this] {
     picture_.title = document_ ? document_->title() : QString();
     canvas_->update();
@@ -195,12 +199,8 @@ void FftLpcView::clearSelection() {
   recompute();
 }
 
-void FftLpcView::documentChanged() {
+void FftLpcView::samplesChanged() {
   if (!document_) return;
-  if (document_->doc().changedSinceSynthesis) {
-    resynthesis_->start();
-    return;
-  }
   picture_.timeMs = std::min(picture_.timeMs, lengthMs());
   if (picture_.selection && picture_.selection->second > lengthMs()) picture_.selection.reset();
   updateSlider();

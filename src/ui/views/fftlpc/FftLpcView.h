@@ -76,7 +76,7 @@ class FftLpcView : public QWidget, public Printable {
 
  private:
   friend class FftLpcCanvas;
-  void documentChanged();
+  void samplesChanged();
   void recompute();     // both slices and the meter, at once
   void restartTrack();  // the strip, on the worker
   void stopTrack();
