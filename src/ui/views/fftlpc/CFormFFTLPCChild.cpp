@@ -1,14 +1,17 @@
 #include "views/fftlpc/CFormFFTLPCChild.h"
 
+#include <QIcon>
+
 #include "views/fftlpc/FftLpcView.h"
 
 namespace vandrel::ui {
 
-CFormFFTLPCChild::CFormFFTLPCChild(CMainFrame& mainFrame, OpenDocument& document,
+CFormFFTLPCChild::CFormFFTLPCChild(CMainFrame& mainFrame, std::shared_ptr<OpenDocument> document,
                                    const vandrel::COptionFFTLPC& options, double preEmphasis)
-    : AnalysisFrame(mainFrame, document, QStringLiteral("::FFT/LPC")) {
+    : CAnalysisFrame(mainFrame, document, QStringLiteral("::FFT/LPC")) {
   setObjectName(QStringLiteral("CFormFFTLPCChild"));
-  setWidget(new FftLpcView(document, options, preEmphasis));
+  setWindowIcon(QIcon(QStringLiteral(":/icons/fft-lpc.svg")));
+  setWidget(new FftLpcView(*document, options, preEmphasis));
   resize(900, 640);
 }
 

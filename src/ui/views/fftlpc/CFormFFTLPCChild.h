@@ -2,7 +2,9 @@
 // CFormFFTLPCChild: the "<document>::FFT/LPC" window, framing an FftLpcView
 // of one document.
 
-#include "app/AnalysisFrame.h"
+#include <memory>
+
+#include "views/common/CAnalysisFrame.h"
 
 namespace vandrel {
 struct COptionFFTLPC;
@@ -12,11 +14,11 @@ namespace vandrel::ui {
 
 class FftLpcView;
 
-class CFormFFTLPCChild : public AnalysisFrame {
+class CFormFFTLPCChild : public CAnalysisFrame {
   Q_OBJECT
  public:
-  CFormFFTLPCChild(CMainFrame& mainFrame, OpenDocument& document, const vandrel::COptionFFTLPC& options,
-                   double preEmphasis);
+  CFormFFTLPCChild(CMainFrame& mainFrame, std::shared_ptr<OpenDocument> document,
+                   const vandrel::COptionFFTLPC& options, double preEmphasis);
 
   FftLpcView* view() const;
 };

@@ -3,6 +3,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 
+#include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
 #include "app/CommandIds.h"
@@ -34,7 +35,7 @@ Options loadOptions(CMainFrame& frame) {
 QList<CFormFFTLPCChild*> fftLpcWindows(CMainFrame& frame, const OpenDocument* of = nullptr) {
   QList<CFormFFTLPCChild*> found;
   for (QMdiSubWindow* w : frame.mdiArea()->subWindowList())
-    if (auto* f = qobject_cast<CFormFFTLPCChild*>(w); f && (!of || f->document() == of)) found << f;
+    if (auto* f = qobject_cast<CFormFFTLPCChild*>(w); f && (!of || &f->document() == of)) found << f;
   return found;
 }
 
@@ -57,8 +58,9 @@ void openFftLpc(CommandContext& ctx) {
     o.fftLpc.fs = fs;
     o.fftLpc.setDefaults();
   }
-  auto* frame = new CFormFFTLPCChild(*ctx.mainFrame, document, o.fftLpc, o.spectrogram.preEmphasis);
-  frame->open();
+  auto* frame = new CFormFFTLPCChild(*ctx.mainFrame, ctx.childFrame->sharedDocument(), o.fftLpc,
+                                     o.spectrogram.preEmphasis);
+  frame->addToArea();
 }
 
 void editOptions(CommandContext& ctx) {

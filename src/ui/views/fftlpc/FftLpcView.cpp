@@ -17,6 +17,7 @@
 
 #include "app/OpenDocument.h"
 #include "engine/Synthesizer.h"
+#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
@@ -126,6 +127,10 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   connect(&document, &OpenDocument::structureChanged, this, tableEdited);
   connect(&document, &OpenDocument::flagsChanged, this, tableEdited);
   connect(&document, &OpenDocument::samplesChanged, this, &FftLpcView::samplesChanged);
+  // The time and range are the document's, shared with its other views.
+  DocumentCursor& cursor = DocumentCursor::of(document);
+  connect(&cursor, &DocumentCursor::cursorChanged, this, &FftLpcView::followCursor);
+  connect(&cursor, &DocumentCursor::selectionChanged, this, &FftLpcView::followCursor);
   connect(&document, &OpenDocument::titleChanged, this, [this] {
     picture_.title = document_ ? document_->title() : QString();
     canvas_->update();
@@ -138,8 +143,7 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   preEmphasis_ = preEmphasis;
   settings_ = vandrel::sliceSettings(options, preEmphasis, kCurvePoints);
   picture_.settings = settings_;
-  updateSlider();
-  recompute();
+  followCursor();
   restartTrack();
 }
 
@@ -174,37 +178,33 @@ void FftLpcView::updateSlider() {
 }
 
 void FftLpcView::setTimeMs(double ms) {
-  picture_.timeMs = std::clamp(ms, 0.0, lengthMs());
-  updateSlider();
-  recompute();
+  if (document_) DocumentCursor::of(*document_).setTimeMs(std::clamp(ms, 0.0, lengthMs()));
 }
 
 void FftLpcView::setSelection(double startMs, double endMs) {
-  const double len = lengthMs();
-  startMs = std::clamp(startMs, 0.0, len);
-  endMs = std::clamp(endMs, 0.0, len);
-  if (endMs <= startMs) {
-    clearSelection();
-    return;
-  }
-  picture_.selection = std::make_pair(startMs, endMs);
-  picture_.timeMs = startMs;
-  updateSlider();
-  recompute();
+  if (document_) DocumentCursor::of(*document_).setSelection(startMs, endMs);
 }
 
 void FftLpcView::clearSelection() {
-  if (!picture_.selection) return;
+  if (document_) DocumentCursor::of(*document_).clearSelection();
+}
+
+void FftLpcView::followCursor() {
+  if (!document_) return;
+  const DocumentCursor& cursor = DocumentCursor::of(*document_);
+  const double len = lengthMs();
+  picture_.timeMs = std::min(cursor.timeMs(), len);
   picture_.selection.reset();
+  if (const auto& range = cursor.selection()) {
+    const double a = std::min(range->startMs, len), b = std::min(range->endMs, len);
+    if (b > a) picture_.selection = std::make_pair(a, b);
+  }
+  updateSlider();
   recompute();
 }
 
 void FftLpcView::samplesChanged() {
-  if (!document_) return;
-  picture_.timeMs = std::min(picture_.timeMs, lengthMs());
-  if (picture_.selection && picture_.selection->second > lengthMs()) picture_.selection.reset();
-  updateSlider();
-  recompute();
+  followCursor();
   restartTrack();
 }
 

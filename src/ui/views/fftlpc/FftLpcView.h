@@ -4,8 +4,9 @@
 // LPC envelope of the natural recording (the document's audio file) and of
 // the synthetic copy (its synthesized buffer) over each other, the fit meter
 // of the two envelopes, and beneath them the fit over the whole utterance,
-// measured on a worker thread. A slider and a click on the strip set the
-// time; a drag on the strip selects a range to average over.
+// measured on a worker thread. The time and the range averaged over are the
+// document's (DocumentCursor), shared with its spectrogram; the slider and a
+// click on the strip move that time, a drag on the strip selects the range.
 //
 // The copy follows the table: when the document changes, the table is
 // synthesized again (debounced) and both slices and the strip are redone.
@@ -51,8 +52,8 @@ class FftLpcView : public QWidget, public Printable {
 
   double timeMs() const { return picture_.timeMs; }
   void setTimeMs(double ms);
-  // Averages from startMs to endMs at the options' step; clearSelection()
-  // goes back to the single slice at the time.
+  // Set the document's cursor and range. With a range, the slices are the
+  // averages from its start to its end at the options' step.
   void setSelection(double startMs, double endMs);
   void clearSelection();
 
@@ -77,6 +78,7 @@ class FftLpcView : public QWidget, public Printable {
  private:
   friend class FftLpcCanvas;
   void samplesChanged();
+  void followCursor();  // the document's cursor time and range into the picture
   void recompute();     // both slices and the meter, at once
   void restartTrack();  // the strip, on the worker
   void stopTrack();
