@@ -11,11 +11,44 @@ constexpr double kPi = 3.14159265358979323846;
 
 }  // namespace
 
-void CFormantTracker::analyseFrame(std::span<const std::int16_t> samples, double start, std::size_t frame) {
+// signal_ = x low-passed and kept every d-th sample, by a windowed sinc
+// (Blackman) of 32 d + 1 taps cut off at 90% of the new Nyquist frequency;
+// with d = 1 a plain copy.
+void CFormantTracker::decimate(std::span<const std::int16_t> x, int d) {
+  const std::size_t n = x.size() / static_cast<std::size_t>(d);
+  signal_.resize(n);
+  if (d == 1) {
+    std::copy(x.begin(), x.end(), signal_.begin());
+    return;
+  }
+  const int half = 16 * d;
+  taps_.resize(static_cast<std::size_t>(2 * half + 1));
+  const double cut = 0.9 * 0.5 / d;  // cycles per input sample
+  double sum = 0.0;
+  for (int k = -half; k <= half; ++k) {
+    const double w = 0.42 + 0.5 * std::cos(kPi * k / half) + 0.08 * std::cos(2.0 * kPi * k / half);
+    const double sinc = k == 0 ? 2.0 * cut : std::sin(2.0 * kPi * cut * k) / (kPi * k);
+    taps_[static_cast<std::size_t>(k + half)] = w * sinc;
+    sum += w * sinc;
+  }
+  for (double& t : taps_) t /= sum;  // unit gain at 0 Hz
+  const auto size = static_cast<std::ptrdiff_t>(x.size());
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto centre = static_cast<std::ptrdiff_t>(i) * d;
+    double acc = 0.0;
+    const std::ptrdiff_t lo = std::max<std::ptrdiff_t>(-half, -centre);
+    const std::ptrdiff_t hi = std::min<std::ptrdiff_t>(half, size - 1 - centre);
+    for (std::ptrdiff_t k = lo; k <= hi; ++k)
+      acc += taps_[static_cast<std::size_t>(k + half)] * x[static_cast<std::size_t>(centre + k)];
+    signal_[i] = acc;
+  }
+}
+
+void CFormantTracker::analyseFrame(double start, std::size_t frame) {
   const auto first = static_cast<std::ptrdiff_t>(start);
-  const auto size = static_cast<std::ptrdiff_t>(samples.size());
+  const auto size = static_cast<std::ptrdiff_t>(signal_.size());
   const auto at = [&](std::ptrdiff_t i) {
-    return i >= 0 && i < size ? samples[static_cast<std::size_t>(i)] : 0;
+    return i >= 0 && i < size ? signal_[static_cast<std::size_t>(i)] : 0.0;
   };
   // y[i] = (x[i] - a x[i-1]) w[i]: pre-emphasis lifts the upper formants to
   // the level of the lower ones, so the predictor resolves them.
@@ -147,9 +180,14 @@ CFormantTracker::Status CFormantTracker::compute(std::span<const std::int16_t> s
   if (!(fs > 0.0) || s.frames < 0 || !(s.spacing > 0.0) || !(s.firstSample >= 0.0) || s.lpcCoefficients < 2 ||
       !(s.windowMs > 0.0) || !(s.preEmphasis >= 0.0))
     return Status::kBadOptions;
-  fs_ = fs;
+  // Formants lie below about 5.5 kHz: at twice kAnalysisRate or more the
+  // signal is decimated, so that the predictor spends its poles there, and
+  // the order shrinks with the rate (to an even count).
+  const int d = std::clamp(static_cast<int>(fs / kAnalysisRate), 1, 16);
+  fs_ = fs / d;
   order_ = std::min(s.lpcCoefficients, CMathFunc::kMaxLpcOrder);
-  window_ = static_cast<int>(s.windowMs * fs / 1000.0);
+  if (d > 1) order_ = std::max(4, 2 * ((order_ + 2 * d - 1) / (2 * d)));
+  window_ = static_cast<int>(s.windowMs * fs_ / 1000.0);
   if (window_ <= order_ || window_ > (1 << 20)) return Status::kBadOptions;
   preEmphasis_ = s.preEmphasis;
   const auto m = static_cast<std::size_t>(s.frames);
@@ -175,8 +213,15 @@ CFormantTracker::Status CFormantTracker::compute(std::span<const std::int16_t> s
   for (std::size_t i = 0; i < w; ++i)
     hamming_[i] = 0.54 - 0.46 * std::cos(2.0 * kPi * static_cast<double>(i) / static_cast<double>(w - 1));
 
+  try {
+    decimate(samples, d);
+  } catch (const std::bad_alloc&) {
+    freq_.clear();
+    bw_.clear();
+    return Status::kNoMemory;
+  }
   for (std::size_t i = 0; i < m; ++i) {
-    analyseFrame(samples, s.firstSample + static_cast<double>(i) * s.spacing, i);
+    analyseFrame((s.firstSample + static_cast<double>(i) * s.spacing) / d, i);
     if (progress) progress(static_cast<int>(i + 1), static_cast<int>(m));
   }
   const double loudest = m > 0 ? *std::max_element(loudness_.begin(), loudness_.end()) : 0.0;

@@ -52,6 +52,8 @@ class CFormantTracker {
   static constexpr double kSwitchCost = 0.5;
   // States kept per frame (the cheapest by local cost); the rest are pruned.
   static constexpr int kBeam = 48;
+  // Rates of twice this or more are decimated by whole(fs / kAnalysisRate).
+  static constexpr double kAnalysisRate = 10000.0;
   // Frames quieter than this below the loudest frame get no formants.
   static constexpr double kSilenceDb = 50.0;
 
@@ -73,13 +75,16 @@ class CFormantTracker {
     double cost = 0.0;
   };
 
-  void analyseFrame(std::span<const std::int16_t> samples, double start, std::size_t frame);
+  void decimate(std::span<const std::int16_t> x, int d);
+  void analyseFrame(double start, std::size_t frame);
   void statesOf(std::size_t frame);
   void enumerate(std::size_t frame, int formant, int next, State& s);
   double transition(std::size_t prevFrame, const State& a, std::size_t frame, const State& b) const;
   void bestPath(std::size_t first, std::size_t end);
 
   CMathFunc math_;
+  std::vector<double> signal_;  // the samples at the analysis rate
+  std::vector<double> taps_;    // the decimation filter
   std::vector<double> frame_, hamming_, coeffs_;
   std::vector<Candidate> cand_;   // kMaxCandidates per frame
   std::vector<int> candCount_;    // per frame
