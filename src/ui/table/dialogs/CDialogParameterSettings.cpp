@@ -91,6 +91,8 @@ CDialogParameterSettings::CDialogParameterSettings(const vandrel::LimitTable& li
   grid_->setObjectName(QStringLiteral("settingsGrid"));
   grid_->setModel(model_);
   grid_->verticalHeader()->hide();
+  grid_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+  grid_->verticalHeader()->setDefaultSectionSize(grid_->fontMetrics().height() + 8);
   grid_->horizontalHeader()->setStretchLastSection(true);
   grid_->resizeColumnsToContents();
   grid_->setColumnWidth(ParameterSettingsModel::kName, 80);
@@ -120,7 +122,7 @@ CDialogParameterSettings::CDialogParameterSettings(const vandrel::LimitTable& li
   layout->addWidget(warning);
   layout->addWidget(grid_);
   layout->addLayout(bottom);
-  resize(760, 640);
+  resize(880, 680);
 }
 
 void CDialogParameterSettings::accept() {

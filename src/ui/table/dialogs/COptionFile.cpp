@@ -60,7 +60,9 @@ COptionFile::COptionFile(const vandrel::FileOptions& options, bool lengthLocked,
     label->setBuddy(editors[i]);
     fields->addWidget(label, i, 0);
     fields->addWidget(editors[i], i, 1);
+    editors[i]->setMinimumWidth(110);
   }
+  fields->setColumnStretch(2, 1);
 
   autoOn_ = new QRadioButton(
       QStringLiteral("Perform automatic interpolation between anchor cells after editing operation."), this);

@@ -145,6 +145,8 @@ COptionParameters::COptionParameters(const vandrel::ParameterOptions& options, v
   auto* method = new QGroupBox(QStringLiteral("Synthesis Method"), this);
   parallelOnly_ = new QRadioButton(QStringLiteral("Parrallel only"), method);
   cascadeParallel_ = new QRadioButton(QStringLiteral("Cascade_Parallel"), method);
+  parallelOnly_->setObjectName(QStringLiteral("parallelOnly"));
+  cascadeParallel_->setObjectName(QStringLiteral("cascadeParallel"));
   parallelOnly_->setChecked(!options.cascadeParallel);
   cascadeParallel_->setChecked(options.cascadeParallel);
   auto* methodLayout = new QVBoxLayout(method);
