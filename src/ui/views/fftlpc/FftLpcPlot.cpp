@@ -103,7 +103,7 @@ class Plotter {
                                       .arg(p_.selection->first, 0, 'f', 0)
                                       .arg(p_.selection->second, 0, 'f', 0)
                                       .arg(p_.options.averageStepMs)
-                                : QStringLiteral("%1 ms").arg(p_.timeMs, 0, 'f', 0);
+                                : QStringLiteral("at %1 ms").arg(p_.timeMs, 0, 'f', 0);
     g_.drawText(l_.header, Qt::AlignLeft | Qt::AlignVCenter, p_.title + QStringLiteral("   ") + when);
     const QString analysis = QStringLiteral("FFT %1 pts, window %2 ms, LPC %3")
                                  .arg(p_.settings.fftPoints)
@@ -212,7 +212,12 @@ class Plotter {
           f.bandwidth > 0.0 ? QStringLiteral("%1/%2").arg(f.frequency, 0, 'f', 0).arg(f.bandwidth, 0, 'f', 0)
                             : QString::number(f.frequency, 'f', 0);
       const double w = fm_.horizontalAdvance(text) + 4;
-      const QRectF box(at.x() - w / 2, natural ? at.y() - 11 - fm_.height() : at.y() + 11, w, fm_.height());
+      QRectF box(at.x() - w / 2, natural ? at.y() - 11 - fm_.height() : at.y() + 11, w, fm_.height());
+      // A label that would cover another moves one line further out, and is
+      // left out if it still would: the triangle alone marks that formant.
+      if (overlaps(box)) box.translate(0, natural ? -fm_.height() : fm_.height());
+      if (overlaps(box)) continue;
+      labels_.push_back(box);
       g_.setPen(style.mark);
       g_.drawText(box, Qt::AlignCenter, text);
     }
@@ -277,26 +282,37 @@ class Plotter {
       return;
     }
     const vandrel::FitMeter& m = p_.meter;
-    double x = r.left();
-    auto put = [&](const QString& text, bool strong) {
-      QFont f = g_.font();
-      f.setBold(strong);
-      g_.setFont(f);
-      g_.setPen(strong && p_.options.color ? QColor(0xc0, 0x29, 0x1b) : QColor(Qt::black));
-      const double w = QFontMetricsF(f).horizontalAdvance(text);
-      g_.drawText(QRectF(x, r.top(), w + 2, r.height()), Qt::AlignLeft | Qt::AlignVCenter, text);
-      x += w + 14;
-      f.setBold(false);
-      g_.setFont(f);
-    };
-    put(QStringLiteral("Fit distance %1 dB").arg(m.distanceDb, 0, 'f', 1), true);
-    for (int j = 0; j < m.peaks; ++j) {
-      const auto i = static_cast<std::size_t>(j);
-      put(QStringLiteral("F%1 %2 Hz: %3")
-              .arg(j + 1)
-              .arg(m.peakHz[i], 0, 'f', 0)
-              .arg(signedDb(m.peakDiffDb[i])),
-          j == m.worstPeak);
+    // The long form names each peak's frequency; where the line is too
+    // narrow for it (a small picture), the short one keeps every difference.
+    for (const bool full : {true, false}) {
+      std::vector<std::pair<QString, bool>> parts;
+      parts.emplace_back(full ? QStringLiteral("Fit distance %1 dB").arg(m.distanceDb, 0, 'f', 1)
+                              : QStringLiteral("Fit %1 dB").arg(m.distanceDb, 0, 'f', 1),
+                         true);
+      for (int j = 0; j < m.peaks; ++j) {
+        const auto i = static_cast<std::size_t>(j);
+        const QString at = full ? QStringLiteral(" %1 Hz:").arg(m.peakHz[i], 0, 'f', 0) : QString();
+        parts.emplace_back(QStringLiteral("F%1%2 %3").arg(j + 1).arg(at, signedDb(m.peakDiffDb[i])),
+                           j == m.worstPeak);
+      }
+      QFont bold = g_.font(), plain = g_.font();
+      bold.setBold(true);
+      plain.setBold(false);
+      const double gap = full ? 14.0 : 8.0;
+      double width = 0.0;
+      for (const auto& [text, strong] : parts)
+        width += QFontMetricsF(strong ? bold : plain).horizontalAdvance(text) + gap;
+      if (full && width > r.width()) continue;
+      double x = r.left();
+      for (const auto& [text, strong] : parts) {
+        g_.setFont(strong ? bold : plain);
+        g_.setPen(strong && p_.options.color ? QColor(0xc0, 0x29, 0x1b) : QColor(Qt::black));
+        const double w = QFontMetricsF(g_.font()).horizontalAdvance(text);
+        g_.drawText(QRectF(x, r.top(), w + 2, r.height()), Qt::AlignLeft | Qt::AlignVCenter, text);
+        x += w + gap;
+      }
+      g_.setFont(plain);
+      return;
     }
   }
 
@@ -344,7 +360,8 @@ class Plotter {
       g_.save();
       g_.setClipRect(r);
       const QColor fill = p_.options.color ? QColor(0xc0, 0x29, 0x1b) : QColor(0x60, 0x60, 0x60);
-      const double w = std::max(p_.track->stepMs / len * r.width(), 1.0);
+      // Bars a little wider than their step, so rounding leaves no gaps.
+      const double w = std::max(p_.track->stepMs / len * r.width(), 1.0) + 0.5;
       for (std::size_t i = 0; i < p_.track->db.size(); ++i) {
         const double v = p_.track->db[i];
         if (!std::isfinite(v)) continue;
@@ -362,6 +379,11 @@ class Plotter {
     g_.drawRect(r);
   }
 
+  bool overlaps(const QRectF& box) const {
+    return std::any_of(labels_.begin(), labels_.end(), [&](const QRectF& r) { return r.intersects(box); });
+  }
+
+  std::vector<QRectF> labels_;  // formant labels drawn so far
   QPainter& g_;
   const FftLpcPicture& p_;
   const FftLpcLayout& l_;
@@ -374,7 +396,7 @@ FftLpcLayout fftLpcLayout(const QRectF& area) {
   QFont f;
   f.setPixelSize(kFontPx);
   const double lh = QFontMetricsF(f).height();
-  const double left = area.left() + 64, right = area.right() - 12;
+  const double left = area.left() + 64, right = area.right() - 24;
   FftLpcLayout l;
   l.header = QRectF(left, area.top() + 4, right - left, lh + 4);
   const double stripH = std::clamp(area.height() * 0.18, 50.0, 140.0);
