@@ -40,10 +40,6 @@ class CChildFrame : public QMdiSubWindow {
   int windowNumber_ = 0;
 };
 
-// Makes the widget that shows a document inside a child frame. The table
-// view installs its own with setDocumentViewFactory (from a static
-// initialiser, like a command installer); until then a read-only summary of
-// the document is shown.
 // A window of the area that shows one document without being one of its
 // table windows (the analysis views). While one is active, the document's
 // commands act on the document's first table window.
@@ -53,6 +49,9 @@ class DocumentWindow {
   virtual OpenDocument& document() const = 0;
 };
 
+// Makes the widget that shows a document inside a child frame. The table
+// view installs its own with setDocumentViewFactory (from a static
+// initialiser, like a command installer); without one the window is empty.
 using DocumentViewFactory = std::function<QWidget*(OpenDocument& document, CChildFrame& frame)>;
 bool setDocumentViewFactory(DocumentViewFactory factory);
 

@@ -1,0 +1,129 @@
+#include "table/CVandrelView.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMainWindow>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+#include "app/CChildFrame.h"
+#include "app/CommandRouter.h"
+#include "app/OpenDocument.h"
+#include "common/Messages.h"
+#include "table/FrameTableModel.h"
+#include "table/MyCug.h"
+
+namespace vandrel::ui {
+
+namespace {
+
+const bool viewInstalled = setDocumentViewFactory(
+    [](OpenDocument& document, CChildFrame&) -> QWidget* { return new CVandrelView(document); });
+
+constexpr const char* kCellStatusName = "vandrel-cell-status";
+
+}  // namespace
+
+CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
+    : QWidget(parent),
+      document_(document),
+      model_(new FrameTableModel(document, state_, this)),
+      grid_(new MyCug(document, this)) {
+  grid_->setModel(model_);
+  grid_->setSideHeadingWidth(grid_->fontMetrics().horizontalAdvance(QStringLiteral("gainMM")) + 12);
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->addWidget(grid_);
+  setFocusProxy(grid_);
+  grid_->installEventFilter(this);
+
+  connect(grid_, &CUGExcel::userSelectionChanged, this,
+          [this] { state_.selection = grid_->tableSelection(); });
+  connect(grid_, &CUGExcel::currentCellChanged, this, &CVandrelView::updateCellStatus);
+  connect(model_, &FrameTableModel::dataChanged, this, &CVandrelView::updateCellStatus);
+  connect(model_, &FrameTableModel::rebuilt, this, [this] {
+    applyShownRows();
+    showStoredSelection();
+  });
+
+  applyShownRows();
+  // A new window starts with the cursor on the first shown row at the first
+  // frame, and nothing selected.
+  grid_->setCurrentCell(std::max(grid_->firstShownRow(), 0), 0);
+}
+
+CVandrelView::~CVandrelView() = default;
+
+CVandrelView* CVandrelView::active(const CommandContext& ctx) {
+  if (!ctx.childFrame) return nullptr;
+  return qobject_cast<CVandrelView*>(ctx.childFrame->view());
+}
+
+int CVandrelView::currentParam() const { return grid_->currentCell().row; }
+
+int CVandrelView::currentColumn() const { return grid_->currentCell().column; }
+
+std::vector<int> CVandrelView::shownParams() const {
+  std::vector<int> shown;
+  const auto& params = document_.doc().params();
+  for (int i = 0; i < kParamCount; ++i)
+    if (params.at(i).selected) shown.push_back(i);
+  return shown;
+}
+
+void CVandrelView::showMessages(const vandrel::UserMessages& messages) {
+  for (const auto& m : messages)
+    showMessage(MessageRequest{
+        this, QString::fromStdString(m.text), {}, QMessageBox::Warning, QMessageBox::Ok, m.beep});
+}
+
+QTableView* CVandrelView::grid() { return grid_; }
+
+void CVandrelView::showStoredSelection() { grid_->showTableSelection(state_.selection); }
+
+void CVandrelView::applyShownRows() {
+  const auto& params = document_.doc().params();
+  for (int i = 0; i < kParamCount; ++i)
+    grid_->setRowHeight(i, params.at(i).selected ? CUGExcel::kRowHeight : 0);
+  if (grid_->isRowHidden(grid_->currentCell().row) && grid_->firstShownRow() >= 0)
+    grid_->setCurrentCell(grid_->firstShownRow(), std::max(grid_->currentCell().column, 0));
+}
+
+QString CVandrelView::cellStatusText() const {
+  const auto& doc = document_.doc();
+  const int row = currentParam();
+  const int column = currentColumn();
+  if (row < 0 || column < 0 || column >= doc.table.columns()) return {};
+  const auto name = doc.params().at(row).name;
+  return QStringLiteral("%1   %2 ms   %3")
+      .arg(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())))
+      .arg(doc.params().intervalMs * (column + 1))
+      .arg(FrameTableModel::formatValue(doc.table.value(row, column)));
+}
+
+void CVandrelView::updateCellStatus() {
+  auto* main = qobject_cast<QMainWindow*>(window());
+  if (!main) return;
+  // Another document window's table may hold the focus and speak for itself.
+  const QWidget* focus = QApplication::focusWidget();
+  if (focus && focus != this && !isAncestorOf(focus) && qobject_cast<const CUGExcel*>(focus)) return;
+  QStatusBar* bar = main->statusBar();
+  auto* label = bar->findChild<QLabel*>(QLatin1String(kCellStatusName));
+  if (!label) {
+    label = new QLabel(bar);
+    label->setObjectName(QLatin1String(kCellStatusName));
+    label->setMinimumWidth(
+        label->fontMetrics().horizontalAdvance(QStringLiteral("gain   600000 ms   5000.00")));
+    bar->insertPermanentWidget(0, label);
+  }
+  label->setText(cellStatusText());
+}
+
+bool CVandrelView::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == grid_ && event->type() == QEvent::FocusIn) updateCellStatus();
+  return QWidget::eventFilter(watched, event);
+}
+
+}  // namespace vandrel::ui

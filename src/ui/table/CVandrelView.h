@@ -1,0 +1,81 @@
+#pragma once
+// CVandrelView: the table of one document window - the 48 parameter rows over
+// the frames, in a spreadsheet grid (MyCug) over the document's frame table.
+// It keeps the view's own editing state (the selection as the user made it,
+// the table-changed flag) and answers the questions the table's commands ask;
+// the commands themselves are installed by TableCommands.cpp, and each calls
+// one core operation.
+//
+// The selection kept in state() changes only when the user changes the
+// selection in the grid (or runs Select All) - never when a command runs -
+// so the stored block survives from one use of a command to the next.
+
+#include <QWidget>
+
+#include <vector>
+
+#include "editing/TableSelection.h"
+#include "editing/UserMessage.h"
+
+class QLabel;
+class QTableView;
+
+namespace vandrel::ui {
+
+class CChildFrame;
+class FrameTableModel;
+class MyCug;
+class OpenDocument;
+struct CommandContext;
+
+class CVandrelView : public QWidget {
+  Q_OBJECT
+ public:
+  explicit CVandrelView(OpenDocument& document, QWidget* parent = nullptr);
+  ~CVandrelView() override;
+
+  // The table view that the document commands act on: that of the active
+  // table window, or while an analysis window is active, that of its
+  // document's first table window; null when there is none.
+  static CVandrelView* active(const CommandContext& ctx);
+
+  OpenDocument& document() { return document_; }
+
+  // The stored selection and the table-changed flag that core commands take.
+  vandrel::TableViewState& state() { return state_; }
+
+  // The current cell: a parameter index (0..47) and a frame.
+  int currentParam() const;
+  int currentColumn() const;
+
+  // Parameter indices of the shown rows, top to bottom.
+  std::vector<int> shownParams() const;
+
+  // Each message with its beep and its box, in order.
+  void showMessages(const vandrel::UserMessages& messages);
+
+  QTableView* grid();
+  MyCug* table() { return grid_; }
+  FrameTableModel* model() { return model_; }
+
+  // Shows state().selection in the grid after a command chose it (Select
+  // All, Remove Column), without treating it as the user's.
+  void showStoredSelection();
+
+  // "av   120 ms   60": the current cell's parameter, time and value.
+  QString cellStatusText() const;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void applyShownRows();
+  void updateCellStatus();
+
+  OpenDocument& document_;
+  vandrel::TableViewState state_;
+  FrameTableModel* model_;
+  MyCug* grid_;
+};
+
+}  // namespace vandrel::ui
