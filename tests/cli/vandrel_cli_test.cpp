@@ -142,6 +142,7 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"analyse", "a.wav", "--lpc-order", "1"}, 2, "", "vandrel-cli analyse: --lpc-order must be 2 or more"},
       {{"analyse", "a.wav", "--step-ms", "0"}, 2, "", "vandrel-cli analyse: --step-ms must be 1 or more"},
       {{"analyse", "a.wav", "--colour", "red"}, 2, "", "vandrel-cli analyse: unknown option '--colour'"},
+      {{"analyse", "a.wav", "--method", "yin"}, 2, "", "vandrel-cli analyse: --method wants cepstral or ac"},
   };
   for (const Case& c : cases) {
     std::string all;
@@ -273,6 +274,27 @@ TEST_F(VandrelCliTest, AnalyseFindsTheBlankDocumentsPitchAndFormants) {
     for (int k = 0; k < 6; ++k) EXPECT_NEAR(v[k], want[k], 0.03 * want[k]) << "column " << k;
   }
   EXPECT_GE(voiced, static_cast<int>(rows.size()) - 4);
+
+  // The autocorrelation pitch and the tracked formants, with bandwidths,
+  // find the same vowel (their 60 ms window leaves the last frames short).
+  const Result ac = run({"analyse", file("blank.wav"), "--method", "ac", "--tracked"});
+  ASSERT_EQ(ac.code, 0) << ac.err;
+  const auto acRows = lines(ac.out);
+  ASSERT_EQ(acRows.size(), rows.size());
+  EXPECT_EQ(acRows[0], "time_ms\tf0\tf1\tf2\tf3\tf4\tf5\tb1\tb2\tb3\tb4\tb5");
+  int acVoiced = 0;
+  for (std::size_t i = 1; i < acRows.size(); ++i) {
+    SCOPED_TRACE(acRows[i]);
+    std::istringstream in(acRows[i]);
+    double t = 0, v[6] = {}, b[5] = {};
+    in >> t >> v[0] >> v[1] >> v[2] >> v[3] >> v[4] >> v[5] >> b[0] >> b[1] >> b[2] >> b[3] >> b[4];
+    ASSERT_FALSE(in.fail());
+    if (v[0] == 0) continue;
+    ++acVoiced;
+    for (int k = 0; k < 6; ++k) EXPECT_NEAR(v[k], want[k], 0.03 * want[k]) << "column " << k;
+    for (double w : b) EXPECT_GT(w, 0.0);
+  }
+  EXPECT_GE(acVoiced, static_cast<int>(rows.size()) / 2);
 
   // One track alone to standard output.
   const Result pitch = run({"analyse", file("blank.wav"), "--pitch"});

@@ -270,10 +270,14 @@ CAutocorrelationPitch::Status CAutocorrelationPitch::compute(std::span<const std
 
   // Loads frame i into `out`: mean removed, windowed; returns its peak after
   // the window, so that a loud sound at the edge of the window does not make
-  // a quiet middle count as loud.
+  // a quiet middle count as loud. A window that would run past the end is
+  // moved back to end with the signal: half a window of zeros would make the
+  // window correction wrong and the last frames jump an octave.
   const auto load = [&](std::size_t i, std::vector<double>& out) {
-    const auto start = static_cast<std::ptrdiff_t>(s.offset + static_cast<double>(i) * s.stepSamples);
     const auto size = static_cast<std::ptrdiff_t>(samples.size());
+    const auto start =
+        std::min(static_cast<std::ptrdiff_t>(s.offset + static_cast<double>(i) * s.stepSamples),
+                 size - static_cast<std::ptrdiff_t>(w));
     const std::ptrdiff_t from = std::min(start, size);
     const std::ptrdiff_t to = std::min(start + static_cast<std::ptrdiff_t>(w), size);
     double sum = 0.0;

@@ -61,7 +61,8 @@ class CAutocorrelationPitch {
   };
 
   // Tracks `samples` at rate fs. The frame count is truncated(size / step),
-  // as for the cepstral tracker; samples beyond the signal read as 0.
+  // as for the cepstral tracker; the windows of the last frames, which would
+  // run past the end, end with the signal instead.
   Status compute(std::span<const std::int16_t> samples, double fs, const Settings& s,
                  const AnalysisProgress& progress = {});
 

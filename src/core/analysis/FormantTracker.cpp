@@ -44,9 +44,13 @@ void CFormantTracker::decimate(std::span<const std::int16_t> x, int d) {
   }
 }
 
+// A window that would run past the end of the signal ends with it instead, as
+// the pitch tracker's does: a window half full of zeros gives a predictor
+// that fits the cut, not the formants.
 void CFormantTracker::analyseFrame(double start, std::size_t frame) {
-  const auto first = static_cast<std::ptrdiff_t>(start);
   const auto size = static_cast<std::ptrdiff_t>(signal_.size());
+  const auto first =
+      std::max<std::ptrdiff_t>(0, std::min(static_cast<std::ptrdiff_t>(start), size - window_));
   const auto at = [&](std::ptrdiff_t i) {
     return i >= 0 && i < size ? signal_[static_cast<std::size_t>(i)] : 0.0;
   };
