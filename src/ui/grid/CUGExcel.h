@@ -63,6 +63,7 @@ class CUGExcel : public QTableView {
   GridCell currentCell() const;
   void setCurrentCell(int row, int column);  // moves the cursor, leaves the selection
   int firstShownRow() const;                 // -1 when every row is hidden
+  bool isEditing() const { return state() == QAbstractItemView::EditingState; }
 
  signals:
   void userSelectionChanged();

@@ -1,0 +1,244 @@
+// The parameter table through its real widgets: keys and mouse on the grid,
+// the real menu actions, and the document underneath.
+
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QApplication>
+#include <QHeaderView>
+#include <QMenu>
+#include <QTest>
+#include <QTimer>
+
+#include "../app/ShellFixture.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "editing/AfterEdit.h"
+#include "table/CVandrelView.h"
+#include "table/FrameTableModel.h"
+#include "table/MyCug.h"
+
+namespace vandrel::ui::test {
+namespace {
+
+class TableViewTest : public ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    frame = std::make_unique<CMainFrame>(environment());
+    frame->resize(1200, 800);
+    frame->show();
+    child = frame->newDocument();
+    view = qobject_cast<CVandrelView*>(child->view());
+    ASSERT_NE(view, nullptr);
+    grid = view->table();
+    QApplication::processEvents();
+  }
+  void TearDown() override {
+    frame.reset();
+    ShellFixture::TearDown();
+  }
+
+  CVandrelDoc& doc() { return view->document().doc(); }
+  QModelIndex cell(int row, int column) { return grid->model()->index(row, column); }
+  QPoint at(int row, int column) { return grid->visualRect(cell(row, column)).center(); }
+
+  // Types `text` into the current cell and ends with `key`, as a user does.
+  void type(const QString& text, Qt::Key key = Qt::Key_Return) {
+    grid->setFocus();
+    QTest::keyClick(grid, text.at(0).toLatin1());
+    QWidget* editor = QApplication::focusWidget();
+    ASSERT_NE(editor, grid) << "typing did not open an editor";
+    QTest::keyClicks(editor, text.mid(1));
+    QTest::keyClick(editor, key);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !grid->isEditing(); }));
+  }
+
+  void click(int row, int column, Qt::KeyboardModifiers mods = {}) {
+    QTest::mouseClick(grid->viewport(), Qt::LeftButton, mods, at(row, column));
+  }
+  void drag(int row0, int column0, int row1, int column1) {
+    QTest::mousePress(grid->viewport(), Qt::LeftButton, {}, at(row0, column0));
+    QMouseEvent move(QEvent::MouseMove, at(row1, column1), grid->viewport()->mapToGlobal(at(row1, column1)),
+                     Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(grid->viewport(), &move);
+    QTest::mouseRelease(grid->viewport(), Qt::LeftButton, {}, at(row1, column1));
+  }
+
+  std::unique_ptr<CMainFrame> frame;
+  CChildFrame* child = nullptr;
+  CVandrelView* view = nullptr;
+  MyCug* grid = nullptr;
+};
+
+TEST_F(TableViewTest, ModelFollowsTheDocumentAndFormatsValues) {
+  std::vector<QString> failures;
+  QAbstractItemModelTester tester(view->model(), QAbstractItemModelTester::FailureReportingMode::Warning);
+  static std::vector<QString>* sink = &failures;
+  const QtMessageHandler old =
+      qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& m) {
+        if (m.contains(QLatin1String("FAIL"))) sink->push_back(m);
+      });
+  doc().table.setValue(kAv, 2, 1.0 / 3.0);
+  doc().notifyCellsChanged(CellRange{kAv, kAv, 2, 2});
+  doc().params().setSelected(kF1, false);
+  doc().table.reset(40, doc().params());
+  doc().notifyStructureChanged();
+  qInstallMessageHandler(old);
+  EXPECT_TRUE(failures.empty()) << failures.front().toStdString();
+
+  EXPECT_EQ(view->model()->columnCount(), 40);
+  EXPECT_TRUE(grid->isRowHidden(kF1));
+  EXPECT_EQ(view->model()->headerData(3, Qt::Horizontal, Qt::DisplayRole).toString(), QStringLiteral("40"));
+  EXPECT_EQ(view->model()->headerData(kAv, Qt::Vertical, Qt::ToolTipRole).toString(),
+            QStringLiteral("av = Amplitude of voicing in dB (0 - 87)\nLimits: 0 to 87\nDefault: 60"));
+  const std::pair<double, const char*> formats[] = {{87.0, "87"},  {1.0 / 3.0, "0.33"},   {2.5, "2.5"},
+                                                    {-0.001, "0"}, {1234.567, "1234.57"}, {-12.0, "-12"}};
+  for (const auto& [v, text] : formats)
+    EXPECT_EQ(FrameTableModel::formatValue(v), QString::fromLatin1(text)) << v;
+  const auto shown = view->shownParams();
+  EXPECT_EQ(std::count(shown.begin(), shown.end(), kF1), 0);
+}
+
+// The window opens with the table focused on the first shown row at the first
+// frame; typed values are held to the limits and Enter moves down one shown
+// row; letters do not start editing.
+TEST_F(TableViewTest, TypingStoresClampedValuesAndMovesDown) {
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+  EXPECT_EQ(QApplication::focusWidget(), grid);
+  EXPECT_EQ(view->currentParam(), kF0);
+  EXPECT_EQ(view->currentColumn(), 0);
+
+  QTest::keyClick(grid, Qt::Key_Down);
+  QTest::keyClick(grid, Qt::Key_Right);
+  type(QStringLiteral("5000"));
+  EXPECT_EQ(doc().table.value(kAv, 1), 87.0);
+  EXPECT_EQ(view->currentParam(), kAh);
+  EXPECT_TRUE(doc().modified);
+  EXPECT_EQ(view->cellStatusText(), QStringLiteral("ah   20 ms   0"));
+
+  type(QStringLiteral("-7"), Qt::Key_Tab);  // below the lower limit of ah
+  EXPECT_EQ(doc().table.value(kAh, 1), 0.0);
+  EXPECT_EQ(view->currentColumn(), 2);
+
+  QTest::keyClick(grid, Qt::Key_X);
+  EXPECT_FALSE(grid->isEditing());
+}
+
+// With both after-edit options on, a typed value becomes an anchor and the row
+// is interpolated between its anchors; undo and redo give the values back and
+// leave hidden rows hidden.
+TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
+  doc().anchorAfterEdit = true;
+  doc().autoInterpolate = true;
+  doc().table.setValue(kAv, 0, 0.0);
+  doc().table.setAnchor(kAv, 0, true);
+  doc().notifyCellsChanged(CellRange{kAv, kAv, 0, 0});
+  afterEditStep(doc(), view->state());
+
+  grid->setCurrentCell(kAv, 8);
+  type(QStringLiteral("80"));
+  EXPECT_TRUE(doc().table.anchor(kAv, 8));
+  EXPECT_EQ(doc().table.value(kAv, 4), 40.0);
+  EXPECT_EQ(
+      view->model()->data(cell(kAv, 8), Qt::BackgroundRole).value<QColor>().rgb(),
+      QColor(redOf(doc().anchorColor()), greenOf(doc().anchorColor()), blueOf(doc().anchorColor())).rgb());
+
+  doc().params().setSelected(kB1, false);
+  doc().notifyStructureChanged();
+  frame->action(ID_EDIT_UNDO)->trigger();
+  EXPECT_EQ(doc().table.value(kAv, 4), 60.0);
+  EXPECT_EQ(doc().table.value(kAv, 8), 60.0);
+  EXPECT_EQ(view->model()->data(cell(kAv, 4), Qt::DisplayRole).toString(), QStringLiteral("60"));
+  EXPECT_TRUE(grid->isRowHidden(kB1));
+  QTest::keyClick(grid, Qt::Key_Y, Qt::ControlModifier);  // the table's own Redo key
+  EXPECT_EQ(doc().table.value(kAv, 4), 40.0);
+  EXPECT_TRUE(grid->isRowHidden(kB1));
+}
+
+// Blocks reach the core as the user made them; Interpolate Selection and Set
+// to Default Values work on a block made right to left at once, on one made
+// left to right only at every second use.
+struct BlockCase {
+  const char* name;
+  bool mouse;
+  bool rightToLeft;
+  int command;
+};
+void PrintTo(const BlockCase& c, std::ostream* os) { *os << c.name; }
+
+class BlockTest : public TableViewTest, public ::testing::WithParamInterface<BlockCase> {};
+
+TEST_P(BlockTest, ReachesTheCoreAsMadeAndCommandsWorkEverySecondUse) {
+  const BlockCase& c = GetParam();
+  for (int col = 2; col <= 6; ++col) doc().table.setValue(kAv, col, 10.0 * col);
+  doc().notifyCellsChanged(CellRange{kAv, kAv, 2, 6});
+  const int from = c.rightToLeft ? 6 : 2;
+  const int to = c.rightToLeft ? 2 : 6;
+  if (c.mouse) {
+    drag(kAv, from, kAh, to);
+  } else {
+    click(kAv, from);
+    for (int i = 0; i < 4; ++i)
+      QTest::keyClick(grid, c.rightToLeft ? Qt::Key_Left : Qt::Key_Right, Qt::ShiftModifier);
+    QTest::keyClick(grid, Qt::Key_Down, Qt::ShiftModifier);
+  }
+  EXPECT_EQ(view->state().selection, TableSelection::block(from, kAv, to, kAh));
+  EXPECT_EQ(grid->selectionModel()->selectedIndexes().size(), 10);
+
+  // Column 4 of av holds 40, on the straight line already: give it 0.
+  doc().table.setValue(kAv, 4, 0.0);
+  const double changed = c.command == ID_INTERPOLATE_SELECTION ? 40.0 : 60.0;
+  frame->action(c.command)->trigger();
+  EXPECT_EQ(doc().table.value(kAv, 4), c.rightToLeft ? changed : 0.0) << "first use";
+  doc().table.setValue(kAv, 4, 0.0);
+  frame->action(c.command)->trigger();
+  EXPECT_EQ(doc().table.value(kAv, 4), c.rightToLeft ? 0.0 : changed) << "second use";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, BlockTest,
+    ::testing::Values(BlockCase{"MouseLeftToRightInterpolate", true, false, ID_INTERPOLATE_SELECTION},
+                      BlockCase{"MouseRightToLeftInterpolate", true, true, ID_INTERPOLATE_SELECTION},
+                      BlockCase{"KeysLeftToRightDefaults", false, false, ID_EDIT_SET_DEFAULTS},
+                      BlockCase{"KeysRightToLeftDefaults", false, true, ID_EDIT_SET_DEFAULTS}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Headings select one whole row or column; Select All (Ctrl+A) the table;
+// the right-click menu of a cell holds exactly its two anchor items, which
+// change the flag and not the document's modified state.
+TEST_F(TableViewTest, HeadingsSelectAllAndTheCellMenu) {
+  const QHeaderView* side = grid->verticalHeader();
+  QTest::mouseClick(side->viewport(), Qt::LeftButton, {}, QPoint(5, side->sectionViewportPosition(kF2) + 5));
+  EXPECT_EQ(view->state().selection, TableSelection::wholeRow(kF2));
+  const QHeaderView* top = grid->horizontalHeader();
+  QTest::mouseClick(top->viewport(), Qt::LeftButton, Qt::ShiftModifier,
+                    QPoint(top->sectionViewportPosition(3) + 5, 5));
+  EXPECT_EQ(view->state().selection, TableSelection::wholeColumn(3));
+  frame->action(ID_EDIT_REMOVE_COLUMN)->trigger();
+  EXPECT_EQ(view->state().selection.kind, SelectionKind::kNone);
+  EXPECT_TRUE(grid->selectionModel()->selectedIndexes().isEmpty());
+
+  grid->setFocus();
+  QTest::keyClick(grid, Qt::Key_A, Qt::ControlModifier);
+  EXPECT_EQ(view->state().selection, selectAll(doc().table));
+
+  doc().setModified(false);
+  QStringList items;
+  QTimer::singleShot(0, [&items] {
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    if (!menu) return;
+    for (QAction* a : menu->actions()) items << a->text();
+    menu->actions().at(0)->trigger();
+    menu->close();
+  });
+  QContextMenuEvent event(QContextMenuEvent::Mouse, at(kF3, 5), grid->viewport()->mapToGlobal(at(kF3, 5)));
+  QApplication::sendEvent(grid->viewport(), &event);
+  EXPECT_EQ(items, QStringList({QStringLiteral("Add Anchor"), QStringLiteral("Remove Anchor")}));
+  EXPECT_TRUE(doc().table.anchor(kF3, 5));
+  EXPECT_FALSE(doc().modified);
+}
+
+}  // namespace
+}  // namespace vandrel::ui::test
