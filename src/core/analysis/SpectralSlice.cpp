@@ -31,9 +31,17 @@ SliceSettings sliceSettings(const COptionFFTLPC& o, double preEmphasis, int poin
   s.windowMs = std::max(o.appliedWindowMs, 1);
   s.preEmphasis = preEmphasis;
   s.lpcOrder = std::clamp(o.lpcCoefficients, 1, CMathFunc::kMaxLpcOrder);
+  s.orderRate = o.fs;
   s.points = std::max(points, 2);
   s.fmaxHz = std::max(o.frequencyRange, 1);
   return s;
+}
+
+int SliceSettings::lpcOrderAt(double fs) const {
+  if (orderRate <= 0.0 || fs <= 0.0 || fs == orderRate || lpcOrder <= 4) return lpcOrder;
+  int p = static_cast<int>((lpcOrder - 4) * fs / orderRate) + 4;
+  p -= p % 2;
+  return std::clamp(p, 4, CMathFunc::kMaxLpcOrder);
 }
 
 bool SliceAnalyser::prepareFrame(const SampleSet& signal, const SliceSettings& s, double ms) {
@@ -78,7 +86,8 @@ bool SliceAnalyser::frameCurves(const SampleSet& signal, const SliceSettings& s,
   }
 
   work_.assign(frame_.begin(), frame_.end());
-  math_.lpcSpectrum(work_.data(), s.lpcOrder, len, 0.0, 0, 1, s.points, s.fmaxHz, fs, formants ? 1 : 0, 0);
+  math_.lpcSpectrum(work_.data(), s.lpcOrderAt(fs), len, 0.0, 0, 1, s.points, s.fmaxHz, fs, formants ? 1 : 0,
+                    0);
   const double e = math_.lastPredictor().error;
   if (!(e > 0.0)) return false;  // silence: no envelope to speak of
   const double gain = 10.0 * std::log10(e) - levelOffset_;
@@ -100,6 +109,7 @@ const SpectralSlice& SliceAnalyser::analyse(const SampleSet& signal, const Slice
   slice_.lpcDb.assign(points, 0.0);
   slice_.formants.clear();
   slice_.frames = 0;
+  slice_.lpcOrder = s.lpcOrderAt(signal.sampleRate);
 
   const double fs = signal.sampleRate;
   const bool average = endMs > startMs;

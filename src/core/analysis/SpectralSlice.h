@@ -30,10 +30,16 @@ struct SliceSettings {
   int windowMs = 23;          // applied window; capped at the FFT size
   double preEmphasis = 0.98;  // 0 or less: none
   int lpcOrder = 14;
+  // The rate lpcOrder is meant for (0: any). A recording at another rate gets
+  // the order that the same rule gives for its own: (p - 4) scaled by the
+  // ratio of the rates, plus 4, rounded down to even - so a copy synthesized
+  // at 11025 Hz beside a 16 kHz recording is not fitted with spurious peaks.
+  double orderRate = 0.0;
   int points = 512;  // curve values from 0 Hz to fmaxHz (exclusive)
   int fmaxHz = 5000;
 
   double hzPerPoint() const { return points > 0 ? static_cast<double>(fmaxHz) / points : 0.0; }
+  int lpcOrderAt(double fs) const;
 };
 
 // The slice settings of the FFT/LPC options (the view's one source of them).
@@ -50,6 +56,7 @@ struct SpectralSlice {
   std::vector<double> lpcDb;           // the same grid
   std::vector<SliceFormant> formants;  // by frequency, below the range and fs/2
   int frames = 0;                      // frames behind the curves; 0: no signal there
+  int lpcOrder = 0;                    // the order used (see SliceSettings::lpcOrderAt)
 
   bool empty() const { return frames == 0; }
 };

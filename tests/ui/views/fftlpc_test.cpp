@@ -289,6 +289,11 @@ TEST_F(FftLpcTest, Pictures) {
   view->finishTrack();
   QApplication::processEvents();
   EXPECT_TRUE(frame->grab().save(dir + QStringLiteral("/fftlpc-vowel.png")));
+  COptionFFTLPC paper = view->options();
+  paper.color = false;
+  paper.absolute = false;
+  view->setOptions(paper, 0.98);
+  EXPECT_TRUE(view->picture().save(dir + QStringLiteral("/fftlpc-vowel-bw-relative.png")));
 }
 
 }  // namespace

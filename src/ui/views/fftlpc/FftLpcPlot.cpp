@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 namespace vandrel::ui {
@@ -74,6 +75,7 @@ class Plotter {
     header();
     spectrumAxes();
     const bool color = p_.options.color;
+    if (!legendEntries().empty()) labels_.push_back(legendRect());  // formant labels keep clear of it
     if (has(p_.natural)) curves(*p_.natural, styleOf(true, color), true);
     if (has(p_.copy)) curves(*p_.copy, styleOf(false, color), false);
     if (!has(p_.natural) && !has(p_.copy)) centred(l_.spectrum, QStringLiteral("No signal at this time"));
@@ -104,12 +106,16 @@ class Plotter {
                                       .arg(p_.selection->second, 0, 'f', 0)
                                       .arg(p_.options.averageStepMs)
                                 : QStringLiteral("at %1 ms").arg(p_.timeMs, 0, 'f', 0);
-    g_.drawText(l_.header, Qt::AlignLeft | Qt::AlignVCenter, p_.title + QStringLiteral("   ") + when);
-    const QString analysis = QStringLiteral("FFT %1 pts, window %2 ms, LPC %3")
-                                 .arg(p_.settings.fftPoints)
-                                 .arg(p_.options.appliedWindowMs)
-                                 .arg(p_.options.lpcCoefficients);
+    QString analysis = QStringLiteral("FFT %1 pts, window %2 ms, LPC %3")
+                           .arg(p_.settings.fftPoints)
+                           .arg(p_.options.appliedWindowMs)
+                           .arg(has(p_.natural) ? p_.natural->lpcOrder : p_.options.lpcCoefficients);
+    if (has(p_.natural) && has(p_.copy) && p_.copy->lpcOrder != p_.natural->lpcOrder)
+      analysis += QStringLiteral(" (copy %1)").arg(p_.copy->lpcOrder);
     g_.drawText(l_.header, Qt::AlignRight | Qt::AlignVCenter, analysis);
+    const double room = l_.header.width() - fm_.horizontalAdvance(analysis) - 24;
+    g_.drawText(l_.header, Qt::AlignLeft | Qt::AlignVCenter,
+                fm_.elidedText(p_.title + QStringLiteral("   ") + when, Qt::ElideMiddle, room));
   }
 
   void spectrumAxes() {
@@ -212,31 +218,58 @@ class Plotter {
           f.bandwidth > 0.0 ? QStringLiteral("%1/%2").arg(f.frequency, 0, 'f', 0).arg(f.bandwidth, 0, 'f', 0)
                             : QString::number(f.frequency, 'f', 0);
       const double w = fm_.horizontalAdvance(text) + 4;
-      QRectF box(at.x() - w / 2, natural ? at.y() - 11 - fm_.height() : at.y() + 11, w, fm_.height());
-      // A label that would cover another moves one line further out, and is
-      // left out if it still would: the triangle alone marks that formant.
-      if (overlaps(box)) box.translate(0, natural ? -fm_.height() : fm_.height());
-      if (overlaps(box)) continue;
+      // Above the natural's peak, below the copy's; one line further out when
+      // that would cover another label, then the other side of the peak. A
+      // label that fits nowhere is left out: its triangle still marks it.
+      const double out = natural ? -1.0 : 1.0, h = fm_.height();
+      const double first = natural ? at.y() - 11 - h : at.y() + 11;
+      std::optional<QRectF> placed;
+      for (const double top : {first, first + out * h, natural ? at.y() + 11 : at.y() - 11 - h}) {
+        QRectF box(at.x() - w / 2, top, w, h);
+        box.moveTop(std::clamp(box.top(), l_.spectrum.top() + 1, l_.spectrum.bottom() - h - 1));
+        if (!overlaps(box)) {
+          placed = box;
+          break;
+        }
+      }
+      if (!placed) continue;
+      const QRectF box = *placed;
       labels_.push_back(box);
       g_.setPen(style.mark);
       g_.drawText(box, Qt::AlignCenter, text);
     }
   }
 
-  void legend() {
-    struct Entry {
-      bool natural;
-      QString text;
-    };
+  struct Entry {
+    bool natural;
+    QString text;
+  };
+
+  std::vector<Entry> legendEntries() const {
     std::vector<Entry> entries;
     if (has(p_.natural)) entries.push_back({true, QStringLiteral("Natural (audio file)")});
     if (has(p_.copy)) entries.push_back({false, QStringLiteral("Copy (synthesized)")});
-    if (entries.empty()) return;
+    return entries;
+  }
+
+  double legendTextWidth() const {
     double textW = 0.0;
-    for (const Entry& e : entries) textW = std::max(textW, fm_.horizontalAdvance(e.text));
+    for (const Entry& e : legendEntries()) textW = std::max(textW, fm_.horizontalAdvance(e.text));
+    return textW;
+  }
+
+  QRectF legendRect() const {
+    const double w = legendTextWidth() + 74;
+    const double h = (fm_.height() + 2) * static_cast<double>(legendEntries().size()) + 6;
+    return QRectF(l_.spectrum.right() - w - 6, l_.spectrum.top() + 6, w, h);
+  }
+
+  void legend() {
+    const std::vector<Entry> entries = legendEntries();
+    if (entries.empty()) return;
+    const double textW = legendTextWidth();
     const double lineH = fm_.height() + 2;
-    const double w = textW + 74, h = lineH * static_cast<double>(entries.size()) + 6;
-    const QRectF box(l_.spectrum.right() - w - 6, l_.spectrum.top() + 6, w, h);
+    const QRectF box = legendRect();
     g_.setPen(QPen(Qt::gray, 1.0));
     g_.setBrush(QColor(255, 255, 255, 230));
     g_.drawRect(box);
@@ -380,7 +413,9 @@ class Plotter {
   }
 
   bool overlaps(const QRectF& box) const {
-    return std::any_of(labels_.begin(), labels_.end(), [&](const QRectF& r) { return r.intersects(box); });
+    // The boxes carry 2 px of padding each side: touching ones may share it.
+    const QRectF ink = box.adjusted(2, 1, -2, -1);
+    return std::any_of(labels_.begin(), labels_.end(), [&](const QRectF& r) { return r.intersects(ink); });
   }
 
   std::vector<QRectF> labels_;  // formant labels drawn so far
