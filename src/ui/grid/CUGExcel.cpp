@@ -4,6 +4,8 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 
+#include "grid/GridDelegate.h"
+
 namespace vandrel::ui {
 
 CUGExcel::CUGExcel(QWidget* parent) : QTableView(parent) {
@@ -31,6 +33,7 @@ CUGExcel::CUGExcel(QWidget* parent) : QTableView(parent) {
     emit userSelectionChanged();
   });
 
+  setItemDelegate(new GridDelegate(this));
   setSelectionMode(QAbstractItemView::ContiguousSelection);
   setSelectionBehavior(QAbstractItemView::SelectItems);
   setEditTriggers(QAbstractItemView::AnyKeyPressed | QAbstractItemView::DoubleClicked |

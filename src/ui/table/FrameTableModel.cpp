@@ -47,7 +47,7 @@ QVariant FrameTableModel::data(const QModelIndex& index, int role) const {
     case Qt::EditRole:
       return formatValue(table.value(row, column));
     case Qt::TextAlignmentRole:
-      return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
+      return static_cast<int>(Qt::AlignRight | Qt::AlignVCenter);
     case Qt::BackgroundRole: {
       const CVandrelDoc& doc = document_.doc();
       return toQColor(table.anchor(row, column) ? doc.anchorColor() : doc.params().at(row).color);
