@@ -1,0 +1,87 @@
+// vandrel-screenshots FOLDER: pictures of the shell for a person to look at
+// (never compared pixel by pixel): the main window with a blank document,
+// each menu, two windows cascaded, the toolbar's icons drawn large, and the
+// progress dialog. scripts/screenshots runs it under a virtual display.
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QToolBar>
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include "app/CMainFrame.h"
+#include "app/CProgressDialog.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+
+using namespace vandrel::ui;
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: vandrel-screenshots FOLDER\n");
+    return 2;
+  }
+  // A scratch profile: the pictures show the defaults, and the user's own
+  // settings and recent files stay untouched.
+  QTemporaryDir scratch;
+  if (!scratch.isValid()) return 1;
+  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  QApplication app(argc, argv);
+  const QString folder = QApplication::arguments().at(1);
+  if (!QDir().mkpath(folder)) {
+    std::fprintf(stderr, "vandrel-screenshots: cannot make %s\n", qPrintable(folder));
+    return 1;
+  }
+
+  ShellEnvironment env;
+  env.tempFolder = scratch.path();
+  env.applicationFolder = QCoreApplication::applicationDirPath();
+  CMainFrame frame(env);
+  frame.resize(1280, 800);
+  frame.show();
+  frame.newDocument();
+  QApplication::processEvents();
+
+  std::vector<std::pair<QString, QPixmap>> shots;
+  shots.emplace_back(QStringLiteral("main-window.png"), frame.grab());
+  int n = 0;
+  for (QAction* menuAction : frame.menuBar()->actions()) {
+    QMenu* menu = menuAction->menu();
+    menu->ensurePolished();
+    menu->adjustSize();
+    shots.emplace_back(QStringLiteral("menu-%1.png").arg(++n, 2, 10, QLatin1Char('0')), menu->grab());
+  }
+  frame.runCommand(ID_WINDOW_NEW);
+  frame.runCommand(ID_WINDOW_CASCADE);
+  QApplication::processEvents();
+  shots.emplace_back(QStringLiteral("cascade.png"), frame.grab());
+
+  frame.toolBar()->setIconSize(QSize(40, 40));
+  frame.toolBar()->adjustSize();
+  shots.emplace_back(QStringLiteral("toolbar-large.png"), frame.toolBar()->grab());
+  CProgressDialog progress(CProgressDialog::kSynthesizing);
+  progress.setProgress(3, 5);
+  shots.emplace_back(QStringLiteral("progress.png"), progress.grab());
+
+  int failed = 0;
+  for (const auto& [name, pixmap] : shots) {
+    const QString file = folder + QLatin1Char('/') + name;
+    if (pixmap.save(file, "PNG")) {
+      std::printf("%s\n", qPrintable(file));
+    } else {
+      std::fprintf(stderr, "vandrel-screenshots: cannot write %s\n", qPrintable(file));
+      ++failed;
+    }
+  }
+  // Quit without the close questions of a real session.
+  frame.activeDocument()->setModified(false);
+  return failed == 0 ? 0 : 1;
+}
