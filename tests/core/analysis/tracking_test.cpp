@@ -18,13 +18,10 @@
 namespace vandrel {
 namespace {
 
-constexpr double kOpenPhase = 20.0;  // samples, the engine's default open phase
-
 struct Column {
   double f0 = 100.0;  // Hz
   int av = 60, ah = 0, af = 0;
   int f1 = 0, f2 = 0, f3 = 0;  // 0 = the default
-  int fnp = 0, fnz = 0;
 };
 
 // Synthesizes `frames` 10 ms columns; returns the samples and keeps the
@@ -32,6 +29,7 @@ struct Column {
 struct Utterance {
   std::vector<Column> columns;
   SampleSet audio;
+  double openPhase = 0.0;  // samples
 
   Utterance(int frames, const std::function<Column(double)>& at, bool highRate = false) {
     CVandrelDoc doc;
@@ -41,6 +39,7 @@ struct Utterance {
     // which an F1 near it would otherwise merge with) as long as at 11025 Hz.
     ps.setSelected(kF6, highRate);
     if (highRate) ps.setDefault(kOq, 2 * ps.at(kOq).defaultValue);
+    openPhase = ps.at(kOq).defaultValue;
     ps.fileLengthMs = frames * ps.intervalMs;
     ps.frameCount = frames;
     doc.table.reset(frames, ps);
@@ -53,9 +52,7 @@ struct Utterance {
                                              {kAf, col.af},
                                              {kF1, col.f1},
                                              {kF2, col.f2},
-                                             {kF3, col.f3},
-                                             {kFnp, col.fnp},
-                                             {kFnz, col.fnz}};
+                                             {kF3, col.f3}};
       for (auto [row, v] : rows)
         if (v != 0.0 || row == kAv) doc.table.setValue(row, c, v);
     }
@@ -67,8 +64,8 @@ struct Utterance {
 
   // The f0 a window starting at `from` sees: the engine fixes each period at
   // its start from the column it starts in (in quarter samples); the period
-  // is heard from the glottal closure, an open phase (20 samples by default)
-  // later; and the window's taper weights periods by where their middle falls.
+  // is heard from the glottal closure, an open phase later; and the window's taper weights periods by where
+  // their middle falls.
   double f0Seen(double from, double length) const {
     const double fs = audio.sampleRate;
     const double perColumn = fs / 100.0;
@@ -80,7 +77,7 @@ struct Utterance {
           std::min(columns.size() - 1, static_cast<std::size_t>(static_cast<double>(q) / 4.0 / perColumn));
       const auto t0 =
           40 * static_cast<std::int64_t>(fs) / static_cast<std::int64_t>(std::lround(columns[c].f0 * 10.0));
-      const double mid = (static_cast<double>(q) + 0.5 * static_cast<double>(t0)) / 4.0 + kOpenPhase - from;
+      const double mid = (static_cast<double>(q) + 0.5 * static_cast<double>(t0)) / 4.0 + openPhase - from;
       if (mid > 0.0 && mid < length) {
         const double w = 0.5 - 0.5 * std::cos(2.0 * 3.14159265358979 * mid / length);
         weights += w;
@@ -108,13 +105,20 @@ TEST(CAutocorrelationPitchTest, SynthesizedVoicesSteadyAndGliding) {
   const struct {
     double from, to;
     int ah;
+    bool highRate = false;
   } cases[] = {
-      {70, 70, 0},   {100, 100, 0}, {150, 150, 40}, {220, 220, 0}, {300, 300, 0},
-      {450, 450, 0}, {70, 140, 0},  {120, 250, 45}, {200, 450, 0}, {450, 180, 0},
+      {70, 70, 0},  {100, 100, 0},  {150, 150, 40}, {220, 220, 0}, {300, 300, 0},      {450, 450, 0},
+      {70, 140, 0}, {120, 250, 45}, {200, 450, 0},  {450, 180, 0}, {90, 200, 0, true}, {450, 450, 40, true},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.from << " -> " << c.to << " Hz, ah " << c.ah);
-    const Utterance u(60, [&](double t) { return Column{c.from + (c.to - c.from) * t, 60, c.ah}; });
+    SCOPED_TRACE(testing::Message() << c.from << " -> " << c.to << " Hz, ah " << c.ah
+                                    << (c.highRate ? ", 22050 Hz" : ""));
+    const Utterance u(
+        60,
+        [&](double t) {
+          return Column{c.from + (c.to - c.from) * t, 60, c.ah};
+        },
+        c.highRate);
     COptionPitch opt;
     const auto r = computePitchTrack(u.audio.samples, u.audio.sampleRate, opt, PitchMethod::kAutocorrelation);
     ASSERT_EQ(r.status, PitchTrackResult::Status::kOk);
@@ -227,14 +231,24 @@ TEST(CFormantTrackerTest, SynthesizedVowelsAndDiphthongs) {
   }
 }
 
-// Both tracks on worker threads while the calling thread computes them too:
-// each call has its own working state, so every run gives the serial
-// result, and progress counts each run's frames up to its total.
-TEST(AnalysisTracksTest, ConcurrentRunsMatchSerialOnesAndReportProgress) {
+// The cepstral method is the editor's tracker as it stands. Both tracks on
+// worker threads while the calling thread computes them too: each call has
+// its own working state, so every run gives the serial result, and progress
+// counts each run's frames up to its total.
+TEST(AnalysisTracksTest, CepstralIsTheTrackerAsItStandsAndConcurrentRunsMatchSerialOnes) {
   const Utterance voice(50, [](double t) { return Column{100 + 150 * t, 60, 0, 0, 700, 1200, 2500}; });
   const auto& x = voice.audio.samples;
   const double fs = voice.audio.sampleRate;
   const auto formantSettings = FormantTrackSettings::forColumns(COptionSpectrogram(fs), 120, x.size());
+
+  COptionPitch cepstralOptions, trackerOptions;
+  const auto cepstral = computePitchTrack(x, fs, cepstralOptions, PitchMethod::kCepstral);
+  CPitchTracker tracker;
+  ASSERT_EQ(tracker.compute(x, fs, trackerOptions), CPitchTracker::Status::kOk);
+  EXPECT_EQ(cepstral.f0, tracker.track());
+  EXPECT_EQ(cepstral.stepSamples, tracker.stepSamples());
+  for (std::size_t i = 0; i < cepstral.f0.size(); ++i)
+    EXPECT_EQ(cepstral.strength[i], cepstral.f0[i] != 0.0 ? 1.0 : 0.0);
   const auto run = [&](PitchTrackResult& p, FormantTrackResult& f, std::vector<int>& seen) {
     COptionPitch opt;
     p = computePitchTrack(x, fs, opt, PitchMethod::kAutocorrelation, 0.0,
