@@ -37,7 +37,10 @@ class CFormantTracker {
   static constexpr std::array<double, kFormants> kLowest = {150.0, 450.0, 1200.0, 2000.0, 2600.0};
   static constexpr std::array<double, kFormants> kHighest = {1400.0, 3400.0, 4400.0, 5400.0, 6500.0};
   // Poles wider than this are the source's slope or noise, not formants.
-  static constexpr double kMaxBandwidth = 900.0;
+  // Generous on purpose: in running speech a damped F1 can measure 1 kHz
+  // wide for a frame or two, and the bandwidth cost already prefers narrow
+  // poles; a lower limit leaves F1 empty in more voiced frames.
+  static constexpr double kMaxBandwidth = 1500.0;
   // At most this many candidates (the lowest) per frame.
   static constexpr int kMaxCandidates = 10;
   // Cost weights of the sum above. The frequency term only breaks ties
