@@ -117,8 +117,14 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
                     QPointF(strip.left() + strip.width() / 4, strip.center().y()).toPoint());
   EXPECT_NEAR(view->timeMs(), 50.0, 3.0);
   EXPECT_EQ(view->timeSlider()->value(), std::lround(view->timeMs()));
-  view->setSelection(20, 180);
-  EXPECT_EQ(view->copySlice().frames, 17);  // every 10 ms
+  const auto at = [&](double ms) {
+    return QPointF(strip.left() + strip.width() * ms / 200.0, strip.center().y()).toPoint();
+  };
+  QTest::mousePress(view->canvas(), Qt::LeftButton, {}, at(20));
+  QTest::mouseMove(view->canvas(), at(180));
+  EXPECT_EQ(view->copySlice().frames, 1);  // averaged on release
+  QTest::mouseRelease(view->canvas(), Qt::LeftButton, {}, at(180));
+  EXPECT_NEAR(view->copySlice().frames, 17, 1);  // every 10 ms
   EXPECT_EQ(view->meter().worstPeak, 1);
 
   // Closing the document closes its analysis too.

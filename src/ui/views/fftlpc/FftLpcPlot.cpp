@@ -358,6 +358,10 @@ class Plotter {
       const double a = xOfMs(p_.selection->first), b = xOfMs(p_.selection->second);
       g_.fillRect(QRectF(a, r.top(), std::max(b - a, 1.0), r.height()), QColor(0xff, 0xe8, 0x9c));
     }
+    if (p_.dragged) {
+      const double a = xOfMs(p_.dragged->first), b = xOfMs(p_.dragged->second);
+      g_.fillRect(QRectF(a, r.top(), std::max(b - a, 1.0), r.height()), QColor(0x9c, 0xc8, 0xff));
+    }
     const QPen tickPen(Qt::black, 1.0);
     double top = 10.0;
     if (p_.track) top = std::max(top, std::ceil(p_.track->maxDb() / 5.0) * 5.0);

@@ -31,6 +31,7 @@ struct FftLpcPicture {
   double lengthMs = 0.0;                          // the time axis of the strip
   double timeMs = 0.0;
   std::optional<std::pair<double, double>> selection;  // averaged range, ms
+  std::optional<std::pair<double, double>> dragged;    // a range being dragged on the strip
   QString title;
   std::optional<QPointF> crosshair;  // inside the spectrum: read-out of Hz and dB
 };

@@ -51,10 +51,15 @@ class FftLpcCanvas : public QWidget {
 
   void mouseMoveEvent(QMouseEvent* e) override {
     const FftLpcLayout l = view_.layout();
-    if (pressX_ && l.strip.contains(QPointF(*pressX_, l.strip.center().y()))) {
-      const double a = stripTimeAt(view_.picture_, l.strip, *pressX_);
-      const double b = stripTimeAt(view_.picture_, l.strip, e->position().x());
-      if (std::abs(e->position().x() - *pressX_) > 3.0) view_.setSelection(std::min(a, b), std::max(a, b));
+    if (pressX_) {
+      // Only the band follows the drag: averaging a long range at a large
+      // FFT size takes longer than a mouse move, so it waits for the release.
+      if (std::abs(e->position().x() - *pressX_) > 3.0) {
+        const double a = stripTimeAt(view_.picture_, l.strip, *pressX_);
+        const double b = stripTimeAt(view_.picture_, l.strip, e->position().x());
+        view_.picture_.dragged = std::make_pair(std::min(a, b), std::max(a, b));
+        update();
+      }
       return;
     }
     if (l.spectrum.contains(e->position()))
@@ -78,11 +83,16 @@ class FftLpcCanvas : public QWidget {
   void mouseReleaseEvent(QMouseEvent* e) override {
     if (!pressX_) return;
     const FftLpcLayout l = view_.layout();
-    if (std::abs(e->position().x() - *pressX_) <= 3.0) {
+    const auto dragged = view_.picture_.dragged;
+    view_.picture_.dragged.reset();
+    pressX_.reset();
+    if (dragged) {
+      view_.setSelection(dragged->first, dragged->second);
+    } else {
       view_.clearSelection();
       view_.setTimeMs(stripTimeAt(view_.picture_, l.strip, e->position().x()));
     }
-    pressX_.reset();
+    update();
   }
 
  private:
