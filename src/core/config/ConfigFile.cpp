@@ -133,8 +133,10 @@ ConfigRecord ConfigRecord::defaults() {
   const auto& builtin = builtinParams();
   for (int i = 0; i < kParamCount; ++i) {
     const auto& p = builtin[static_cast<std::size_t>(i)];
+    // Each row in its group's built-in colour, as a blank document has it.
     r.params[static_cast<std::size_t>(i)] =
-        ParamSlot{p.defaultValue, p.working, p.lower, p.upper, p.selected, p.color};
+        ParamSlot{p.defaultValue, p.working,  p.lower,
+                  p.upper,        p.selected, kDefaultColors[static_cast<std::size_t>(paramGroup(i))]};
   }
   r.table.colors = kDefaultColors;
   return r;
@@ -267,6 +269,9 @@ void applyConfig(const ConfigRecord& record, CVandrelDoc& doc) {
     set.selectedCount = set.countSelected();
   }
   doc.colors = record.table.colors;
+  // The rows take their group's colour, as when a parameter file is loaded,
+  // so that a record written before the group colours changed still agrees.
+  doc.applyGroupColors();
   doc.autoInterpolate = record.table.autoInterpolate != 0;
   doc.anchorAfterEdit = record.table.anchorAfterEdit != 0;
   doc.table.reset(doc.params().frameCount, doc.params());

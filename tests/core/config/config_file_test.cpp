@@ -77,7 +77,7 @@ TEST(ConfigFileTest, DefaultRecordHoldsItsFieldsAtTheDocumentedOffsets) {
   EXPECT_EQ(i32At(b, slot(12, 552)), 200);
   EXPECT_EQ(i32At(b, slot(12, 556)), 1300);
   EXPECT_EQ(i32At(b, slot(12, 560)), 1);
-  EXPECT_EQ(u32At(b, slot(12, 564)), 0x00FFFFFFu);
+  EXPECT_EQ(u32At(b, slot(12, 564)), 0x00C4EECCu);  // the formant group's pale green
   EXPECT_STREQ(b.c_str() + slot(47, 0), "gain");
   EXPECT_EQ(i32At(b, slot(47, 560)), 0);
 }

@@ -7,6 +7,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFile>
+#include <QHeaderView>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -16,11 +17,13 @@
 #include <functional>
 
 #include "../app/ShellFixture.h"
+#include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "config/ConfigFile.h"
 #include "editing/TableOptions.h"
+#include "table/CVandrelView.h"
 #include "table/dialogs/CAddColumn.h"
 #include "table/dialogs/CDialogAddSubtract.h"
 #include "table/dialogs/CDialogParameterSettings.h"
@@ -51,7 +54,7 @@ class TableDialogsTest : public ShellFixture {
     frame = std::make_unique<CMainFrame>(environment());
     installOptionCommands(frame->router());
     frame->show();
-    frame->newDocument();
+    window = frame->newDocument();
     setDialogRunner([this](QDialog& d) {
       d.show();
       ++opened;
@@ -69,6 +72,15 @@ class TableDialogsTest : public ShellFixture {
   }
 
   vandrel::CVandrelDoc& doc() { return frame->activeDocument()->doc(); }
+
+  // A click on the top heading of a column or the side heading of a row, as
+  // the user selects them.
+  void clickHeading(Qt::Orientation o, int section) {
+    QTableView* grid = qobject_cast<CVandrelView*>(window->view())->grid();
+    QHeaderView* h = o == Qt::Horizontal ? grid->horizontalHeader() : grid->verticalHeader();
+    const int at = h->sectionViewportPosition(section) + h->sectionSize(section) / 2;
+    QTest::mouseClick(h->viewport(), Qt::LeftButton, {}, o == Qt::Horizontal ? QPoint(at, 5) : QPoint(5, at));
+  }
   void run(int id, Script s) {
     script = std::move(s);
     messages.clear();
@@ -78,6 +90,7 @@ class TableDialogsTest : public ShellFixture {
   }
 
   std::unique_ptr<CMainFrame> frame;
+  CChildFrame* window = nullptr;
   Script script;
   int opened = 0;
   std::vector<QString> titles;
@@ -89,30 +102,36 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
     const char* what;
     int time;
     const char* place;
+    int selectedColumn;  // -1: none
     bool ok;
     int columns;
     std::vector<QString> messages;
   } cases[] = {
-      {"cancel", 50, "placeEnd", false, 20, {}},
+      {"cancel", 50, "placeEnd", -1, false, 20, {}},
       {"rounded",
        25,
        "placeEnd",
+       -1,
        true,
        22,
        {QStringLiteral(
            "you have requested a time(ms) = 25 ,But with interval(ms) = 10 ,you can only add time(ms) "
            "= 20 ")}},
-      {"less than a frame", 5, "placeBeginning", true, 20, {QString()}},
+      {"less than a frame", 5, "placeBeginning", -1, true, 20, {QString()}},
       {"no column selected",
        30,
        "placeSelectedColumn",
+       -1,
        true,
        20,
        {QStringLiteral("Please select a column first")}},
+      {"after the selected column, copying the one pushed right", 20, "placeSelectedColumn", 4, true, 22, {}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    frame->newDocument();
+    window = frame->newDocument();
+    for (int col = 0; col < 20; ++col) doc().table.setValue(kF1, col, 500 + col);
+    if (c.selectedColumn >= 0) clickHeading(Qt::Horizontal, c.selectedColumn);
     run(ID_EDIT_ADD_COLUMN, [&](QDialog& d) {
       EXPECT_EQ(child<QSpinBox>(d, "timeToAdd")->value(), 100);  // the document's last time
       EXPECT_TRUE(child<QRadioButton>(d, "placeEnd")->isChecked());
@@ -124,6 +143,10 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
     EXPECT_EQ(messages, c.messages);
     EXPECT_EQ(doc().table.columns(), c.columns);
     EXPECT_EQ(doc().addColumnTimeMs, c.ok ? c.time / 10 * 10 : 100);
+    if (c.selectedColumn >= 0) {
+      EXPECT_EQ(doc().table.value(kF1, 6), 505.0);
+      EXPECT_EQ(doc().table.value(kF1, 8), 506.0);
+    }
   }
 
   // With a recording beside the table the dialog does not even open.
@@ -133,7 +156,8 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
   EXPECT_EQ(messages, std::vector<QString>{QString::fromStdString(std::string(kMsgTimeLockedByAudio))});
 }
 
-TEST_F(TableDialogsTest, AddSubtractOpensWithTheLastAmount) {
+TEST_F(TableDialogsTest, AddSubtractOpensWithTheLastAmountAndWorksOnTheSelectedRow) {
+  clickHeading(Qt::Vertical, kF1);
   for (const auto& [amount, ok, stored] : {std::tuple{-7, true, -7}, std::tuple{12, false, -7}}) {
     run(ID_EDIT_ADD_SUBTRACT, [&](QDialog& d) {
       child<QSpinBox>(d, "amount")->setValue(amount);
@@ -141,6 +165,8 @@ TEST_F(TableDialogsTest, AddSubtractOpensWithTheLastAmount) {
     });
     EXPECT_EQ(titles, std::vector<QString>{QStringLiteral("Add / Subtract")});
     EXPECT_EQ(doc().addSubtractAmount, stored);
+    EXPECT_EQ(doc().table.value(kF1, 19), 493.0);
+    EXPECT_EQ(doc().table.value(kF2, 19), 1500.0);
   }
   run(ID_EDIT_ADD_SUBTRACT, [](QDialog& d) {
     EXPECT_EQ(d.findChild<QSpinBox*>()->value(), -7);
@@ -200,10 +226,10 @@ TEST_F(TableDialogsTest, ParametersSelectionAndItsSettingsGrid) {
       QStringLiteral("This color is the same as anchor color.\nPlease select another color.");
   const ParameterOptions blank = parameterOptionsOf(doc());
   auto settings = [&](QDialog& d) {
-    auto* grid = child<QTableView>(d, "settingsGrid");
+    auto* grid = child<QTableView>(d, "settingsGrid");  // the spreadsheet grid
     QAbstractItemModel* m = grid->model();
     EXPECT_EQ(m->rowCount(), kParamCount);
-    EXPECT_EQ(m->data(m->index(kF1, ParameterSettingsModel::kName)).toString(), QStringLiteral("f1"));
+    EXPECT_EQ(m->headerData(kF1, Qt::Vertical).toString(), QStringLiteral("f1"));
     m->setData(m->index(kF1, ParameterSettingsModel::kLower), 1400);
     press(d, QDialogButtonBox::Ok);  // lower above upper: refused, still open
     EXPECT_TRUE(d.isVisible());
@@ -240,6 +266,9 @@ TEST_F(TableDialogsTest, ParametersSelectionAndItsSettingsGrid) {
   EXPECT_EQ(ps.cascadeParallel, 0);
   EXPECT_EQ(doc().groupColor(kGroupNasal), blank.groupColors[kGroupNasal]);
   EXPECT_EQ(ps.at(kAv).color, rgb(250, 250, 200));
+  QTableView* grid = qobject_cast<CVandrelView*>(window->view())->grid();
+  EXPECT_TRUE(grid->isRowHidden(kF3));
+  EXPECT_FALSE(grid->isRowHidden(kGain));
   vandrel::ConfigRecord saved;
   ASSERT_EQ(loadConfigFile(frame->environment().configPath().toStdString(), saved), ConfigStatus::kOk);
   EXPECT_EQ(saved.params[kF3].selected, 0);

@@ -5,10 +5,10 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
-#include <QTableView>
 #include <QVBoxLayout>
 
 #include "DialogSupport.h"
+#include "grid/CUGExcel.h"
 
 namespace vandrel::ui {
 
@@ -50,7 +50,6 @@ QVariant ParameterSettingsModel::data(const QModelIndex& index, int role) const 
   const int row = index.row();
   const int column = index.column();
   if (role == Qt::DisplayRole || role == Qt::EditRole) {
-    if (column == kName) return text(def(row).name);
     if (column == kDescription) return text(def(row).description).trimmed();
     auto l = limits_[static_cast<std::size_t>(row)];
     return field(l, column);
@@ -62,8 +61,9 @@ QVariant ParameterSettingsModel::data(const QModelIndex& index, int role) const 
 
 QVariant ParameterSettingsModel::headerData(int section, Qt::Orientation orientation, int role) const {
   if (role != Qt::DisplayRole) return {};
-  if (orientation == Qt::Vertical) return section + 1;
-  static const char* const kHeads[] = {"Parameter", "Lower limit", "Upper limit", "Default", "Description"};
+  if (orientation == Qt::Vertical)
+    return section >= 0 && section < vandrel::kParamCount ? text(def(section).name) : QVariant();
+  static const char* const kHeads[] = {"Lower limit", "Upper limit", "Default", "Description"};
   return section >= 0 && section < kColumnCount ? QString::fromLatin1(kHeads[section]) : QVariant();
 }
 
@@ -87,18 +87,13 @@ CDialogParameterSettings::CDialogParameterSettings(const vandrel::LimitTable& li
     : QDialog(parent) {
   setWindowTitle(QStringLiteral("Parameter Settings"));
   model_ = new ParameterSettingsModel(limits, this);
-  grid_ = new QTableView(this);
+  grid_ = new CUGExcel(this);
   grid_->setObjectName(QStringLiteral("settingsGrid"));
   grid_->setModel(model_);
-  grid_->verticalHeader()->hide();
-  grid_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-  grid_->verticalHeader()->setDefaultSectionSize(grid_->fontMetrics().height() + 8);
+  grid_->setSideHeadingWidth(64);
+  grid_->setColumnWidth(96);
+  grid_->horizontalHeader()->resizeSection(ParameterSettingsModel::kDescription, 470);
   grid_->horizontalHeader()->setStretchLastSection(true);
-  grid_->resizeColumnsToContents();
-  grid_->setColumnWidth(ParameterSettingsModel::kName, 80);
-  for (int c :
-       {ParameterSettingsModel::kLower, ParameterSettingsModel::kUpper, ParameterSettingsModel::kDefault})
-    grid_->setColumnWidth(c, 90);
 
   auto* warning = new QLabel(
       QStringLiteral("Setting the parameters beyond the suggested limits may cause unpredictable results."),

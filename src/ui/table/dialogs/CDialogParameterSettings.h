@@ -8,16 +8,17 @@
 
 #include "editing/TableOptions.h"
 
-class QTableView;
-
 namespace vandrel::ui {
 
-// The grid's model: one row per parameter; the name, the three editable
-// numbers and the description (whose unit and range help the user choose).
+class CUGExcel;
+
+// The grid's model: one row per parameter, named in the side heading; the
+// three editable numbers and the description (whose unit and range help the
+// user choose).
 class ParameterSettingsModel : public QAbstractTableModel {
   Q_OBJECT
  public:
-  enum Column { kName, kLower, kUpper, kDefault, kDescription, kColumnCount };
+  enum Column { kLower, kUpper, kDefault, kDescription, kColumnCount };
 
   explicit ParameterSettingsModel(const vandrel::LimitTable& limits, QObject* parent = nullptr);
 
@@ -41,13 +42,13 @@ class CDialogParameterSettings : public QDialog {
   explicit CDialogParameterSettings(const vandrel::LimitTable& limits, QWidget* parent = nullptr);
 
   const vandrel::LimitTable& limits() const { return model_->limits(); }
-  QTableView* grid() const { return grid_; }
+  CUGExcel* grid() const { return grid_; }
 
   void accept() override;
 
  private:
   ParameterSettingsModel* model_;
-  QTableView* grid_;
+  CUGExcel* grid_;
 };
 
 }  // namespace vandrel::ui
