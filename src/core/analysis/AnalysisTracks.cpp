@@ -58,6 +58,7 @@ PitchTrackResult autocorrelationTrack(std::span<const std::int16_t> samples, dou
       break;
     case CAutocorrelationPitch::Status::kTooShort:
       r.status = S::kTooShort;
+      r.windowSamples = tracker->windowSamples();  // what it would have needed
       return r;
     case CAutocorrelationPitch::Status::kBadOptions:
       r.status = S::kBadOptions;

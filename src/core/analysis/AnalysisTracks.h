@@ -45,7 +45,7 @@ struct PitchTrackResult {
   // 0 otherwise (the cepstrum gives no comparable measure).
   std::vector<double> strength;
   double stepSamples = 0.0;  // S = fs / 1000 * step_ms
-  int windowSamples = 0;     // length of each frame's window
+  int windowSamples = 0;     // length of each frame's window (also set with kTooShort by autocorrelation)
 };
 
 // The pitch track of `samples` at rate fs with the pitch options (window,

@@ -221,7 +221,9 @@ CAutocorrelationPitch::Status CAutocorrelationPitch::compute(std::span<const std
   minLag_ = std::max(2, static_cast<int>(std::floor(fs / fmax_)));
   maxLag_ = static_cast<int>(std::ceil(fs / fmin_));
   if (maxLag_ <= minLag_ || maxLag_ > 1 << 18) return Status::kBadOptions;
-  window_ = static_cast<int>(std::ceil(std::max(s.minWindowSamples, kPeriodsPerWindow * fs / fmin_)));
+  const double window = std::ceil(std::max(s.minWindowSamples, kPeriodsPerWindow * fs / fmin_));
+  if (!(window <= static_cast<double>(1 << 20))) return Status::kBadOptions;
+  window_ = static_cast<int>(window);
   if (samples.size() < static_cast<std::size_t>(window_)) return Status::kTooShort;
   const double frames = std::floor(static_cast<double>(samples.size()) / s.stepSamples);
   if (frames < 1.0) return Status::kTooShort;

@@ -191,8 +191,10 @@ CFormantTracker::Status CFormantTracker::compute(std::span<const std::int16_t> s
   fs_ = fs / d;
   order_ = std::min(s.lpcCoefficients, CMathFunc::kMaxLpcOrder);
   if (d > 1) order_ = std::max(4, 2 * ((order_ + 2 * d - 1) / (2 * d)));
-  window_ = static_cast<int>(s.windowMs * fs_ / 1000.0);
-  if (window_ <= order_ || window_ > (1 << 20)) return Status::kBadOptions;
+  const double window = s.windowMs * fs_ / 1000.0;
+  if (!(window <= static_cast<double>(1 << 20))) return Status::kBadOptions;
+  window_ = static_cast<int>(window);
+  if (window_ <= order_) return Status::kBadOptions;
   preEmphasis_ = s.preEmphasis;
   const auto m = static_cast<std::size_t>(s.frames);
   const auto w = static_cast<std::size_t>(window_);

@@ -142,8 +142,8 @@ TEST(CAutocorrelationPitchTest, SynthesizedVoicesSteadyAndGliding) {
 
 // No voicing, no pitch: silence and frication are unvoiced in every frame
 // (aspiration alone is not: the engine halves its noise over the second half
-// of every period, and that beat is periodic), and a too-short recording or an inverted range is
-// refused.
+// of every period, and that beat is periodic), and silence has no formants.
+// Too little sound and impossible settings are refused.
 TEST(CAutocorrelationPitchTest, UnvoicedSoundsAndRefusals) {
   const struct {
     const char* name;
@@ -161,10 +161,29 @@ TEST(CAutocorrelationPitchTest, UnvoicedSoundsAndRefusals) {
   COptionPitch opt;
   EXPECT_EQ(computePitchTrack(shortSound, 11025, opt, PitchMethod::kAutocorrelation).status,
             PitchTrackResult::Status::kTooShort);
+  const std::vector<std::int16_t> quiet(5000);
   opt.calcHighHz = 40;
-  EXPECT_EQ(
-      computePitchTrack(std::vector<std::int16_t>(5000), 11025, opt, PitchMethod::kAutocorrelation).status,
-      PitchTrackResult::Status::kBadOptions);
+  EXPECT_EQ(computePitchTrack(quiet, 11025, opt, PitchMethod::kAutocorrelation).status,
+            PitchTrackResult::Status::kBadOptions);
+  opt = COptionPitch{};
+  opt.windowMs = 2000000000;
+  EXPECT_EQ(computePitchTrack(quiet, 11025, opt, PitchMethod::kAutocorrelation).status,
+            PitchTrackResult::Status::kBadOptions);
+
+  FormantTrackSettings fs = FormantTrackSettings::forFrames(COptionSpectrogram(11025), 10, 110.25);
+  EXPECT_EQ(computeFormantTracks(std::vector<std::int16_t>(99), 11025, fs).status,
+            FormantTrackResult::Status::kTooShort);
+  for (auto spoil : {+[](FormantTrackSettings& s) { s.spacing = 0.0; },
+                     +[](FormantTrackSettings& s) { s.windowMs = 1e12; },
+                     +[](FormantTrackSettings& s) { s.lpcCoefficients = 400; }}) {
+    FormantTrackSettings bad = fs;
+    spoil(bad);
+    EXPECT_EQ(computeFormantTracks(quiet, 11025, bad).status, FormantTrackResult::Status::kBadOptions);
+  }
+  // Silence has no formants at all.
+  const auto none = computeFormantTracks(quiet, 11025, fs);
+  ASSERT_EQ(none.status, FormantTrackResult::Status::kOk);
+  for (const auto& f : none.frequency) EXPECT_EQ(f, (FormantTrackResult::Values{}));
 }
 
 struct Vowel {
