@@ -25,7 +25,6 @@
 #include "app/OpenDocument.h"
 #include "config/AnalysisConfig.h"
 #include "config/ConfigFile.h"
-#include "engine/Synthesizer.h"
 #include "views/fftlpc/CFormFFTLPCChild.h"
 #include "views/fftlpc/COptionFFTLPCDialog.h"
 #include "views/fftlpc/FftLpcCommands.h"
@@ -238,68 +237,6 @@ TEST_F(FftLpcTest, OptionsMenuKeepsOkAndDropsCancel) {
     loadAnalysisOptions(frame->environment().config, f, p, s);
     EXPECT_EQ(f.lpcCoefficients, ok ? 40 : 14);
   }
-}
-
-// Pictures for a person to judge (not compared): a natural vowel of a real
-// recording with a copy made from its formants, and a synthetic vowel against
-// a copy whose f2 is 300 Hz off. Written only when VANDREL_SHOT_DIR is set.
-TEST_F(FftLpcTest, Pictures) {
-  const QString dir = qEnvironmentVariable("VANDREL_SHOT_DIR");
-  const QString wav = QStringLiteral("/usr/share/pocketsphinx/test/data/cards/001.wav");
-  if (dir.isEmpty() || !QFile::exists(wav)) GTEST_SKIP() << "no VANDREL_SHOT_DIR or recording";
-  frame->show();
-  ASSERT_TRUE(frame->openFile(wav));
-  CVandrelDoc& doc = document->doc();
-  // The loudest 10 ms of the recording is the vowel to copy.
-  double loudest = 0.0, best = 0.0;
-  const auto per10 = static_cast<std::size_t>(doc.audio.sampleRate / 100);
-  for (std::size_t i = 0; i + per10 < doc.audio.samples.size(); i += per10) {
-    double e = 0.0;
-    for (std::size_t j = i; j < i + per10; ++j) e += double(doc.audio.samples[j]) * doc.audio.samples[j];
-    if (e > best) best = e, loudest = 1000.0 * double(i) / doc.audio.sampleRate;
-  }
-  SliceAnalyser analyser;
-  const SliceSettings settings = sliceSettings(COptionFFTLPC(doc.audio.sampleRate), 0.98);
-  const SpectralSlice natural = analyser.analyse(doc.audio, settings, loudest);
-  const int fRows[] = {kF1, kF2, kF3, kF4}, bRows[] = {kB1, kB2, kB3, kB4};
-  for (int c = 0; c < doc.table.columns(); ++c)
-    for (std::size_t k = 0; k < 4 && k < natural.formants.size(); ++k) {
-      doc.table.setValue(fRows[k], c, std::round(natural.formants[k].frequency));
-      doc.table.setValue(bRows[k], c, std::clamp(std::round(natural.formants[k].bandwidth), 40.0, 400.0));
-    }
-  doc.markEdited();
-  FftLpcView* view = openView();
-  ASSERT_NE(view, nullptr);
-  frame->mdiArea()->activeSubWindow()->showMaximized();
-  view->setTimeMs(loudest);
-  view->finishTrack();
-  QApplication::processEvents();
-  const QRectF spec = view->layout().spectrum;
-  QTest::mouseMove(view->canvas(),
-                   QPointF(spec.left() + spec.width() * 0.3, spec.top() + spec.height() * 0.4).toPoint());
-  QApplication::processEvents();
-  EXPECT_TRUE(frame->grab().save(dir + QStringLiteral("/fftlpc-recording.png")));
-  EXPECT_TRUE(view->picture().save(dir + QStringLiteral("/fftlpc-recording-picture.png")));
-
-  // A synthetic vowel as the "natural" side, a copy with f2 300 Hz too high.
-  frame->newDocument();
-  document = frame->activeDocument();
-  setVowel(700, 1200, 2500);
-  ensureSynthesized(document->doc());
-  document->doc().attachAudio(document->doc().synthesized);
-  setVowel(700, 1500, 2500);
-  view = openView();
-  ASSERT_NE(view, nullptr);
-  frame->mdiArea()->activeSubWindow()->showMaximized();
-  view->setSelection(40, 160);
-  view->finishTrack();
-  QApplication::processEvents();
-  EXPECT_TRUE(frame->grab().save(dir + QStringLiteral("/fftlpc-vowel.png")));
-  COptionFFTLPC paper = view->options();
-  paper.color = false;
-  paper.absolute = false;
-  view->setOptions(paper, 0.98);
-  EXPECT_TRUE(view->picture().save(dir + QStringLiteral("/fftlpc-vowel-bw-relative.png")));
 }
 
 }  // namespace

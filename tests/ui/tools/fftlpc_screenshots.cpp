@@ -1,0 +1,155 @@
+// vandrel-fftlpc-screenshots FOLDER [RECORDING.wav]: pictures of the FFT/LPC
+// window for a person to judge (never compared): a vowel of a real recording
+// beside a copy made from its formants, and a synthetic vowel beside a copy
+// whose f2 is 300 Hz too high (colour on screen; black and white, relative
+// levels as a picture). scripts/screenshots runs it under a virtual display.
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMouseEvent>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "analysis/SpectralSlice.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "engine/Synthesizer.h"
+#include "views/fftlpc/CFormFFTLPCChild.h"
+#include "views/fftlpc/FftLpcView.h"
+
+using namespace vandrel;
+using namespace vandrel::ui;
+
+namespace {
+
+FftLpcView* openView(CMainFrame& frame) {
+  frame.runCommand(ID_ANALYSIS_FFT_LPC);
+  auto* child = qobject_cast<CFormFFTLPCChild*>(frame.mdiArea()->activeSubWindow());
+  if (!child) return nullptr;
+  child->showMaximized();
+  return child->view();
+}
+
+// The start (ms) of the loudest 10 ms: the vowel to copy.
+double loudestMs(const SampleSet& s) {
+  const auto step = static_cast<std::size_t>(s.sampleRate / 100);
+  double best = 0.0, at = 0.0;
+  for (std::size_t i = 0; i + step < s.samples.size(); i += step) {
+    double e = 0.0;
+    for (std::size_t j = i; j < i + step; ++j) e += static_cast<double>(s.samples[j]) * s.samples[j];
+    if (e > best) {
+      best = e;
+      at = 1000.0 * static_cast<double>(i) / s.sampleRate;
+    }
+  }
+  return at;
+}
+
+void setRows(CVandrelDoc& doc, const int* rows, const double* values, std::size_t n) {
+  for (int c = 0; c < doc.table.columns(); ++c)
+    for (std::size_t k = 0; k < n; ++k) doc.table.setValue(rows[k], c, values[k]);
+  doc.markEdited();
+  doc.notifyStructureChanged();
+}
+
+bool save(const QImage& image, const QString& file, int& failed) {
+  if (image.save(file, "PNG")) {
+    std::printf("%s\n", qPrintable(file));
+    return true;
+  }
+  std::fprintf(stderr, "vandrel-fftlpc-screenshots: cannot write %s\n", qPrintable(file));
+  ++failed;
+  return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2 || argc > 3) {
+    std::fprintf(stderr, "usage: vandrel-fftlpc-screenshots FOLDER [RECORDING.wav]\n");
+    return 2;
+  }
+  QTemporaryDir scratch;
+  if (!scratch.isValid()) return 1;
+  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  QApplication app(argc, argv);
+  const QString folder = QApplication::arguments().at(1);
+  const QString wav = argc == 3 ? QApplication::arguments().at(2)
+                                : QStringLiteral("/usr/share/pocketsphinx/test/data/cards/001.wav");
+  if (!QDir().mkpath(folder)) return 1;
+
+  ShellEnvironment env;
+  env.tempFolder = scratch.path();
+  env.applicationFolder = QCoreApplication::applicationDirPath();
+  CMainFrame frame(env);
+  frame.resize(1200, 800);
+  frame.show();
+  int failed = 0;
+
+  if (QFile::exists(wav)) {
+    frame.newDocument();
+    if (frame.openFile(wav)) {
+      CVandrelDoc& doc = frame.activeDocument()->doc();
+      const double t = loudestMs(doc.audio);
+      SliceAnalyser analyser;
+      const SpectralSlice natural =
+          analyser.analyse(doc.audio, sliceSettings(COptionFFTLPC(doc.audio.sampleRate), 0.98), t);
+      const int rows[] = {kF1, kF2, kF3, kF4, kB1, kB2, kB3, kB4};
+      double values[8] = {700, 1200, 2500, 3500, 60, 90, 150, 200};
+      for (std::size_t k = 0; k < 4 && k < natural.formants.size(); ++k) {
+        values[k] = std::round(natural.formants[k].frequency);
+        values[k + 4] = std::clamp(std::round(natural.formants[k].bandwidth), 40.0, 400.0);
+      }
+      setRows(doc, rows, values, 8);
+      if (FftLpcView* view = openView(frame)) {
+        view->setTimeMs(t);
+        view->finishTrack();
+        QApplication::processEvents();
+        const QRectF spec = view->layout().spectrum;
+        const QPointF at(spec.left() + spec.width() * 0.3, spec.top() + spec.height() * 0.4);
+        QMouseEvent move(QEvent::MouseMove, at, view->canvas()->mapToGlobal(at), Qt::NoButton, Qt::NoButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(view->canvas(), &move);
+        QApplication::processEvents();
+        save(frame.grab().toImage(), folder + QStringLiteral("/fftlpc-recording.png"), failed);
+        save(view->picture(), folder + QStringLiteral("/fftlpc-recording-picture.png"), failed);
+      }
+    }
+  } else {
+    std::fprintf(stderr, "vandrel-fftlpc-screenshots: no %s, the recording is left out\n", qPrintable(wav));
+  }
+
+  // A synthetic vowel on the natural side; the copy's f2 300 Hz too high.
+  frame.newDocument();
+  OpenDocument* document = frame.activeDocument();
+  const int rows[] = {kF1, kF2, kF3};
+  const double vowel[] = {700, 1200, 2500}, copy[] = {700, 1500, 2500};
+  setRows(document->doc(), rows, vowel, 3);
+  ensureSynthesized(document->doc());
+  document->doc().attachAudio(document->doc().synthesized);
+  setRows(document->doc(), rows, copy, 3);
+  if (FftLpcView* view = openView(frame)) {
+    view->setSelection(40, 160);
+    view->finishTrack();
+    QApplication::processEvents();
+    save(frame.grab().toImage(), folder + QStringLiteral("/fftlpc-vowel.png"), failed);
+    COptionFFTLPC paper = view->options();
+    paper.color = false;
+    paper.absolute = false;
+    view->setOptions(paper, 0.98);
+    view->finishTrack();
+    save(view->picture(), folder + QStringLiteral("/fftlpc-vowel-bw-relative.png"), failed);
+  }
+  // Quit without the close questions of a real session.
+  for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);
+  return failed == 0 ? 0 : 1;
+}
