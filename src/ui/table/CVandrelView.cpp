@@ -84,6 +84,13 @@ QTableView* CVandrelView::grid() { return grid_; }
 void CVandrelView::showStoredSelection() { grid_->showTableSelection(state_.selection); }
 
 void CVandrelView::applyShownRows() {
+  // The selection in the document's own colour, with the values still black
+  // on it, so a selected block reads like the rest of the table.
+  const Colorref sel = document_.doc().selectionColor();
+  QPalette palette = grid_->palette();
+  palette.setColor(QPalette::Highlight, QColor(redOf(sel), greenOf(sel), blueOf(sel)));
+  palette.setColor(QPalette::HighlightedText, Qt::black);
+  grid_->setPalette(palette);
   const auto& params = document_.doc().params();
   for (int i = 0; i < kParamCount; ++i)
     grid_->setRowHeight(i, params.at(i).selected ? CUGExcel::kRowHeight : 0);

@@ -17,10 +17,14 @@
 #include <utility>
 #include <vector>
 
+#include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "editing/Interpolation.h"
+#include "table/CVandrelView.h"
+#include "table/MyCug.h"
 
 using namespace vandrel::ui;
 
@@ -59,6 +63,31 @@ int main(int argc, char** argv) {
     menu->adjustSize();
     shots.emplace_back(QStringLiteral("menu-%1.png").arg(++n, 2, 10, QLatin1Char('0')), menu->grab());
   }
+
+  // The table as a phonetician meets it: group colours, the default hidden
+  // rows, anchors at the ends of an /ai/-like glide with the frames between
+  // interpolated, and a block selected.
+  if (auto* view = qobject_cast<CVandrelView*>(frame.activeChildFrame()->view())) {
+    vandrel::CVandrelDoc& doc = view->document().doc();
+    const std::pair<int, std::pair<double, double>> glide[] = {{vandrel::kF1, {750, 300}},
+                                                               {vandrel::kF2, {1200, 2200}},
+                                                               {vandrel::kF3, {2500, 2900}},
+                                                               {vandrel::kF0, {1200, 1000}}};
+    for (const auto& [row, ends] : glide) {
+      doc.table.setValue(row, 2, ends.first);
+      doc.table.setValue(row, 12, ends.second);
+      doc.table.setAnchor(row, 2, true);
+      doc.table.setAnchor(row, 12, true);
+    }
+    vandrel::interpolateAllCommand(doc, view->state());
+    view->state().selection = vandrel::TableSelection::block(5, vandrel::kF2, 9, vandrel::kF1);
+    view->showStoredSelection();
+    view->table()->setCurrentCell(vandrel::kF1, 9);
+    QApplication::processEvents();
+    shots.emplace_back(QStringLiteral("table.png"), frame.grab());
+    doc.setModified(false);
+  }
+
   frame.runCommand(ID_WINDOW_NEW);
   frame.runCommand(ID_WINDOW_CASCADE);
   QApplication::processEvents();
