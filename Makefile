@@ -4,15 +4,17 @@
 # make test-asan  the same under AddressSanitizer + UndefinedBehaviorSanitizer
 # make bench      build and run the benchmarks
 # make bless      re-bless the golden synthesis outputs under tests/data/golden
+# make fuzz       run each fuzz target FUZZ_SECONDS (60) under libFuzzer + ASan + UBSan
 
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 # A compiler cache, when the machine has one, makes rebuilds of other checkouts cheap.
 LAUNCHER   := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all deps build run demo test test-asan bench bless clean format
+.PHONY: all deps build run demo test test-asan bench bless clean format fuzz
 
 all: build
 
@@ -49,8 +51,11 @@ bench: build
 bless: build
 	VANDREL_BLESS=1 $(BUILD)/tests/core_golden_test
 
+fuzz: deps
+	scripts/run-fuzz $(FUZZ_SECONDS)
+
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) out
+	rm -rf $(BUILD) $(ASAN_BUILD) build-fuzz out

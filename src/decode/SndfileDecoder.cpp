@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
+
+#include "audio/Wave.h"
 
 namespace vandrel {
 
@@ -15,6 +18,7 @@ namespace {
 struct SndfileCloser {
   void operator()(SNDFILE* f) const { sf_close(f); }
 };
+using SndfilePtr = std::unique_ptr<SNDFILE, SndfileCloser>;
 
 // libsndfile's doubles are normalised so that 16-bit samples come back as
 // v / 32768 exactly; deeper formats land between those steps and are rounded.
@@ -25,13 +29,18 @@ std::int16_t toSample16(double x) {
   return static_cast<std::int16_t>(v);
 }
 
-}  // namespace
-
-std::optional<SampleSet> decodeWithSndfile(const std::string& path) {
-  SF_INFO info{};
-  std::unique_ptr<SNDFILE, SndfileCloser> file(sf_open(path.c_str(), SFM_READ, &info));
+std::optional<SampleSet> decode(SNDFILE* file, const SF_INFO& info, const std::string& name,
+                                std::string* refusal) {
   if (!file || info.channels < 1 || info.samplerate <= 0) return std::nullopt;
-  sf_command(file.get(), SFC_SET_NORM_DOUBLE, nullptr, SF_TRUE);
+  // Headers may lie about the length, so the limit is applied to what the
+  // header says and again to what is decoded.
+  const double limit = kMaxAudioSeconds * info.samplerate;
+  auto tooLong = [&](double frames) {
+    if (refusal) *refusal = tooLongMessage(name, frames / info.samplerate);
+    return std::nullopt;
+  };
+  if (static_cast<double>(info.frames) > limit) return tooLong(static_cast<double>(info.frames));
+  sf_command(file, SFC_SET_NORM_DOUBLE, nullptr, SF_TRUE);
 
   try {
     const auto channels = static_cast<std::size_t>(info.channels);
@@ -41,7 +50,7 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path) {
     if (info.frames > 0)
       set.samples.reserve(static_cast<std::size_t>(std::min<sf_count_t>(info.frames, 1 << 26)));
     for (;;) {
-      const sf_count_t got = sf_readf_double(file.get(), block.data(), kBlock);
+      const sf_count_t got = sf_readf_double(file, block.data(), kBlock);
       if (got <= 0) break;
       for (sf_count_t i = 0; i < got; ++i) {
         const double* frame = block.data() + static_cast<std::size_t>(i) * channels;
@@ -49,6 +58,8 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path) {
         for (std::size_t c = 0; c < channels; ++c) sum += frame[c];
         set.samples.push_back(toSample16(sum / static_cast<double>(channels)));
       }
+      if (static_cast<double>(set.samples.size()) > limit)
+        return tooLong(static_cast<double>(set.samples.size()));
     }
     set.sampleRate = info.samplerate;
     set.sampleCount = static_cast<double>(set.samples.size());
@@ -59,8 +70,56 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path) {
   }
 }
 
+// libsndfile's virtual I/O over a block of memory.
+struct MemoryFile {
+  std::string_view bytes;
+  sf_count_t pos = 0;
+};
+
+sf_count_t memLength(void* user) {
+  return static_cast<sf_count_t>(static_cast<MemoryFile*>(user)->bytes.size());
+}
+sf_count_t memSeek(sf_count_t offset, int whence, void* user) {
+  auto* m = static_cast<MemoryFile*>(user);
+  const auto size = static_cast<sf_count_t>(m->bytes.size());
+  sf_count_t to = offset;
+  if (whence == SEEK_CUR) to += m->pos;
+  if (whence == SEEK_END) to += size;
+  if (to < 0) return -1;
+  m->pos = to;
+  return to;
+}
+sf_count_t memRead(void* ptr, sf_count_t count, void* user) {
+  auto* m = static_cast<MemoryFile*>(user);
+  const auto size = static_cast<sf_count_t>(m->bytes.size());
+  if (count <= 0 || m->pos >= size) return 0;
+  const sf_count_t n = std::min(count, size - m->pos);
+  std::memcpy(ptr, m->bytes.data() + m->pos, static_cast<std::size_t>(n));
+  m->pos += n;
+  return n;
+}
+sf_count_t memWrite(const void*, sf_count_t, void*) { return 0; }
+sf_count_t memTell(void* user) { return static_cast<MemoryFile*>(user)->pos; }
+
+}  // namespace
+
+std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string* refusal) {
+  SF_INFO info{};
+  SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
+  return decode(file.get(), info, path, refusal);
+}
+
+std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
+                                                std::string* refusal) {
+  SF_VIRTUAL_IO io{memLength, memSeek, memRead, memWrite, memTell};
+  MemoryFile memory{bytes, 0};
+  SF_INFO info{};
+  SndfilePtr file(sf_open_virtual(&io, SFM_READ, &info, &memory));
+  return decode(file.get(), info, name, refusal);
+}
+
 AudioDecoder sndfileDecoder() {
-  return [](const std::string& path) { return decodeWithSndfile(path); };
+  return [](const std::string& path, std::string& refusal) { return decodeWithSndfile(path, &refusal); };
 }
 
 }  // namespace vandrel

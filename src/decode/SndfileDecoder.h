@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "audio/SampleSet.h"
 #include "document/OpenFile.h"
@@ -13,8 +14,14 @@
 namespace vandrel {
 
 // The decoded samples, or std::nullopt when libsndfile does not read the file
-// (or it holds no channels, or memory runs out). Never throws.
-std::optional<SampleSet> decodeWithSndfile(const std::string& path);
+// (or it holds no channels, or memory runs out). A recording longer than
+// kMaxAudioSeconds is declined with the reason in `refusal` (when given),
+// without decoding it. Never throws.
+std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string* refusal = nullptr);
+
+// The same for a file's bytes already in memory; `name` is used in messages.
+std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
+                                                std::string* refusal = nullptr);
 
 // decodeWithSndfile as the open chain's AudioDecoder.
 AudioDecoder sndfileDecoder();

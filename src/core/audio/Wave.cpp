@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "util/AtomicFile.h"
 
@@ -124,9 +126,13 @@ std::string saveWaveFile(const std::string& path, const SampleSet& set) {
   return writeFileAtomically(path, image);
 }
 
-WaveLoad loadWaveFile(const std::string& path, SampleSet& set) {
-  std::string bytes;
-  if (!readWholeFile(path, bytes)) return WaveLoad::kCannotOpen;
+std::string tooLongMessage(const std::string& path, double seconds) {
+  const std::string name = std::filesystem::path(path).filename().string();
+  return "The recording in " + name + " lasts " + std::to_string(static_cast<long long>(seconds / 60.0)) +
+         " minutes; Vandrel opens recordings of at most one hour. Nothing was opened.";
+}
+
+WaveLoad decodeWave(std::string_view bytes, SampleSet& set, WaveLoadInfo* info) {
   WaveChunks c;
   if (CWave::read(bytes, c) != 0) return WaveLoad::kNotWave;
   const WaveFormat& f = c.format;
@@ -135,7 +141,15 @@ WaveLoad loadWaveFile(const std::string& path, SampleSet& set) {
 
   // The data length may be capped at the file length, not at what remains.
   const std::size_t avail = bytes.size() - std::min(bytes.size(), c.dataOffset);
-  const std::size_t n = std::min(static_cast<std::size_t>(c.dataLength), avail) / 2;
+  const std::size_t readBytes = std::min(static_cast<std::size_t>(c.dataLength), avail);
+  const std::size_t n = readBytes / 2;
+  if (info) {
+    // The size field as written, not as capped by the reader.
+    info->claimedBytes = static_cast<double>(get32(bytes, c.dataOffset - 4));
+    info->readBytes = readBytes;
+    info->seconds = static_cast<double>(n) / f.samplesPerSec;
+  }
+  if (static_cast<double>(n) > kMaxAudioSeconds * f.samplesPerSec) return WaveLoad::kTooLong;
   SampleSet s;
   s.samples.resize(n);
   for (std::size_t i = 0; i < n; ++i) {
@@ -148,6 +162,15 @@ WaveLoad loadWaveFile(const std::string& path, SampleSet& set) {
   s.fileLengthMs = s.sampleCount * 1000.0 / s.sampleRate;
   set = std::move(s);
   return WaveLoad::kOk;
+}
+
+WaveLoad loadWaveFile(const std::string& path, SampleSet& set, WaveLoadInfo* info) {
+  std::error_code ec;
+  const auto size = std::filesystem::file_size(path, ec);
+  if (!ec && size > kMaxAudioFileBytes) return WaveLoad::kCannotOpen;
+  std::string bytes;
+  if (!readWholeFile(path, bytes)) return WaveLoad::kCannotOpen;
+  return decodeWave(bytes, set, info);
 }
 
 }  // namespace vandrel

@@ -53,10 +53,33 @@ class CWave {
 // the set's own rate, atomically. Empty string on success, else the reason.
 std::string saveWaveFile(const std::string& path, const SampleSet& set);
 
-enum class WaveLoad { kOk, kCannotOpen, kNotWave, kNotPcm16Mono };
+// The longest recording the editor opens. Every analysis view works on the
+// whole recording at once; an hour at 48 kHz is already 345 MB of samples.
+inline constexpr double kMaxAudioSeconds = 3600.0;
+// Files beyond this size are refused before a byte is read.
+inline constexpr std::uintmax_t kMaxAudioFileBytes = std::uintmax_t{1} << 31;
 
-// Loads a mono 16-bit PCM WAV at its own rate. kNotWave and kNotPcm16Mono
-// leave `set` untouched, so another reader can be tried.
-WaveLoad loadWaveFile(const std::string& path, SampleSet& set);
+// "The recording in <name> lasts <n> minutes; Vandrel opens recordings of at
+// most one hour."
+std::string tooLongMessage(const std::string& path, double seconds);
+
+enum class WaveLoad { kOk, kCannotOpen, kNotWave, kNotPcm16Mono, kTooLong };
+
+// What loading found besides the samples.
+struct WaveLoadInfo {
+  double claimedBytes = 0.0;  // the "data" size field
+  std::size_t readBytes = 0;  // what the file really holds of it
+  double seconds = 0.0;       // the length of what it holds
+  bool shortData() const { return claimedBytes > static_cast<double>(readBytes) + 1.0; }
+};
+
+// Decodes a WAV file's bytes: mono 16-bit PCM at its own rate. A "data"
+// chunk that claims more than the file holds gives what is there (see
+// `info`). Anything but kOk leaves `set` untouched, so another reader can be
+// tried; kTooLong is beyond kMaxAudioSeconds.
+WaveLoad decodeWave(std::string_view bytes, SampleSet& set, WaveLoadInfo* info = nullptr);
+
+// decodeWave on the file at `path`.
+WaveLoad loadWaveFile(const std::string& path, SampleSet& set, WaveLoadInfo* info = nullptr);
 
 }  // namespace vandrel

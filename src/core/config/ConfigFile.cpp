@@ -99,6 +99,8 @@ bool positive(double v) { return std::isfinite(v) && v > 0.0; }
 
 bool validTable(const TableConfig& t) {
   if (!positive(t.fileLengthMs) || t.intervalMs < 1 || t.frameCount < 0) return false;
+  // Every new document is built at this length.
+  if (t.fileLengthMs / t.intervalMs > kMaxFrames || t.frameCount > kMaxFrames) return false;
   if (t.selectedCount < 0 || t.selectedCount > kParamCount) return false;
   if (!isFlag(t.cascadeParallel) || (t.sampleRate != 11025 && t.sampleRate != 22050)) return false;
   if (!isFlag(t.autoInterpolate) || !isFlag(t.anchorAfterEdit)) return false;

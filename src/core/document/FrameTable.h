@@ -10,6 +10,11 @@
 
 namespace vandrel {
 
+// The longest table any reader builds: 10,000 s at 10 ms frames. A table of
+// 48 doubles a frame this long already takes about 400 MB; beyond it a typo
+// in a timing line would exhaust memory before the user saw anything.
+inline constexpr int kMaxFrames = 1'000'000;
+
 class FrameTable {
  public:
   FrameTable() = default;

@@ -24,20 +24,39 @@ bool readable(const std::string& path, OpenedFile& out) {
     out.detail = out.message;
     return false;
   }
+  // Every reader takes the whole file into memory; nothing Vandrel writes or
+  // opens comes near this size.
+  const auto size = std::filesystem::file_size(path, ec);
+  if (!ec && size > kMaxAudioFileBytes) {
+    out.message = "Cannot open " + path + ": the file is larger than 2 GB.";
+    out.detail = out.message;
+    return false;
+  }
   return true;
 }
 
 // The audio readers in order; true when one of them accepted the file.
 bool tryAudio(const std::string& path, const AudioDecoder& secondCheck, OpenedFile& out) {
   SampleSet set;
-  switch (loadWaveFile(path, set)) {
+  WaveLoadInfo info;
+  switch (loadWaveFile(path, set, &info)) {
     case WaveLoad::kOk:
       out.kind = OpenedKind::kAudio;
       out.by = OpenedBy::kWaveReader;
       out.audio = std::move(set);
+      // Read what is there rather than refuse: a recording cut short by a
+      // full disk or an interrupted copy is still worth looking at.
+      if (info.shortData())
+        out.note = std::filesystem::path(path).filename().string() + " is cut short: its header announces " +
+                   std::to_string(static_cast<long long>(info.claimedBytes / 2)) + " samples, it holds " +
+                   std::to_string(info.readBytes / 2) + ".";
       return true;
     case WaveLoad::kCannotOpen:
       out.message = "Cannot open " + path + ".";
+      out.detail = out.message;
+      return false;
+    case WaveLoad::kTooLong:
+      out.message = tooLongMessage(path, info.seconds);
       out.detail = out.message;
       return false;
     case WaveLoad::kNotWave:
@@ -45,11 +64,17 @@ bool tryAudio(const std::string& path, const AudioDecoder& secondCheck, OpenedFi
       break;
   }
   if (secondCheck) {
-    if (std::optional<SampleSet> decoded = secondCheck(path)) {
+    std::string refusal;
+    if (std::optional<SampleSet> decoded = secondCheck(path, refusal)) {
       out.kind = OpenedKind::kAudio;
       out.by = OpenedBy::kSecondCheck;
       out.audio = std::move(*decoded);
       return true;
+    }
+    if (!refusal.empty()) {
+      out.message = refusal;
+      out.detail = refusal;
+      return false;
     }
   }
   return false;

@@ -20,8 +20,9 @@ namespace vandrel {
 class CVandrelDoc;
 
 // Decodes an audio file into 16-bit mono samples at the file's own rate, or
-// declines with std::nullopt. Must not throw.
-using AudioDecoder = std::function<std::optional<SampleSet>(const std::string& path)>;
+// declines with std::nullopt. A file it reads but will not open (longer than
+// kMaxAudioSeconds) is declined with the reason in `refusal`. Must not throw.
+using AudioDecoder = std::function<std::optional<SampleSet>(const std::string& path, std::string& refusal)>;
 
 enum class OpenedKind {
   kNothing,     // refused; `message` says why
@@ -39,6 +40,7 @@ struct OpenedFile {
   VdrContent parameters;
   std::string message;  // the text the user is shown when refused
   std::string detail;   // why, for logs and the command line
+  std::string note;     // opened, but the user should know something (status bar)
 
   bool ok() const { return kind != OpenedKind::kNothing; }
 };

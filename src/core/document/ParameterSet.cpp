@@ -117,7 +117,8 @@ bool ParameterSet::needsHighRate() const {
 
 std::int32_t ParameterSet::framesFor(double fileLengthMs, std::int32_t intervalMs) {
   if (intervalMs <= 0 || !(fileLengthMs > 0.0)) return 0;
-  return static_cast<std::int32_t>(fileLengthMs / intervalMs);
+  const double frames = fileLengthMs / intervalMs;
+  return frames < 2147483647.0 ? static_cast<std::int32_t>(frames) : 2147483647;
 }
 
 }  // namespace vandrel

@@ -95,6 +95,10 @@ void splitFields(std::string_view text, std::vector<std::string_view>& out) {
   while (!out.empty() && out.back().empty()) out.pop_back();
 }
 
+struct TooLong {
+  std::size_t line;
+};
+
 // Cuts the text at CR LF, LF or a lone CR. Text after the last line end is a
 // line of its own (a missing final line end is tolerated).
 class LineReader {
@@ -106,11 +110,13 @@ class LineReader {
   bool atEnd() const { return pos_ >= text_.size(); }
   std::size_t lineNumber() const { return number_; }
 
-  // Reads the next line; false at the end of the text.
+  // Reads the next line; false at the end of the text. Throws TooLong for a
+  // line beyond kMaxVdrLineBytes.
   bool next(Line& line) {
     if (atEnd()) return false;
     std::size_t end = pos_;
     while (end < text_.size() && text_[end] != '\r' && text_[end] != '\n') ++end;
+    if (end - pos_ > kMaxVdrLineBytes) throw TooLong{number_ + 1};
     splitFields(text_.substr(pos_, end - pos_), line.fields);
     line.number = ++number_;
     if (end < text_.size())
@@ -192,6 +198,11 @@ class Parser {
       r.error = f.error;
       r.detail = std::move(f.detail);
       r.content = VdrContent{};
+    } catch (const TooLong& t) {
+      r.error = VdrError::kTooLarge;
+      r.detail = "Line " + std::to_string(t.line) +
+                 " of this file is longer than 1 MB. It is not a parameter file; nothing was opened.";
+      r.content = VdrContent{};
     } catch (const std::bad_alloc&) {
       r.error = VdrError::kNotRecognized;
       r.detail = "not enough memory for the table";
@@ -245,6 +256,10 @@ class Parser {
     if (c.sampleRate <= 0) fail(1, "the sample rate must be above 0");
     if (c.intervalMs <= 0) fail(1, "the frame interval must be above 0");
     const int frames = c.fileLengthMs / c.intervalMs;
+    if (frames > kMaxFrames)
+      throw Failure{VdrError::kTooLarge, "This table has " + std::to_string(frames) +
+                                             " frames; Vandrel opens tables of at most 1000000 frames "
+                                             "(10000 s at 10 ms). Nothing was opened."};
 
     const auto settings = numbers("the settings line", 10, kMin, kMax);
     if (settings[0] != 0 && settings[0] != 1) fail(2, "the synthesis method must be 0 or 1");
@@ -455,6 +470,8 @@ std::string_view VdrReadResult::message() const {
       return {};
     case VdrError::kWrongAnchorCount:
       return kMsgWrongAnchorCount;
+    case VdrError::kTooLarge:
+      return detail;
     case VdrError::kNotRecognized:
       break;
   }

@@ -13,6 +13,7 @@
 //   7  one line per frame with those rows' values, truncated toward zero
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -28,6 +29,10 @@ class CVandrelDoc;
 inline constexpr std::string_view kMsgFileTypeNotRecognized = "File type not recorgnized.";
 inline constexpr std::string_view kMsgWrongAnchorCount =
     "Wrong number of anchor cells in file. Check anchor count and the entries in file.";
+
+// A parameter file's lines hold at most 48 values; a longer one is no
+// parameter file, and reading it whole would only waste memory.
+inline constexpr std::size_t kMaxVdrLineBytes = 1 << 20;
 
 inline constexpr std::string_view kVdrFilter = "Vandrel files (*.vdr)|*.vdr|";
 inline constexpr std::string_view kVdrExtension = ".vdr";
@@ -65,6 +70,7 @@ enum class VdrError {
   kNone,
   kNotRecognized,     // "File type not recorgnized."
   kWrongAnchorCount,  // "Wrong number of anchor cells in file. ..."
+  kTooLarge,          // beyond kMaxFrames or kMaxVdrLineBytes; `detail` is the message
 };
 
 struct VdrReadResult {
@@ -73,7 +79,7 @@ struct VdrReadResult {
   VdrContent content;
 
   bool ok() const { return error == VdrError::kNone; }
-  // The text the user is shown.
+  // The text the user is shown (a view of `detail` for kTooLarge).
   std::string_view message() const;
 };
 

@@ -60,9 +60,13 @@ void openAudioFile(CommandContext& ctx) {
   }
   if (!ctx.document) ctx.mainFrame->newDocument();
   OpenDocument* doc = ctx.mainFrame->activeDocument();
+  const QString note = fromStd(opened.note);
   vandrel::applyOpened(doc->doc(), std::move(opened));  // tells the windows itself
   ctx.mainFrame->showStatus(
-      QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), doc->title()));
+      note.isEmpty()
+          ? QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), doc->title())
+          : note,
+      note.isEmpty() ? 5000 : 15000);
 }
 
 void closeDocument(CommandContext& ctx) {
@@ -219,9 +223,12 @@ bool CMainFrame::openFile(const QString& path) {
       newDocument();
       active = activeDocument();
     }
+    const QString note = fromStd(opened.note);
     vandrel::applyOpened(active->doc(), std::move(opened));  // tells the windows itself
-    showStatus(
-        QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), active->title()));
+    showStatus(note.isEmpty() ? QStringLiteral("Audio file %1 opened beside %2")
+                                    .arg(QFileInfo(path).fileName(), active->title())
+                              : note,
+               note.isEmpty() ? 5000 : 15000);
     return true;
   }
   auto doc = std::make_shared<OpenDocument>(++untitledCount_);
