@@ -135,7 +135,7 @@ double CFormantTracker::transition(std::size_t prevFrame, const State& a, std::s
     const double fa = ca[i].f, fb = cb[j].f;
     cost += std::min(kMaxTransition, kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb)));
   }
-  return cost;
+  return cost * stepScale_;
 }
 
 // Viterbi over frames first .. end - 1, all of which have states.
@@ -196,6 +196,7 @@ CFormantTracker::Status CFormantTracker::compute(std::span<const std::int16_t> s
   window_ = static_cast<int>(window);
   if (window_ <= order_) return Status::kBadOptions;
   preEmphasis_ = s.preEmphasis;
+  stepScale_ = std::clamp(kReferenceStepMs / 1000.0 * fs / s.spacing, 0.01, 100.0);
   const auto m = static_cast<std::size_t>(s.frames);
   const auto w = static_cast<std::size_t>(window_);
   try {

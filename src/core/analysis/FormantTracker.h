@@ -53,6 +53,10 @@ class CFormantTracker {
   static constexpr double kMaxTransition = 1.0;
   static constexpr double kMissingCost = 1.5;
   static constexpr double kSwitchCost = 0.5;
+  // The transition costs hold for frames 10 ms apart and scale with 10 ms /
+  // spacing: closer frames see smaller changes but more of them, and the
+  // balance between continuity and the local costs stays the same.
+  static constexpr double kReferenceStepMs = 10.0;
   // States kept per frame (the cheapest by local cost); the rest are pruned.
   static constexpr int kBeam = 48;
   // Rates of twice this or more are decimated by whole(fs / kAnalysisRate).
@@ -102,6 +106,7 @@ class CFormantTracker {
   int window_ = 0;
   double fs_ = 0.0;
   double preEmphasis_ = 0.0;
+  double stepScale_ = 1.0;  // kReferenceStepMs / the frame spacing
 };
 
 }  // namespace vandrel
