@@ -1,5 +1,6 @@
 #include "grid/GridDelegate.h"
 
+#include <QAbstractItemView>
 #include <QPainter>
 
 namespace vandrel::ui {
@@ -33,9 +34,14 @@ void GridDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   painter->setPen(text);
   painter->drawText(r.adjusted(3, 0, -4, 0), alignmentOf(index.data(Qt::TextAlignmentRole)),
                     index.data(Qt::DisplayRole).toString());
-  if (option.state & QStyle::State_HasFocus) {
-    painter->setPen(QPen(option.palette.color(QPalette::WindowText), 2));
-    painter->drawRect(r.adjusted(1, 1, -1, -1));
+  // The current cell keeps its frame while the focus is elsewhere (a menu, a
+  // dialog, another window), thinner, so the user still sees where typing
+  // would go.
+  const auto* view = qobject_cast<const QAbstractItemView*>(parent());
+  if (view && view->currentIndex() == index) {
+    const bool focused = (option.state & QStyle::State_HasFocus) != 0;
+    painter->setPen(QPen(option.palette.color(QPalette::WindowText), focused ? 2 : 1));
+    painter->drawRect(focused ? r.adjusted(1, 1, -1, -1) : r.adjusted(0, 0, -1, -1));
   }
 }
 
