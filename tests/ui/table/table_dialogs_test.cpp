@@ -3,6 +3,7 @@
 // inside. Each dialog is driven through its own widgets by a script that
 // stands in for the user, and every message is caught by the fixture.
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -81,12 +82,14 @@ class TableDialogsTest : public ShellFixture {
     const int at = h->sectionViewportPosition(section) + h->sectionSize(section) / 2;
     QTest::mouseClick(h->viewport(), Qt::LeftButton, {}, o == Qt::Horizontal ? QPoint(at, 5) : QPoint(5, at));
   }
+  // Runs command `id` from its menu action with `s` answering its dialog;
+  // id 0 only sets the script, for a command the test starts itself.
   void run(int id, Script s) {
     script = std::move(s);
     messages.clear();
     titles.clear();
     opened = 0;
-    frame->action(id)->trigger();
+    if (id != 0) frame->action(id)->trigger();
   }
 
   std::unique_ptr<CMainFrame> frame;
@@ -274,16 +277,20 @@ TEST_F(TableDialogsTest, ParametersSelectionAndItsSettingsGrid) {
   EXPECT_EQ(saved.params[kF3].selected, 0);
   EXPECT_EQ(saved.params[kGain].defaultValue, 70);
 
-  // Add Row opens the same dialog; "Default Settings" and then Cancel
-  // changes nothing.
+  // Add Row (Ctrl+U on the table) opens the same dialog; "Default Settings"
+  // and then Cancel changes nothing.
   const ParameterOptions chosen = parameterOptionsOf(doc());
-  run(ID_EDIT_ADD_ROW, [&](QDialog& d) {
+  run(0, [&](QDialog& d) {
     auto& p = dynamic_cast<COptionParameters&>(d);
     child<QPushButton>(d, "defaultSettings")->click();
     EXPECT_TRUE(p.checkBox(kF3)->isChecked());
     EXPECT_TRUE(child<QRadioButton>(d, "cascadeParallel")->isChecked());
     press(d, QDialogButtonBox::Cancel);
   });
+  frame->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+  grid->setFocus();
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_U, Qt::ControlModifier);
   EXPECT_EQ(titles, std::vector<QString>{QStringLiteral("Parameters Selection")});
   EXPECT_EQ(parameterOptionsOf(doc()), chosen);
 }
