@@ -197,6 +197,7 @@ TEST_F(TableDialogsTest, FileOptionsCutTheLengthResampleAndKeepTheAnchorColourAp
   EXPECT_EQ(doc().params().intervalMs, 5);
   EXPECT_EQ(doc().params().fileLengthMs, 1000.0);
   EXPECT_EQ(doc().table.columns(), 200);
+  EXPECT_EQ(qobject_cast<CVandrelView*>(window->view())->grid()->model()->columnCount(), 200);
   EXPECT_EQ(doc().sampleRate, 22050.0);
   EXPECT_TRUE(doc().autoInterpolate && doc().anchorAfterEdit);
   EXPECT_EQ(doc().anchorColor(), anchor);
