@@ -4,7 +4,10 @@
 // this interface, so every window kind (the table, the analysis views) brings
 // its own drawing and the shell never learns what a view shows.
 
+#include <QSizeF>
+
 class QImage;
+class QPainter;
 class QPrinter;
 class QString;
 
@@ -21,6 +24,12 @@ class Printable {
 
   // The window's whole content as one picture, for "Save As bmp...".
   virtual QImage picture() = 0;
+
+  // A window that draws itself can also be saved as a drawing (SVG or PDF):
+  // vectorSize() is its size in 1/96 inch, and paintVector() draws it into
+  // (0, 0, vectorSize()). An empty size (the default) offers bitmaps only.
+  virtual QSizeF vectorSize() { return {}; }
+  virtual void paintVector(QPainter&) {}
 };
 
 }  // namespace vandrel::ui

@@ -6,12 +6,15 @@
 #include <QImage>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QPainter>
+#include <QPdfWriter>
 #include <QPixmap>
 #include <QPointer>
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QScreen>
+#include <QSvgGenerator>
 
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
@@ -25,6 +28,29 @@ namespace vandrel::ui {
 namespace {
 
 const QString kPictureFilter = QStringLiteral("Bitmap (*.bmp);;PNG image (*.png)");
+const QString kDrawingFilter = QStringLiteral(";;SVG drawing (*.svg);;PDF document (*.pdf)");
+
+// An SVG or a one-page PDF of `printable`'s own drawing, at its size.
+bool saveDrawing(Printable& printable, const QString& path, bool pdf) {
+  const QSizeF size = printable.vectorSize();
+  QPainter painter;
+  QSvgGenerator svg;
+  QPdfWriter writer(pdf ? path : QString());
+  if (pdf) {
+    writer.setResolution(96);
+    writer.setPageSize(QPageSize(size / 96.0, QPageSize::Inch));
+    writer.setPageMargins(QMarginsF(0, 0, 0, 0));
+    if (!painter.begin(&writer)) return false;
+  } else {
+    svg.setFileName(path);
+    svg.setSize(size.toSize());
+    svg.setViewBox(QRectF(QPointF(0, 0), size));
+    svg.setResolution(96);
+    if (!painter.begin(&svg)) return false;
+  }
+  printable.paintVector(painter);
+  return painter.end();
+}
 
 PrintDialogRunner& dialogRunner() {
   static PrintDialogRunner runner;
@@ -67,11 +93,21 @@ QString suggestedPicturePath(const CommandContext& ctx, const QString& base) {
 // Asks for a file name and writes `image` there: PNG when the name says so,
 // otherwise BMP, the menu's promise (a name without a suffix gets ".bmp").
 void savePicture(CommandContext& ctx, const QString& caption, const QString& suggested,
-                 const std::function<QImage()>& take) {
-  QString path =
-      ctx.mainFrame->environment().hooks.saveFileName(ctx.dialogParent(), caption, suggested, kPictureFilter);
+                 const std::function<QImage()>& take, Printable* drawing = nullptr) {
+  if (drawing && drawing->vectorSize().isEmpty()) drawing = nullptr;
+  QString path = ctx.mainFrame->environment().hooks.saveFileName(
+      ctx.dialogParent(), caption, suggested, drawing ? kPictureFilter + kDrawingFilter : kPictureFilter);
   if (path.isEmpty()) return;
   if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".bmp");
+  const QString suffix = QFileInfo(path).suffix().toLower();
+  if (drawing && (suffix == QStringLiteral("svg") || suffix == QStringLiteral("pdf"))) {
+    if (!saveDrawing(*drawing, path, suffix == QStringLiteral("pdf")))
+      warn(ctx.dialogParent(),
+           QStringLiteral("The picture could not be saved to %1.").arg(QDir::toNativeSeparators(path)));
+    else
+      ctx.mainFrame->showStatus(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(path)));
+    return;
+  }
   const bool png = QFileInfo(path).suffix().compare(QStringLiteral("png"), Qt::CaseInsensitive) == 0;
   QGuiApplication::setOverrideCursor(Qt::WaitCursor);
   const QImage image = take();
@@ -124,8 +160,9 @@ void saveWindowPicture(CommandContext& ctx) {
   Printable* printable = printableOf(ctx);
   if (!printable) return;
   const QString base = QFileInfo(titleOf(ctx)).completeBaseName();
-  savePicture(ctx, QStringLiteral("Save As bmp"), suggestedPicturePath(ctx, base),
-              [printable] { return printable->picture(); });
+  savePicture(
+      ctx, QStringLiteral("Save As bmp"), suggestedPicturePath(ctx, base),
+      [printable] { return printable->picture(); }, printable);
 }
 
 void saveScreenPicture(CommandContext& ctx) {

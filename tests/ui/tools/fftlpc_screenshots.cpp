@@ -10,6 +10,9 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMouseEvent>
+#include <QPainter>
+#include <QSvgGenerator>
+#include <QSvgRenderer>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -148,6 +151,23 @@ int main(int argc, char** argv) {
     view->setOptions(paper, 0.98);
     view->finishTrack();
     save(view->picture(), folder + QStringLiteral("/fftlpc-vowel-bw-relative.png"), failed);
+    // The drawing as SVG, and that file drawn back, to see what others will.
+    const QString svgFile = folder + QStringLiteral("/fftlpc-vowel.svg");
+    {
+      QSvgGenerator svg;
+      svg.setFileName(svgFile);
+      svg.setSize(view->vectorSize().toSize());
+      svg.setViewBox(QRectF(QPointF(0, 0), view->vectorSize()));
+      QPainter p(&svg);
+      view->paintVector(p);
+    }
+    QSvgRenderer renderer(svgFile);
+    QImage back((view->vectorSize() * 1.5).toSize(), QImage::Format_RGB32);
+    back.fill(Qt::white);
+    QPainter p(&back);
+    renderer.render(&p);
+    p.end();
+    save(back, folder + QStringLiteral("/fftlpc-vowel-svg.png"), failed);
   }
   // Quit without the close questions of a real session.
   for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);

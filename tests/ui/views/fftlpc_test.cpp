@@ -136,16 +136,33 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
   }));
 }
 
-TEST_F(FftLpcTest, PictureAndPrintoutAtTheOptionsSize) {
+TEST_F(FftLpcTest, PicturesAndPrintoutAtTheOptionsSize) {
   FftLpcView* view = openView();
   ASSERT_NE(view, nullptr);
-  const QImage image = view->picture();
-  EXPECT_EQ(image.size(), QSize(900, 600));  // 6 x 4 inches at 150 dpi
+  EXPECT_EQ(view->picture().size(), QSize(900, 600));  // 6 x 4 inches at 150 dpi
   QPrinter printer(QPrinter::HighResolution);
   printer.setOutputFormat(QPrinter::PdfFormat);
-  printer.setOutputFileName(path(QStringLiteral("files/fftlpc.pdf")));
+  printer.setOutputFileName(path(QStringLiteral("files/fftlpc-print.pdf")));
   view->printTo(printer, QStringLiteral("Vandr1"));
   EXPECT_GT(QFile(printer.outputFileName()).size(), 1000);
+
+  // "Save As bmp..." writes the type the name asks for; this window also
+  // offers drawings.
+  for (const char* name : {"view.bmp", "view.png", "view.svg", "view.pdf"}) {
+    SCOPED_TRACE(name);
+    nextFile = path(QStringLiteral("files/")) + QLatin1String(name);
+    frame->runCommand(ID_FILE_SAVE_BMP);
+    QFile f(nextFile);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QByteArray head = f.read(200);
+    const QByteArray expected = nextFile.endsWith(QStringLiteral("bmp"))   ? "BM"
+                                : nextFile.endsWith(QStringLiteral("png")) ? "\x89PNG"
+                                : nextFile.endsWith(QStringLiteral("svg")) ? "<svg"
+                                                                           : "%PDF";
+    EXPECT_TRUE(head.contains(expected)) << head.left(40).toStdString();
+  }
+  EXPECT_TRUE(asked.back().endsWith(QStringLiteral("SVG drawing (*.svg);;PDF document (*.pdf)")));
+  EXPECT_TRUE(messages.empty());
 }
 
 struct DialogCase {

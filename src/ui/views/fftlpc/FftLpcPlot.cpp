@@ -175,7 +175,9 @@ class Plotter {
         pen = false;
         continue;
       }
-      const QPointF pt(xOfHz(static_cast<double>(i) * step), yOfDb(curve[i] + shift));
+      // Held inside the axes by hand: SVG output ignores the clip.
+      const double y = std::clamp(yOfDb(curve[i] + shift), l_.spectrum.top(), l_.spectrum.bottom());
+      const QPointF pt(xOfHz(static_cast<double>(i) * step), y);
       if (pen)
         path.lineTo(pt);
       else
@@ -208,6 +210,7 @@ class Plotter {
     for (const vandrel::SliceFormant& f : s.formants) {
       if (f.frequency >= fmax() || ++n > 6) break;
       const QPointF at(xOfHz(f.frequency), yOfDb(f.levelDb + shift));
+      if (!l_.spectrum.adjusted(-1, -1, 1, 1).contains(at)) continue;
       const double d = natural ? -1.0 : 1.0;
       QPolygonF tri;
       tri << at + QPointF(0, d * 3) << at + QPointF(-4, d * 10) << at + QPointF(4, d * 10);
@@ -404,7 +407,7 @@ class Plotter {
         if (!std::isfinite(v)) continue;
         const double x = xOfMs(static_cast<double>(i) * p_.track->stepMs) - w / 2;
         const double h = v / top * r.height();
-        g_.fillRect(QRectF(x, r.bottom() - h, w, h), fill);
+        g_.fillRect(QRectF(x, r.bottom() - h, w, h).intersected(r), fill);
       }
       g_.restore();
     }

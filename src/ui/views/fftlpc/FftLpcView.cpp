@@ -286,6 +286,13 @@ QSizeF FftLpcView::printSize() const {
                 std::clamp(picture_.options.height, 0.5, 100.0) * perUnit);
 }
 
+void FftLpcView::paintVector(QPainter& painter) {
+  finishTrack();
+  FftLpcPicture pic = picture_;
+  pic.crosshair.reset();
+  paintFftLpc(painter, QRectF(QPointF(0, 0), printSize()), pic);
+}
+
 QImage FftLpcView::picture() {
   finishTrack();
   const QSizeF logical = printSize();

@@ -74,6 +74,8 @@ class FftLpcView : public QWidget, public Printable {
 
   void printTo(QPrinter& printer, const QString& title) override;
   QImage picture() override;
+  QSizeF vectorSize() override { return printSize(); }
+  void paintVector(QPainter& painter) override;
 
  private:
   friend class FftLpcCanvas;
