@@ -4,6 +4,7 @@
 // as it goes, with a note for the status bar.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -46,7 +47,9 @@ class ReaderLimits : public ::testing::Test {
     EXPECT_EQ(writeFileAtomically((dir / name).string(), bytes), "");
     return (dir / name).string();
   }
-  const fs::path dir = fs::temp_directory_path() / "vandrel-limits-test";
+  // The process's own: the tests run side by side, and one's TearDown must not
+  // take the other's files.
+  const fs::path dir = fs::temp_directory_path() / ("vandrel-limits-test-" + std::to_string(::getpid()));
 };
 
 TEST_F(ReaderLimits, RefusedWithTheLimitInTheMessage) {

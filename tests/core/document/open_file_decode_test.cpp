@@ -3,6 +3,7 @@
 // the expected samples come from the bytes, not from a decoder.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <bit>
 #include <cstdint>
@@ -45,8 +46,10 @@ std::string wav(int tag, int channels, int rate, int bits, const std::string& da
 
 std::vector<std::int16_t> s16(const std::vector<int>& v) { return {v.begin(), v.end()}; }
 
-// Writes `bytes` to a file of the test folder, which each test empties at its end.
-const fs::path kTemp = fs::temp_directory_path() / "vandrel-open-audio";
+// Writes `bytes` to a file of the test folder, which each test empties at its
+// end. The folder is the process's own: the tests of this file run side by
+// side, and one's clean-up must not take the other's files.
+const fs::path kTemp = fs::temp_directory_path() / ("vandrel-open-audio-" + std::to_string(::getpid()));
 std::string file(const std::string& name, const std::string& bytes) {
   fs::create_directories(kTemp);
   EXPECT_EQ(writeFileAtomically((kTemp / name).string(), bytes), "");
