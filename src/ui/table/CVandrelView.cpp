@@ -14,6 +14,7 @@
 #include "common/Messages.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
+#include "table/TablePrintout.h"
 
 namespace vandrel::ui {
 
@@ -55,6 +56,12 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
 }
 
 CVandrelView::~CVandrelView() = default;
+
+void CVandrelView::printTo(QPrinter& printer, const QString& title) {
+  TablePrintout(document_.doc(), shownParams()).print(printer, title);
+}
+
+QImage CVandrelView::picture() { return TablePrintout(document_.doc(), shownParams()).picture(); }
 
 CVandrelView* CVandrelView::active(const CommandContext& ctx) {
   if (!ctx.childFrame) return nullptr;

@@ -14,6 +14,7 @@
 
 #include <vector>
 
+#include "common/Printable.h"
 #include "editing/TableSelection.h"
 #include "editing/UserMessage.h"
 
@@ -28,7 +29,7 @@ class MyCug;
 class OpenDocument;
 struct CommandContext;
 
-class CVandrelView : public QWidget {
+class CVandrelView : public QWidget, public Printable {
   Q_OBJECT
  public:
   explicit CVandrelView(OpenDocument& document, QWidget* parent = nullptr);
@@ -64,6 +65,10 @@ class CVandrelView : public QWidget {
 
   // "av   120 ms   60": the current cell's parameter, time and value.
   QString cellStatusText() const;
+
+  // File > Print and "Save As bmp...": the whole table (TablePrintout).
+  void printTo(QPrinter& printer, const QString& title) override;
+  QImage picture() override;
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
