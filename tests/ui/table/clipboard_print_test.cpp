@@ -4,6 +4,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QClipboard>
 #include <QFile>
 #include <QImageReader>
 #include <QPointer>
@@ -20,31 +21,14 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
-#include "common/Printable.h"
 #include "print/PrintCommands.h"
+#include "table/CVandrelView.h"
+#include "table/FrameTableModel.h"
+#include "table/MyCug.h"
 #include "table/TablePrintout.h"
 
 namespace vandrel::ui::test {
 namespace {
-
-std::vector<int> shownRowsOf(const vandrel::CVandrelDoc& doc) {
-  std::vector<int> rows;
-  for (int r = 0; r < vandrel::kParamCount; ++r)
-    if (doc.params().at(r).selected) rows.push_back(r);
-  return rows;
-}
-
-class TableStandIn : public QWidget, public Printable {
- public:
-  explicit TableStandIn(OpenDocument& d) : doc_(d.doc()) {}
-  void printTo(QPrinter& printer, const QString& title) override {
-    TablePrintout(doc_, shownRowsOf(doc_)).print(printer, title);
-  }
-  QImage picture() override { return TablePrintout(doc_, shownRowsOf(doc_)).picture(); }
-
- private:
-  vandrel::CVandrelDoc& doc_;
-};
 
 // Copies a file for a person to look at when VANDREL_SHOT_DIR names a folder.
 void keepForLooking(const QString& file) {
@@ -55,24 +39,23 @@ void keepForLooking(const QString& file) {
   QFile::copy(file, target);
 }
 
-class PrintTest : public ShellFixture {
+class ClipboardPrintTest : public ShellFixture {
  protected:
   void SetUp() override {
     ShellFixture::SetUp();
-    setDocumentViewFactory([](OpenDocument& d, CChildFrame&) { return new TableStandIn(d); });
     frame_ = std::make_unique<CMainFrame>(environment());
     frame_->show();
-    frame_->newDocument();
+    view_ = qobject_cast<CVandrelView*>(frame_->newDocument()->view());
+    ASSERT_NE(view_, nullptr);
     QApplication::processEvents();
   }
   void TearDown() override {
     frame_.reset();
     setPrintDialogRunner({});
-    setDocumentViewFactory({});
     ShellFixture::TearDown();
   }
 
-  vandrel::CVandrelDoc& doc() { return frame_->activeDocument()->doc(); }
+  vandrel::CVandrelDoc& doc() { return view_->document().doc(); }
 
   // A table of `columns` frames with a fraction, an anchor and a hidden row.
   void shapeTable(int columns) {
@@ -82,7 +65,22 @@ class PrintTest : public ShellFixture {
     doc().table.reset(columns, ps);
     doc().table.setValue(vandrel::kAv, 1, 42.25);
     doc().table.setAnchor(vandrel::kF1, 2, true);
+    doc().notifyStructureChanged();
+    QApplication::processEvents();
   }
+
+  QPoint at(int row, int column) {
+    MyCug* grid = view_->table();
+    return grid->visualRect(grid->model()->index(row, column)).center();
+  }
+  void click(int row, int column, Qt::KeyboardModifiers mods = {}) {
+    QTest::mouseClick(view_->table()->viewport(), Qt::LeftButton, mods, at(row, column));
+  }
+  void key(int k, Qt::KeyboardModifiers mods = Qt::ControlModifier) {
+    QTest::keyClick(view_->table(), static_cast<Qt::Key>(k), mods);
+    QApplication::processEvents();
+  }
+  QString status() const { return frame_->statusBar()->currentMessage(); }
 
   void trigger(int id) {
     frame_->updateCommandStates();
@@ -108,9 +106,51 @@ class PrintTest : public ShellFixture {
   }
 
   std::unique_ptr<CMainFrame> frame_;
+  CVandrelView* view_ = nullptr;
 };
 
-TEST_F(PrintTest, PrintedPagesCarryRowNamesColumnHeadingsAndTheHeaderLine) {
+// The standard keys reach the table's Copy, Cut and Paste while the grid has
+// the focus; the toolbar's Paste says what it skipped.
+TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
+  using namespace vandrel;
+  shapeTable(10);
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame_.get()));
+  view_->table()->setFocus();
+  for (int c = 0; c < 3; ++c) doc().table.setValue(kF2, c, 1000 + c);
+  doc().notifyCellsChanged(CellRange{kF2, kF2, 0, 2});
+  click(kF1, 2);  // from f1 at 30 ms back up to f2 at 10 ms
+  click(kF2, 0, Qt::ShiftModifier);
+  key(Qt::Key_C);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("1000\t1001\t1002\n500\t500\t500\n"));
+  EXPECT_EQ(status(), QStringLiteral("Copied 6 cells (2 rows)"));
+
+  const int steps = doc().undo.count();
+  click(kF2, 6);
+  key(Qt::Key_V);
+  EXPECT_EQ(doc().table.value(kF2, 8), 1002);
+  EXPECT_EQ(doc().table.value(kF1, 6), 500);
+  EXPECT_EQ(doc().undo.count(), steps + 1);
+  EXPECT_EQ(status(), QStringLiteral("Pasted 6 cells"));
+  EXPECT_EQ(view_->model()->data(view_->model()->index(kF2, 8), Qt::DisplayRole).toString(),
+            QStringLiteral("1002"));
+
+  QGuiApplication::clipboard()->setText(QStringLiteral("12\tabc\t40"));
+  click(kAv, 1);
+  trigger(ID_EDIT_PASTE);
+  EXPECT_EQ(doc().table.value(kAv, 1), 12);
+  EXPECT_EQ(doc().table.value(kAv, 3), 40);
+  EXPECT_EQ(status(), QStringLiteral("Pasted 2 cells; skipped 1 that were not numbers"));
+
+  click(kF2, 0);
+  key(Qt::Key_X);
+  EXPECT_EQ(doc().table.value(kF2, 0), doc().params().at(kF2).defaultValue);
+  EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("1000\n"));
+  key(Qt::Key_Z);
+  EXPECT_EQ(doc().table.value(kF2, 0), 1000);
+  EXPECT_TRUE(messages.empty());
+}
+
+TEST_F(ClipboardPrintTest, PrintedPagesCarryRowNamesColumnHeadingsAndTheHeaderLine) {
   if (QStandardPaths::findExecutable(QStringLiteral("pdftotext")).isEmpty())
     GTEST_SKIP() << "pdftotext is missing (scripts/install-deps installs poppler-utils)";
   shapeTable(60);
@@ -136,7 +176,7 @@ TEST_F(PrintTest, PrintedPagesCarryRowNamesColumnHeadingsAndTheHeaderLine) {
   EXPECT_TRUE(pages[0].contains(QStringLiteral(" 42.25 ")));
 }
 
-TEST_F(PrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
+TEST_F(ClipboardPrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
   shapeTable(60);
   trigger(ID_FILE_PRINT_PREVIEW);
   QPointer<QPrintPreviewDialog> preview;
@@ -145,7 +185,7 @@ TEST_F(PrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
   ASSERT_FALSE(preview.isNull());
   QPrintPreviewWidget* pages = preview->findChild<QPrintPreviewWidget*>();
   ASSERT_NE(pages, nullptr);
-  EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), shownRowsOf(doc())).pageCount(*preview->printer()));
+  EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), view_->shownParams()).pageCount(*preview->printer()));
   EXPECT_GE(pages->pageCount(), 2);
   // Closing the document's window takes the preview down with it.
   frame_->activeChildFrame()->close();
@@ -153,7 +193,7 @@ TEST_F(PrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
   EXPECT_TRUE(preview.isNull());
 }
 
-TEST_F(PrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
+TEST_F(ClipboardPrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
   shapeTable(30);
   const struct {
     const char* chosen;
@@ -188,9 +228,9 @@ TEST_F(PrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
   EXPECT_TRUE(messages.empty());
 }
 
-TEST_F(PrintTest, AVeryLongTableIsWrappedAndCutToAPictureOfBoundedSize) {
+TEST_F(ClipboardPrintTest, AVeryLongTableIsWrappedAndCutToAPictureOfBoundedSize) {
   shapeTable(60000);
-  const QImage image = TablePrintout(doc(), shownRowsOf(doc())).picture();
+  const QImage image = TablePrintout(doc(), view_->shownParams()).picture();
   EXPECT_LE(image.width(), TablePrintout::kMaxBandWidth);
   EXPECT_LE(static_cast<long long>(image.width()) * image.height(), TablePrintout::kMaxPixels);
   EXPECT_GT(image.height(), 2 * 32 * 10);  // several bands
