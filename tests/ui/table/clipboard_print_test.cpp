@@ -12,6 +12,7 @@
 #include <QPrintPreviewWidget>
 #include <QPrinter>
 #include <QProcess>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTest>
@@ -147,6 +148,18 @@ TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
   EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("1000\n"));
   key(Qt::Key_Z);
   EXPECT_EQ(doc().table.value(kF2, 0), 1000);
+
+  // While a cell is being typed into, Ctrl+V pastes into the typing.
+  QGuiApplication::clipboard()->setText(QStringLiteral("23"));
+  click(kAv, 5);
+  key(Qt::Key_1, Qt::NoModifier);
+  QWidget* editor = QApplication::focusWidget();
+  ASSERT_NE(editor, view_->table());
+  QTest::keyClick(editor, Qt::Key_V, Qt::ControlModifier);
+  QTest::keyClick(editor, Qt::Key_Return);
+  ASSERT_TRUE(QTest::qWaitFor([this] { return !view_->table()->isEditing(); }));
+  EXPECT_EQ(doc().table.value(kAv, 5), 87);  // 123 held to av's limit
+  EXPECT_EQ(doc().table.value(kAv, 6), 60);
   EXPECT_TRUE(messages.empty());
 }
 
@@ -187,6 +200,9 @@ TEST_F(ClipboardPrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
   ASSERT_NE(pages, nullptr);
   EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), view_->shownParams()).pageCount(*preview->printer()));
   EXPECT_GE(pages->pageCount(), 2);
+  const QString shot = path(QStringLiteral("files/preview.png"));
+  preview->grab().save(shot);
+  keepForLooking(shot);
   // Closing the document's window takes the preview down with it.
   frame_->activeChildFrame()->close();
   QTest::qWait(20);
@@ -226,6 +242,21 @@ TEST_F(ClipboardPrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
   EXPECT_GT(size.width(), 30 * 20);
   EXPECT_GT(size.height(), 31 * 10);
   EXPECT_TRUE(messages.empty());
+}
+
+// The screen as it is; a desktop that gives no picture of it gets a message.
+TEST_F(ClipboardPrintTest, SaveScreenAsBmpWritesTheScreen) {
+  nextFile = path(QStringLiteral("files/screen"));
+  trigger(ID_FILE_SAVE_SCREEN_BMP);
+  const QImage shot(path(QStringLiteral("files/screen.bmp")), "BMP");
+  if (messages.empty()) {
+    EXPECT_EQ(shot.size(), frame_->screen()->size() * frame_->screen()->devicePixelRatio());
+    keepForLooking(path(QStringLiteral("files/screen.bmp")));
+  } else {
+    EXPECT_EQ(messages,
+              std::vector<QString>{QStringLiteral("The screen could not be captured on this desktop.")});
+    EXPECT_TRUE(shot.isNull());
+  }
 }
 
 TEST_F(ClipboardPrintTest, AVeryLongTableIsWrappedAndCutToAPictureOfBoundedSize) {
