@@ -110,6 +110,8 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
   // The slider and a click on the strip move the time; a drag averages.
   view->timeSlider()->setValue(150);
   EXPECT_EQ(view->timeMs(), 150.0);
+  QTest::keyClick(view->canvas(), Qt::Key_Right);
+  EXPECT_EQ(view->timeMs(), 160.0);
   view->resize(900, 600);
   const QRectF strip = view->layout().strip;
   QTest::mouseClick(view->canvas(), Qt::LeftButton, {},

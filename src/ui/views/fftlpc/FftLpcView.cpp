@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QImage>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
@@ -41,6 +42,7 @@ class FftLpcCanvas : public QWidget {
     setMouseTracking(true);
     setMinimumSize(480, 360);
     setCursor(Qt::CrossCursor);
+    setFocusPolicy(Qt::StrongFocus);
   }
 
  protected:
@@ -67,6 +69,17 @@ class FftLpcCanvas : public QWidget {
     else
       view_.picture_.crosshair.reset();
     update();
+  }
+
+  // Left and Right step the time by the average step, to walk through a vowel.
+  void keyPressEvent(QKeyEvent* e) override {
+    const int step = std::max(view_.options().averageStepMs, 1);
+    if (e->key() == Qt::Key_Left || e->key() == Qt::Key_Right) {
+      view_.clearSelection();
+      view_.setTimeMs(view_.timeMs() + (e->key() == Qt::Key_Left ? -step : step));
+    } else {
+      QWidget::keyPressEvent(e);
+    }
   }
 
   void leaveEvent(QEvent*) override {
