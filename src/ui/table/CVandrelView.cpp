@@ -8,6 +8,8 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 #include "app/CChildFrame.h"
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
@@ -44,8 +46,14 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
           [this] { state_.selection = grid_->tableSelection(); });
   connect(grid_, &CUGExcel::currentCellChanged, this, &CVandrelView::updateCellStatus);
   connect(model_, &FrameTableModel::dataChanged, this, &CVandrelView::updateCellStatus);
+  // A rebuild forgets the grid's cursor; the user's place in the table is
+  // kept, held to the new table's size.
+  connect(model_, &FrameTableModel::aboutToRebuild, this, [this] { kept_ = grid_->currentCell(); });
   connect(model_, &FrameTableModel::rebuilt, this, [this] {
     applyShownRows();
+    const int columns = model_->columnCount();
+    const int row = grid_->isRowHidden(kept_.row) ? std::max(grid_->firstShownRow(), 0) : kept_.row;
+    if (columns > 0) grid_->setCurrentCell(row, std::clamp(kept_.column, 0, columns - 1));
     showStoredSelection();
   });
 
@@ -101,8 +109,6 @@ void CVandrelView::applyShownRows() {
   const auto& params = document_.doc().params();
   for (int i = 0; i < kParamCount; ++i)
     grid_->setRowHeight(i, params.at(i).selected ? CUGExcel::kRowHeight : 0);
-  if (grid_->isRowHidden(grid_->currentCell().row) && grid_->firstShownRow() >= 0)
-    grid_->setCurrentCell(grid_->firstShownRow(), std::max(grid_->currentCell().column, 0));
 }
 
 QString CVandrelView::cellStatusText() const {

@@ -17,6 +17,7 @@
 #include "common/Printable.h"
 #include "editing/TableSelection.h"
 #include "editing/UserMessage.h"
+#include "grid/CUGExcel.h"
 
 class QLabel;
 class QTableView;
@@ -81,6 +82,7 @@ class CVandrelView : public QWidget, public Printable {
   vandrel::TableViewState state_;
   FrameTableModel* model_;
   MyCug* grid_;
+  GridCell kept_;  // the cursor across a rebuild
 };
 
 }  // namespace vandrel::ui

@@ -108,6 +108,7 @@ void FrameTableModel::onCellsChanged(const vandrel::CellRange& cells) {
 }
 
 void FrameTableModel::onStructureChanged() {
+  emit aboutToRebuild();
   beginResetModel();
   columns_ = document_.doc().table.columns();
   endResetModel();

@@ -39,7 +39,8 @@ class FrameTableModel : public QAbstractTableModel {
   QString rowToolTip(int row) const;
 
  signals:
-  // After a rebuild for a new structure (columns, shown rows, colours).
+  // Around a rebuild for a new structure (columns, shown rows, colours).
+  void aboutToRebuild();
   void rebuilt();
 
  private:

@@ -82,6 +82,7 @@ TEST_F(TableViewTest, ModelFollowsTheDocumentAndFormatsValues) {
       });
   doc().table.setValue(kAv, 2, 1.0 / 3.0);
   doc().notifyCellsChanged(CellRange{kAv, kAv, 2, 2});
+  grid->setCurrentCell(kF1, 15);
   doc().params().setSelected(kF1, false);
   doc().table.reset(40, doc().params());
   doc().notifyStructureChanged();
@@ -90,6 +91,8 @@ TEST_F(TableViewTest, ModelFollowsTheDocumentAndFormatsValues) {
 
   EXPECT_EQ(view->model()->columnCount(), 40);
   EXPECT_TRUE(grid->isRowHidden(kF1));
+  EXPECT_EQ(view->currentParam(), kF0);  // its row was hidden: back to the first shown row
+  EXPECT_EQ(view->currentColumn(), 15);
   EXPECT_EQ(view->model()->headerData(3, Qt::Horizontal, Qt::DisplayRole).toString(), QStringLiteral("40"));
   EXPECT_EQ(view->model()->headerData(kAv, Qt::Vertical, Qt::ToolTipRole).toString(),
             QStringLiteral("av = Amplitude of voicing in dB (0 - 87)\nLimits: 0 to 87\nDefault: 60"));
