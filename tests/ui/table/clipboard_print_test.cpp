@@ -92,10 +92,13 @@ class ClipboardPrintTest : public ShellFixture {
   }
 
   // Prints through File > Print into `pdf` and returns the text of each page.
-  QStringList printToPdf(const QString& pdf) {
-    setPrintDialogRunner([pdf](QPrinter& printer, QWidget*) {
+  // `from`..`to` is a page range chosen in the dialog (0: all pages).
+  QStringList printToPdf(const QString& pdf, int from = 0, int to = 0) {
+    setPrintDialogRunner([pdf, from, to](QPrinter& printer, QWidget*) {
       printer.setOutputFormat(QPrinter::PdfFormat);
       printer.setOutputFileName(pdf);
+      printer.setPrintRange(from > 0 ? QPrinter::PageRange : QPrinter::AllPages);
+      printer.setFromTo(from, to);
       return true;
     });
     trigger(ID_FILE_PRINT);
@@ -187,6 +190,12 @@ TEST_F(ClipboardPrintTest, PrintedPagesCarryRowNamesColumnHeadingsAndTheHeaderLi
   for (int ms = 10; ms <= 600; ms += 10) expected += QString::number(ms);
   EXPECT_EQ(headings, expected);
   EXPECT_TRUE(pages[0].contains(QStringLiteral(" 42.25 ")));
+
+  // A range chosen in the dialog prints those pages under their own numbers.
+  const QStringList range = printToPdf(path(QStringLiteral("files/range.pdf")), 2, 3);
+  ASSERT_EQ(range.size(), 2);
+  EXPECT_EQ(range[0], pages[1]);
+  EXPECT_TRUE(range[1].contains(QStringLiteral("Page 3 of %1").arg(pages.size())));
 }
 
 TEST_F(ClipboardPrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
