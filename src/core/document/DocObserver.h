@@ -35,6 +35,10 @@ class DocObserver {
   // The modified or changed-since-synthesis flag changed (title bar asterisk,
   // "needs synthesis" state).
   virtual void notifyFlagsChanged() {}
+
+  // A synthesis of a modified table is about to start: the last moment to
+  // keep a copy of the work before a long computation that could fail.
+  virtual void notifyAboutToSynthesize() {}
 };
 
 }  // namespace vandrel

@@ -112,4 +112,8 @@ void CVandrelDoc::notifyFlagsChanged() {
   forEachObserver([](DocObserver& o) { o.notifyFlagsChanged(); });
 }
 
+void CVandrelDoc::notifyAboutToSynthesize() {
+  forEachObserver([](DocObserver& o) { o.notifyAboutToSynthesize(); });
+}
+
 }  // namespace vandrel

@@ -68,6 +68,7 @@ class CVandrelDoc {
   void notifyStructureChanged();
   void notifySamplesChanged(SampleSlot slot);
   void notifyFlagsChanged();
+  void notifyAboutToSynthesize();
 
   std::array<ParameterSet, 3> paramSets;
   FrameTable table;

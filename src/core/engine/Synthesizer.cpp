@@ -104,6 +104,7 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
 
 bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress) {
   if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return false;
+  if (doc.modified) doc.notifyAboutToSynthesize();
   if (!synthesize(doc, progress)) return false;
   doc.notifySamplesChanged(SampleSlot::kSynthesized);
   doc.notifySamplesChanged(SampleSlot::kPrevious);

@@ -7,7 +7,10 @@
 
 namespace vandrel {
 
-// Returns an empty string on success, otherwise what went wrong (for a message).
+// Returns an empty string on success, otherwise a sentence for the user that
+// names the file and the system's reason ("Cannot save /a/b.vdr: no space
+// left on device."), adding that the previous file is unchanged when there
+// was one.
 std::string writeFileAtomically(const std::string& path, std::string_view bytes);
 
 // Reads a whole file; false when it cannot be opened or read.

@@ -328,6 +328,7 @@ CChildFrame* CMainFrame::addWindow(std::shared_ptr<OpenDocument> document) {
     frame->show();
   mdi_->setActiveSubWindow(frame);
   renumberWindows(frame->document());
+  if (recovery_) recovery_->watch(frame->document());
   frame->widget()->setFocus();
   onSubWindowActivated();
   return frame;

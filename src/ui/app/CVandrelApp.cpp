@@ -7,6 +7,7 @@
 #include "app/CMainFrame.h"
 #include "app/DocumentRecovery.h"
 #include "app/TempFolder.h"
+#include "app/TestEditHook.h"
 
 namespace vandrel::ui {
 
@@ -42,6 +43,7 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
   if (configStatus_ == vandrel::ConfigStatus::kOk) env.config = loaded;
 
   mainFrame_ = std::make_unique<CMainFrame>(std::move(env));
+  installTestEditHook(*mainFrame_);
 
   QString file;
   for (int i = 1; i < arguments.size(); ++i)

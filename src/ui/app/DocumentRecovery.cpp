@@ -24,7 +24,9 @@ DocumentRecovery::DocumentRecovery(CMainFrame& frame, const QString& tempFolder)
     lock_ = std::make_unique<QLockFile>(runFolder_ + QStringLiteral("/lock"));
     lock_->tryLock(0);
   }
-  timer_.setInterval(kIntervalMs);
+  bool set = false;
+  const int interval = qEnvironmentVariableIntValue("VANDREL_RECOVERY_INTERVAL_MS", &set);
+  timer_.setInterval(set && interval > 0 ? interval : kIntervalMs);
   connect(&timer_, &QTimer::timeout, this, &DocumentRecovery::saveNow);
   timer_.start();
 }
@@ -52,12 +54,34 @@ void DocumentRecovery::saveNow() {
     const auto last = copied_.find(doc->serial());
     if (last != copied_.end() && last.value() == doc->revision()) continue;
     const QString vdr = copyPath(doc->serial(), "vdr");
-    if (!vandrel::saveVdrFile(vdr.toStdString(), doc->doc(), vandrel::VdrKind::kAllParameters).empty())
+    const std::string error =
+        vandrel::saveVdrFile(vdr.toStdString(), doc->doc(), vandrel::VdrKind::kAllParameters);
+    if (!error.empty()) {
+      copyFailed(*doc, QString::fromStdString(error));
       continue;
+    }
     QFile path(copyPath(doc->serial(), "path"));
     if (path.open(QIODevice::WriteOnly | QIODevice::Truncate)) path.write(doc->path().toUtf8());
     copied_.insert(doc->serial(), doc->revision());
+    failureShown_ = false;
   }
+}
+
+void DocumentRecovery::copyFailed(OpenDocument& doc, const QString& error) {
+  const QString text =
+      QStringLiteral(
+          "The copy of unsaved work in %1 could not be kept.\n%2\nSave your work, or free some space.")
+          .arg(doc.title(), error);
+  frame_.showStatus(QStringLiteral("The copy of unsaved work in %1 could not be kept").arg(doc.title()),
+                    15000);
+  if (failureShown_) return;
+  failureShown_ = true;
+  warn(&frame_, text);
+}
+
+void DocumentRecovery::watch(OpenDocument& document) {
+  connect(&document, &OpenDocument::aboutToSynthesize, this, &DocumentRecovery::saveNow,
+          Qt::UniqueConnection);
 }
 
 void DocumentRecovery::forget(int serial) {

@@ -1,8 +1,9 @@
 #pragma once
 // Copies of unsaved work, so that a crash or a killed editor loses little.
 //
-// Every 30 seconds each modified document that changed since its last copy
-// is written as a parameter file into this run's folder in the temp folder:
+// Every 30 seconds, and before a modified table is synthesized, each modified
+// document that changed since its last copy is written as a parameter file
+// into this run's folder in the temp folder:
 //
 //   <temp>/recovery/<run>/lock          held (QLockFile) while the run lives
 //   <temp>/recovery/<run>/<n>.vdr       document n, all 48 parameters
@@ -12,6 +13,12 @@
 // run's folder goes when the editor ends normally. At start-up, folders whose
 // lock no running editor holds are offered back to the user. The recording
 // beside a table is not kept (it is on disk already).
+//
+// A copy that cannot be written (a full disk, a folder made read-only) is
+// said once, in a message box, and again in the status bar at each failed
+// try, until a copy succeeds again.
+//
+// The test setting VANDREL_RECOVERY_INTERVAL_MS replaces the 30 seconds.
 
 #include <QHash>
 #include <QList>
@@ -26,11 +33,13 @@
 namespace vandrel::ui {
 
 class CMainFrame;
+class OpenDocument;
 
 class DocumentRecovery : public QObject {
   Q_OBJECT
  public:
   static constexpr int kIntervalMs = 30000;
+  int intervalMs() const { return timer_.interval(); }
 
   DocumentRecovery(CMainFrame& frame, const QString& tempFolder);
   ~DocumentRecovery() override;  // a normal end: this run's copies are removed
@@ -39,6 +48,9 @@ class DocumentRecovery : public QObject {
 
   // Brings the copies up to date now.
   void saveNow();
+
+  // Copies `document` before each synthesis of it while it is modified.
+  void watch(OpenDocument& document);
 
   // Drops the copy of document `serial` (saved or closed).
   void forget(int serial);
@@ -58,6 +70,7 @@ class DocumentRecovery : public QObject {
 
  private:
   QString copyPath(int serial, const char* suffix) const;
+  void copyFailed(OpenDocument& doc, const QString& error);
 
   CMainFrame& frame_;
   QString recoveryRoot_;
@@ -65,6 +78,7 @@ class DocumentRecovery : public QObject {
   std::unique_ptr<QLockFile> lock_;
   QTimer timer_;
   QHash<int, std::uint64_t> copied_;  // document serial -> revision last written
+  bool failureShown_ = false;         // the message box of a failing copy was shown
 };
 
 }  // namespace vandrel::ui

@@ -25,6 +25,7 @@ class OpenDocument::Observer : public vandrel::DocObserver {
     ++owner_.revision_;
     emit owner_.flagsChanged();
   }
+  void notifyAboutToSynthesize() override { emit owner_.aboutToSynthesize(); }
 
  private:
   OpenDocument& owner_;

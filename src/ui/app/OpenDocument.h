@@ -1,7 +1,7 @@
 #pragma once
 // OpenDocument: the UI's handle on one open document. It owns the core
 // CVandrelDoc, knows the file it came from and its title, and passes the
-// document's four observer calls on as Qt signals, unchanged, to every window
+// document's observer calls on as Qt signals, unchanged, to every window
 // of the document. All windows of one document (the first and those of "New
 // Window") share one OpenDocument.
 
@@ -45,7 +45,8 @@ class OpenDocument : public QObject {
   void cellsChanged(vandrel::CellRange cells);  // values or anchors of these cells
   void structureChanged();                      // columns, timing, shown rows, colours, whole table
   void samplesChanged(vandrel::SampleSlot slot);
-  void flagsChanged();  // modified / due for synthesis
+  void flagsChanged();       // modified / due for synthesis
+  void aboutToSynthesize();  // a modified table is about to be synthesized
   void titleChanged();
 
  private:
