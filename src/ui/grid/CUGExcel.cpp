@@ -38,7 +38,7 @@ CUGExcel::CUGExcel(QWidget* parent) : QTableView(parent) {
   setSelectionBehavior(QAbstractItemView::SelectItems);
   setEditTriggers(QAbstractItemView::AnyKeyPressed | QAbstractItemView::DoubleClicked |
                   QAbstractItemView::EditKeyPressed);
-  setTabKeyNavigation(false);  // Tab belongs to the editor: commit and move right
+  setTabKeyNavigation(true);  // Tab moves right, as it does after typing a value
   setWordWrap(false);
   setCornerButtonEnabled(false);
   setHorizontalScrollMode(QAbstractItemView::ScrollPerItem);
@@ -147,6 +147,11 @@ void CUGExcel::keyPressEvent(QKeyEvent* event) {
                       !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
   if (typing && !acceptsTypedText(text)) {
     event->ignore();
+    return;
+  }
+  if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !isEditing() &&
+      event->modifiers() == Qt::NoModifier) {
+    moveAfterEdit(MoveDown);  // Enter steps down a column, with or without typing first
     return;
   }
   const GridCell before = currentCell();

@@ -127,6 +127,10 @@ TEST_F(TableViewTest, TypingStoresClampedValuesAndMovesDown) {
 
   QTest::keyClick(grid, Qt::Key_X);
   EXPECT_FALSE(grid->isEditing());
+  QTest::keyClick(grid, Qt::Key_Return);  // without typing, Enter and Tab move too
+  QTest::keyClick(grid, Qt::Key_Tab);
+  EXPECT_EQ(view->currentParam(), kAf);
+  EXPECT_EQ(view->currentColumn(), 3);
 }
 
 // With both after-edit options on, a typed value becomes an anchor and the row
