@@ -1,6 +1,7 @@
 #include "print/PrintCommands.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QImage>
@@ -15,6 +16,7 @@
 #include <QPrinter>
 #include <QScreen>
 #include <QSvgGenerator>
+#include <QTimer>
 
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
@@ -51,6 +53,9 @@ bool saveDrawing(Printable& printable, const QString& path, bool pdf) {
   printable.paintVector(painter);
   return painter.end();
 }
+
+// How long Save Screen As bmp lets the screen settle before it is taken.
+constexpr int kSettleMs = 250;
 
 PrintDialogRunner& dialogRunner() {
   static PrintDialogRunner runner;
@@ -166,7 +171,12 @@ void saveWindowPicture(CommandContext& ctx) {
 }
 
 void saveScreenPicture(CommandContext& ctx) {
-  // The screen as it is now, before the file dialog covers part of it.
+  // The screen as it is now, before the file dialog covers part of it - but
+  // after the menu that chose the command has gone and the windows under it
+  // have repainted, which the window system does in its own time.
+  QEventLoop settle;
+  QTimer::singleShot(kSettleMs, &settle, &QEventLoop::quit);
+  settle.exec(QEventLoop::ExcludeUserInputEvents);
   QScreen* screen = ctx.mainFrame->screen();
   if (!screen) screen = QGuiApplication::primaryScreen();
   const QImage shot = screen ? screen->grabWindow(0).toImage() : QImage();
