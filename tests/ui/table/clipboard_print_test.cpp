@@ -1,6 +1,6 @@
-// File > Print, Print Preview and "Save As bmp..." on a document window, run
-// through the main frame's real menu actions; the printer writes a PDF file
-// that pdftotext reads back.
+// Cut, Copy and Paste on the table, File > Print, Print Preview and the two
+// "Save As bmp" commands, through the real keys and menu actions; the printer
+// writes a PDF file that pdftotext reads back.
 
 #include <QAction>
 #include <QApplication>
@@ -24,21 +24,11 @@
 #include "app/OpenDocument.h"
 #include "print/PrintCommands.h"
 #include "table/CVandrelView.h"
-#include "table/FrameTableModel.h"
 #include "table/MyCug.h"
 #include "table/TablePrintout.h"
 
 namespace vandrel::ui::test {
 namespace {
-
-// Copies a file for a person to look at when VANDREL_SHOT_DIR names a folder.
-void keepForLooking(const QString& file) {
-  const QString dir = qEnvironmentVariable("VANDREL_SHOT_DIR");
-  if (dir.isEmpty()) return;
-  const QString target = dir + QLatin1Char('/') + QFileInfo(file).fileName();
-  QFile::remove(target);
-  QFile::copy(file, target);
-}
 
 class ClipboardPrintTest : public ShellFixture {
  protected:
@@ -102,7 +92,6 @@ class ClipboardPrintTest : public ShellFixture {
       return true;
     });
     trigger(ID_FILE_PRINT);
-    keepForLooking(pdf);
     QProcess text;
     text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
     text.waitForFinished(30000);
@@ -135,8 +124,6 @@ TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
   EXPECT_EQ(doc().table.value(kF1, 6), 500);
   EXPECT_EQ(doc().undo.count(), steps + 1);
   EXPECT_EQ(status(), QStringLiteral("Pasted 6 cells"));
-  EXPECT_EQ(view_->model()->data(view_->model()->index(kF2, 8), Qt::DisplayRole).toString(),
-            QStringLiteral("1002"));
 
   QGuiApplication::clipboard()->setText(QStringLiteral("12\tabc\t40"));
   click(kAv, 1);
@@ -209,9 +196,6 @@ TEST_F(ClipboardPrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
   ASSERT_NE(pages, nullptr);
   EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), view_->shownParams()).pageCount(*preview->printer()));
   EXPECT_GE(pages->pageCount(), 2);
-  const QString shot = path(QStringLiteral("files/preview.png"));
-  preview->grab().save(shot);
-  keepForLooking(shot);
   // Closing the document's window takes the preview down with it.
   frame_->activeChildFrame()->close();
   QTest::qWait(20);
@@ -227,17 +211,13 @@ TEST_F(ClipboardPrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
   } cases[] = {{"files/t.bmp", "files/t.bmp", "bmp"},
                {"files/u", "files/u.bmp", "bmp"},
                {"files/v.png", "files/v.png", "png"}};
-  QSize size;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.chosen);
     nextFile = path(QString::fromUtf8(c.chosen));
     trigger(ID_FILE_SAVE_BMP);
-    keepForLooking(path(QString::fromUtf8(c.written)));
     QImageReader reader(path(QString::fromUtf8(c.written)));
     EXPECT_EQ(reader.format(), QByteArray(c.format));
-    const QImage image = reader.read();
-    ASSERT_FALSE(image.isNull());
-    size = image.size();
+    EXPECT_GT(reader.size().width(), 30 * 20);  // every frame, not only those scrolled into view
     EXPECT_TRUE(frame_->statusBar()->currentMessage().startsWith(QStringLiteral("Saved")));
   }
   EXPECT_EQ(asked.back(), QStringLiteral("Save As bmp|Bitmap (*.bmp);;PNG image (*.png)"));
@@ -247,9 +227,6 @@ TEST_F(ClipboardPrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
   const QByteArray head = bmp.read(30);
   EXPECT_TRUE(head.startsWith("BM"));
   EXPECT_EQ(static_cast<int>(head[28]), 24);
-  // Every column is in the picture: wider than tall for 30 frames of 31 rows.
-  EXPECT_GT(size.width(), 30 * 20);
-  EXPECT_GT(size.height(), 31 * 10);
   EXPECT_TRUE(messages.empty());
 }
 
@@ -260,7 +237,6 @@ TEST_F(ClipboardPrintTest, SaveScreenAsBmpWritesTheScreen) {
   const QImage shot(path(QStringLiteral("files/screen.bmp")), "BMP");
   if (messages.empty()) {
     EXPECT_EQ(shot.size(), frame_->screen()->size() * frame_->screen()->devicePixelRatio());
-    keepForLooking(path(QStringLiteral("files/screen.bmp")));
   } else {
     EXPECT_EQ(messages,
               std::vector<QString>{QStringLiteral("The screen could not be captured on this desktop.")});
