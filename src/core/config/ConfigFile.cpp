@@ -17,7 +17,7 @@ constexpr std::string_view kMagic = "VNDRLCFG";
 constexpr std::size_t kNameSize = 32;
 constexpr std::size_t kDescriptionSize = 512;
 constexpr std::size_t kSlotsEnd = kConfigSlotSize * kParamCount;  // 27264
-constexpr std::size_t kReservedStart = 27584;
+constexpr std::size_t kReservedStart = 27648;
 
 // Little-endian writer over a buffer of fixed size.
 class Writer {
@@ -123,6 +123,15 @@ bool validSpectrogram(const SpectrogramConfig& s) {
          std::isfinite(s.height) && positive(s.fs);
 }
 
+bool validAnalysisView(const AnalysisViewConfig& a) {
+  if (a.written == 0) return true;  // a file from before the block: every byte is 0
+  return a.written == 1 && isFlag(a.drawAudio) && isFlag(a.drawLabels) && isFlag(a.drawIntensity) &&
+         isFlag(a.pitchMethod) && isFlag(a.pitchTimeGridOn) && a.pitchTimeGridMs >= 0 &&
+         isFlag(a.pitchAddAudio) && isFlag(a.pitchAddIntensity) && isFlag(a.pitchAddLabels) &&
+         std::isfinite(a.pitchWidth) && std::isfinite(a.pitchHeight) && isFlag(a.pitchInches) &&
+         isFlag(a.pitchColor);
+}
+
 bool validDisplay(const DisplayConfig& d) {
   return d.width >= 0 && d.height >= 0 && isFlag(d.maximized) && isFlag(d.toolbarVisible) &&
          isFlag(d.statusBarVisible) && isFlag(d.childMaximized);
@@ -184,6 +193,15 @@ void transferSettings(IO& io, Record& r) {
   for (auto* v : {&d.x, &d.y, &d.width, &d.height, &d.maximized, &d.toolbarVisible, &d.statusBarVisible,
                   &d.childMaximized})
     io.field(*v);
+  auto& a = r.analysisView;
+  for (auto* v :
+       {&a.written, &a.drawAudio, &a.drawLabels, &a.drawIntensity, &a.pitchMethod, &a.pitchTimeGridOn,
+        &a.pitchTimeGridMs, &a.pitchAddAudio, &a.pitchAddIntensity, &a.pitchAddLabels})
+    io.field(*v);
+  io.field(a.pitchWidth);
+  io.field(a.pitchHeight);
+  io.field(a.pitchInches);
+  io.field(a.pitchColor);
 }
 
 }  // namespace
@@ -237,8 +255,9 @@ ConfigStatus decodeConfig(std::string_view bytes, ConfigRecord& out) {
 
   transferSettings(rd, r);
   if (!validTable(r.table) || !validFftLpc(r.fftLpc) || !validPitch(r.pitch) ||
-      !validSpectrogram(r.spectrogram) || !validDisplay(r.display))
+      !validSpectrogram(r.spectrogram) || !validDisplay(r.display) || !validAnalysisView(r.analysisView))
     return ConfigStatus::kBadField;
+  if (r.analysisView.written == 0) r.analysisView = AnalysisViewConfig{};
   out = r;
   return ConfigStatus::kOk;
 }

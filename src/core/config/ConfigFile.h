@@ -88,7 +88,23 @@
 //   27572    4      int32 toolbar shown: 0 or 1
 //   27576    4      int32 status bar shown: 0 or 1
 //   27580    4      int32 document windows maximised: 0 or 1
-//   27584    176    reserved, zero
+//            spectrogram/pitch view: the option dialogs' controls that the
+//            two records above do not keep
+//   27584    4      int32 block written: 1 (0 in older files: the defaults apply)
+//   27588    4      int32 "Draw Audio ": 0 or 1
+//   27592    4      int32 "Draw Labels": 0 or 1
+//   27596    4      int32 "Draw Intensity": 0 or 1
+//   27600    4      int32 pitch method: 0 "Cepstral", 1 "AutoCorrolation"
+//   27604    4      int32 pitch time grid on: 0 or 1
+//   27608    4      int32 pitch time grid spacing, ms (0 = automatic)
+//   27612    4      int32 "Add audio": 0 or 1
+//   27616    4      int32 "Add Intensity": 0 or 1
+//   27620    4      int32 "Add Labels": 0 or 1
+//   27624    8      double pitch print/BMP width
+//   27632    8      double pitch print/BMP height
+//   27640    4      int32 pitch size unit: 1 inches, 0 cm
+//   27644    4      int32 pitch colours: 1 colour, 0 black and white
+//   27648    112    reserved, zero
 //   27760           end
 //
 // The parameter slots come first, in the storage order of the parameter set;
@@ -193,6 +209,24 @@ struct SpectrogramConfig {
   bool operator==(const SpectrogramConfig&) const = default;
 };
 
+struct AnalysisViewConfig {
+  std::int32_t written = 1;
+  std::int32_t drawAudio = 1;
+  std::int32_t drawLabels = 1;
+  std::int32_t drawIntensity = 1;
+  std::int32_t pitchMethod = 0;
+  std::int32_t pitchTimeGridOn = 1;
+  std::int32_t pitchTimeGridMs = 0;
+  std::int32_t pitchAddAudio = 1;
+  std::int32_t pitchAddIntensity = 1;
+  std::int32_t pitchAddLabels = 1;
+  double pitchWidth = 6.0;
+  double pitchHeight = 4.0;
+  std::int32_t pitchInches = 1;
+  std::int32_t pitchColor = 1;
+  bool operator==(const AnalysisViewConfig&) const = default;
+};
+
 struct DisplayConfig {
   std::int32_t x = 0;
   std::int32_t y = 0;
@@ -212,6 +246,7 @@ struct ConfigRecord {
   PitchConfig pitch;
   SpectrogramConfig spectrogram;
   DisplayConfig display;
+  AnalysisViewConfig analysisView;
 
   // The built-in configuration: the parameter set's table and the options'
   // defaults for an 11025 Hz file.

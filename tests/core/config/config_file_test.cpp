@@ -68,7 +68,9 @@ TEST(ConfigFileTest, DefaultRecordHoldsItsFieldsAtTheDocumentedOffsets) {
   EXPECT_EQ(f64At(b, 27496), 0.98);
   EXPECT_EQ(f64At(b, 27536), 6.0);  // spectrogram print height
   EXPECT_EQ(i32At(b, 27572), 1);    // toolbar shown
-  for (std::size_t i = 27584; i < b.size(); ++i) ASSERT_EQ(b[i], '\0') << "reserved byte " << i;
+  EXPECT_EQ(i32At(b, 27584), 1);    // the view block is written
+  EXPECT_EQ(f64At(b, 27632), 4.0);  // pitch print height
+  for (std::size_t i = 27648; i < b.size(); ++i) ASSERT_EQ(b[i], '\0') << "reserved byte " << i;
 
   // Slot 12 is f1: name, description and numbers at their places.
   EXPECT_STREQ(b.c_str() + slot(12, 0), "f1");
@@ -92,10 +94,17 @@ TEST(ConfigFileTest, EveryFieldSurvivesARoundTrip) {
   r.pitch = PitchConfig{40, 5, 60, 3, 70, 400, 60, 300, 0, 25};
   r.spectrogram = SpectrogramConfig{4, 11000, 50, 1, 0.5, 26, 0, 500, 0, 100, 0, 10.0, 15.0, 22050.0};
   r.display = DisplayConfig{-20, 30, 1280, 900, 0, 0, 1, 0};
+  r.analysisView = AnalysisViewConfig{1, 0, 0, 1, 1, 0, 250, 0, 1, 0, 8.5, 3.25, 0, 0};
 
   ConfigRecord back;
   ASSERT_EQ(decodeConfig(encodeConfig(r), back), ConfigStatus::kOk);
   EXPECT_EQ(back, r);
+
+  // A file written before the view block holds zeros there: the view's defaults.
+  std::string old = encodeConfig(r);
+  old.replace(27584, 64, std::string(64, '\0'));
+  ASSERT_EQ(decodeConfig(old, back), ConfigStatus::kOk);
+  EXPECT_EQ(back.analysisView, AnalysisViewConfig{});
 }
 
 TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
@@ -138,6 +147,7 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
        ConfigStatus::kBadField},
       {"sample rate 44100", edited([](std::string& b) { putU32(b, 27308, 44100); }), ConfigStatus::kBadField},
       {"FFT size index 9", edited([](std::string& b) { putU32(b, 27360, 9); }), ConfigStatus::kBadField},
+      {"pitch method 2", edited([](std::string& b) { putU32(b, 27600, 2); }), ConfigStatus::kBadField},
       {"spectrogram size index 5", edited([](std::string& b) { putU32(b, 27480, 5); }),
        ConfigStatus::kBadField},
   };

@@ -1,22 +1,85 @@
-// The spectrogram/pitch view: the document's shared cursor, the analysis
-// window's place among the document's windows.
+// The spectrogram/pitch view through the menu commands and the view object:
+// the document's shared cursor, the window's place among the document's
+// windows, what a synthesized vowel's analysis shows, and the two option
+// dialogs.
 
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
 #include <QMdiArea>
+#include <QPushButton>
+#include <QRadioButton>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <QTest>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
 
 #include "../app/ShellFixture.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "document/VandrelDoc.h"
 #include "views/common/CAnalysisFrame.h"
 #include "views/common/DocumentCursor.h"
+#include "views/options/COptionPitchDialog.h"
+#include "views/options/COptionSpectrogramDialog.h"
+#include "views/spectrogram/CSpectrogramFrame.h"
+#include "views/spectrogram/CSpectrogramView.h"
+#include "views/spectrogram/SpectrogramCanvas.h"
+#include "views/spectrogram/SpectrogramCommands.h"
 
 namespace vandrel::ui::test {
 namespace {
 
-class SpectrogramViewTest : public ShellFixture {};
+double median(std::vector<double> v) {
+  if (v.empty()) return 0;
+  std::nth_element(v.begin(), v.begin() + static_cast<long>(v.size() / 2), v.end());
+  return v[v.size() / 2];
+}
+
+class SpectrogramViewTest : public ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    frame = std::make_unique<CMainFrame>(environment());
+    installSpectrogramCommands(frame->router());
+    frame->resize(1200, 900);
+    frame->show();
+    table = frame->newDocument();
+  }
+
+  void TearDown() override {
+    frame.reset();
+    ShellFixture::TearDown();
+  }
+
+  CSpectrogramFrame* activeSpectrogram() {
+    return qobject_cast<CSpectrogramFrame*>(frame->mdiArea()->activeSubWindow());
+  }
+
+  // Runs `id` and answers the modal dialog it opens with `answer`.
+  template <class Dialog>
+  void withDialog(int id, const std::function<void(Dialog&)>& answer) {
+    bool seen = false;
+    QTimer::singleShot(0, [&] {
+      auto* d = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+      ASSERT_NE(d, nullptr);
+      seen = true;
+      answer(*d);
+    });
+    frame->runCommand(id);
+    EXPECT_TRUE(seen);
+  }
+
+  std::unique_ptr<CMainFrame> frame;
+  CChildFrame* table = nullptr;
+};
 
 TEST_F(SpectrogramViewTest, OneCursorPerDocumentWithOrderedSelection) {
   OpenDocument a(1), b(2);
@@ -42,20 +105,179 @@ TEST_F(SpectrogramViewTest, OneCursorPerDocumentWithOrderedSelection) {
 }
 
 TEST_F(SpectrogramViewTest, AnalysisWindowKeepsTheDocumentActiveAndClosesWithIt) {
-  CMainFrame frame(environment());
-  frame.show();
-  CChildFrame* table = frame.newDocument();
-  auto* analysis = new CAnalysisFrame(frame, table->sharedDocument(), QStringLiteral("::Spectrogram"));
+  auto* analysis = new CAnalysisFrame(*frame, table->sharedDocument(), QStringLiteral("::Spectrogram"));
   analysis->addToArea();
   EXPECT_EQ(analysis->windowTitle(), QStringLiteral("Vandr1::Spectrogram"));
-  EXPECT_EQ(frame.activeChildFrame(), table);
-  EXPECT_TRUE(frame.showsDocumentMenus());
-  EXPECT_TRUE(frame.action(ID_EDIT_UNDO)->isEnabled());
+  EXPECT_EQ(frame->activeChildFrame(), table);
+  EXPECT_TRUE(frame->showsDocumentMenus());
+  EXPECT_TRUE(frame->action(ID_EDIT_UNDO)->isEnabled());
 
   QPointer<CAnalysisFrame> watch(analysis);
   table->close();
   EXPECT_TRUE(QTest::qWaitFor([&] { return watch.isNull(); }));
-  EXPECT_TRUE(frame.mdiArea()->subWindowList().isEmpty());
+  EXPECT_TRUE(frame->mdiArea()->subWindowList().isEmpty());
+}
+
+TEST_F(SpectrogramViewTest, AudioCommandWithoutARecordingSaysSo) {
+  frame->runCommand(ID_ANALYSIS_SPECTRO_AUDIO);
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_TRUE(messages[0].startsWith(QStringLiteral("There is no audio file")));
+  EXPECT_EQ(activeSpectrogram(), nullptr);
+}
+
+// A steady vowel: the formant dots near the table's f1..f3, the pitch near its
+// f0, the table's own rows drawn where the analysis is.
+TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
+  frame->environment().config.spectrogram.displayFormants = 1;
+  vandrel::CVandrelDoc& doc = table->document().doc();
+  const int f0 = 1200, f1 = 700, f2 = 1220, f3 = 2600;  // f0 in tenths of a hertz
+  doc.params().fileLengthMs = 600;
+  doc.params().frameCount = 60;
+  doc.table.reset(60, doc.params());
+  for (int c = 0; c < doc.table.columns(); ++c) {
+    doc.table.setValue(kF0, c, f0);
+    doc.table.setValue(kF1, c, f1);
+    doc.table.setValue(kF2, c, f2);
+    doc.table.setValue(kF3, c, f3);
+  }
+  doc.markEdited();
+
+  frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
+  CSpectrogramFrame* window = activeSpectrogram();
+  ASSERT_NE(window, nullptr);
+  EXPECT_EQ(window->windowTitle(), QStringLiteral("Vandr1::Spectrogram"));
+  EXPECT_FALSE(doc.changedSinceSynthesis);
+  SpectrogramCanvas* canvas = window->view()->canvas();
+  const SignalPicture& s = canvas->scene().signal[0];
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !canvas->busy() && s.spectrogram.ok && s.pitch.ok; }, 10000));
+  ASSERT_FALSE(s.spectrogram.formants.empty());
+  // The middle half of the sound, away from the onset and the end.
+  const auto middle = [&](double ms) { return ms > 150 && ms < 450; };
+  for (int k = 0; k < 3; ++k) {
+    std::vector<double> found;
+    for (std::size_t c = 0; c < s.spectrogram.formants.size(); ++c)
+      if (middle(s.spectrogram.columnMs[c]))
+        found.push_back(s.spectrogram.formants[c][static_cast<std::size_t>(k)]);
+    const double want = std::array{f1, f2, f3}[static_cast<std::size_t>(k)];
+    SCOPED_TRACE(k + 1);
+    EXPECT_NEAR(median(found), want, 0.05 * want);
+  }
+  std::vector<double> pitch;
+  for (std::size_t i = 0; i < s.pitch.f0.size(); ++i)
+    if (middle(s.pitch.frameMs[i])) pitch.push_back(s.pitch.f0[i]);
+  EXPECT_NEAR(median(pitch), f0 / 10.0, 0.02 * f0 / 10.0);
+
+  // Moving the pointer moves the document's cursor and reads the time out.
+  QString status;
+  canvas->statusSink = [&](const QString& text) { status = text; };
+  const TimeMap time = SpectrogramScene::timeMap(canvas->axis(), canvas->rect());
+  const Pane spectro = canvas->panes()[1];
+  ASSERT_EQ(spectro.kind, PaneKind::kSpectrogram);
+  QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(300)), spectro.rect.center().y()));
+  EXPECT_NEAR(DocumentCursor::of(table->document()).timeMs(), 300, 2);
+  EXPECT_TRUE(status.contains(QStringLiteral("Frequency:"))) << status.toStdString();
+
+  // A drag selects; the selection is the document's.
+  QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(100)), 200));
+  QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(200)), 200));
+  QTest::mouseRelease(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(200)), 200));
+  const auto sel = DocumentCursor::of(table->document()).selection();
+  ASSERT_TRUE(sel);
+  EXPECT_NEAR(sel->startMs, 100, 2);
+  EXPECT_NEAR(sel->endMs, 200, 2);
+  window->view()->action(QStringLiteral("Zoom to Selection"))->trigger();
+  EXPECT_NEAR(canvas->axis().startMs(), sel->startMs, 1e-9);
+  EXPECT_NEAR(canvas->axis().endMs(), sel->endMs, 1e-9);
+
+  // Ctrl+T again brings the same window forward.
+  table->widget()->setFocus();
+  frame->mdiArea()->setActiveSubWindow(table);
+  frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
+  EXPECT_EQ(activeSpectrogram(), window);
+}
+
+TEST_F(SpectrogramViewTest, SpectrogramDialogDefaultsFollowTheRateAndCoefficientsAreEvenedAndCapped) {
+  struct Case {
+    double fs;
+    int range, coefficients;
+    const char* firstEntry;
+  };
+  for (const Case c :
+       {Case{11025, 5000, 14, "  344  Hz  (  32 pts)"}, Case{22050, 11000, 26, "  689  Hz  (  32 pts)"}}) {
+    SCOPED_TRACE(c.fs);
+    SpectrogramViewOptions o;
+    o.spectrogram = vandrel::COptionSpectrogram(c.fs);
+    o.spectrogram.dynamicRangeDb = 70;
+    o.spectrogram.displayFormants = true;
+    COptionSpectrogramDialog dialog(o);
+    EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Spectrogram Option"));
+    QPushButton* defaults = nullptr;
+    for (QPushButton* b : dialog.findChildren<QPushButton*>())
+      if (b->text() == QStringLiteral("Defaults")) defaults = b;
+    ASSERT_NE(defaults, nullptr);
+    defaults->click();
+    dialog.accept();
+    EXPECT_EQ(dialog.options().spectrogram.frequencyRange, c.range);
+    EXPECT_EQ(dialog.options().spectrogram.formantCoefficients, c.coefficients);
+    EXPECT_EQ(dialog.options().spectrogram.dynamicRangeDb, 35);
+    EXPECT_TRUE(dialog.options().spectrogram.displayFormants);  // the defaults leave it
+    EXPECT_EQ(dialog.findChild<QComboBox*>()->itemText(0), QString::fromLatin1(c.firstEntry));
+  }
+
+  // Labels as the user reads them, odd blanks included.
+  COptionSpectrogramDialog dialog(SpectrogramViewOptions{});
+  QStringList texts;
+  for (QLabel* l : dialog.findChildren<QLabel*>()) texts << l->text();
+  for (QAbstractButton* b : dialog.findChildren<QAbstractButton*>()) texts << b->text();
+  for (const char* label :
+       {"Bandwidth (Window Length)  = ", "Frequency range (Hz) = ", "Dynamic range (dB) = ",
+        "Pre-Emphasis (0-1)(0 adds nothing)", "Display formants",
+        "Formant tracking LPC coefficients        = ", "Add frequency grid with spacing (Hz)   = ",
+        "Add time grid with spacing (ms)            =", "Width   = ", "Height  =", "Inches", "cm",
+        "Draw Audio ", "Draw Labels", "Draw Intensity"})
+    EXPECT_TRUE(texts.contains(QString::fromLatin1(label))) << label;
+}
+
+TEST_F(SpectrogramViewTest, OptionDialogsThroughTheMenuStoreOnOkOnly) {
+  for (const auto& [entered, stored] : {std::pair{15, 14}, std::pair{501, 400}}) {
+    SCOPED_TRACE(entered);
+    withDialog<COptionSpectrogramDialog>(ID_OPTIONS_SPECTROGRAM, [&](COptionSpectrogramDialog& d) {
+      auto* field = d.findChild<QSpinBox*>(QStringLiteral("formantCoefficients"));
+      ASSERT_NE(field, nullptr);
+      field->setValue(entered);
+      d.findChild<QCheckBox*>()->setChecked(false);  // "Display formants"
+      d.accept();
+    });
+    EXPECT_EQ(frame->environment().config.spectrogram.lpcCoefficients, stored);
+  }
+
+  // Pitch: Cancel keeps everything; OK stores the record and the controls it does not keep.
+  withDialog<COptionPitchDialog>(ID_OPTIONS_PITCH, [](COptionPitchDialog& d) {
+    d.findChildren<QSpinBox*>().first()->setValue(50);
+    d.reject();
+  });
+  EXPECT_EQ(frame->environment().config.pitch.windowMs, 35);
+  withDialog<COptionPitchDialog>(ID_OPTIONS_PITCH, [](COptionPitchDialog& d) {
+    EXPECT_EQ(d.windowTitle(), QStringLiteral("Pitch option"));
+    d.findChildren<QSpinBox*>().first()->setValue(50);
+    for (QRadioButton* r : d.findChildren<QRadioButton*>())
+      if (r->text() == QStringLiteral("AutoCorrolation") || r->text() == QStringLiteral("Black White"))
+        r->setChecked(true);
+    d.accept();
+  });
+  EXPECT_EQ(frame->environment().config.pitch.windowMs, 50);
+  EXPECT_EQ(frame->environment().config.analysisView.pitchMethod, 1);
+  EXPECT_EQ(frame->environment().config.analysisView.pitchColor, 0);
+
+  // A range upside down is refused and the dialog stays.
+  withDialog<COptionPitchDialog>(ID_OPTIONS_PITCH, [this](COptionPitchDialog& d) {
+    QList<QSpinBox*> fields = d.findChildren<QSpinBox*>();
+    fields[4]->setValue(600);  // calculation range low above its high end
+    d.accept();
+    EXPECT_TRUE(d.isVisible());
+    EXPECT_EQ(messages.back(), COptionPitchDialog::kRangeMessage);
+    d.reject();
+  });
 }
 
 }  // namespace

@@ -1,0 +1,53 @@
+#include "views/common/TimeAxis.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vandrel::ui {
+
+void TimeAxis::setLengthMs(double ms) {
+  lengthMs_ = std::max(ms, 0.0);
+  setVisible(startMs_, zoomed() ? endMs_ : lengthMs_);
+}
+
+void TimeAxis::setVisible(double startMs, double endMs) {
+  if (startMs > endMs) std::swap(startMs, endMs);
+  const double span = std::min(std::max(endMs - startMs, kMinSpanMs), std::max(lengthMs_, kMinSpanMs));
+  startMs = std::clamp(startMs, 0.0, std::max(lengthMs_ - span, 0.0));
+  endMs = startMs + span;
+  if (startMs == startMs_ && endMs == endMs_) return;
+  startMs_ = startMs;
+  endMs_ = endMs;
+  emit changed();
+}
+
+void TimeAxis::zoomBy(double factor, double centreMs) {
+  const double span = spanMs() * factor;
+  // The time under `centreMs` stays where it is on the screen.
+  const double share = spanMs() > 0 ? (centreMs - startMs_) / spanMs() : 0.5;
+  const double start = centreMs - share * span;
+  setVisible(start, start + span);
+}
+
+void TimeAxis::setPixels(int left, int right) {
+  right = std::max(right, left + 1);
+  if (left == left_ && right == right_) return;
+  left_ = left;
+  right_ = right;
+  emit changed();
+}
+
+TimeMap TimeAxis::map(double left, double right) const {
+  return TimeMap{startMs_, std::max(endMs_, startMs_ + 1e-6), left, std::max(right, left + 1)};
+}
+
+double TimeMap::autoGridMs(double minPixels) const {
+  const double msPerPixel = (endMs - startMs) / (right - left);
+  const double least = std::max(msPerPixel * minPixels, 1e-3);
+  double decade = std::pow(10.0, std::floor(std::log10(least)));
+  for (;; decade *= 10)
+    for (const double m : {1.0, 2.0, 5.0})
+      if (m * decade >= least) return m * decade;
+}
+
+}  // namespace vandrel::ui

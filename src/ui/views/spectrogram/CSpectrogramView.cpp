@@ -1,0 +1,155 @@
+#include "views/spectrogram/CSpectrogramView.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QDateTime>
+#include <QImage>
+#include <QPainter>
+#include <QPrinter>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+#include "app/OpenDocument.h"
+#include "views/common/DocumentCursor.h"
+#include "views/spectrogram/SpectrogramCanvas.h"
+
+namespace vandrel::ui {
+
+namespace {
+constexpr double kPictureDpi = 150.0;
+constexpr double kCmPerInch = 2.54;
+}  // namespace
+
+CSpectrogramView::CSpectrogramView(OpenDocument& document, vandrel::SampleSlot own,
+                                   const SpectrogramViewOptions& options, QWidget* parent)
+    : QWidget(parent), options_(options) {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  bar_ = new QToolBar(this);
+  bar_->setToolButtonStyle(Qt::ToolButtonTextOnly);
+  canvas_ = new SpectrogramCanvas(document, own, options, this);
+  layout->addWidget(bar_);
+  layout->addWidget(canvas_, 1);
+
+  const auto add = [this](const QString& name, const QString& tip, auto slot) {
+    QAction* a = bar_->addAction(name);
+    a->setObjectName(name);
+    a->setToolTip(tip);
+    connect(a, &QAction::triggered, canvas_, slot);
+    return a;
+  };
+  add(QStringLiteral("Zoom In"), QStringLiteral("Halve the time shown (+, Ctrl+wheel)"),
+      &SpectrogramCanvas::zoomIn);
+  add(QStringLiteral("Zoom Out"), QStringLiteral("Double the time shown (-)"), &SpectrogramCanvas::zoomOut);
+  add(QStringLiteral("Zoom to Selection"), QStringLiteral("Show the selected time range (Enter)"),
+      &SpectrogramCanvas::zoomToSelection);
+  add(QStringLiteral("Show All"), QStringLiteral("Show the whole signal (0)"), &SpectrogramCanvas::showAll);
+  bar_->addSeparator();
+
+  // The other signal: shown beneath, or its tracks over this one; at most one of the two.
+  auto* beneath = bar_->addAction(QStringLiteral("Other Beneath"));
+  auto* overlaid = bar_->addAction(QStringLiteral("Other Overlaid"));
+  for (QAction* a : {beneath, overlaid}) {
+    a->setObjectName(a->text());
+    a->setCheckable(true);
+  }
+  beneath->setToolTip(QStringLiteral("Show the other signal beneath, on the same time axis"));
+  overlaid->setToolTip(QStringLiteral("Draw the other signal's pitch and formants over this one"));
+  connect(beneath, &QAction::toggled, this, [this, overlaid](bool on) {
+    if (on) overlaid->setChecked(false);
+    canvas_->setCompare(on                      ? Compare::kBeneath
+                        : overlaid->isChecked() ? Compare::kOverlaid
+                                                : Compare::kSingle);
+  });
+  connect(overlaid, &QAction::toggled, this, [this, beneath](bool on) {
+    if (on) beneath->setChecked(false);
+    canvas_->setCompare(on                     ? Compare::kOverlaid
+                        : beneath->isChecked() ? Compare::kBeneath
+                                               : Compare::kSingle);
+  });
+  auto* table = bar_->addAction(QStringLiteral("Table Values"));
+  table->setObjectName(table->text());
+  table->setCheckable(true);
+  table->setToolTip(QStringLiteral("Draw the table's f0 and f1..f5 over the analysis, anchors as squares"));
+  connect(table, &QAction::toggled, canvas_, &SpectrogramCanvas::setTableOverlay);
+
+  connect(&document, &OpenDocument::samplesChanged, this, &CSpectrogramView::updateCompareActions);
+  updateCompareActions();
+}
+
+QAction* CSpectrogramView::action(const QString& name) const { return bar_->findChild<QAction*>(name); }
+
+vandrel::SampleSlot CSpectrogramView::ownSlot() const { return canvas_->ownSlot(); }
+
+void CSpectrogramView::setOptions(const SpectrogramViewOptions& options) {
+  options_ = options;
+  canvas_->setOptions(options);
+}
+
+void CSpectrogramView::updateCompareActions() {
+  // Queued: the canvas takes the new sound in its own handler of the same signal.
+  QMetaObject::invokeMethod(
+      this,
+      [this] {
+        const bool other = canvas_->hasOther();
+        for (const char* name : {"Other Beneath", "Other Overlaid"}) {
+          QAction* a = action(QLatin1String(name));
+          if (!other) a->setChecked(false);
+          a->setEnabled(other);
+        }
+      },
+      Qt::QueuedConnection);
+}
+
+double CSpectrogramView::printStartMs() const {
+  const auto& sel = canvas_->scene().selection;
+  return sel ? sel->startMs : canvas_->axis().startMs();
+}
+
+double CSpectrogramView::printEndMs() const {
+  const auto& sel = canvas_->scene().selection;
+  return sel ? sel->endMs : canvas_->axis().endMs();
+}
+
+QSize CSpectrogramView::pictureSize() const {
+  const auto& o = options_.spectrogram;
+  const double perUnit = o.inches ? kPictureDpi : kPictureDpi / kCmPerInch;
+  const auto px = [&](double v) { return std::max(200, static_cast<int>(std::lround(v * perUnit))); };
+  return QSize(px(o.width), px(o.height));
+}
+
+QImage CSpectrogramView::picture() {
+  QImage image(pictureSize(), QImage::Format_RGB32);
+  image.fill(Qt::white);
+  QPainter p(&image);
+  p.setRenderHint(QPainter::Antialiasing);
+  canvas_->paintPage(p, image.rect(), printStartMs(), printEndMs());
+  return image;
+}
+
+void CSpectrogramView::printTo(QPrinter& printer, const QString& title) {
+  QPainter p(&printer);
+  if (!p.isActive()) return;
+  const auto& o = options_.spectrogram;
+  // The picture at its set size in the printer's resolution; the painter draws in
+  // points so that fonts and lines keep their screen proportions.
+  const QRect page = printer.pageLayout().paintRectPixels(printer.resolution());
+  const double scale = printer.resolution() / 96.0;
+  const double perUnit = o.inches ? 96.0 : 96.0 / kCmPerInch;
+  const QSizeF logical(o.width * perUnit, o.height * perUnit);
+  const QSizeF room(page.width() / scale, page.height() / scale - 24);
+  const double fit = std::min({1.0, room.width() / logical.width(), room.height() / logical.height()});
+  p.scale(scale, scale);
+  p.setRenderHint(QPainter::Antialiasing);
+  p.drawText(QRectF(0, 0, room.width(), 18), Qt::AlignLeft | Qt::AlignVCenter,
+             QStringLiteral("%1 - %2    page 1    %3")
+                 .arg(title, canvas_->scene().signal[0].name, QDate::currentDate().toString(Qt::ISODate)));
+  p.translate(0, 24);
+  const QRect area(0, 0, static_cast<int>(logical.width() * fit), static_cast<int>(logical.height() * fit));
+  canvas_->paintPage(p, area, printStartMs(), printEndMs());
+}
+
+}  // namespace vandrel::ui

@@ -1,0 +1,159 @@
+#include "views/spectrogram/SpectrogramCommands.h"
+
+#include <QMdiArea>
+#include <QMdiSubWindow>
+
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CProgressDialog.h"
+#include "app/CommandIds.h"
+#include "app/CommandRouter.h"
+#include "app/OpenDocument.h"
+#include "common/Messages.h"
+#include "config/AnalysisConfig.h"
+#include "engine/Synthesizer.h"
+#include "views/options/COptionPitchDialog.h"
+#include "views/options/COptionSpectrogramDialog.h"
+#include "views/spectrogram/CSpectrogramFrame.h"
+#include "views/spectrogram/CSpectrogramView.h"
+#include "views/spectrogram/SpectrogramCanvas.h"
+
+namespace vandrel::ui {
+
+SpectrogramViewOptions viewOptionsOf(const vandrel::ConfigRecord& record) {
+  SpectrogramViewOptions o;
+  vandrel::COptionFFTLPC unused;
+  vandrel::loadAnalysisOptions(record, unused, o.pitch, o.spectrogram);
+  const auto& a = record.analysisView;
+  o.method = a.pitchMethod == 1 ? vandrel::PitchMethod::kAutocorrelation : vandrel::PitchMethod::kCepstral;
+  o.drawAudio = a.drawAudio != 0;
+  o.drawLabels = a.drawLabels != 0;
+  o.drawIntensity = a.drawIntensity != 0;
+  o.pitchTimeGrid = a.pitchTimeGridOn != 0;
+  o.pitchTimeGridMs = a.pitchTimeGridMs;
+  o.addAudio = a.pitchAddAudio != 0;
+  o.addIntensity = a.pitchAddIntensity != 0;
+  o.addLabels = a.pitchAddLabels != 0;
+  o.pitchWidth = a.pitchWidth;
+  o.pitchHeight = a.pitchHeight;
+  o.pitchInches = a.pitchInches != 0;
+  o.color = a.pitchColor != 0;
+  return o;
+}
+
+void storeViewOptions(const SpectrogramViewOptions& o, vandrel::ConfigRecord& record) {
+  vandrel::COptionFFTLPC fft, unusedFft;
+  vandrel::COptionPitch unusedPitch;
+  vandrel::COptionSpectrogram unusedSpectrogram;
+  vandrel::loadAnalysisOptions(record, fft, unusedPitch, unusedSpectrogram);
+  vandrel::storeAnalysisOptions(fft, o.pitch, o.spectrogram, record);
+  auto& a = record.analysisView;
+  a.written = 1;
+  a.pitchMethod = o.method == vandrel::PitchMethod::kAutocorrelation ? 1 : 0;
+  a.drawAudio = o.drawAudio ? 1 : 0;
+  a.drawLabels = o.drawLabels ? 1 : 0;
+  a.drawIntensity = o.drawIntensity ? 1 : 0;
+  a.pitchTimeGridOn = o.pitchTimeGrid ? 1 : 0;
+  a.pitchTimeGridMs = o.pitchTimeGridMs;
+  a.pitchAddAudio = o.addAudio ? 1 : 0;
+  a.pitchAddIntensity = o.addIntensity ? 1 : 0;
+  a.pitchAddLabels = o.addLabels ? 1 : 0;
+  a.pitchWidth = o.pitchWidth;
+  a.pitchHeight = o.pitchHeight;
+  a.pitchInches = o.pitchInches ? 1 : 0;
+  a.pitchColor = o.color ? 1 : 0;
+}
+
+namespace {
+
+const QString kNoAudio = QStringLiteral(
+    "There is no audio file in this document.\nOpen one with \"Open an audio file...\" in the File menu "
+    "first.");
+
+QList<CSpectrogramFrame*> spectrogramWindows(CMainFrame& frame) {
+  QList<CSpectrogramFrame*> found;
+  for (QMdiSubWindow* w : frame.mdiArea()->subWindowList())
+    if (auto* f = qobject_cast<CSpectrogramFrame*>(w)) found << f;
+  return found;
+}
+
+// The rate the options' derived defaults follow: the recording's, else the synthesis's.
+double analysisRate(const vandrel::CVandrelDoc& doc) {
+  if (doc.hasAudio() && doc.audio.sampleRate > 0.0) return doc.audio.sampleRate;
+  return doc.synthesized.sampleRate > 0.0 ? doc.synthesized.sampleRate : doc.params().sampleRate();
+}
+
+SpectrogramViewOptions optionsFor(CMainFrame& main, double fs) {
+  SpectrogramViewOptions o = viewOptionsOf(main.environment().config);
+  if (fs != o.spectrogram.fs) {
+    o.spectrogram.fs = fs;
+    o.spectrogram.setDefaults();
+  }
+  o.spectrogram.selectSize(o.spectrogram.sizeIndex);
+  return o;
+}
+
+void openSpectrogram(CommandContext& ctx, vandrel::SampleSlot slot) {
+  OpenDocument& document = *ctx.document;
+  vandrel::CVandrelDoc& doc = document.doc();
+  if (slot == vandrel::SampleSlot::kAudio && !doc.hasAudio()) {
+    warn(ctx.dialogParent(), kNoAudio);
+    return;
+  }
+  if (slot == vandrel::SampleSlot::kSynthesized && doc.changedSinceSynthesis) {
+    CProgressDialog::run(
+        ctx.dialogParent(), CProgressDialog::kSynthesizing,
+        [&doc](const CProgressDialog::Progress& progress) { vandrel::ensureSynthesized(doc, progress); });
+  }
+  for (CSpectrogramFrame* f : spectrogramWindows(*ctx.mainFrame))
+    if (&f->document() == &document && f->view()->ownSlot() == slot) {
+      ctx.mainFrame->mdiArea()->setActiveSubWindow(f);
+      return;
+    }
+  const double fs = slot == vandrel::SampleSlot::kAudio ? doc.audio.sampleRate : doc.synthesized.sampleRate;
+  auto* frame = new CSpectrogramFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument(), slot,
+                                      optionsFor(*ctx.mainFrame, fs > 0 ? fs : analysisRate(doc)));
+  frame->addToArea();
+}
+
+// OK in either dialog: the configuration keeps the values and every open view
+// recomputes with them.
+void applyOptions(CMainFrame& main, const SpectrogramViewOptions& o) {
+  storeViewOptions(o, main.environment().config);
+  main.writeConfigurationFile(nullptr);
+  for (CSpectrogramFrame* f : spectrogramWindows(main)) {
+    SpectrogramViewOptions mine = o;
+    mine.spectrogram.fs = f->view()->canvas()->scene().signal[0].fs;
+    f->view()->setOptions(mine);
+  }
+}
+
+void editSpectrogramOptions(CommandContext& ctx) {
+  const double fs = ctx.document ? analysisRate(ctx.document->doc()) : 11025.0;
+  SpectrogramViewOptions o = optionsFor(*ctx.mainFrame, fs);
+  COptionSpectrogramDialog dialog(o, ctx.dialogParent());
+  if (dialog.exec() != QDialog::Accepted) return;
+  applyOptions(*ctx.mainFrame, dialog.options());
+}
+
+void editPitchOptions(CommandContext& ctx) {
+  const double fs = ctx.document ? analysisRate(ctx.document->doc()) : 11025.0;
+  COptionPitchDialog dialog(optionsFor(*ctx.mainFrame, fs), ctx.dialogParent());
+  if (dialog.exec() != QDialog::Accepted) return;
+  applyOptions(*ctx.mainFrame, dialog.options());
+}
+
+const bool installed = addCommandInstaller(&installSpectrogramCommands);
+
+}  // namespace
+
+void installSpectrogramCommands(CommandRouter& router) {
+  router.setHandler(ID_ANALYSIS_SPECTRO_SYNTH,
+                    [](CommandContext& ctx) { openSpectrogram(ctx, vandrel::SampleSlot::kSynthesized); });
+  router.setHandler(ID_ANALYSIS_SPECTRO_AUDIO,
+                    [](CommandContext& ctx) { openSpectrogram(ctx, vandrel::SampleSlot::kAudio); });
+  router.setHandler(ID_OPTIONS_SPECTROGRAM, editSpectrogramOptions);
+  router.setHandler(ID_OPTIONS_PITCH, editPitchOptions);
+}
+
+}  // namespace vandrel::ui

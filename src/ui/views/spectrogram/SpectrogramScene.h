@@ -1,0 +1,137 @@
+#pragma once
+// What the spectrogram/pitch view shows, and the one routine that draws it:
+// the screen, the printer and the saved pictures all go through paint(), so
+// what is printed is what is seen. The scene holds the computed analyses of
+// one or two signals and the view's settings; it never computes anything.
+//
+// Panes, top to bottom for each signal: waveform ("Draw Audio"), spectrogram
+// with formant dots, pitch track, intensity ("Draw Intensity"). With the
+// other signal shown beneath, its panes follow under the first signal's, on
+// the same time axis; overlaid, its pitch and formant tracks are drawn over
+// the first signal's panes in a second colour.
+
+#include <QColor>
+#include <QRect>
+#include <QString>
+
+#include <array>
+#include <optional>
+#include <vector>
+
+#include "analysis/AnalysisOptions.h"
+#include "views/common/DocumentCursor.h"
+#include "views/common/TimeAxis.h"
+#include "views/spectrogram/SignalAnalysis.h"
+
+class QPainter;
+
+namespace vandrel {
+class CVandrelDoc;
+}
+
+namespace vandrel::ui {
+
+// The settings of the view: the two option records and the controls of the
+// option dialogs that the records do not keep. The spectrogram dialog's
+// controls govern the upper part of the picture (waveform, spectrogram), the
+// pitch dialog's the lower part (pitch, intensity); on paper each part takes
+// the height its dialog gives, the page the wider of the two widths.
+struct SpectrogramViewOptions {
+  vandrel::COptionSpectrogram spectrogram;
+  vandrel::COptionPitch pitch;
+  vandrel::PitchMethod method = vandrel::PitchMethod::kCepstral;
+  bool drawAudio = true;      // "Draw Audio ": the waveform pane
+  bool drawIntensity = true;  // "Draw Intensity": the intensity pane
+  bool drawLabels = true;     // "Draw Labels": names and axis titles of the upper part
+  bool addAudio = true;       // "Add audio": the waveform in the pitch pane, behind the track
+  bool addIntensity = true;   // "Add Intensity": the intensity curve in the pitch pane
+  bool addLabels = true;      // "Add Labels": names and axis titles of the pitch pane
+  bool pitchTimeGrid = true;  // the pitch pane's own time grid
+  int pitchTimeGridMs = 0;    // 0 = automatic
+  double pitchWidth = 6.0;    // print/BMP size of the pitch part
+  double pitchHeight = 4.0;
+  bool pitchInches = true;
+  bool color = true;  // false: black and white
+};
+
+enum class PaneKind { kWave, kSpectrogram, kPitch, kIntensity };
+
+struct Pane {
+  PaneKind kind = PaneKind::kWave;
+  int signal = 0;  // 0 = the view's own signal, 1 = the other one
+  QRect rect;
+};
+
+struct SignalPicture {
+  QString name;  // "Audio file", "Synthesized"
+  Samples samples;
+  double fs = 0;
+  double lengthMs() const {
+    return samples && fs > 0 ? static_cast<double>(samples->size()) * 1000.0 / fs : 0.0;
+  }
+  SpectrogramResult spectrogram;
+  PitchResult pitch;
+  int peak = 1;  // largest sample magnitude, for the waveform's scale
+};
+
+enum class Compare { kSingle, kBeneath, kOverlaid };
+
+class SpectrogramScene {
+ public:
+  std::array<SignalPicture, 2> signal;
+  Compare compare = Compare::kSingle;  // kSingle whenever signal[1] has no samples
+  bool tableOverlay = false;
+  const vandrel::CVandrelDoc* doc = nullptr;  // for the table's own rows
+  SpectrogramViewOptions options;
+  std::optional<TimeRange> selection;
+  int tableColumn = -1;  // the table's current column, marked; -1 = none
+  // Share of the height for the panes above the pitch pane; negative: by the
+  // panes' own proportions (the screen).
+  double upperShare = -1;
+
+  bool showsOther() const { return compare != Compare::kSingle && signal[1].samples != nullptr; }
+
+  // Margins around the panes: axis labels on the left, the time axis below.
+  static constexpr int kLeft = 64;
+  static constexpr int kRight = 14;
+  static constexpr int kBottom = 34;
+
+  // The panes of `area`, top to bottom.
+  std::vector<Pane> layout(const QRect& area) const;
+  // The time axis's pixel columns inside `area`.
+  static TimeMap timeMap(const TimeAxis& axis, const QRect& area);
+
+  void paint(QPainter& p, const QRect& area, const TimeMap& time) const;
+
+  // The read-out for the pointer at (x, y): time, and frequency with level
+  // in a spectrogram, f0 in a pitch pane, dB in the intensity pane.
+  QString readout(const std::vector<Pane>& panes, const TimeMap& time, int x, int y) const;
+
+  // Values under the pointer for callers that need numbers (tracing).
+  static double frequencyAt(const Pane& pane, int y, double topHz, double bottomHz);
+  double paneTopHz(const Pane& pane) const;
+  double paneBottomHz(const Pane& pane) const;
+
+  // Colours of the tracks; grey levels in black and white.
+  QColor formantColor(int signalIndex) const;
+  QColor pitchColor(int signalIndex) const;
+  QColor tableColor() const;
+
+ private:
+  void paintWave(QPainter& p, const Pane& pane, const TimeMap& time) const;
+  void paintSpectrogram(QPainter& p, const Pane& pane, const TimeMap& time) const;
+  void paintPitch(QPainter& p, const Pane& pane, const TimeMap& time) const;
+  void paintIntensity(QPainter& p, const Pane& pane, const TimeMap& time) const;
+  void paintFormantDots(QPainter& p, const Pane& pane, const TimeMap& time, int signalIndex) const;
+  void paintPitchLine(QPainter& p, const Pane& pane, const TimeMap& time, int signalIndex) const;
+  void paintTableRows(QPainter& p, const Pane& pane, const TimeMap& time, bool pitch) const;
+  void paintTimeGrid(QPainter& p, const Pane& pane, const TimeMap& time, bool on, int spacingMs) const;
+  void paintFrequencyAxis(QPainter& p, const Pane& pane, double bottom, double top, bool title, int spacing,
+                          const QString& unit) const;
+  void paintTimeAxis(QPainter& p, const QRect& area, const TimeMap& time, int y) const;
+  void paintLabel(QPainter& p, const Pane& pane, const QString& text, bool shown) const;
+  void paintFaintWave(QPainter& p, const Pane& pane, const TimeMap& time) const;
+  void paintFaintIntensity(QPainter& p, const Pane& pane, const TimeMap& time) const;
+};
+
+}  // namespace vandrel::ui
