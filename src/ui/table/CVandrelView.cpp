@@ -63,7 +63,11 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   grid_->setCurrentCell(std::max(grid_->firstShownRow(), 0), 0);
 }
 
-CVandrelView::~CVandrelView() = default;
+CVandrelView::~CVandrelView() {
+  // A closed table leaves no stale cell in the status bar; the table that
+  // takes the focus next writes its own.
+  if (statusLabel_) statusLabel_->clear();
+}
 
 void CVandrelView::printTo(QPrinter& printer, const QString& title) {
   TablePrintout(document_.doc(), shownParams()).print(printer, title);
@@ -139,6 +143,7 @@ void CVandrelView::updateCellStatus() {
     bar->insertPermanentWidget(0, label);
   }
   label->setText(cellStatusText());
+  statusLabel_ = label;
 }
 
 bool CVandrelView::eventFilter(QObject* watched, QEvent* event) {

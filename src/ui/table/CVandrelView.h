@@ -10,6 +10,7 @@
 // selection in the grid (or runs Select All) - never when a command runs -
 // so the stored block survives from one use of a command to the next.
 
+#include <QPointer>
 #include <QWidget>
 
 #include <vector>
@@ -83,6 +84,7 @@ class CVandrelView : public QWidget, public Printable {
   FrameTableModel* model_;
   MyCug* grid_;
   GridCell kept_;  // the cursor across a rebuild
+  QPointer<QLabel> statusLabel_;
 };
 
 }  // namespace vandrel::ui
