@@ -24,7 +24,10 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "audio/SampleSet.h"
+#include "audio/Wave.h"
 #include "document/VandrelDoc.h"
+#include "table/TableCommands.h"
 #include "views/common/CAnalysisFrame.h"
 #include "views/common/DocumentCursor.h"
 #include "views/options/COptionPitchDialog.h"
@@ -48,6 +51,7 @@ class SpectrogramViewTest : public ShellFixture {
   void SetUp() override {
     ShellFixture::SetUp();
     frame = std::make_unique<CMainFrame>(environment());
+    installTableCommands(frame->router());
     installSpectrogramCommands(frame->router());
     frame->resize(1200, 900);
     frame->show();
@@ -194,6 +198,57 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   frame->mdiArea()->setActiveSubWindow(table);
   frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
   EXPECT_EQ(activeSpectrogram(), window);
+}
+
+// Ctrl+D: the audio file's view traces; a stroke over the pitch pane writes
+// f0 (in tenths of a hertz) into the frames it passes, and one undo takes the
+// whole stroke back.
+TEST_F(SpectrogramViewTest, TracingAStrokeWritesTheFramesUnderThePointerAsOneUndoStep) {
+  vandrel::CVandrelDoc& doc = table->document().doc();
+  vandrel::SampleSet recording;
+  recording.sampleRate = 11025;
+  recording.samples.assign(11025, 0);  // a second of a tone to trace over
+  for (std::size_t i = 0; i < recording.samples.size(); ++i)
+    recording.samples[i] = static_cast<std::int16_t>(3000 * std::sin(0.07 * static_cast<double>(i)));
+  recording.sampleCount = 11025;
+  recording.fileLengthMs = 1000;
+  const QString wav = path(QStringLiteral("files/tone.wav"));
+  ASSERT_EQ(vandrel::saveWaveFile(wav.toStdString(), recording), "");
+  ASSERT_TRUE(frame->openFile(wav));
+  const vandrel::FrameTable before = doc.table;
+
+  frame->runCommand(ID_ENTRY_TRACE);
+  CSpectrogramFrame* window = activeSpectrogram();
+  ASSERT_NE(window, nullptr);
+  ASSERT_TRUE(window->view()->tracing());
+  EXPECT_EQ(window->view()->traceRow(), kF0);
+  SpectrogramCanvas* canvas = window->view()->canvas();
+  const TimeMap time = SpectrogramScene::timeMap(canvas->axis(), canvas->rect());
+  Pane pitch;
+  for (const Pane& p : canvas->panes())
+    if (p.kind == PaneKind::kPitch) pitch = p;
+  const auto yOf = [&](double hz) {
+    const auto& o = canvas->scene().options.pitch;
+    return pitch.rect.bottom() - static_cast<int>((hz - o.displayLowHz) / (o.displayHighHz - o.displayLowHz) *
+                                                  (pitch.rect.height() - 1));
+  };
+  // From 205 ms at 150 Hz to 395 ms at 250 Hz in two moves: the frames between take the line.
+  QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(205)), yOf(150)));
+  QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(395)), yOf(250)));
+  QTest::mouseRelease(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(395)), yOf(250)));
+
+  const auto& o = canvas->scene().options.pitch;
+  const double pixel = 10.0 * (o.displayHighHz - o.displayLowHz) / (pitch.rect.height() - 1);  // tenths of Hz
+  const int c0 = 20, c1 = 39;
+  EXPECT_NEAR(doc.table.value(kF0, c0), 1500, pixel);
+  EXPECT_NEAR(doc.table.value(kF0, c1), 2500, pixel);
+  EXPECT_NEAR(doc.table.value(kF0, 30), 2000, 60 + pixel);
+  EXPECT_EQ(doc.table.value(kF0, c0 - 1), before.value(kF0, c0 - 1));
+  EXPECT_EQ(doc.table.value(kF0, c1 + 1), before.value(kF0, c1 + 1));
+  EXPECT_TRUE(doc.modified);
+
+  frame->runCommand(ID_EDIT_UNDO);
+  EXPECT_EQ(doc.table, before);
 }
 
 TEST_F(SpectrogramViewTest, SpectrogramDialogDefaultsFollowTheRateAndCoefficientsAreEvenedAndCapped) {

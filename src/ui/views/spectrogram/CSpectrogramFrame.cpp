@@ -4,6 +4,8 @@
 #include <QStatusBar>
 
 #include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "table/CVandrelView.h"
 #include "views/spectrogram/CSpectrogramView.h"
 #include "views/spectrogram/SpectrogramCanvas.h"
 
@@ -18,6 +20,10 @@ CSpectrogramFrame::CSpectrogramFrame(CMainFrame& mainFrame, std::shared_ptr<Open
   auto* view = new CSpectrogramView(*document, own, options);
   view->canvas()->statusSink = [frame = &mainFrame](const QString& text) {
     frame->statusBar()->showMessage(text);
+  };
+  view->tableState = [frame = &mainFrame]() -> vandrel::TableViewState* {
+    CVandrelView* table = CVandrelView::active(frame->context(ID_ENTRY_TRACE));
+    return table ? &table->state() : nullptr;
   };
   setWidget(view);
   resize(960, 680);

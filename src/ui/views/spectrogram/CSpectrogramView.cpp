@@ -2,13 +2,16 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QComboBox>
 #include <QDateTime>
 #include <QImage>
+#include <QLabel>
 #include <QPainter>
 #include <QPrinter>
 #include <QToolBar>
 #include <QVBoxLayout>
 
+#include <array>
 #include <cmath>
 
 #include "app/OpenDocument.h"
@@ -24,7 +27,7 @@ constexpr double kCmPerInch = 2.54;
 
 CSpectrogramView::CSpectrogramView(OpenDocument& document, vandrel::SampleSlot own,
                                    const SpectrogramViewOptions& options, QWidget* parent)
-    : QWidget(parent), options_(options) {
+    : QWidget(parent), document_(document), options_(options) {
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);
@@ -76,6 +79,31 @@ CSpectrogramView::CSpectrogramView(OpenDocument& document, vandrel::SampleSlot o
   table->setToolTip(QStringLiteral("Draw the table's f0 and f1..f5 over the analysis, anchors as squares"));
   connect(table, &QAction::toggled, canvas_, &SpectrogramCanvas::setTableOverlay);
 
+  bar_->addSeparator();
+  auto* trace = bar_->addAction(QStringLiteral("Trace"));
+  trace->setObjectName(trace->text());
+  trace->setCheckable(true);
+  trace->setToolTip(
+      QStringLiteral("Drag over the pitch or the spectrogram to write the chosen track into the table"));
+  traceRow_ = new QComboBox(bar_);
+  traceRow_->setObjectName(QStringLiteral("traceRow"));
+  const std::array<std::pair<const char*, int>, 6> rows{
+      {{"F0", kF0}, {"F1", kF1}, {"F2", kF2}, {"F3", kF3}, {"F4", kF4}, {"F5", kF5}}};
+  for (const auto& [name, row] : rows) traceRow_->addItem(QLatin1String(name), row);
+  bar_->addWidget(traceRow_);
+  connect(trace, &QAction::toggled, this, &CSpectrogramView::updateTracing);
+  connect(traceRow_, &QComboBox::currentIndexChanged, this, &CSpectrogramView::updateTracing);
+  canvas_->tracePoint = [this](double ms, double hz) {
+    if (!stroke_) stroke_.emplace(traceRow());
+    stroke_->add(document_.doc(), ms, hz);
+  };
+  canvas_->traceEnd = [this] {
+    vandrel::TableViewState* state = tableState ? tableState() : nullptr;
+    if (stroke_ && state) stroke_->finish(document_.doc(), *state);
+    stroke_.reset();
+  };
+  updateTracing();
+
   connect(&document, &OpenDocument::samplesChanged, this, &CSpectrogramView::updateCompareActions);
   updateCompareActions();
 }
@@ -102,6 +130,28 @@ void CSpectrogramView::updateCompareActions() {
         }
       },
       Qt::QueuedConnection);
+}
+
+void CSpectrogramView::startTracing(int row) {
+  traceRow_->setCurrentIndex(std::max(0, traceRow_->findData(row)));
+  action(QStringLiteral("Trace"))->setChecked(true);
+  updateTracing();
+}
+
+void CSpectrogramView::stopTracing() { action(QStringLiteral("Trace"))->setChecked(false); }
+
+bool CSpectrogramView::tracing() const { return canvas_->tracing; }
+
+int CSpectrogramView::traceRow() const { return traceRow_->currentData().toInt(); }
+
+void CSpectrogramView::updateTracing() {
+  const bool on = action(QStringLiteral("Trace"))->isChecked();
+  canvas_->tracing = on;
+  canvas_->tracePitch = traceRow() == kF0;
+  traceRow_->setEnabled(on);
+  // The table's rows are what a stroke changes: show them while tracing.
+  if (on) action(QStringLiteral("Table Values"))->setChecked(true);
+  canvas_->setCursor(on ? Qt::CrossCursor : Qt::ArrowCursor);
 }
 
 double CSpectrogramView::printStartMs() const {

@@ -8,8 +8,12 @@
 
 #include <QWidget>
 
+#include <functional>
+#include <optional>
+
 #include "common/Printable.h"
 #include "document/DocObserver.h"
+#include "editing/TraceStroke.h"
 #include "views/spectrogram/SpectrogramScene.h"
 
 class QAction;
@@ -37,6 +41,17 @@ class CSpectrogramView : public QWidget, public Printable {
   void printTo(QPrinter& printer, const QString& title) override;
   QImage picture() override;
 
+  // Trace mode: a drag over the pitch pane (F0) or the spectrogram (F1..F5)
+  // writes the frames under the pointer into the table, one undo step per
+  // stroke. `row` is kF0 or kF1 .. kF5.
+  void startTracing(int row);
+  void stopTracing();
+  bool tracing() const;
+  int traceRow() const;
+  // The table view's editing state that a stroke ends with; null when the
+  // document has no table window.
+  std::function<vandrel::TableViewState*()> tableState;
+
   // The size of a picture: the spectrogram options' width and height at 150
   // dots per inch.
   QSize pictureSize() const;
@@ -46,7 +61,12 @@ class CSpectrogramView : public QWidget, public Printable {
   double printStartMs() const;
   double printEndMs() const;
 
+  void updateTracing();
+
+  OpenDocument& document_;
   SpectrogramCanvas* canvas_;
+  QComboBox* traceRow_ = nullptr;
+  std::optional<vandrel::TraceStroke> stroke_;
   QToolBar* bar_;
   SpectrogramViewOptions options_;
 };

@@ -93,12 +93,12 @@ SpectrogramViewOptions optionsFor(CMainFrame& main, double fs) {
   return o;
 }
 
-void openSpectrogram(CommandContext& ctx, vandrel::SampleSlot slot) {
+CSpectrogramFrame* openSpectrogram(CommandContext& ctx, vandrel::SampleSlot slot) {
   OpenDocument& document = *ctx.document;
   vandrel::CVandrelDoc& doc = document.doc();
   if (slot == vandrel::SampleSlot::kAudio && !doc.hasAudio()) {
     warn(ctx.dialogParent(), kNoAudio);
-    return;
+    return nullptr;
   }
   if (slot == vandrel::SampleSlot::kSynthesized && doc.changedSinceSynthesis) {
     CProgressDialog::run(
@@ -108,12 +108,21 @@ void openSpectrogram(CommandContext& ctx, vandrel::SampleSlot slot) {
   for (CSpectrogramFrame* f : spectrogramWindows(*ctx.mainFrame))
     if (&f->document() == &document && f->view()->ownSlot() == slot) {
       ctx.mainFrame->mdiArea()->setActiveSubWindow(f);
-      return;
+      return f;
     }
   const double fs = slot == vandrel::SampleSlot::kAudio ? doc.audio.sampleRate : doc.synthesized.sampleRate;
   auto* frame = new CSpectrogramFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument(), slot,
                                       optionsFor(*ctx.mainFrame, fs > 0 ? fs : analysisRate(doc)));
   frame->addToArea();
+  return frame;
+}
+
+// Trace: the audio file's view, in trace mode, on F0 (or the track traced last).
+void trace(CommandContext& ctx) {
+  if (CSpectrogramFrame* frame = openSpectrogram(ctx, vandrel::SampleSlot::kAudio)) {
+    CSpectrogramView* view = frame->view();
+    view->startTracing(view->tracing() ? view->traceRow() : vandrel::kF0);
+  }
 }
 
 // OK in either dialog: the configuration keeps the values and every open view
@@ -153,6 +162,7 @@ void installSpectrogramCommands(CommandRouter& router) {
   router.setHandler(ID_ANALYSIS_SPECTRO_AUDIO,
                     [](CommandContext& ctx) { openSpectrogram(ctx, vandrel::SampleSlot::kAudio); });
   router.setHandler(ID_OPTIONS_SPECTROGRAM, editSpectrogramOptions);
+  router.setHandler(ID_ENTRY_TRACE, trace);
   router.setHandler(ID_OPTIONS_PITCH, editPitchOptions);
 }
 
