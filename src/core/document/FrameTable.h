@@ -4,6 +4,7 @@
 // anchor flag. Column c stands for the time c x interval ms.
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "document/ParameterSet.h"
@@ -14,6 +15,13 @@ namespace vandrel {
 // 48 doubles a frame this long already takes about 400 MB; beyond it a typo
 // in a timing line would exhaust memory before the user saw anything.
 inline constexpr int kMaxFrames = 1'000'000;
+
+// The refusal of an edit that would make a table of `frames` frames.
+inline std::string tooManyFramesMessage(long long frames) {
+  return "A table of " + std::to_string(frames) +
+         " frames is more than Vandrel holds (at most 1000000 frames, 10000 s at 10 ms). Nothing was "
+         "changed.";
+}
 
 class FrameTable {
  public:

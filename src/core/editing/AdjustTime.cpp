@@ -97,6 +97,10 @@ UserMessages addTime(CVandrelDoc& doc, TableViewState& view, const ProgressFn& p
 
   const int asked = doc.addColumnTimeMs;
   const int n = asked / interval;
+  if (static_cast<long long>(doc.table.columns()) + n > kMaxFrames) {
+    out.push_back(beepWith(tooManyFramesMessage(static_cast<long long>(doc.table.columns()) + n)));
+    return out;
+  }
   const int added = n * interval;
   doc.addColumnTimeMs = added;
   if (added <= 0) {
@@ -168,6 +172,10 @@ UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLen
   } else {
     const long long d = wanted - now;
     const long long n = d / interval;
+    if (t.columns() + n > kMaxFrames) {
+      out.push_back(beepWith(tooManyFramesMessage(t.columns() + n)));
+      return out;
+    }
     const long long given = n * interval;
     if (given != d) out.push_back(beepWith(lengthenMessage(wanted, interval, now + given)));
     ps.fileLengthMs += static_cast<double>(given);

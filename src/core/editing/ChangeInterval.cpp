@@ -41,6 +41,7 @@ UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs) {
   const int oldColumns = old.columns();
   const std::int64_t oldInterval = ps.intervalMs;
   const std::int32_t columns = ParameterSet::framesFor(ps.fileLengthMs, newIntervalMs);
+  if (columns > kMaxFrames) return {UserMessage{tooManyFramesMessage(columns), true}};
   FrameTable next(columns, ps);
   if (oldColumns > 0 && oldInterval > 0) {
     for (int r = 0; r < kParamCount; ++r) {

@@ -14,7 +14,9 @@
 #include "audio/Wave.h"
 #include "config/ConfigFile.h"
 #include "document/OpenFile.h"
+#include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/AdjustTime.h"
 #include "util/AtomicFile.h"
 
 namespace vandrel {
@@ -92,6 +94,21 @@ TEST_F(ReaderLimits, RefusedWithTheLimitInTheMessage) {
     EXPECT_EQ(loadConfigFile(std::string(VANDREL_TEST_DATA "/config/") + cfg, r), ConfigStatus::kBadField)
         << cfg;
   }
+}
+
+// Lengthening the table by typing a huge length or time to add is refused
+// the same way, before anything changes.
+TEST_F(ReaderLimits, EditsStopAtTheFrameLimit) {
+  CVandrelDoc doc;
+  TableViewState view;
+  const std::string before = writeVdr(doc, VdrKind::kAllParameters);
+  const UserMessages longer = changeFileLength(doc, view, 2'000'000'000);
+  ASSERT_EQ(longer.size(), 1u);
+  EXPECT_EQ(longer[0].text, tooManyFramesMessage(200'000'000));
+  doc.addColumnTimeMs = 10'000'000;
+  ASSERT_EQ(addTime(doc, view).size(), 1u);
+  EXPECT_EQ(addTime(doc, view)[0].text, tooManyFramesMessage(1'000'020));
+  EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters), before);
 }
 
 TEST_F(ReaderLimits, ShortDataIsReadAsFarAsItGoes) {
