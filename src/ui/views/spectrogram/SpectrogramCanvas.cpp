@@ -231,7 +231,9 @@ void SpectrogramCanvas::startAnalysis() {
       spectroWatch_[i]->setFuture(
           runOnWorker<SpectrogramResult>([r, progress] { return computeSpectrogram(r, progress.get()); }));
     }
-    const Covered pitchWanted{axis_.startMs(), axis_.endMs(), 0, 0};
+    // The pitch frames lie at fixed steps whatever the zoom: the whole signal
+    // is tracked once, and zooming or resizing never waits for it again.
+    const Covered pitchWanted{0.0, s.lengthMs(), 0, 0};
     if (!(pitchWanted == pitchCovered_[i])) {
       pitchCovered_[i] = pitchWanted;
       PitchRequest r{s.samples,
