@@ -27,6 +27,8 @@
 #include "audio/SampleSet.h"
 #include "audio/Wave.h"
 #include "document/VandrelDoc.h"
+#include "table/CVandrelView.h"
+#include "table/MyCug.h"
 #include "table/TableCommands.h"
 #include "views/common/CAnalysisFrame.h"
 #include "views/common/DocumentCursor.h"
@@ -145,6 +147,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
     doc.table.setValue(kF3, c, f3);
   }
   doc.markEdited();
+  doc.notifyStructureChanged();
 
   frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
   CSpectrogramFrame* window = activeSpectrogram();
@@ -180,6 +183,15 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(300)), spectro.rect.center().y()));
   EXPECT_NEAR(DocumentCursor::of(table->document()).timeMs(), 300, 2);
   EXPECT_TRUE(status.contains(QStringLiteral("Frequency:"))) << status.toStdString();
+
+  // The table's current column is marked; with Follow it moves with the pointer.
+  auto* grid = qobject_cast<CVandrelView*>(table->widget())->table();
+  grid->setCurrentCell(grid->currentCell().row, 7);
+  EXPECT_EQ(canvas->scene().tableColumn, 7);
+  window->view()->action(QStringLiteral("Follow"))->setChecked(true);
+  QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(415)), spectro.rect.center().y()));
+  EXPECT_EQ(grid->currentCell().column, 41);
+  EXPECT_EQ(canvas->scene().tableColumn, 41);
 
   // A drag selects; the selection is the document's.
   QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(100)), 200));

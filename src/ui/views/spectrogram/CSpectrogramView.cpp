@@ -79,6 +79,10 @@ CSpectrogramView::CSpectrogramView(OpenDocument& document, vandrel::SampleSlot o
   table->setToolTip(QStringLiteral("Draw the table's f0 and f1..f5 over the analysis, anchors as squares"));
   connect(table, &QAction::toggled, canvas_, &SpectrogramCanvas::setTableOverlay);
 
+  auto* follow = bar_->addAction(QStringLiteral("Follow"));
+  follow->setObjectName(follow->text());
+  follow->setCheckable(true);
+  follow->setToolTip(QStringLiteral("The table's current column follows the time under the pointer"));
   bar_->addSeparator();
   auto* trace = bar_->addAction(QStringLiteral("Trace"));
   trace->setObjectName(trace->text());
