@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QImage>
 #include <QLabel>
 #include <QMdiArea>
 #include <QPushButton>
@@ -204,6 +205,9 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   window->view()->action(QStringLiteral("Zoom to Selection"))->trigger();
   EXPECT_NEAR(canvas->axis().startMs(), sel->startMs, 1e-9);
   EXPECT_NEAR(canvas->axis().endMs(), sel->endMs, 1e-9);
+
+  // A picture: the spectrogram part 4 x 6 in, the pitch part 6 x 4 in, at 150 dpi.
+  EXPECT_EQ(window->view()->picture().size(), QSize(900, 1500));
 
   // Ctrl+T again brings the same window forward.
   table->widget()->setFocus();

@@ -168,11 +168,24 @@ double CSpectrogramView::printEndMs() const {
   return sel ? sel->endMs : canvas_->axis().endMs();
 }
 
-QSize CSpectrogramView::pictureSize() const {
+QSizeF CSpectrogramView::pageInches() const {
   const auto& o = options_.spectrogram;
-  const double perUnit = o.inches ? kPictureDpi : kPictureDpi / kCmPerInch;
-  const auto px = [&](double v) { return std::max(200, static_cast<int>(std::lround(v * perUnit))); };
-  return QSize(px(o.width), px(o.height));
+  const double upper = o.inches ? 1.0 : 1.0 / kCmPerInch;
+  const double lower = options_.pitchInches ? 1.0 : 1.0 / kCmPerInch;
+  return QSizeF(std::max(o.width * upper, options_.pitchWidth * lower),
+                o.height * upper + options_.pitchHeight * lower);
+}
+
+double CSpectrogramView::upperShare() const {
+  const auto& o = options_.spectrogram;
+  const double upper = o.height * (o.inches ? 1.0 : 1.0 / kCmPerInch);
+  return upper / pageInches().height();
+}
+
+QSize CSpectrogramView::pictureSize() const {
+  const QSizeF inches = pageInches();
+  const auto px = [&](double v) { return std::max(200, static_cast<int>(std::lround(v * kPictureDpi))); };
+  return QSize(px(inches.width()), px(inches.height()));
 }
 
 QImage CSpectrogramView::picture() {
@@ -180,20 +193,18 @@ QImage CSpectrogramView::picture() {
   image.fill(Qt::white);
   QPainter p(&image);
   p.setRenderHint(QPainter::Antialiasing);
-  canvas_->paintPage(p, image.rect(), printStartMs(), printEndMs());
+  canvas_->paintPage(p, image.rect(), printStartMs(), printEndMs(), upperShare());
   return image;
 }
 
 void CSpectrogramView::printTo(QPrinter& printer, const QString& title) {
   QPainter p(&printer);
   if (!p.isActive()) return;
-  const auto& o = options_.spectrogram;
   // The picture at its set size in the printer's resolution; the painter draws in
-  // points so that fonts and lines keep their screen proportions.
+  // 96ths of an inch so that fonts and lines keep their screen proportions.
   const QRect page = printer.pageLayout().paintRectPixels(printer.resolution());
   const double scale = printer.resolution() / 96.0;
-  const double perUnit = o.inches ? 96.0 : 96.0 / kCmPerInch;
-  const QSizeF logical(o.width * perUnit, o.height * perUnit);
+  const QSizeF logical = pageInches() * 96.0;
   const QSizeF room(page.width() / scale, page.height() / scale - 24);
   const double fit = std::min({1.0, room.width() / logical.width(), room.height() / logical.height()});
   p.scale(scale, scale);
@@ -203,7 +214,7 @@ void CSpectrogramView::printTo(QPrinter& printer, const QString& title) {
                  .arg(title, canvas_->scene().signal[0].name, QDate::currentDate().toString(Qt::ISODate)));
   p.translate(0, 24);
   const QRect area(0, 0, static_cast<int>(logical.width() * fit), static_cast<int>(logical.height() * fit));
-  canvas_->paintPage(p, area, printStartMs(), printEndMs());
+  canvas_->paintPage(p, area, printStartMs(), printEndMs(), upperShare());
 }
 
 }  // namespace vandrel::ui

@@ -52,14 +52,17 @@ class CSpectrogramView : public QWidget, public Printable {
   // document has no table window.
   std::function<vandrel::TableViewState*()> tableState;
 
-  // The size of a picture: the spectrogram options' width and height at 150
-  // dots per inch.
+  // The printed size: the spectrogram options' height for the waveform and
+  // the spectrogram, the pitch options' height for pitch and intensity, the
+  // wider of their widths. Pictures take it at 150 dots per inch.
+  QSizeF pageInches() const;
   QSize pictureSize() const;
 
  private:
   void updateCompareActions();
   double printStartMs() const;
   double printEndMs() const;
+  double upperShare() const;
 
   void updateTracing();
 

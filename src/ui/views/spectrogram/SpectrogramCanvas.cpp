@@ -429,10 +429,13 @@ void SpectrogramCanvas::leaveEvent(QEvent* event) {
   update();
 }
 
-void SpectrogramCanvas::paintPage(QPainter& p, const QRect& area, double startMs, double endMs) const {
+void SpectrogramCanvas::paintPage(QPainter& p, const QRect& area, double startMs, double endMs,
+                                  double upperShare) const {
   const TimeMap base = SpectrogramScene::timeMap(axis_, area);
   const TimeMap time{startMs, std::max(endMs, startMs + 1e-3), base.left, base.right};
-  scene_.paint(p, area, time);
+  SpectrogramScene page = scene_;
+  page.upperShare = upperShare;
+  page.paint(p, area, time);
 }
 
 }  // namespace vandrel::ui

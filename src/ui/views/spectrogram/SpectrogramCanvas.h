@@ -74,8 +74,9 @@ class SpectrogramCanvas : public QWidget {
   bool tracePitch = false;  // trace over the pitch pane, else the spectrogram
 
   // Draws the picture of the times [startMs, endMs] into `area` (printing and
-  // saved pictures).
-  void paintPage(QPainter& p, const QRect& area, double startMs, double endMs) const;
+  // saved pictures), the panes above the pitch pane taking `upperShare` of
+  // the height.
+  void paintPage(QPainter& p, const QRect& area, double startMs, double endMs, double upperShare) const;
 
  signals:
   void analysed();  // a result has arrived and is drawn
