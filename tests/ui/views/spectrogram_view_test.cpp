@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #include "../app/ShellFixture.h"
 #include "app/CChildFrame.h"
@@ -33,6 +34,7 @@
 #include "table/TableCommands.h"
 #include "views/common/CAnalysisFrame.h"
 #include "views/common/DocumentCursor.h"
+#include "views/common/TimeAxis.h"
 #include "views/options/COptionPitchDialog.h"
 #include "views/options/COptionSpectrogramDialog.h"
 #include "views/spectrogram/CSpectrogramFrame.h"
@@ -109,6 +111,36 @@ TEST_F(SpectrogramViewTest, OneCursorPerDocumentWithOrderedSelection) {
   cursor.setSelection(50, 50);  // a click without a drag selects nothing
   EXPECT_FALSE(cursor.selection());
   EXPECT_EQ(selected.count(), 2);
+}
+
+TEST_F(SpectrogramViewTest, TimeAxisZoomsAboutThePointerAndStaysInsideTheSignal) {
+  TimeAxis axis;
+  axis.setLengthMs(10000);
+  axis.setPixels(100, 1100);  // 10 ms a pixel
+  EXPECT_FALSE(axis.zoomed());
+  struct Step {
+    const char* what;
+    std::function<void()> act;
+    double start, end;
+  };
+  const Step steps[] = {
+      {"zoom in about 2500 ms keeps it under the pointer", [&] { axis.zoomBy(0.5, 2500); }, 1250, 6250},
+      {"zoom out near the start stops at 0", [&] { axis.zoomBy(4, 1250); }, 0, 10000},
+      {"a stretch past the end slides back in", [&] { axis.setVisible(9000, 12000); }, 7000, 10000},
+      {"never narrower than 5 ms", [&] { axis.setVisible(300, 301); }, 300, 305},
+      {"a shorter signal cuts the stretch", [&] { axis.setLengthMs(303); }, 298, 303},
+  };
+  for (const Step& s : steps) {
+    SCOPED_TRACE(s.what);
+    s.act();
+    EXPECT_DOUBLE_EQ(axis.startMs(), s.start);
+    EXPECT_DOUBLE_EQ(axis.endMs(), s.end);
+  }
+  axis.setLengthMs(10000);
+  axis.setVisible(1000, 2000);
+  EXPECT_DOUBLE_EQ(axis.xOf(1500), 600);
+  EXPECT_DOUBLE_EQ(axis.msAt(600), 1500);
+  EXPECT_EQ(axis.map().autoGridMs(70), 100);  // 1 ms a pixel: lines at least 70 px apart
 }
 
 TEST_F(SpectrogramViewTest, AnalysisWindowKeepsTheDocumentActiveAndClosesWithIt) {

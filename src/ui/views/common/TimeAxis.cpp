@@ -6,8 +6,10 @@
 namespace vandrel::ui {
 
 void TimeAxis::setLengthMs(double ms) {
+  // A view that showed everything goes on showing everything.
+  const bool wasZoomed = zoomed();
   lengthMs_ = std::max(ms, 0.0);
-  setVisible(startMs_, zoomed() ? endMs_ : lengthMs_);
+  setVisible(wasZoomed ? startMs_ : 0.0, wasZoomed ? endMs_ : lengthMs_);
 }
 
 void TimeAxis::setVisible(double startMs, double endMs) {
