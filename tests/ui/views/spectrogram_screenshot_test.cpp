@@ -19,6 +19,8 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
+#include "views/options/COptionPitchDialog.h"
+#include "views/options/COptionSpectrogramDialog.h"
 #include "views/spectrogram/CSpectrogramFrame.h"
 #include "views/spectrogram/CSpectrogramView.h"
 #include "views/spectrogram/SpectrogramCanvas.h"
@@ -99,6 +101,14 @@ TEST_F(SpectrogramScreenshotTest, RecordingAndItsSyntheticCopy) {
   settle();
   frame.grab().save(dir + QStringLiteral("/spectrogram-zoomed.png"));
   view->picture().save(dir + QStringLiteral("/spectrogram-picture.png"));
+
+  COptionSpectrogramDialog spectrogramOptions(viewOptionsOf(frame.environment().config));
+  spectrogramOptions.show();
+  COptionPitchDialog pitchOptions(viewOptionsOf(frame.environment().config));
+  pitchOptions.show();
+  QApplication::processEvents();
+  spectrogramOptions.grab().save(dir + QStringLiteral("/spectrogram-options.png"));
+  pitchOptions.grab().save(dir + QStringLiteral("/pitch-options.png"));
 }
 
 }  // namespace
