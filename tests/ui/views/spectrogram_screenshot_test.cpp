@@ -8,6 +8,9 @@
 #include <QApplication>
 #include <QDir>
 #include <QMdiArea>
+#include <QPainter>
+#include <QSvgGenerator>
+#include <QSvgRenderer>
 #include <QTest>
 
 #include <algorithm>
@@ -19,6 +22,7 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
+#include "views/common/DocumentCursor.h"
 #include "views/options/COptionPitchDialog.h"
 #include "views/options/COptionSpectrogramDialog.h"
 #include "views/spectrogram/CSpectrogramFrame.h"
@@ -101,6 +105,24 @@ TEST_F(SpectrogramScreenshotTest, RecordingAndItsSyntheticCopy) {
   settle();
   frame.grab().save(dir + QStringLiteral("/spectrogram-zoomed.png"));
   view->picture().save(dir + QStringLiteral("/spectrogram-picture.png"));
+  // The drawing as SVG, read back: SVG keeps no clipping, so nothing may leave its pane.
+  DocumentCursor::of(table->document()).setSelection(700, 1000);
+  const QString svgPath = dir + QStringLiteral("/spectrogram-drawing.svg");
+  {
+    QSvgGenerator svg;
+    svg.setFileName(svgPath);
+    svg.setSize(view->vectorSize().toSize());
+    svg.setViewBox(QRectF(QPointF(0, 0), view->vectorSize()));
+    QPainter p(&svg);
+    view->paintVector(p);
+  }
+  QSvgRenderer renderer(svgPath);
+  QImage back(view->vectorSize().toSize(), QImage::Format_RGB32);
+  back.fill(Qt::white);
+  QPainter painter(&back);
+  renderer.render(&painter);
+  painter.end();
+  back.save(dir + QStringLiteral("/spectrogram-drawing-svg.png"));
 
   COptionSpectrogramDialog spectrogramOptions(viewOptionsOf(frame.environment().config));
   spectrogramOptions.show();

@@ -240,6 +240,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
 
   // A picture: the spectrogram part 4 x 6 in, the pitch part 6 x 4 in, at 150 dpi.
   EXPECT_EQ(window->view()->picture().size(), QSize(900, 1500));
+  EXPECT_EQ(window->view()->vectorSize(), QSizeF(576, 960));  // the same in 1/96 inch, for SVG and PDF
 
   // Ctrl+T again brings the same window forward.
   table->widget()->setFocus();

@@ -197,6 +197,12 @@ QImage CSpectrogramView::picture() {
   return image;
 }
 
+void CSpectrogramView::paintVector(QPainter& p) {
+  const QSizeF size = vectorSize();
+  canvas_->paintPage(p, QRect(0, 0, static_cast<int>(size.width()), static_cast<int>(size.height())),
+                     printStartMs(), printEndMs(), upperShare());
+}
+
 void CSpectrogramView::printTo(QPrinter& printer, const QString& title) {
   QPainter p(&printer);
   if (!p.isActive()) return;

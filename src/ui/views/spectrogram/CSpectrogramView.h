@@ -40,6 +40,8 @@ class CSpectrogramView : public QWidget, public Printable {
 
   void printTo(QPrinter& printer, const QString& title) override;
   QImage picture() override;
+  QSizeF vectorSize() override { return pageInches() * 96.0; }
+  void paintVector(QPainter& p) override;
 
   // Trace mode: a drag over the pitch pane (F0) or the spectrogram (F1..F5)
   // writes the frames under the pointer into the table, one undo step per

@@ -435,6 +435,9 @@ void SpectrogramCanvas::paintPage(QPainter& p, const QRect& area, double startMs
   const TimeMap time{startMs, std::max(endMs, startMs + 1e-3), base.left, base.right};
   SpectrogramScene page = scene_;
   page.upperShare = upperShare;
+  // The page is the selection; its tint and the table's column are screen aids.
+  page.selection.reset();
+  page.tableColumn = -1;
   page.paint(p, area, time);
 }
 

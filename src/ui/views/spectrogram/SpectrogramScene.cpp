@@ -146,14 +146,16 @@ void SpectrogramScene::paint(QPainter& p, const QRect& area, const TimeMap& time
     if (selection) {
       const double x0 = time.xOf(selection->startMs);
       const double x1 = time.xOf(selection->endMs);
-      p.fillRect(QRectF(x0, pane.rect.top(), x1 - x0, pane.rect.height()), QColor(255, 210, 0, 70));
+      p.fillRect(QRectF(x0, pane.rect.top(), x1 - x0, pane.rect.height()).intersected(pane.rect),
+                 QColor(255, 210, 0, 70));
     }
     if (tableColumn >= 0 && doc) {
       const double interval = doc->params().intervalMs;
       const double x0 = time.xOf(tableColumn * interval);
       const double x1 = time.xOf((tableColumn + 1) * interval);
-      p.fillRect(QRectF(x0, pane.rect.top(), std::max(x1 - x0, 1.0), pane.rect.height()),
-                 QColor(0, 150, 60, 50));
+      p.fillRect(
+          QRectF(x0, pane.rect.top(), std::max(x1 - x0, 1.0), pane.rect.height()).intersected(pane.rect),
+          QColor(0, 150, 60, 50));
     }
     p.restore();
     p.setPen(QColor(90, 90, 90));
@@ -228,10 +230,16 @@ void SpectrogramScene::paintSpectrogram(QPainter& p, const Pane& pane, const Tim
   if (s.spectrogram.ok) {
     // The picture covers the stretch it was computed for; an older picture
     // after a zoom or resize lands where its times are, scaled.
-    const double x0 = time.xOf(s.spectrogram.startMs);
-    const double x1 = time.xOf(s.spectrogram.endMs);
-    p.setRenderHint(QPainter::SmoothPixmapTransform, false);
-    p.drawImage(QRectF(x0, r.top(), x1 - x0, r.height()), s.spectrogram.image);
+    // Only the part inside the pane is drawn: SVG output keeps no clipping.
+    const auto& g = s.spectrogram;
+    const double t0 = std::max(g.startMs, time.startMs);
+    const double t1 = std::min(g.endMs, time.endMs);
+    if (t1 > t0 && g.endMs > g.startMs) {
+      const double perMs = g.image.width() / (g.endMs - g.startMs);
+      const QRectF source((t0 - g.startMs) * perMs, 0, (t1 - t0) * perMs, g.image.height());
+      p.setRenderHint(QPainter::SmoothPixmapTransform, false);
+      p.drawImage(QRectF(time.xOf(t0), r.top(), time.xOf(t1) - time.xOf(t0), r.height()), g.image, source);
+    }
   }
   const double top = paneTopHz(pane);
   paintTimeGrid(p, pane, time, options.spectrogram.timeGrid, options.spectrogram.timeGridMs);
@@ -308,12 +316,12 @@ void SpectrogramScene::paintPitchLine(QPainter& p, const Pane& pane, const TimeM
   // Voiced runs as lines, isolated voiced frames as dots.
   p.setPen(QPen(pitchColor(si), si == 0 ? 2.0 : 1.5));
   p.setBrush(pitchColor(si));
-  std::size_t i = firstAtOrAfter(s.frameMs, time.startMs);
-  if (i > 0) --i;
   QPainterPath path;
   bool open = false;
-  for (; i < s.f0.size(); ++i) {
-    const bool voiced = s.f0[i] > 0;
+  // Values outside the display range break the line rather than leave the pane.
+  for (std::size_t i = firstAtOrAfter(s.frameMs, time.startMs); i < s.f0.size(); ++i) {
+    if (s.frameMs[i] > time.endMs) break;
+    const bool voiced = s.f0[i] > 0 && s.f0[i] >= lo && s.f0[i] <= hi;
     if (voiced) {
       const QPointF at(time.xOf(s.frameMs[i]), yOf(s.f0[i]));
       if (open)
@@ -324,7 +332,6 @@ void SpectrogramScene::paintPitchLine(QPainter& p, const Pane& pane, const TimeM
       if (alone) p.drawEllipse(at, 1.5, 1.5);
     }
     open = voiced;
-    if (s.frameMs[i] > time.endMs) break;
   }
   p.setBrush(Qt::NoBrush);
   p.drawPath(path);
@@ -358,10 +365,11 @@ void SpectrogramScene::paintFaintIntensity(QPainter& p, const Pane& pane, const 
   const double bottom = top - 60;
   const QRect r = pane.rect;
   QPainterPath path;
-  for (std::size_t i = 0; i < s.intensity.size(); ++i) {
+  const std::size_t from = firstAtOrAfter(s.frameMs, time.startMs);
+  for (std::size_t i = from; i < s.intensity.size() && s.frameMs[i] <= time.endMs; ++i) {
     const double v = std::clamp(s.intensity[i], bottom, top);
     const QPointF at(time.xOf(s.frameMs[i]), r.bottom() - (v - bottom) / (top - bottom) * (r.height() - 1));
-    if (i == 0)
+    if (i == from)
       path.moveTo(at);
     else
       path.lineTo(at);
@@ -385,15 +393,13 @@ void SpectrogramScene::paintIntensity(QPainter& p, const Pane& pane, const TimeM
     p.setPen(QPen(options.color ? QColor(120, 40, 160) : QColor(0, 0, 0), 1.5));
     QPainterPath path;
     std::size_t i = firstAtOrAfter(s.frameMs, time.startMs);
-    if (i > 0) --i;
-    for (bool first = true; i < s.intensity.size(); ++i, first = false) {
+    for (bool first = true; i < s.intensity.size() && s.frameMs[i] <= time.endMs; ++i, first = false) {
       const double v = std::clamp(s.intensity[i], bottom, top);
       const QPointF at(time.xOf(s.frameMs[i]), r.bottom() - (v - bottom) / (top - bottom) * (r.height() - 1));
       if (first)
         path.moveTo(at);
       else
         path.lineTo(at);
-      if (s.frameMs[i] > time.endMs) break;
     }
     p.drawPath(path);
   }
@@ -409,9 +415,12 @@ void SpectrogramScene::paintTableRows(QPainter& p, const Pane& pane, const TimeM
   if (interval <= 0 || table.columns() == 0) return;
   const double lo = paneBottomHz(pane), hi = paneTopHz(pane);
   const QRect r = pane.rect;
-  const auto yOf = [&](double f) { return r.bottom() - (f - lo) / (hi - lo) * (r.height() - 1); };
-  const int first = std::max(0, static_cast<int>(time.startMs / interval) - 1);
-  const int last = std::min(table.columns() - 1, static_cast<int>(time.endMs / interval) + 1);
+  const auto yOf = [&](double f) {
+    return std::clamp(r.bottom() - (f - lo) / (hi - lo) * (r.height() - 1), 1.0 * r.top(), 1.0 * r.bottom());
+  };
+  // Frames whose middle lies in the stretch shown.
+  const int first = std::max(0, static_cast<int>(std::ceil(time.startMs / interval - 0.5)));
+  const int last = std::min(table.columns() - 1, static_cast<int>(std::floor(time.endMs / interval - 0.5)));
   const std::array<int, 5> formantRows{kF1, kF2, kF3, kF4, kF5};
   std::vector<int> rows;
   if (pitch)
