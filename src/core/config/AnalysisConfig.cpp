@@ -25,8 +25,8 @@ struct ToRecord {
 
 // Every record field beside its option field. One list serves loading and
 // storing, so the two directions can never disagree.
-template <class Copy, class Record, class Fft, class Pitch, class Spec>
-void pairFields(Copy copy, Record& r, Fft& f, Pitch& p, Spec& s) {
+template <class Copy, class Record, class Fft, class Pitch, class Spectro>
+void pairFields(Copy copy, Record& r, Fft& f, Pitch& p, Spectro& s) {
   auto& cf = r.fftLpc;
   copy(cf.fs, f.fs);
   copy(cf.sizeIndex, f.sizeIndex);

@@ -117,8 +117,8 @@ int main(int argc, char** argv) {
         view->setTimeMs(t);
         view->finishTrack();
         QApplication::processEvents();
-        const QRectF spec = view->layout().spectrum;
-        const QPointF at(spec.left() + spec.width() * 0.3, spec.top() + spec.height() * 0.4);
+        const QRectF plot = view->layout().spectrum;
+        const QPointF at(plot.left() + plot.width() * 0.3, plot.top() + plot.height() * 0.4);
         QMouseEvent move(QEvent::MouseMove, at, view->canvas()->mapToGlobal(at), Qt::NoButton, Qt::NoButton,
                          Qt::NoModifier);
         QApplication::sendEvent(view->canvas(), &move);
