@@ -5,6 +5,7 @@
 
 #include "app/OpenDocument.h"
 #include "editing/CellEdit.h"
+#include "editing/Clipboard.h"
 
 namespace vandrel::ui {
 
@@ -30,11 +31,8 @@ int FrameTableModel::rowCount(const QModelIndex& parent) const { return parent.i
 int FrameTableModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : columns_; }
 
 QString FrameTableModel::formatValue(double v) {
-  if (v == std::trunc(v) && std::abs(v) < 1e15) return QString::number(static_cast<qlonglong>(v));
-  QString s = QString::number(v, 'f', 2);
-  while (s.endsWith(QLatin1Char('0'))) s.chop(1);
-  if (s.endsWith(QLatin1Char('.'))) s.chop(1);
-  return s == QLatin1String("-0") ? QStringLiteral("0") : s;
+  // The clipboard and the printout write values the same way: one rule for all.
+  return QString::fromStdString(vandrel::formatCellValue(v));
 }
 
 QVariant FrameTableModel::data(const QModelIndex& index, int role) const {
