@@ -30,11 +30,11 @@ std::int16_t toSample16(double x) {
 }
 
 std::optional<SampleSet> decode(SNDFILE* file, const SF_INFO& info, const std::string& name,
-                                std::string* refusal) {
+                                std::string* refusal, double maxFrames = kNoFrameLimit) {
   if (!file || info.channels < 1 || info.samplerate <= 0) return std::nullopt;
   // Headers may lie about the length, so the limit is applied to what the
   // header says and again to what is decoded.
-  const double limit = kMaxAudioSeconds * info.samplerate;
+  const double limit = std::min(kMaxAudioSeconds * info.samplerate, maxFrames);
   auto tooLong = [&](double frames) {
     if (refusal) *refusal = tooLongMessage(name, frames / info.samplerate);
     return std::nullopt;
@@ -110,12 +110,12 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string*
 }
 
 std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
-                                                std::string* refusal) {
+                                                std::string* refusal, double maxFrames) {
   SF_VIRTUAL_IO io{memLength, memSeek, memRead, memWrite, memTell};
   MemoryFile memory{bytes, 0};
   SF_INFO info{};
   SndfilePtr file(sf_open_virtual(&io, SFM_READ, &info, &memory));
-  return decode(file.get(), info, name, refusal);
+  return decode(file.get(), info, name, refusal, maxFrames);
 }
 
 AudioDecoder sndfileDecoder() {

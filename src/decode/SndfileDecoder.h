@@ -13,6 +13,8 @@
 
 namespace vandrel {
 
+inline constexpr double kNoFrameLimit = 1e300;
+
 // The decoded samples, or std::nullopt when libsndfile does not read the file
 // (or it holds no channels, or memory runs out). A recording longer than
 // kMaxAudioSeconds is declined with the reason in `refusal` (when given),
@@ -20,8 +22,12 @@ namespace vandrel {
 std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string* refusal = nullptr);
 
 // The same for a file's bytes already in memory; `name` is used in messages.
+// `maxFrames` lowers the length limit further: a few kilobytes of FLAC or Opus
+// can expand to millions of frames, and the fuzzer must not spend its time on
+// decoding silence it has already checked.
 std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
-                                                std::string* refusal = nullptr);
+                                                std::string* refusal = nullptr,
+                                                double maxFrames = kNoFrameLimit);
 
 // decodeWithSndfile as the open chain's AudioDecoder.
 AudioDecoder sndfileDecoder();
