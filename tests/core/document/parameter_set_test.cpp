@@ -6,8 +6,6 @@
 #include <set>
 #include <string>
 
-#include "document/FrameTable.h"
-
 namespace vandrel {
 namespace {
 
@@ -48,18 +46,6 @@ TEST(ParameterSetTest, DefinitionsAgreeWithTheirDescriptionsAndNames) {
   EXPECT_EQ(set.at(kApv).description, " apv = Amplitue of voicing in parrallel branch in dB (0 - 87) ");
   EXPECT_EQ(set.at(kSkew).description, " skew = Shewness of alternate periods in sample#/2 (0 - 40) ");
   EXPECT_EQ(set.at(kB8f).description, " b8f = Eighth  formant parallel branch bandwidth in Hz (40 - 2000) ");
-  // Defaults the blank document's sound is built from: a 100 Hz vowel.
-  for (auto [row, value] : {std::pair{kF0, 1000},
-                            {kAv, 60},
-                            {kF1, 500},
-                            {kF2, 1500},
-                            {kF3, 2500},
-                            {kF4, 3250},
-                            {kF5, 3700},
-                            {kF6, 4990},
-                            {kOq, 20},
-                            {kGain, 60}})
-    EXPECT_EQ(set.at(row).defaultValue, value) << set.at(row).name;
 
   EXPECT_FALSE(paramIndex("F0"));  // names are case-sensitive
   EXPECT_FALSE(paramIndex(" f0"));
@@ -98,24 +84,6 @@ TEST(ParameterSetTest, AnyHighFormantRowSwitchesToTheHighRate) {
     set.setSelected(i, false);
     EXPECT_EQ(set.sampleRate(), 11025.0);
   }
-}
-
-TEST(FrameTableTest, NewTableHoldsDefaultsAndNoAnchors) {
-  ParameterSet set;
-  FrameTable t(set.frameCount, set);
-  ASSERT_EQ(t.columns(), 20);
-  ASSERT_EQ(t.rows(), 48);
-  for (int r = 0; r < kParamCount; ++r)
-    for (int c = 0; c < t.columns(); ++c) ASSERT_EQ(t.value(r, c), set.at(r).defaultValue);
-  EXPECT_EQ(t.anchorCount(), 0);
-  t.setAnchor(kF2, 19, true);
-  t.setValue(kF2, 19, 1234.5);
-  EXPECT_TRUE(t.anchor(kF2, 19));
-  EXPECT_FALSE(t.anchor(kF2, 18));
-  EXPECT_FALSE(t.anchor(kF1, 19));
-  EXPECT_EQ(t.value(kF2, 19), 1234.5);
-  EXPECT_EQ(t.value(kF2, 18), 1500.0);
-  EXPECT_EQ(t.anchorCount(), 1);
 }
 
 }  // namespace

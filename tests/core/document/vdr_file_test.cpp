@@ -85,18 +85,6 @@ TEST(VdrWriterTest, FractionsTruncatedTowardZero) {
   EXPECT_EQ(writeVdr(doc, kAll).substr(0, 15), "205\t22050\t10\t\r\n");
 }
 
-// Saving writes the text, or says why it cannot.
-TEST(VdrWriterTest, SaveFile) {
-  const std::string path = (std::filesystem::temp_directory_path() / "vandrel-vdr-save.vdr").string();
-  CVandrelDoc doc;
-  std::string bytes;
-  ASSERT_EQ(saveVdrFile(path, doc, kSel), "");
-  ASSERT_TRUE(readWholeFile(path, bytes));
-  EXPECT_EQ(bytes, writeVdr(doc, kSel));
-  std::filesystem::remove(path);
-  EXPECT_NE(saveVdrFile(path + "/missing/x.vdr", doc, kAll), "");
-}
-
 // A document with everything the file stores set at random; every tenth
 // seed shows no rows, every tenth from the fifth has no anchors.
 CVandrelDoc randomDoc(std::uint32_t seed) {

@@ -91,21 +91,16 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
     int written, skipped, outside;
     std::vector<double> av;  // row av afterwards
   } cases[] = {
+      // clang-format off
       {"one not a number", "12\tabc\t40", kAv, 1, 2, 1, 0, {100, 12, 102, 40, 104, 105}},
       {"held to the limits", "5000\t-5\t42.5", kAv, 0, 3, 0, 0, {87, 0, 42.5, 103, 104, 105}},
-      {"units and decimal commas are not numbers",
-       "12ms\t12,5\t\t 7 ",
-       kAv,
-       0,
-       1,
-       3,
-       0,
-       {100, 101, 102, 7, 104, 105}},
+      {"units and decimal commas are not numbers", "12ms\t12,5\t\t 7 ", kAv, 0, 1, 3, 0, {100, 101, 102, 7, 104, 105}},
       {"past the last frame", "1\t2\t3", kAv, 4, 2, 0, 1, {100, 101, 102, 103, 1, 2}},
       {"CR LF lines go to the next shown rows", "1\r\n2\r\n", kF0, 2, 2, 0, 0, {100, 101, 2, 103, 104, 105}},
       {"LF and CR alike", "3\n4\r5", kF0, 0, 3, 0, 0, {4, 101, 102, 103, 104, 105}},
       {"lines past the last shown row", "6\n7\n8", kGain, 0, 1, 0, 2, {100, 101, 102, 103, 104, 105}},
       {"nothing to paste", "", kAv, 0, 0, 0, 0, {100, 101, 102, 103, 104, 105}},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

@@ -115,41 +115,20 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     double lengthAfter;
     std::vector<std::string> messages;
   } cases[] = {
+      // clang-format off
       {"1003 ms at 5 ms is cut to 1000", 180, 5, false, 1003, 5, 200, 1000.0, {}},
       {"shortening", 20, 10, false, 155, 10, 15, 150.0, {}},
       {"a new interval, then the length in new frames", 20, 10, false, 400, 20, 20, 400.0, {}},
       {"an untouched length is no request", 20, 10, true, 200, 10, 20, 200.0, {}},
-      {"a 200 ms file at 15 ms shortened: 90 asked, 95 given",
-       20,
-       10,
-       false,
-       100,
-       15,
-       6,
-       95.0,
-       {"you have requested a time(ms) = 90 , But with interval(ms) = 15 , the total time will be = 95 "
-        "(ms)"}},
-      {"and lengthened: 255 asked, 245 given",
-       20,
-       10,
-       false,
-       260,
-       15,
-       16,
-       245.0,
-       {"you have requested a time(ms) = 255 ,But with interval(ms) = 15 ,the total time will be = 245 "
-        "(ms)"}},
+      {"a 200 ms file at 15 ms shortened: 90 asked, 95 given", 20, 10, false, 100, 15, 6, 95.0,
+       {"you have requested a time(ms) = 90 , But with interval(ms) = 15 , the total time will be = 95 (ms)"}},
+      {"and lengthened: 255 asked, 245 given", 20, 10, false, 260, 15, 16, 245.0,
+       {"you have requested a time(ms) = 255 ,But with interval(ms) = 15 ,the total time will be = 245 (ms)"}},
       {"audio locks a new length", 20, 10, true, 300, 10, 20, 200.0, {locked}},
       {"audio leaves the interval free", 20, 10, true, 200, 5, 40, 200.0, {}},
-      {"a length below one frame",
-       20,
-       10,
-       false,
-       9,
-       10,
-       20,
-       200.0,
+      {"a length below one frame", 20, 10, false, 9, 10, 20, 200.0,
        {"A file of 9 ms is shorter than one frame of 10 ms.\nPlease enter a length of at least 10 ms."}},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);

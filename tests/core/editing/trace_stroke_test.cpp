@@ -26,21 +26,15 @@ TEST(TraceStrokeTest, WritesTheFramesPassedOverHeldToTheRowsLimits) {
     int first, last;                               // columns written
   };
   const Case cases[] = {
+      // clang-format off
       {"f0 in tenths of a hertz", kF0, {{25, 123.45}}, {{2, 1234}}, 2, 2},
-      {"a jump fills the frames between on a line",
-       kF1,
-       {{12, 400}, {55, 900}},
-       {{1, 400}, {2, 525}, {3, 650}, {4, 775}, {5, 900}},
-       1,
-       5},
-      {"back and forth widens the written range",
-       kF2,
-       {{30, 1500}, {10, 1300}, {40, 1400}},
-       {{1, 1300}, {4, 1400}},
-       1,
-       4},
+      {"a jump fills the frames between on a line", kF1, {{12, 400}, {55, 900}},
+       {{1, 400}, {2, 525}, {3, 650}, {4, 775}, {5, 900}}, 1, 5},
+      {"back and forth widens the written range", kF2, {{30, 1500}, {10, 1300}, {40, 1400}},
+       {{1, 1300}, {4, 1400}}, 1, 4},
       {"limits of f1 are 200 and 1300", kF1, {{0, 50}, {90, 5000}}, {{0, 200}, {9, 1300}}, 0, 9},
       {"past the end of the table nothing is written", kF3, {{100, 2500}, {-3, 2500}}, {}, 1, 0},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);

@@ -26,24 +26,29 @@ struct RunSetup {
   int samplesPerFrame = 110;
 };
 
-// Synthesizes `run.frames` frames of `rec` with a fresh noise state.
-std::vector<std::int32_t> synth(const FrameRecord& rec, const RunSetup& run = {}) {
-  KlattState state;
-  CKlattEngine e(state);
-  e.config.sampleRate = run.rate;
-  e.config.cascadeFormants = run.formants;
-  e.config.model = run.model;
-  e.config.quiet = run.quiet;
-  e.config.samplesPerFrame = run.samplesPerFrame;
-  e.initialise();
-  std::vector<std::int32_t> out(static_cast<std::size_t>(run.frames * run.samplesPerFrame));
+// Runs `frames` frames of `rec` through `e`, each frame from a fresh copy of the record.
+std::vector<std::int32_t> run(CKlattEngine& e, const FrameRecord& rec, int frames) {
+  std::vector<std::int32_t> out(static_cast<std::size_t>(frames * e.config.samplesPerFrame));
   std::int32_t* p = out.data();
-  for (int f = 0; f < run.frames; ++f) {
+  for (int f = 0; f < frames; ++f) {
     FrameRecord r = rec;
     e.synthesizeFrame(r, p);
   }
   EXPECT_EQ(p, out.data() + out.size());
   return out;
+}
+
+// Synthesizes `setup.frames` frames of `rec` with a fresh noise state.
+std::vector<std::int32_t> synth(const FrameRecord& rec, const RunSetup& setup = {}) {
+  KlattState state;
+  CKlattEngine e(state);
+  e.config.sampleRate = setup.rate;
+  e.config.cascadeFormants = setup.formants;
+  e.config.model = setup.model;
+  e.config.quiet = setup.quiet;
+  e.config.samplesPerFrame = setup.samplesPerFrame;
+  e.initialise();
+  return run(e, rec, setup.frames);
 }
 
 double rms(const std::vector<std::int32_t>& v, std::size_t from = 0) {
@@ -162,10 +167,10 @@ TEST_P(SingleFormantTest, SpectrumPeaksAtTheFormant) {
   r[kB1] = fc.b1;
   r[kFnz] = r[kFnp] = 280;  // pole and zero cancel
   for (int p : {kA1f, kA2f, kA3f, kA4f, kA5f, kA6f}) r[static_cast<std::size_t>(p)] = 0;
-  RunSetup run;
-  run.formants = 1;
-  run.frames = 400;  // 4 s
-  const auto out = synth(r, run);
+  RunSetup setup;
+  setup.formants = 1;
+  setup.frames = 400;  // 4 s
+  const auto out = synth(r, setup);
 
   // Average the power of 0.25 s segments over 100..3000 Hz in 10 Hz steps.
   const std::size_t seg = 2756;
@@ -227,10 +232,8 @@ TEST(CKlattEngineTest, OpenPhaseIsBoundedWithWarnings) {
       CKlattEngine e(state);
       e.config.quiet = quiet;
       e.initialise();
-      std::vector<std::int32_t> out(110);
-      std::int32_t* p = out.data();
       ::testing::internal::CaptureStdout();
-      e.synthesizeFrame(r, p);
+      run(e, r, 1);
       const std::string printed = ::testing::internal::GetCapturedStdout();
       EXPECT_EQ(e.openPhase(), c.nopen);
       if (quiet || *c.warning == '\0') {
@@ -266,11 +269,8 @@ TEST(CKlattEngineTest, SkewLengthensAndShortensAlternatePeriods) {
   big[kSkew] = 40;
   big[kF0] = 5000;  // T0 = 88, nopen = 80, closed = 8
   std::int32_t* p = buf;
-  KlattState s2;
-  CKlattEngine e2(s2);
-  e2.config.samplesPerFrame = 1;
-  e2.initialise();
-  e2.synthesizeFrame(big, p);
+  e.initialise();
+  e.synthesizeFrame(big, p);
   EXPECT_EQ(big[kSkew], 8);
 }
 
@@ -354,21 +354,15 @@ TEST(CKlattEngineTest, NoiseContinuesAcrossRunsThroughTheSharedState) {
   EXPECT_EQ(synth(r), synth(r));  // two fresh states: the same noise
 
   KlattState shared;
-  auto run = [&] {
+  const auto tenFrames = [&] {
     CKlattEngine e(shared);
     e.initialise();
-    std::vector<std::int32_t> out(1100);
-    std::int32_t* p = out.data();
-    for (int f = 0; f < 10; ++f) {
-      FrameRecord rec = r;
-      e.synthesizeFrame(rec, p);
-    }
-    return out;
+    return run(e, r, 10);
   };
-  const auto first = run();
-  EXPECT_NE(run(), first);  // the second run continues the sequence
+  const auto first = tenFrames();
+  EXPECT_NE(tenFrames(), first);  // the second run continues the sequence
   shared.reset();
-  EXPECT_EQ(run(), first);
+  EXPECT_EQ(tenFrames(), first);
 }
 
 TEST(CKlattEngineTest, ExtremeRecordsStayInRange) {
@@ -383,13 +377,7 @@ TEST(CKlattEngineTest, ExtremeRecordsStayInRange) {
         e.config.sourceType = src;
         e.config.flutter = 100;
         e.initialise();
-        std::vector<std::int32_t> out(330);
-        std::int32_t* o = out.data();
-        for (int f = 0; f < 3; ++f) {
-          FrameRecord rec = r;
-          e.synthesizeFrame(rec, o);
-        }
-        for (auto s : out) ASSERT_TRUE(s >= -32768 && s <= 32767);
+        for (auto s : run(e, r, 3)) ASSERT_TRUE(s >= -32768 && s <= 32767);
       }
     }
   }
@@ -403,14 +391,10 @@ TEST(CKlattEngineTest, OtherSourcesProduceBoundedSound) {
     e.config.sourceType = src;
     e.config.sampledFactor = 0.05;  // the driver's 0.00001 is inaudible after truncation
     e.initialise();
-    std::vector<std::int32_t> out(11025);
-    std::int32_t* p = out.data();
-    for (int f = 0; f < 100; ++f) {
-      FrameRecord rec = defaults();
-      rec[kOq] = 65;
-      rec[kAtu] = 0;  // no breathiness noise
-      e.synthesizeFrame(rec, p);
-    }
+    FrameRecord rec = defaults();
+    rec[kOq] = 65;
+    rec[kAtu] = 0;  // no breathiness noise
+    const auto out = run(e, rec, 100);
     EXPECT_GT(rms(out), 1.0);
     EXPECT_GT(autocorr(out, 110, 1000), 0.8);  // periodic at f0
   }

@@ -15,21 +15,29 @@ bool allZero(const std::vector<std::int16_t>& v, std::size_t from, std::size_t t
 
 // The rate follows the shown rows: 11025 Hz and 5 cascade formants, or 22050
 // Hz and 8 as soon as a high-formant row is shown. The block holds the file
-// length's samples; the tail past the last whole frame stays zero.
-TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRows) {
+// length's samples (an odd length keeps its last byte); the tail past the last
+// whole frame stays zero.
+TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
   struct Case {
     int shownRow;  // -1: the default selection
-    double rate;
-    int perFrame, formants;
-    std::size_t written, block;
+    int interval;
+    double lengthMs, rate;
+    int perFrame, formants, frames;
+    std::size_t block;
   };
-  const Case cases[] = {{-1, 11025.0, 110, 5, 2200, 2205},
-                        {kF6, 22050.0, 220, 8, 4400, 4410},
-                        {kB8f, 22050.0, 220, 8, 4400, 4410}};
+  const Case cases[] = {{-1, 10, 200, 11025.0, 110, 5, 20, 2205},
+                        {kF6, 10, 200, 22050.0, 220, 8, 20, 4410},
+                        {kB8f, 10, 200, 22050.0, 220, 8, 20, 4410},
+                        {-1, 7, 200, 11025.0, 77, 5, 28, 2205},
+                        {-1, 10, 200.05, 11025.0, 110, 5, 20, 2206}};
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.shownRow);
+    SCOPED_TRACE(testing::Message() << c.shownRow << " " << c.interval << " " << c.lengthMs);
     CVandrelDoc doc;
     if (c.shownRow >= 0) doc.params().setSelected(c.shownRow, true);
+    doc.params().intervalMs = c.interval;
+    doc.params().fileLengthMs = c.lengthMs;
+    doc.params().frameCount = ParameterSet::framesFor(c.lengthMs, c.interval);
+    doc.table.reset(doc.params().frameCount, doc.params());
     KlattState state;
     std::vector<std::pair<int, int>> progress;
     ASSERT_TRUE(synthesize(
@@ -40,11 +48,12 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRows) {
     EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, c.perFrame);
     EXPECT_EQ(synthesisSetup(doc).cascadeFormants, c.formants);
     ASSERT_EQ(s.samples.size(), c.block);
-    EXPECT_EQ(s.byteSize(), 2 * c.block);
-    EXPECT_FALSE(allZero(s.samples, c.written - 100, c.written));
-    EXPECT_TRUE(allZero(s.samples, c.written, c.block));
-    ASSERT_EQ(progress.size(), 20u);
-    EXPECT_EQ(progress.back(), std::make_pair(20, 20));
+    EXPECT_NEAR(s.sampleCount, c.lengthMs * c.rate / 1000, 1e-9);
+    const auto written = static_cast<std::size_t>(c.frames * c.perFrame);
+    EXPECT_FALSE(allZero(s.samples, written - 100, written));
+    EXPECT_TRUE(allZero(s.samples, written, c.block));
+    ASSERT_EQ(progress.size(), static_cast<std::size_t>(c.frames));
+    EXPECT_EQ(progress.back(), std::make_pair(c.frames, c.frames));
     EXPECT_FALSE(doc.changedSinceSynthesis);
     EXPECT_FALSE(doc.changedCompanion);
   }
@@ -93,56 +102,29 @@ TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndTellsTheObserv
   doc.removeObserver(&recorder);
 }
 
-TEST(SynthesizerTest, HiddenRowsStillDriveTheEngine) {
-  CVandrelDoc a, b;
-  ASSERT_EQ(b.params().at(kGain).selected, 0);
-  for (int c = 0; c < b.table.columns(); ++c) b.table.setValue(kGain, c, 40);
-  KlattState sa, sb;
-  ASSERT_TRUE(synthesize(a, {}, sa));
-  ASSERT_TRUE(synthesize(b, {}, sb));
-  int peakA = 0, peakB = 0;
-  for (auto v : a.synthesized.samples) peakA = std::max(peakA, std::abs(int{v}));
-  for (auto v : b.synthesized.samples) peakB = std::max(peakB, std::abs(int{v}));
-  EXPECT_LT(peakB * 5, peakA);  // 20 dB quieter
+int peak(const SampleSet& s) {
+  int p = 0;
+  for (auto v : s.samples) p = std::max(p, std::abs(int{v}));
+  return p;
 }
 
-TEST(SynthesizerTest, CellsAreTruncatedTowardZero) {
-  CVandrelDoc whole, fraction;
-  for (int c = 0; c < fraction.table.columns(); ++c) fraction.table.setValue(kF1, c, 500.9);
-  KlattState s1, s2;
-  ASSERT_TRUE(synthesize(whole, {}, s1));
-  ASSERT_TRUE(synthesize(fraction, {}, s2));
-  EXPECT_EQ(whole.synthesized, fraction.synthesized);
-}
-
-TEST(SynthesizerTest, FramesThatDoNotFillTheFileLeaveZeros) {
-  CVandrelDoc doc;
-  doc.params().intervalMs = 7;
-  doc.params().frameCount = ParameterSet::framesFor(200.0, 7);  // 28 frames, 196 ms
-  doc.table.reset(doc.params().frameCount, doc.params());
-  KlattState state;
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, 77);  // 11025 * 7 / 1000
-  ASSERT_EQ(doc.synthesized.samples.size(), 2205u);
-  EXPECT_FALSE(allZero(doc.synthesized.samples, 2000, 28 * 77));
-  EXPECT_TRUE(allZero(doc.synthesized.samples, 28 * 77, 2205));
-}
-
-TEST(SynthesizerTest, ParallelOnlySilencesTheCascade) {
-  CVandrelDoc doc;  // defaults: apv = 0, so only the cascade carries voicing
-  doc.params().cascadeParallel = 0;
-  KlattState state;
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_TRUE(allZero(doc.synthesized.samples, 0, doc.synthesized.samples.size()));
-}
-
-TEST(SynthesizerTest, OddFileLengthKeepsItsLastByte) {
-  CVandrelDoc doc;
-  doc.params().fileLengthMs = 200.05;  // 2205.55125 samples: 4411 bytes
-  KlattState state;
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_EQ(doc.synthesized.samples.size(), 2206u);
-  EXPECT_NEAR(doc.synthesized.sampleCount, 2205.55125, 1e-9);
+// What the engine hears: hidden rows too, cells cut toward zero, and no
+// cascade in the parallel-only model (the defaults voice the cascade alone).
+TEST(SynthesizerTest, HiddenRowsFractionsAndParallelOnly) {
+  CVandrelDoc plain, quiet, fraction, parallel;
+  ASSERT_EQ(quiet.params().at(kGain).selected, 0);
+  for (int c = 0; c < plain.table.columns(); ++c) {
+    quiet.table.setValue(kGain, c, 40);
+    fraction.table.setValue(kF1, c, 500.9);
+  }
+  parallel.params().cascadeParallel = 0;
+  for (CVandrelDoc* d : {&plain, &quiet, &fraction, &parallel}) {
+    KlattState state;
+    ASSERT_TRUE(synthesize(*d, {}, state));
+  }
+  EXPECT_LT(peak(quiet.synthesized) * 5, peak(plain.synthesized));  // 20 dB quieter
+  EXPECT_EQ(fraction.synthesized, plain.synthesized);
+  EXPECT_EQ(peak(parallel.synthesized), 0);
 }
 
 }  // namespace

@@ -14,8 +14,13 @@
 #include <ostream>
 #include <vector>
 
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
 #include "app/ShellEnvironment.h"
 #include "common/Messages.h"
+#include "document/VandrelDoc.h"
 
 // Readable QStrings in failure messages.
 inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
@@ -97,6 +102,26 @@ class ShellFixture : public ::testing::Test {
  private:
   std::unique_ptr<QTemporaryDir> root_;
   QString oldTmp_;
+};
+
+// A main frame on screen with a blank document in its window.
+class FrameFixture : public ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    frame = std::make_unique<CMainFrame>(environment());
+    frame->resize(1200, 800);
+    frame->show();
+    window = frame->newDocument();
+  }
+  void TearDown() override {
+    frame.reset();
+    ShellFixture::TearDown();
+  }
+  vandrel::CVandrelDoc& doc() { return frame->activeDocument()->doc(); }
+
+  std::unique_ptr<CMainFrame> frame;
+  CChildFrame* window = nullptr;
 };
 
 }  // namespace vandrel::ui::test

@@ -174,16 +174,5 @@ TEST_F(CommandTableTest, HandlersAttachByIdAndTableKeysReachThem) {
   for (const auto& c : calls) EXPECT_EQ(c.second, &child->document());
 }
 
-TEST_F(CommandTableTest, DocumentCommandsAreDisabledWithoutADocument) {
-  CMainFrame frame(environment());
-  EXPECT_FALSE(frame.action(ID_PLAY_CURRENT)->isEnabled());
-  EXPECT_FALSE(frame.action(ID_FILE_SAVE)->isEnabled());
-  EXPECT_TRUE(frame.action(ID_FILE_OPEN)->isEnabled());
-  EXPECT_TRUE(frame.action(ID_APP_ABOUT)->isEnabled());
-  frame.newDocument();
-  EXPECT_TRUE(frame.action(ID_PLAY_CURRENT)->isEnabled());
-  EXPECT_TRUE(frame.action(ID_FILE_SAVE)->isEnabled());
-}
-
 }  // namespace
 }  // namespace vandrel::ui::test

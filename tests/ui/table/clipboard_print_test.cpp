@@ -18,10 +18,6 @@
 #include <QTest>
 
 #include "../app/ShellFixture.h"
-#include "app/CChildFrame.h"
-#include "app/CMainFrame.h"
-#include "app/CommandIds.h"
-#include "app/OpenDocument.h"
 #include "print/PrintCommands.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
@@ -30,23 +26,18 @@
 namespace vandrel::ui::test {
 namespace {
 
-class ClipboardPrintTest : public ShellFixture {
+class ClipboardPrintTest : public FrameFixture {
  protected:
   void SetUp() override {
-    ShellFixture::SetUp();
-    frame_ = std::make_unique<CMainFrame>(environment());
-    frame_->show();
-    view_ = qobject_cast<CVandrelView*>(frame_->newDocument()->view());
-    ASSERT_NE(view_, nullptr);
+    FrameFixture::SetUp();
+    view = qobject_cast<CVandrelView*>(window->view());
+    ASSERT_NE(view, nullptr);
     QApplication::processEvents();
   }
   void TearDown() override {
-    frame_.reset();
+    FrameFixture::TearDown();
     setPrintDialogRunner({});
-    ShellFixture::TearDown();
   }
-
-  vandrel::CVandrelDoc& doc() { return view_->document().doc(); }
 
   // A table of `columns` frames with a fraction, an anchor and a hidden row.
   void shapeTable(int columns) {
@@ -61,21 +52,21 @@ class ClipboardPrintTest : public ShellFixture {
   }
 
   QPoint at(int row, int column) {
-    MyCug* grid = view_->table();
+    MyCug* grid = view->table();
     return grid->visualRect(grid->model()->index(row, column)).center();
   }
   void click(int row, int column, Qt::KeyboardModifiers mods = {}) {
-    QTest::mouseClick(view_->table()->viewport(), Qt::LeftButton, mods, at(row, column));
+    QTest::mouseClick(view->table()->viewport(), Qt::LeftButton, mods, at(row, column));
   }
   void key(int k, Qt::KeyboardModifiers mods = Qt::ControlModifier) {
-    QTest::keyClick(view_->table(), static_cast<Qt::Key>(k), mods);
+    QTest::keyClick(view->table(), static_cast<Qt::Key>(k), mods);
     QApplication::processEvents();
   }
-  QString status() const { return frame_->statusBar()->currentMessage(); }
+  QString status() const { return frame->statusBar()->currentMessage(); }
 
   void trigger(int id) {
-    frame_->updateCommandStates();
-    QAction* a = frame_->action(id);
+    frame->updateCommandStates();
+    QAction* a = frame->action(id);
     ASSERT_TRUE(a && a->isEnabled()) << id;
     a->trigger();
     QApplication::processEvents();
@@ -98,8 +89,7 @@ class ClipboardPrintTest : public ShellFixture {
     return QString::fromUtf8(text.readAllStandardOutput()).split(QLatin1Char('\f'), Qt::SkipEmptyParts);
   }
 
-  std::unique_ptr<CMainFrame> frame_;
-  CVandrelView* view_ = nullptr;
+  CVandrelView* view = nullptr;
 };
 
 // The standard keys reach the table's Copy, Cut and Paste while the grid has
@@ -107,8 +97,8 @@ class ClipboardPrintTest : public ShellFixture {
 TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
   using namespace vandrel;
   shapeTable(10);
-  ASSERT_TRUE(QTest::qWaitForWindowActive(frame_.get()));
-  view_->table()->setFocus();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+  view->table()->setFocus();
   for (int c = 0; c < 3; ++c) doc().table.setValue(kF2, c, 1000 + c);
   doc().notifyCellsChanged(CellRange{kF2, kF2, 0, 2});
   click(kF1, 2);  // from f1 at 30 ms back up to f2 at 10 ms
@@ -144,10 +134,10 @@ TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
   click(kAv, 5);
   key(Qt::Key_1, Qt::NoModifier);
   QWidget* editor = QApplication::focusWidget();
-  ASSERT_NE(editor, view_->table());
+  ASSERT_NE(editor, view->table());
   QTest::keyClick(editor, Qt::Key_V, Qt::ControlModifier);
   QTest::keyClick(editor, Qt::Key_Return);
-  ASSERT_TRUE(QTest::qWaitFor([this] { return !view_->table()->isEditing(); }));
+  ASSERT_TRUE(QTest::qWaitFor([this] { return !view->table()->isEditing(); }));
   EXPECT_EQ(doc().table.value(kAv, 5), 87);  // 123 held to av's limit
   EXPECT_EQ(doc().table.value(kAv, 6), 60);
   EXPECT_TRUE(messages.empty());
@@ -194,10 +184,10 @@ TEST_F(ClipboardPrintTest, PreviewShowsThePagesThePrinterWouldPrint) {
   ASSERT_FALSE(preview.isNull());
   QPrintPreviewWidget* pages = preview->findChild<QPrintPreviewWidget*>();
   ASSERT_NE(pages, nullptr);
-  EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), view_->shownParams()).pageCount(*preview->printer()));
+  EXPECT_EQ(pages->pageCount(), TablePrintout(doc(), view->shownParams()).pageCount(*preview->printer()));
   EXPECT_GE(pages->pageCount(), 2);
   // Closing the document's window takes the preview down with it.
-  frame_->activeChildFrame()->close();
+  frame->activeChildFrame()->close();
   QTest::qWait(20);
   EXPECT_TRUE(preview.isNull());
 }
@@ -218,7 +208,7 @@ TEST_F(ClipboardPrintTest, SaveAsBmpWritesTheWholeTableAsBmpOrPng) {
     QImageReader reader(path(QString::fromUtf8(c.written)));
     EXPECT_EQ(reader.format(), QByteArray(c.format));
     EXPECT_GT(reader.size().width(), 30 * 20);  // every frame, not only those scrolled into view
-    EXPECT_TRUE(frame_->statusBar()->currentMessage().startsWith(QStringLiteral("Saved")));
+    EXPECT_TRUE(frame->statusBar()->currentMessage().startsWith(QStringLiteral("Saved")));
   }
   EXPECT_EQ(asked.back(), QStringLiteral("Save As bmp|Bitmap (*.bmp);;PNG image (*.png)"));
   // A 24-bit BMP: "BM", then the bit count at offset 28.
@@ -236,7 +226,7 @@ TEST_F(ClipboardPrintTest, SaveScreenAsBmpWritesTheScreen) {
   trigger(ID_FILE_SAVE_SCREEN_BMP);
   const QImage shot(path(QStringLiteral("files/screen.bmp")), "BMP");
   if (messages.empty()) {
-    EXPECT_EQ(shot.size(), frame_->screen()->size() * frame_->screen()->devicePixelRatio());
+    EXPECT_EQ(shot.size(), frame->screen()->size() * frame->screen()->devicePixelRatio());
   } else {
     EXPECT_EQ(messages,
               std::vector<QString>{QStringLiteral("The screen could not be captured on this desktop.")});
@@ -246,7 +236,7 @@ TEST_F(ClipboardPrintTest, SaveScreenAsBmpWritesTheScreen) {
 
 TEST_F(ClipboardPrintTest, AVeryLongTableIsWrappedAndCutToAPictureOfBoundedSize) {
   shapeTable(60000);
-  const QImage image = TablePrintout(doc(), view_->shownParams()).picture();
+  const QImage image = TablePrintout(doc(), view->shownParams()).picture();
   EXPECT_LE(image.width(), TablePrintout::kMaxBandWidth);
   EXPECT_LE(static_cast<long long>(image.width()) * image.height(), TablePrintout::kMaxPixels);
   EXPECT_GT(image.height(), 2 * 32 * 10);  // several bands

@@ -18,10 +18,6 @@
 #include <functional>
 
 #include "../app/ShellFixture.h"
-#include "app/CChildFrame.h"
-#include "app/CMainFrame.h"
-#include "app/CommandIds.h"
-#include "app/OpenDocument.h"
 #include "config/ConfigFile.h"
 #include "editing/TableOptions.h"
 #include "table/CVandrelView.h"
@@ -48,14 +44,11 @@ W* child(QDialog& d, const char* name) {
   return w;
 }
 
-class TableDialogsTest : public ShellFixture {
+class TableDialogsTest : public FrameFixture {
  protected:
   void SetUp() override {
-    ShellFixture::SetUp();
-    frame = std::make_unique<CMainFrame>(environment());
+    FrameFixture::SetUp();
     installOptionCommands(frame->router());
-    frame->show();
-    window = frame->newDocument();
     setDialogRunner([this](QDialog& d) {
       d.show();
       ++opened;
@@ -68,11 +61,8 @@ class TableDialogsTest : public ShellFixture {
   void TearDown() override {
     setDialogRunner({});
     setColorChooser({});
-    frame.reset();
-    ShellFixture::TearDown();
+    FrameFixture::TearDown();
   }
-
-  vandrel::CVandrelDoc& doc() { return frame->activeDocument()->doc(); }
 
   // A click on the top heading of a column or the side heading of a row, as
   // the user selects them.
@@ -92,8 +82,6 @@ class TableDialogsTest : public ShellFixture {
     if (id != 0) frame->action(id)->trigger();
   }
 
-  std::unique_ptr<CMainFrame> frame;
-  CChildFrame* window = nullptr;
   Script script;
   int opened = 0;
   std::vector<QString> titles;
@@ -110,25 +98,12 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
     int columns;
     std::vector<QString> messages;
   } cases[] = {
+      // clang-format off
       {"cancel", 50, "placeEnd", -1, false, 20, {}},
-      {"rounded",
-       25,
-       "placeEnd",
-       -1,
-       true,
-       22,
-       {QStringLiteral(
-           "you have requested a time(ms) = 25 ,But with interval(ms) = 10 ,you can only add time(ms) "
-           "= 20 ")}},
-      {"less than a frame", 5, "placeBeginning", -1, true, 20, {QString()}},
-      {"no column selected",
-       30,
-       "placeSelectedColumn",
-       -1,
-       true,
-       20,
-       {QStringLiteral("Please select a column first")}},
+      {"rounded", 25, "placeEnd", -1, true, 22, {QStringLiteral(
+           "you have requested a time(ms) = 25 ,But with interval(ms) = 10 ,you can only add time(ms) = 20 ")}},
       {"after the selected column, copying the one pushed right", 20, "placeSelectedColumn", 4, true, 22, {}},
+      // clang-format on
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
