@@ -18,4 +18,13 @@ extern const char* const kInfoHelp;
 int analyseCommand(const Args& args);
 extern const char* const kAnalyseHelp;
 
+int copyCommand(const Args& args);
+extern const char* const kCopyHelp;
+
+int continuumCommand(const Args& args);
+extern const char* const kContinuumHelp;
+
+int exportCommand(const Args& args);
+extern const char* const kExportHelp;
+
 }  // namespace vandrel::cli

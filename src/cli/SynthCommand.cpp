@@ -1,125 +1,129 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
+#include <filesystem>
+#include <set>
 #include <string>
-#include <utility>
+#include <vector>
 
+#include "CliSupport.h"
 #include "Commands.h"
-#include "SndfileDecoder.h"
-#include "audio/Wave.h"
-#include "document/OpenFile.h"
+#include "batch/LevelReport.h"
 #include "document/VandrelDoc.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel::cli {
 
 const char* const kSynthHelp =
-    "usage: vandrel-cli synth IN.vdr -o OUT.wav [--seed N] [--quiet]\n"
+    "usage: vandrel-cli synth IN.vdr... -o OUT [--seed N] [--report] [--fail-on-clip] [--quiet]\n"
     "       vandrel-cli synth --default -o OUT.wav [--seed N] [--quiet]\n"
     "\n"
-    "Synthesizes a parameter table and writes it as a 16-bit mono WAV file.\n"
+    "Synthesizes parameter tables and writes each as a 16-bit mono WAV file.\n"
     "\n"
-    "  IN.vdr         a parameter file (all or selected parameters); rows a\n"
+    "  IN.vdr         parameter files (all or selected parameters); rows a\n"
     "                 selected-parameters file leaves out take their defaults\n"
     "  --default      synthesize the blank document: 200 ms of every\n"
     "                 parameter's default (a steady vowel at 100 Hz)\n"
-    "  -o, --output   the WAV file to write (replaced atomically)\n"
-    "  --seed N       start the noise generator at N (default 1, as a freshly\n"
-    "                 started editor does), so runs are reproducible\n"
+    "  -o, --output   the WAV file to write, or a folder (made when missing)\n"
+    "                 that gets NAME.wav for each NAME.vdr; a folder when\n"
+    "                 there are several tables. Files are replaced atomically.\n"
+    "  --seed N       start the noise generator at N for every table (default\n"
+    "                 1, as a freshly started editor does): same seed, same\n"
+    "                 bytes\n"
+    "  --report       print a tab-separated line per file: file, duration_ms,\n"
+    "                 rate_hz, peak_dbfs, rms_dbfs, clipped (samples at either\n"
+    "                 end of the 16-bit range)\n"
+    "  --fail-on-clip exit with 3 when any sample of any file clipped (the\n"
+    "                 files are still written)\n"
     "  --quiet        print nothing on success\n"
     "\n"
-    "On success it prints the sample rate, the sample count, the duration and\n"
-    "the peak sample. Errors go to standard error with a non-zero exit.\n";
+    "Every table is read before anything is written. Exit codes: 0 success,\n"
+    "1 a table that cannot be read or a file that cannot be written (nothing\n"
+    "is left behind), 2 bad options, 3 clipping with --fail-on-clip.\n";
 
 namespace {
 
-bool parseSeed(const std::string& s, std::uint32_t& seed) {
-  if (s.empty() || s.size() > 10) return false;
-  char* end = nullptr;
-  const unsigned long v = std::strtoul(s.c_str(), &end, 10);
-  if (*end != '\0' || v > 0xFFFFFFFFul || s[0] == '-') return false;
-  seed = static_cast<std::uint32_t>(v);
-  return true;
-}
+constexpr const char* kCmd = "synth";
 
 }  // namespace
 
 int synthCommand(const Args& args) {
-  bool useDefault = false;
-  bool quiet = false;
-  std::string input;
+  bool useDefault = false, quiet = false, report = false, failOnClip = false;
+  std::vector<std::string> inputs;
   std::string output;
-  std::uint32_t seed = 1;
+  long seed = 1;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     if (a == "--default") {
       useDefault = true;
     } else if (a == "--quiet") {
       quiet = true;
+    } else if (a == "--report") {
+      report = true;
+    } else if (a == "--fail-on-clip") {
+      failOnClip = true;
     } else if (a == "-o" || a == "--output" || a == "--seed") {
-      if (i + 1 >= args.size()) {
-        std::fprintf(stderr, "vandrel-cli synth: %s needs a value\n", a.c_str());
-        return 2;
-      }
+      if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
       const std::string& v = args[++i];
-      if (a == "--seed") {
-        if (!parseSeed(v, seed)) {
-          std::fprintf(stderr, "vandrel-cli synth: --seed wants a whole number 0..4294967295, not '%s'\n",
-                       v.c_str());
-          return 2;
-        }
-      } else {
+      if (a != "--seed")
         output = v;
-      }
-    } else if (!a.empty() && a[0] != '-' && input.empty()) {
-      input = a;
+      else if (!parseInt(v, 0, 0xFFFFFFFFL, seed))
+        return complain(kExitOptions, kCmd, "--seed wants a whole number 0..4294967295, not '%s'", v.c_str());
+    } else if (!a.empty() && a[0] != '-') {
+      inputs.push_back(a);
     } else {
-      std::fprintf(stderr, "vandrel-cli synth: unknown option or file '%s' (try --help)\n", a.c_str());
-      return 2;
+      return complain(kExitOptions, kCmd, "unknown option or file '%s' (try --help)", a.c_str());
     }
   }
-  if (useDefault == !input.empty()) {
-    std::fprintf(stderr, "vandrel-cli synth: name the table to synthesize: IN.vdr or --default\n");
-    return 2;
-  }
-  if (output.empty()) {
-    std::fprintf(stderr, "vandrel-cli synth: name the output file with -o OUT.wav\n");
-    return 2;
-  }
+  if (useDefault == !inputs.empty())
+    return complain(kExitOptions, kCmd, "name the table to synthesize: IN.vdr or --default");
+  if (output.empty()) return complain(kExitOptions, kCmd, "name the output file with -o OUT.wav");
 
-  CVandrelDoc doc;
-  if (!input.empty()) {
-    OpenedFile opened = readAnyFile(input, sndfileDecoder(), doc.params());
-    if (opened.kind != OpenedKind::kParameters) {
-      if (opened.kind == OpenedKind::kAudio)
-        std::fprintf(stderr, "vandrel-cli synth: %s is an audio file, not a parameter table\n",
-                     input.c_str());
-      else
-        std::fprintf(stderr, "vandrel-cli synth: %s: %s (%s)\n", input.c_str(), opened.message.c_str(),
-                     opened.detail.c_str());
-      return 1;
-    }
-    applyOpened(doc, std::move(opened));
+  // Where each table goes.
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  const bool toFolder = inputs.size() > 1 || fs::is_directory(output, ec);
+  std::vector<std::string> targets;
+  std::set<std::string> seen;
+  for (const auto& in : inputs) {
+    const std::string t = toFolder ? (fs::path(output) / (stemOf(in) + ".wav")).string() : output;
+    if (!seen.insert(t).second)
+      return complain(kExitOptions, kCmd, "two tables would both be written to %s", t.c_str());
+    targets.push_back(t);
   }
-  KlattState state;
-  state.reset(seed);
-  if (!synthesize(doc, {}, state)) {
-    std::fprintf(stderr, "vandrel-cli synth: not enough memory to synthesize\n");
-    return 1;
+  if (useDefault) targets.push_back(output);
+
+  std::vector<CVandrelDoc> docs(useDefault ? 1 : inputs.size());
+  for (std::size_t k = 0; k < inputs.size(); ++k)
+    if (const int code = readTable(kCmd, inputs[k], docs[k]); code != kExitOk) return code;
+
+  OutputSet out;
+  if (toFolder)
+    if (const std::string err = out.useFolder(output); !err.empty())
+      return complain(kExitInput, kCmd, "%s", err.c_str());
+  if (report && !quiet) std::printf("file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped\n");
+  long clipped = 0;
+  for (std::size_t k = 0; k < docs.size(); ++k) {
+    KlattState state;
+    state.reset(static_cast<std::uint32_t>(seed));
+    if (!synthesize(docs[k], {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
+    const SampleSet& s = docs[k].synthesized;
+    if (const std::string err = out.write(targets[k], waveImage(s)); !err.empty())
+      return complain(kExitInput, kCmd, "%s", err.c_str());
+    const LevelReport level = measureLevels(s);
+    clipped += level.clipped;
+    if (quiet) continue;
+    if (report)
+      std::printf("%s\t%.1f\t%.0f\t%.2f\t%.2f\t%ld\n", targets[k].c_str(), level.durationMs, level.sampleRate,
+                  level.peakDbfs, level.rmsDbfs, level.clipped);
+    else
+      std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %.1f dBFS\n", targets[k].c_str(),
+                  s.sampleRate, s.samples.size(), level.durationMs, level.peakDbfs);
   }
-  if (const std::string err = saveWaveFile(output, doc.synthesized); !err.empty()) {
-    std::fprintf(stderr, "vandrel-cli synth: %s\n", err.c_str());
-    return 1;
-  }
-  if (!quiet) {
-    int peak = 0;
-    for (auto s : doc.synthesized.samples) peak = std::max(peak, std::abs(static_cast<int>(s)));
-    const auto& s = doc.synthesized;
-    std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %d (%.1f dBFS)\n", output.c_str(),
-                s.sampleRate, s.samples.size(), static_cast<double>(s.samples.size()) * 1000.0 / s.sampleRate,
-                peak, peak > 0 ? 20.0 * std::log10(peak / 32768.0) : -INFINITY);
-  }
-  return 0;
+  out.commit();
+  if (failOnClip && clipped > 0)
+    return complain(kExitClipped, kCmd, "%ld samples clipped (the files are written)", clipped);
+  return kExitOk;
 }
 
 }  // namespace vandrel::cli

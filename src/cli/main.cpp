@@ -17,7 +17,13 @@ struct Command {
 
 const Command kCommands[] = {
     {"synth", vandrel::cli::synthCommand, &vandrel::cli::kSynthHelp,
-     "synthesize a parameter table to a WAV file"},
+     "synthesize parameter tables to WAV files, with a level report"},
+    {"copy", vandrel::cli::copyCommand, &vandrel::cli::kCopyHelp,
+     "copy synthesis: a table with anchors that imitates a recording"},
+    {"continuum", vandrel::cli::continuumCommand, &vandrel::cli::kContinuumHelp,
+     "step every differing parameter from one table to another"},
+    {"export", vandrel::cli::exportCommand, &vandrel::cli::kExportHelp,
+     "write a table as a Praat KlattGrid or a long TSV table"},
     {"info", vandrel::cli::infoCommand, &vandrel::cli::kInfoHelp,
      "print what a parameter file or an audio file holds"},
     {"analyse", vandrel::cli::analyseCommand, &vandrel::cli::kAnalyseHelp,
@@ -27,7 +33,11 @@ const Command kCommands[] = {
 void usage(std::FILE* to) {
   std::fprintf(to, "usage: vandrel-cli <command> [options]\n\ncommands:\n");
   for (const auto& c : kCommands) std::fprintf(to, "  %-10s %s\n", c.name, c.summary);
-  std::fprintf(to, "\n'vandrel-cli <command> --help' explains a command's options.\n");
+  std::fprintf(to,
+               "\n'vandrel-cli <command> --help' explains a command's options. Every command works on\n"
+               "its files alone, so a scheduler (GNU parallel, a Slurm job array) can spread a corpus.\n"
+               "Exit codes: 0 success, 1 unreadable input or unwritable output, 2 bad options,\n"
+               "3 clipping (synth --fail-on-clip).\n");
 }
 
 }  // namespace

@@ -1,0 +1,90 @@
+#include "CliSupport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "SndfileDecoder.h"
+#include "audio/Wave.h"
+#include "document/OpenFile.h"
+#include "document/VandrelDoc.h"
+#include "util/AtomicFile.h"
+
+namespace vandrel::cli {
+
+namespace fs = std::filesystem;
+
+int complain(int code, const char* command, const char* fmt, ...) {
+  std::fprintf(stderr, "vandrel-cli %s: ", command);
+  va_list ap;
+  va_start(ap, fmt);
+  std::vfprintf(stderr, fmt, ap);
+  va_end(ap);
+  std::fputc('\n', stderr);
+  return code;
+}
+
+bool parseInt(const std::string& s, long lo, long hi, long& out) {
+  if (s.empty() || s.size() > 18) return false;
+  errno = 0;
+  char* end = nullptr;
+  const long v = std::strtol(s.c_str(), &end, 10);
+  if (*end != '\0' || errno == ERANGE || v < lo || v > hi) return false;
+  out = v;
+  return true;
+}
+
+int readTable(const char* command, const std::string& path, CVandrelDoc& doc) {
+  OpenedFile opened = readAnyFile(path, sndfileDecoder(), doc.params());
+  if (opened.kind == OpenedKind::kParameters) {
+    applyOpened(doc, std::move(opened));
+    return kExitOk;
+  }
+  if (opened.kind == OpenedKind::kAudio)
+    return complain(kExitInput, command, "%s is an audio file, not a parameter table", path.c_str());
+  return complain(kExitInput, command, "%s: %s (%s)", path.c_str(), opened.message.c_str(),
+                  opened.detail.c_str());
+}
+
+std::string waveImage(const SampleSet& set) {
+  const double wanted = std::max(0.0, 2.0 * set.sampleCount);
+  const std::size_t bytes = std::min(static_cast<std::size_t>(wanted), set.byteSize());
+  std::string image;
+  CWave::write(image, set.samples.data(), set.byteSize(),
+               WaveFormat::pcm16Mono(static_cast<std::uint32_t>(set.sampleRate)), 0, bytes);
+  return image;
+}
+
+std::string stemOf(const std::string& path) { return fs::path(path).stem().string(); }
+
+OutputSet::~OutputSet() {
+  if (committed_) return;
+  std::error_code ec;
+  for (const auto& p : written_) fs::remove(p, ec);
+  if (!createdDir_.empty()) fs::remove_all(createdDir_, ec);
+}
+
+std::string OutputSet::useFolder(const std::string& dir) {
+  std::error_code ec;
+  if (fs::is_directory(dir, ec)) return {};
+  if (fs::exists(dir, ec)) return "cannot use " + dir + " as the output folder: it is a file";
+  fs::path missing = dir;
+  while (!missing.parent_path().empty() && !fs::exists(missing.parent_path(), ec))
+    missing = missing.parent_path();
+  fs::create_directories(dir, ec);
+  if (ec) return "cannot create the folder " + dir + ": " + ec.message();
+  createdDir_ = missing.string();
+  return {};
+}
+
+std::string OutputSet::write(const std::string& path, std::string_view bytes) {
+  std::string err = writeFileAtomically(path, bytes);
+  if (err.empty()) written_.push_back(path);
+  return err;
+}
+
+}  // namespace vandrel::cli

@@ -1,0 +1,61 @@
+#pragma once
+// What the sub-commands share: option values, messages with the command's
+// name, reading tables, and writing several files as one piece of work.
+
+#include <cstdarg>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Commands.h"
+
+namespace vandrel {
+class CVandrelDoc;
+struct SampleSet;
+}  // namespace vandrel
+
+namespace vandrel::cli {
+
+// Exit codes of every sub-command.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitInput =
+    1;  // an input that cannot be read or used, an output that cannot be written
+inline constexpr int kExitOptions = 2;  // bad options
+inline constexpr int kExitClipped = 3;  // --fail-on-clip and a sample clipped
+
+// "vandrel-cli <command>: <message>" on standard error; returns `code`.
+int complain(int code, const char* command, const char* fmt, ...) __attribute__((format(printf, 3, 4)));
+
+// Whole numbers from lo to hi; false for anything else.
+bool parseInt(const std::string& s, long lo, long hi, long& out);
+
+// Reads a parameter file into `doc` as the editor opens it. On failure says
+// why (naming `path`) and returns kExitInput.
+int readTable(const char* command, const std::string& path, CVandrelDoc& doc);
+
+// The WAV file of a synthesized buffer, as "Save As Audio" writes it.
+std::string waveImage(const SampleSet& set);
+
+// The file name of `path` without folder and extension.
+std::string stemOf(const std::string& path);
+
+// Files written as one piece of work: each atomically, and all of them
+// removed again (with a folder this run created) when the work fails, so a
+// failed run leaves nothing behind.
+class OutputSet {
+ public:
+  ~OutputSet();
+  // Creates `dir` when it is missing. Empty string on success, else why.
+  std::string useFolder(const std::string& dir);
+  // Empty string on success, else why.
+  std::string write(const std::string& path, std::string_view bytes);
+  // Keeps what was written.
+  void commit() { committed_ = true; }
+
+ private:
+  std::vector<std::string> written_;
+  std::string createdDir_;
+  bool committed_ = false;
+};
+
+}  // namespace vandrel::cli

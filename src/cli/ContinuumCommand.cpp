@@ -1,0 +1,152 @@
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "CliSupport.h"
+#include "Commands.h"
+#include "batch/Continuum.h"
+#include "document/VandrelDoc.h"
+#include "document/VdrFile.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel::cli {
+
+const char* const kContinuumHelp =
+    "usage: vandrel-cli continuum A.vdr B.vdr --steps N -o DIR [--wav] [--scale linear|bark]\n"
+    "                             [--only f1,f2,...] [--seed N] [--quiet]\n"
+    "\n"
+    "Writes N parameter files stepping from table A to table B: step 1 is A,\n"
+    "step N is B, and step k holds in every frame the value (k-1)/(N-1) of\n"
+    "the way from A to B, rounded to a whole number. Every row in which A and\n"
+    "B differ is stepped, or only the rows named with --only; the others, the\n"
+    "anchors, the shown rows and the colours are A's. Both tables need the\n"
+    "same frame count and interval.\n"
+    "\n"
+    "  --steps N        2..1000 files\n"
+    "  -o, --output DIR the folder (made when missing); files step_01.vdr ...\n"
+    "                   and manifest.tsv\n"
+    "  --wav            also synthesize each step to step_01.wav ..., every\n"
+    "                   step with the same noise (the same seed)\n"
+    "  --scale S        linear (default), or bark: formant frequencies f1..f8\n"
+    "                   step evenly in bark (Traunmueller) instead of in Hz\n"
+    "  --only LIST      the rows to step, by name, comma-separated\n"
+    "  --seed N         the noise generator's start for --wav (default 1)\n"
+    "  --quiet          print nothing on success\n"
+    "\n"
+    "manifest.tsv has a line per step: step, file, and each stepped row's\n"
+    "value at the frame where A and B differ most in that row (the column\n"
+    "name says the row and that frame's start, e.g. f2@120ms).\n"
+    "\n"
+    "Exit codes: 0 success, 1 a table that cannot be read, two tables of\n"
+    "different timing, or a folder that cannot be written (nothing is left\n"
+    "behind), 2 bad options.\n";
+
+int continuumCommand(const Args& args) {
+  constexpr const char* kCmd = "continuum";
+  std::vector<std::string> inputs;
+  std::string output, only;
+  long steps = 0, seed = 1;
+  bool wav = false, quiet = false;
+  ContinuumScale scale = ContinuumScale::kLinear;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& a = args[i];
+    if (a == "--wav") {
+      wav = true;
+    } else if (a == "--quiet") {
+      quiet = true;
+    } else if (a == "-o" || a == "--output" || a == "--steps" || a == "--scale" || a == "--only" ||
+               a == "--seed") {
+      if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
+      const std::string& v = args[++i];
+      if (a == "--steps" && !parseInt(v, 2, 1000, steps))
+        return complain(kExitOptions, kCmd, "--steps wants a whole number from 2 to 1000, not '%s'",
+                        v.c_str());
+      if (a == "--seed" && !parseInt(v, 0, 0xFFFFFFFFL, seed))
+        return complain(kExitOptions, kCmd, "--seed wants a whole number 0..4294967295, not '%s'", v.c_str());
+      if (a == "--scale") {
+        if (v != "linear" && v != "bark")
+          return complain(kExitOptions, kCmd, "--scale wants linear or bark, not '%s'", v.c_str());
+        scale = v == "bark" ? ContinuumScale::kBark : ContinuumScale::kLinear;
+      }
+      if (a == "--only") only = v;
+      if (a == "-o" || a == "--output") output = v;
+    } else if (!a.empty() && a[0] != '-') {
+      inputs.push_back(a);
+    } else {
+      return complain(kExitOptions, kCmd, "unknown option '%s' (try --help)", a.c_str());
+    }
+  }
+  if (inputs.size() != 2) return complain(kExitOptions, kCmd, "name the two ends: A.vdr B.vdr (try --help)");
+  if (steps == 0) return complain(kExitOptions, kCmd, "say how many files with --steps N");
+  if (output.empty()) return complain(kExitOptions, kCmd, "name the output folder with -o DIR");
+  std::vector<int> rows;
+  if (!only.empty()) {
+    std::stringstream list(only);
+    for (std::string name; std::getline(list, name, ',');) {
+      const auto index = paramIndex(name);
+      if (!index) return complain(kExitOptions, kCmd, "--only: no parameter is called '%s'", name.c_str());
+      rows.push_back(*index);
+    }
+  }
+
+  CVandrelDoc a, b;
+  if (const int code = readTable(kCmd, inputs[0], a); code != kExitOk) return code;
+  if (const int code = readTable(kCmd, inputs[1], b); code != kExitOk) return code;
+  if (const std::string why = continuumMismatch(a.table.columns(), a.params().intervalMs, b.table.columns(),
+                                                b.params().intervalMs);
+      !why.empty())
+    return complain(kExitInput, kCmd, "%s and %s: %s", inputs[0].c_str(), inputs[1].c_str(), why.c_str());
+  const ContinuumPlan plan = planContinuum(a.table, b.table, rows);
+
+  OutputSet out;
+  if (const std::string err = out.useFolder(output); !err.empty())
+    return complain(kExitInput, kCmd, "%s", err.c_str());
+  const int n = static_cast<int>(steps);
+  const int width = static_cast<int>(std::max<std::size_t>(2, std::to_string(n).size()));
+  std::string manifest = "step\tfile";
+  for (std::size_t k = 0; k < plan.rows.size(); ++k)
+    manifest += '\t' + std::string(builtinParams()[static_cast<std::size_t>(plan.rows[k])].name) + '@' +
+                std::to_string(static_cast<long long>(plan.widestFrame[k]) * a.params().intervalMs) + "ms";
+  manifest += '\n';
+  CVandrelDoc doc = a;
+  for (int s = 0; s < n; ++s) {
+    char stem[32];
+    std::snprintf(stem, sizeof stem, "step_%0*d", width, s + 1);
+    doc.table = continuumStep(a.table, b.table, plan, s, n, scale);
+    const std::string vdr = std::string(stem) + ".vdr";
+    if (const std::string err =
+            out.write((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
+        !err.empty())
+      return complain(kExitInput, kCmd, "%s", err.c_str());
+    manifest += std::to_string(s + 1) + '\t' + vdr;
+    for (std::size_t k = 0; k < plan.rows.size(); ++k)
+      manifest += '\t' + std::to_string(static_cast<int>(doc.table.value(plan.rows[k], plan.widestFrame[k])));
+    manifest += '\n';
+    if (!wav) continue;
+    KlattState state;
+    state.reset(static_cast<std::uint32_t>(seed));
+    if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
+    if (const std::string err =
+            out.write((std::filesystem::path(output) / (std::string(stem) + ".wav")).string(),
+                      waveImage(doc.synthesized));
+        !err.empty())
+      return complain(kExitInput, kCmd, "%s", err.c_str());
+  }
+  if (const std::string err = out.write((std::filesystem::path(output) / "manifest.tsv").string(), manifest);
+      !err.empty())
+    return complain(kExitInput, kCmd, "%s", err.c_str());
+  out.commit();
+  if (!quiet) {
+    std::printf("wrote %d steps%s to %s, stepping %zu rows:", n, wav ? " with WAVs" : "", output.c_str(),
+                plan.rows.size());
+    for (const int r : plan.rows)
+      std::printf(" %s", builtinParams()[static_cast<std::size_t>(r)].name.data());
+    std::printf("\n");
+  }
+  return kExitOk;
+}
+
+}  // namespace vandrel::cli

@@ -1,0 +1,360 @@
+#include "batch/CopySynthesis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+
+#include "analysis/AnalysisTracks.h"
+#include "analysis/AutocorrelationPitch.h"
+#include "analysis/SpectralSlice.h"
+#include "batch/LineSimplify.h"
+#include "editing/Interpolation.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel {
+
+namespace {
+
+constexpr double kLowestF0 = 60.0;  // Hz: below the pitch of nearly every speaker
+constexpr double kHighestF0 = 500.0;
+constexpr double kFricationHz = 2500.0;
+constexpr double kFricationShareDb = 4.8;  // a third of the energy above kFricationHz
+constexpr double kLevelWindowMs = 20.0;    // at least two periods of a low voice
+constexpr double kSilenceBelowLoudestDb = 50.0;
+constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the four
+// Natural voices keep the glottis open for about half of each period; with a
+// fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
+// low F1 up in any LPC analysis of the copy.
+constexpr double kOpenQuotient = 0.5;
+constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-frame jitter is not a bend
+constexpr double kFormantWindowMs = FormantTrackSettings::kDefaultWindowMs;
+const double kMinusInf = -std::numeric_limits<double>::infinity();
+
+const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
+const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
+const int kParallelRows[4] = {kA2f, kA3f, kA4f, kA5f};
+
+// Analysis frame i starts at offset + i x step. Frame c - shift is then
+// centred on the middle of table frame c, for a window of `window` samples.
+struct Alignment {
+  double offset = 0.0;
+  int shift = 0;
+};
+
+Alignment align(double window, double step) {
+  const double lead = window / 2.0 - step / 2.0;
+  Alignment a;
+  a.shift = lead > 0.0 ? static_cast<int>(std::ceil(lead / step)) : 0;
+  a.offset = a.shift * step - lead;
+  return a;
+}
+
+template <class T>
+const T& frameOf(const std::vector<T>& v, int c, int shift) {
+  return v[static_cast<std::size_t>(std::clamp(c - shift, 0, static_cast<int>(v.size()) - 1))];
+}
+
+// Level in dB of raw sample units, of a window centred on the middle of each
+// of `frames` frames `frameSamples` long; -inf for digital silence.
+std::vector<double> frameLevels(const std::vector<double>& x, double frameSamples, double windowSamples,
+                                int frames) {
+  std::vector<double> out(static_cast<std::size_t>(frames), kMinusInf);
+  const auto n = static_cast<long>(x.size());
+  for (int c = 0; c < frames; ++c) {
+    const double mid = (c + 0.5) * frameSamples;
+    const long from = std::max(0L, static_cast<long>(mid - windowSamples / 2.0));
+    const long to = std::min(n, static_cast<long>(mid + windowSamples / 2.0));
+    double e = 0.0;
+    for (long i = from; i < to; ++i) e += x[static_cast<std::size_t>(i)] * x[static_cast<std::size_t>(i)];
+    if (to > from && e > 0.0)
+      out[static_cast<std::size_t>(c)] = 10.0 * std::log10(e / static_cast<double>(to - from));
+  }
+  return out;
+}
+
+std::vector<double> asDoubles(const std::vector<std::int16_t>& s) { return {s.begin(), s.end()}; }
+
+// Two second-order high-pass sections at `hz` (Butterworth Q): what lies
+// above the band where voicing carries most of its energy.
+std::vector<double> highPass(const std::vector<double>& x, double fs, double hz) {
+  const double w = 2.0 * 3.141592653589793 * hz / fs;
+  const double alpha = std::sin(w) / (2.0 * std::sqrt(0.5));
+  const double a0 = 1.0 + alpha;
+  const double b0 = (1.0 + std::cos(w)) / 2.0 / a0, b1 = -(1.0 + std::cos(w)) / a0, b2 = b0;
+  const double a1 = -2.0 * std::cos(w) / a0, a2 = (1.0 - alpha) / a0;
+  std::vector<double> y = x;
+  for (int pass = 0; pass < 2; ++pass) {
+    double x1 = 0, x2 = 0, y1 = 0, y2 = 0;
+    for (double& v : y) {
+      const double out = b0 * v + b1 * x1 + b2 * x2 - a1 * y1 - a2 * y2;
+      x2 = x1;
+      x1 = v;
+      y2 = y1;
+      y1 = out;
+      v = out;
+    }
+  }
+  return y;
+}
+
+// Replaces the values `known` rejects by straight lines between the known
+// ones around them, held level before the first and after the last; all
+// become `fallback` when none is known.
+void fillGaps(std::vector<double>& v, const std::vector<char>& known, double fallback) {
+  const int n = static_cast<int>(v.size());
+  int last = -1;
+  for (int c = 0; c <= n; ++c) {
+    if (c < n && known[static_cast<std::size_t>(c)] == 0) continue;
+    const double right =
+        c < n ? v[static_cast<std::size_t>(c)] : (last >= 0 ? v[static_cast<std::size_t>(last)] : fallback);
+    const double left = last >= 0 ? v[static_cast<std::size_t>(last)] : right;
+    for (int k = last + 1; k < c; ++k)
+      v[static_cast<std::size_t>(k)] =
+          last >= 0 && c < n ? left + (right - left) * (k - last) / static_cast<double>(c - last)
+                             : (last >= 0 ? left : right);
+    last = c;
+  }
+}
+
+// Running median of `width` frames (odd), ends shortened.
+void medianSmooth(std::vector<double>& v, int width) {
+  const int n = static_cast<int>(v.size()), h = width / 2;
+  const std::vector<double> in = v;
+  std::vector<double> w;
+  for (int c = 0; c < n; ++c) {
+    w.assign(in.begin() + std::max(0, c - h), in.begin() + std::min(n, c + h + 1));
+    std::nth_element(w.begin(), w.begin() + static_cast<long>(w.size() / 2), w.end());
+    v[static_cast<std::size_t>(c)] = w[w.size() / 2];
+  }
+}
+
+double held(const ParamDef& d, double v) {
+  return std::clamp(std::round(v), static_cast<double>(d.lower), static_cast<double>(d.upper));
+}
+
+// The source amplitude row that sounds in frame c, or -1.
+int sourceRow(const FrameTable& t, int c) {
+  if (t.value(kAv, c) > 0.0) return kAv;
+  if (t.value(kAf, c) > 0.0) return kAf;
+  if (t.value(kAh, c) > 0.0) return kAh;
+  return -1;
+}
+
+// Synthesizes `doc` and moves each frame's sounding amplitude by the level
+// the synthesis misses the recording by.
+void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted) {
+  KlattState state;
+  state.reset(1);
+  if (!synthesize(doc, {}, state)) return;
+  const SynthesisSetup setup = synthesisSetup(doc);
+  const std::vector<double> got =
+      frameLevels(asDoubles(doc.synthesized.samples), setup.samplesPerFrame,
+                  kLevelWindowMs * setup.sampleRate / 1000.0, doc.table.columns());
+  for (int c = 0; c < doc.table.columns(); ++c) {
+    const int row = sourceRow(doc.table, c);
+    const double g = got[static_cast<std::size_t>(c)], w = wanted[static_cast<std::size_t>(c)];
+    if (row < 0 || !std::isfinite(g) || !std::isfinite(w)) continue;
+    doc.table.setValue(row, c, held(doc.params().at(row), doc.table.value(row, c) + (w - g)));
+  }
+}
+
+}  // namespace
+
+const std::vector<int>& copiedRows() {
+  static const std::vector<int> rows = [] {
+    std::vector<int> r{kF0, kAv, kAh, kAf};
+    r.insert(r.end(), {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kA5f, kA4f, kA3f, kA2f, kOq});
+    return r;
+  }();
+  return rows;
+}
+
+double copyTolerance(const CopySettings& s, int row) {
+  if (row == kF0) return s.f0ToleranceTenths;
+  if (row == kAv || row == kAh || row == kAf || (row >= kA5f && row <= kA2f)) return s.amplitudeToleranceDb;
+  if (row >= kF5 && row <= kF1) return s.formantToleranceHz;
+  if (row >= kB5 && row <= kB1) return s.bandwidthToleranceHz;
+  if (row == kOq) return s.openPhaseToleranceSamples;
+  return 0.0;
+}
+
+CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out) {
+  CopyResult r;
+  const double fs = audio.sampleRate;
+  const int interval = settings.intervalMs;
+  if (!(fs > 0.0) || interval < 1 || (settings.sampleRate != 11025 && settings.sampleRate != 22050)) {
+    r.message = "the interval must be 1 ms or more and the rate 11025 or 22050 Hz";
+    return r;
+  }
+  const double step = fs * interval / 1000.0;
+  const int frames = static_cast<int>(static_cast<double>(audio.samples.size()) / step);
+  const double pitchWindow = std::ceil(CAutocorrelationPitch::kPeriodsPerWindow * fs / kLowestF0);
+  if (frames < 1 || static_cast<double>(audio.samples.size()) < pitchWindow) {
+    r.status = CopyResult::Status::kTooShort;
+    r.message = "the recording is too short to copy (it needs " +
+                std::to_string(static_cast<int>(pitchWindow * 1000.0 / fs) + 1) + " ms for a pitch window)";
+    return r;
+  }
+
+  // The analyses, each aligned on the middles of the table's frames.
+  COptionPitch po;
+  po.stepMs = interval;
+  po.windowMs = 0;
+  po.calcLowHz = static_cast<int>(kLowestF0);
+  po.calcHighHz = static_cast<int>(kHighestF0);
+  const Alignment pa = align(pitchWindow, step);
+  const PitchTrackResult pitch =
+      computePitchTrack(audio.samples, fs, po, PitchMethod::kAutocorrelation, pa.offset);
+  const Alignment fa = align(kFormantWindowMs * fs / 1000.0, step);
+  FormantTrackSettings fts = FormantTrackSettings::forFrames(COptionSpectrogram(fs), frames, step, fa.offset);
+  fts.windowMs = kFormantWindowMs;
+  const FormantTrackResult formants = computeFormantTracks(audio.samples, fs, fts);
+  if (pitch.status != PitchTrackResult::Status::kOk || pitch.f0.empty() ||
+      formants.status != FormantTrackResult::Status::kOk || formants.frequency.empty()) {
+    r.status = CopyResult::Status::kAnalysisFailed;
+    r.message = "the pitch or formant tracks of the recording could not be computed";
+    return r;
+  }
+  const std::vector<double> x = asDoubles(audio.samples);
+  const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
+  const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
+  const std::vector<double> high = fs > 2.2 * kFricationHz
+                                       ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
+                                       : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
+  const double loudest = *std::max_element(level.begin(), level.end());
+
+  auto doc = std::make_unique<CVandrelDoc>();
+  ParameterSet& ps = doc->params();
+  ps.intervalMs = interval;
+  ps.frameCount = frames;
+  ps.fileLengthMs = static_cast<double>(frames) * interval;
+  if (settings.sampleRate == 22050) ps.setSelected(kF6, true);
+  doc->table.reset(frames, ps);
+  doc->untouched = false;
+  FrameTable& t = doc->table;
+
+  std::vector<std::vector<double>> fv(5, std::vector<double>(static_cast<std::size_t>(frames)));
+  std::vector<std::vector<double>> bv = fv, av = std::vector<std::vector<double>>(4, fv[0]);
+  std::vector<double> oq(static_cast<std::size_t>(frames));
+  std::vector<char> sounding(static_cast<std::size_t>(frames)), fricative(sounding.size()),
+      voiced(sounding.size());
+  std::vector<std::vector<char>> tracked(5, sounding);
+  SliceAnalyser slicer;
+  SliceSettings ss;
+  ss.fftPoints = 512;
+  ss.windowMs = 20;
+  ss.orderRate = 11025.0;
+  ss.fmaxHz = static_cast<int>(std::min(5500.0, fs / 2.0));
+  std::vector<double> env;
+
+  for (int c = 0; c < frames; ++c) {
+    const auto uc = static_cast<std::size_t>(c);
+    const bool silent = !(level[uc] > loudest - kSilenceBelowLoudestDb);
+    sounding[uc] = silent ? 0 : 1;
+    const double f0 = silent ? 0.0 : frameOf(pitch.f0, c, pa.shift);
+    if (f0 > 0.0) {
+      ++r.voicedFrames;
+      t.setValue(kF0, c, held(ps.at(kF0), f0 * 10.0));
+      t.setValue(kAv, c, held(ps.at(kAv), level[uc] - 10.0));
+      oq[uc] = kOpenQuotient * settings.sampleRate / f0;
+      voiced[uc] = 1;
+    } else {
+      t.setValue(kF0, c, 0.0);
+      t.setValue(kAv, c, 0.0);
+      // Frication where the band above 2.5 kHz holds a third of the energy
+      // or more (the vowel-like spectrum of aspiration holds far less).
+      fricative[uc] = !silent && high[uc] > level[uc] - kFricationShareDb ? 1 : 0;
+    }
+    for (int k = 0; k < 5; ++k) {
+      const double f = frameOf(formants.frequency, c, fa.shift)[static_cast<std::size_t>(k)];
+      tracked[static_cast<std::size_t>(k)][uc] = !silent && f > 0.0 ? 1 : 0;
+      fv[static_cast<std::size_t>(k)][uc] = f;
+      bv[static_cast<std::size_t>(k)][uc] =
+          frameOf(formants.bandwidth, c, fa.shift)[static_cast<std::size_t>(k)];
+    }
+  }
+  // A frame's noise is frication when most of the five frames around it say
+  // so: the share hovers near the threshold in weak fricatives.
+  const std::vector<char> share = fricative;
+  for (int c = 0; c < frames; ++c) {
+    const auto uc = static_cast<std::size_t>(c);
+    if (sounding[uc] == 0 || t.value(kF0, c) > 0.0) continue;
+    int votes = 0, voters = 0;
+    for (int k = std::max(0, c - 2); k <= std::min(frames - 1, c + 2); ++k, ++voters)
+      votes += share[static_cast<std::size_t>(k)];
+    fricative[uc] = 2 * votes > voters ? 1 : 0;
+    const int row = fricative[uc] != 0 ? kAf : kAh;
+    t.setValue(row, c, held(ps.at(row), (row == kAf ? high[uc] : level[uc]) - 10.0));
+  }
+  for (int k = 0; k < 5; ++k) {
+    const auto uk = static_cast<std::size_t>(k);
+    fillGaps(fv[uk], tracked[uk], ps.at(kFormantRows[k]).defaultValue);
+    fillGaps(bv[uk], tracked[uk], ps.at(kBandwidthRows[k]).defaultValue);
+    medianSmooth(fv[uk], kSmoothFrames);
+    medianSmooth(bv[uk], kSmoothFrames);
+  }
+  // The parallel amplitudes of frames with frication: the envelope at f2..f5.
+  for (int c = 0; c < frames; ++c) {
+    const auto uc = static_cast<std::size_t>(c);
+    if (fricative[uc] == 0) continue;
+    if (!slicer.envelope(audio, ss, (c + 0.5) * interval, env)) {
+      fricative[uc] = 0;
+      continue;
+    }
+    double at[4], top = kMinusInf;
+    for (int k = 0; k < 4; ++k) {
+      const auto i =
+          static_cast<std::size_t>(std::clamp(fv[static_cast<std::size_t>(k) + 1][uc] / ss.hzPerPoint(), 0.0,
+                                              static_cast<double>(env.size() - 1)));
+      at[k] = std::isfinite(env[i]) ? env[i] : kMinusInf;
+      top = std::max(top, at[k]);
+    }
+    for (int k = 0; k < 4; ++k)
+      av[static_cast<std::size_t>(k)][uc] = std::isfinite(top) ? kTopParallelDb + at[k] - top : 0.0;
+  }
+  for (int k = 0; k < 4; ++k)
+    fillGaps(av[static_cast<std::size_t>(k)], fricative, ps.at(kParallelRows[k]).defaultValue);
+  for (int c = 0; c < frames; ++c) {
+    const auto uc = static_cast<std::size_t>(c);
+    for (int k = 0; k < 5; ++k) {
+      t.setValue(kFormantRows[k], c, held(ps.at(kFormantRows[k]), fv[static_cast<std::size_t>(k)][uc]));
+      t.setValue(kBandwidthRows[k], c, held(ps.at(kBandwidthRows[k]), bv[static_cast<std::size_t>(k)][uc]));
+    }
+    t.setValue(kOq, c, held(ps.at(kOq), oq[uc]));
+    for (int k = 0; k < 4; ++k)
+      t.setValue(kParallelRows[k], c, held(ps.at(kParallelRows[k]), av[static_cast<std::size_t>(k)][uc]));
+  }
+
+  matchLevels(*doc, level);
+  matchLevels(*doc, level);
+
+  // Anchors where the tracks bend; the editor's interpolation fills the rest.
+  std::vector<double> row(static_cast<std::size_t>(frames));
+  for (const int p : copiedRows()) {
+    std::copy(t.row(p), t.row(p) + frames, row.begin());
+    int count = 0;
+    if (std::adjacent_find(row.begin(), row.end(), std::not_equal_to<>()) != row.end()) {
+      for (const int c : simplifyLine(row, copyTolerance(settings, p))) {
+        t.setAnchor(p, c, true);
+        ++count;
+      }
+    }
+    r.anchors.push_back(count);
+  }
+  interpolateAll(*doc);
+  for (const int p : copiedRows())
+    for (int c = 0; c < frames; ++c) t.setValue(p, c, std::round(t.value(p, c)));
+
+  doc->synthesized = {};
+  doc->previous = {};
+  doc->changedSinceSynthesis = true;
+  doc->undo = UndoHistory{};
+  out = std::move(*doc);
+  r.frames = frames;
+  r.status = CopyResult::Status::kOk;
+  return r;
+}
+
+}  // namespace vandrel

@@ -1,0 +1,58 @@
+#include "batch/LineSimplify.h"
+
+#include <cmath>
+#include <utility>
+
+namespace vandrel {
+
+namespace {
+
+// The value of the line from (a, ya) to (b, yb) at i.
+double lineAt(std::span<const double> v, int a, int b, int i) {
+  const double ya = v[static_cast<std::size_t>(a)];
+  const double yb = v[static_cast<std::size_t>(b)];
+  return ya + (yb - ya) * (i - a) / static_cast<double>(b - a);
+}
+
+}  // namespace
+
+std::vector<int> simplifyLine(std::span<const double> values, double tolerance) {
+  const int n = static_cast<int>(values.size());
+  if (n == 0) return {};
+  if (n == 1) return {0};
+  std::vector<char> keep(values.size(), 0);
+  keep.front() = keep.back() = 1;
+  std::vector<std::pair<int, int>> todo{{0, n - 1}};
+  while (!todo.empty()) {
+    const auto [a, b] = todo.back();
+    todo.pop_back();
+    int worst = -1;
+    double worstDistance = tolerance;
+    for (int i = a + 1; i < b; ++i) {
+      const double d = std::fabs(values[static_cast<std::size_t>(i)] - lineAt(values, a, b, i));
+      if (d > worstDistance) {
+        worstDistance = d;
+        worst = i;
+      }
+    }
+    if (worst < 0) continue;
+    keep[static_cast<std::size_t>(worst)] = 1;
+    todo.emplace_back(a, worst);
+    todo.emplace_back(worst, b);
+  }
+  std::vector<int> kept;
+  for (int i = 0; i < n; ++i)
+    if (keep[static_cast<std::size_t>(i)] != 0) kept.push_back(i);
+  return kept;
+}
+
+double simplificationError(std::span<const double> values, const std::vector<int>& kept) {
+  double worst = 0.0;
+  for (std::size_t k = 1; k < kept.size(); ++k)
+    for (int i = kept[k - 1] + 1; i < kept[k]; ++i)
+      worst = std::fmax(
+          worst, std::fabs(values[static_cast<std::size_t>(i)] - lineAt(values, kept[k - 1], kept[k], i)));
+  return worst;
+}
+
+}  // namespace vandrel

@@ -1,0 +1,207 @@
+// The batch tools' core: line simplification, continuum steps, level
+// report, the KlattGrid and long-table writers, and copy synthesis of a
+// sound whose table is known.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "batch/Continuum.h"
+#include "batch/CopySynthesis.h"
+#include "batch/LevelReport.h"
+#include "batch/LineSimplify.h"
+#include "batch/TableExport.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel {
+namespace {
+
+TEST(LineSimplifyTest, KeepsTheBendsAndStaysWithinTheTolerance) {
+  struct Case {
+    const char* name;
+    std::vector<double> values;
+    double tolerance;
+    std::vector<int> kept;
+  };
+  const Case cases[] = {
+      {"empty", {}, 1, {}},
+      {"one point", {5}, 1, {0}},
+      {"a straight line", {0, 2, 4, 6, 8, 10}, 0.1, {0, 5}},
+      {"a corner", {0, 1, 2, 3, 2, 1}, 0.1, {0, 3, 5}},
+      {"jitter below the tolerance", {10, 11, 9, 10, 11, 10}, 1.5, {0, 5}},
+      {"a step", {0, 0, 0, 9, 9, 9}, 1, {0, 2, 3, 5}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::vector<int> kept = simplifyLine(c.values, c.tolerance);
+    EXPECT_EQ(kept, c.kept);
+    EXPECT_LE(simplificationError(c.values, kept), c.tolerance);
+  }
+  // A long wobbly row: far fewer points, none of the rest further off than
+  // the tolerance.
+  std::vector<double> wobble(5000);
+  for (std::size_t i = 0; i < wobble.size(); ++i)
+    wobble[i] = 300.0 * std::sin(static_cast<double>(i) / 400.0) + static_cast<double>(i % 7);
+  const std::vector<int> kept = simplifyLine(wobble, 20.0);
+  EXPECT_LT(kept.size(), 100u);
+  EXPECT_LE(simplificationError(wobble, kept), 20.0);
+}
+
+TEST(ContinuumTest, StepsFromOneEndToTheOther) {
+  EXPECT_NEAR(hzToBark(1000.0), 8.527, 0.001);
+  for (double hz : {200.0, 1500.0, 4999.0}) EXPECT_NEAR(barkToHz(hzToBark(hz)), hz, 1e-9);
+
+  const ParameterSet ps;
+  FrameTable a(4, ps), b(4, ps);
+  for (int c = 0; c < 4; ++c) {
+    b.setValue(kF1, c, 700 + 20 * c);  // widest at the last frame
+    b.setValue(kF2, c, 1100);
+  }
+  a.setAnchor(kF1, 2, true);
+  const ContinuumPlan all = planContinuum(a, b, {});
+  EXPECT_EQ(all.rows, (std::vector<int>{kF2, kF1}));
+  EXPECT_EQ(all.widestFrame, (std::vector<int>{0, 3}));
+  const ContinuumPlan only = planContinuum(a, b, {kF1, kAv});  // named rows, differing or not
+  EXPECT_EQ(only.rows, (std::vector<int>{kAv, kF1}));
+
+  for (ContinuumScale scale : {ContinuumScale::kLinear, ContinuumScale::kBark}) {
+    SCOPED_TRACE(scale == ContinuumScale::kBark ? "bark" : "linear");
+    EXPECT_EQ(continuumStep(a, b, only, 0, 5, scale), a);
+    const FrameTable last = continuumStep(a, b, only, 4, 5, scale);
+    EXPECT_EQ(last.value(kF1, 3), 760);
+    EXPECT_EQ(last.value(kF2, 0), a.value(kF2, 0));  // not stepped
+    EXPECT_TRUE(last.anchor(kF1, 2));                // A's anchors
+  }
+  // Halfway from 500 to 760 Hz: 630 in Hz, lower in bark (the scale is
+  // compressed above); rows that are no formants step linearly on both.
+  EXPECT_EQ(continuumValue(500, 760, 2, 5, ContinuumScale::kLinear, true), 630);
+  EXPECT_EQ(continuumValue(500, 760, 2, 5, ContinuumScale::kBark, true), 623);
+  EXPECT_EQ(continuumValue(1000, 2000, 1, 3, ContinuumScale::kBark, false), 1500);
+
+  EXPECT_EQ(continuumMismatch(20, 10, 20, 10), "");
+  EXPECT_NE(continuumMismatch(20, 10, 21, 10).find("21 frames of 10 ms"), std::string::npos);
+}
+
+TEST(LevelReportTest, MeasuresPeakRmsAndClipping) {
+  SampleSet s;
+  s.sampleRate = 10000;
+  s.samples = {16384, -16384, 32767, -32768, 0};
+  const LevelReport r = measureLevels(s);
+  EXPECT_DOUBLE_EQ(r.durationMs, 0.5);
+  EXPECT_DOUBLE_EQ(r.peakDbfs, 0.0);
+  EXPECT_NEAR(
+      r.rmsDbfs,
+      20 * std::log10(std::sqrt((2 * 16384.0 * 16384 + 32767.0 * 32767 + 32768.0 * 32768) / 5) / 32768),
+      1e-9);
+  EXPECT_EQ(r.clipped, 2);
+  EXPECT_TRUE(std::isinf(measureLevels(SampleSet{}).peakDbfs));
+}
+
+// The lines of one named tier of a KlattGrid text ("pitch? <exists> " up to
+// the next named part).
+std::vector<std::string> tierValues(const std::string& grid, const std::string& name) {
+  std::vector<std::string> values;
+  const auto from = grid.find(name + "? <exists> ");
+  std::istringstream in(grid.substr(from + name.size()));
+  std::string line;
+  std::getline(in, line);
+  while (std::getline(in, line) && line.find("? <exists>") == std::string::npos)
+    if (line.find("value = ") != std::string::npos) values.push_back(line.substr(line.find('=') + 2));
+  return values;
+}
+
+TEST(TableExportTest, KlattGridAndLongTable) {
+  const ParameterSet ps;
+  FrameTable t(6, ps);
+  const double f0[] = {0, 1000, 1100, 1200, 1250, 0};
+  for (int c = 0; c < 6; ++c) {
+    t.setValue(kF0, c, f0[c]);
+    t.setValue(kAv, c, f0[c] > 0 ? 60 : 0);
+  }
+  const std::string grid = writeKlattGrid(t, 10, 5);
+  EXPECT_EQ(
+      grid.rfind("File type = \"ooTextFile\"\nObject class = \"KlattGrid\"\n\nxmin = 0 \nxmax = 0.06 \n", 0),
+      0u);
+  // Voiced frames only; 110 Hz lies on the line from 100 to 120 and is left out.
+  EXPECT_EQ(tierValues(grid, "pitch"), (std::vector<std::string>{"100 ", "120 ", "125 "}));
+  EXPECT_EQ(tierValues(grid, "voicingAmplitude"), (std::vector<std::string>{"0 ", "90 ", "90 ", "0 "}));
+  EXPECT_EQ(tierValues(grid, "spectralTilt").size(), 2u);  // constant: the two ends
+
+  const std::string tsv = writeLongTable(t, 10, {kF0, kF1});
+  EXPECT_EQ(tsv.substr(0, tsv.find('\n', 40)),
+            "time_ms\tparameter\tvalue\n0\tf0\t0\n0\tf1\t500\n10\tf0\t1000");
+  EXPECT_EQ(std::count(tsv.begin(), tsv.end(), '\n'), 13);
+}
+
+// A known table: a vowel gliding in f0 and F1, a silence, then frication.
+// Its sound copied back gives the same tracks with few anchors.
+TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
+  CVandrelDoc src;
+  ParameterSet& ps = src.params();
+  ps.fileLengthMs = 600;
+  ps.frameCount = 60;
+  src.table.reset(60, ps);
+  for (int c = 0; c < 60; ++c) {
+    const bool vowel = c < 35, fric = c >= 42;
+    src.table.setValue(kF0, c, vowel ? 1000 + 15 * c : 0);
+    src.table.setValue(kAv, c, vowel ? 60 : 0);
+    src.table.setValue(kF1, c, 500 + 6 * std::min(c, 30));
+    src.table.setValue(kAf, c, fric ? 60 : 0);
+    src.table.setValue(kA5f, c, fric ? 60 : 0);
+  }
+  KlattState state;
+  state.reset(1);
+  ASSERT_TRUE(synthesize(src, {}, state));
+
+  CVandrelDoc copy;
+  const CopyResult r = copySynthesis(src.synthesized, CopySettings{}, copy);
+  ASSERT_EQ(r.status, CopyResult::Status::kOk) << r.message;
+  ASSERT_EQ(r.frames, 60);
+  const FrameTable& t = copy.table;
+  ASSERT_EQ(t.columns(), 60);
+  for (int c = 3; c < 32; ++c) {
+    SCOPED_TRACE("frame " + std::to_string(c));
+    EXPECT_NEAR(t.value(kF0, c), src.table.value(kF0, c), 0.05 * src.table.value(kF0, c));
+    EXPECT_NEAR(t.value(kF1, c), src.table.value(kF1, c), 0.10 * src.table.value(kF1, c));
+    EXPECT_GT(t.value(kAv, c), 0);
+  }
+  for (int c = 45; c < 58; ++c) {
+    SCOPED_TRACE("frame " + std::to_string(c));
+    EXPECT_EQ(t.value(kAv, c), 0);
+    EXPECT_EQ(t.value(kF0, c), 0);
+    EXPECT_GT(t.value(kAf, c), 0);
+  }
+  ASSERT_EQ(r.anchors.size(), copiedRows().size());
+  EXPECT_LE(r.anchors[0], 8) << "f0: a straight glide and its two voicing edges";
+  // Between anchors every row lies on a straight line, and within limits.
+  for (std::size_t k = 0; k < copiedRows().size(); ++k) {
+    const int row = copiedRows()[k];
+    SCOPED_TRACE(std::string(ps.at(row).name));
+    int last = -1;
+    for (int c = 0; c < 60; ++c) {
+      const double v = t.value(row, c);
+      if (!(row == kF0 && v == 0)) {
+        EXPECT_GE(v, ps.at(row).lower);
+        EXPECT_LE(v, ps.at(row).upper);
+      }
+      if (!t.anchor(row, c)) continue;
+      for (int m = last + 1; last >= 0 && m < c; ++m)
+        EXPECT_NEAR(t.value(row, m),
+                    t.value(row, last) + (t.value(row, c) - t.value(row, last)) * (m - last) / (c - last),
+                    0.5);
+      last = c;
+    }
+  }
+
+  SampleSet tiny;
+  tiny.sampleRate = 16000;
+  tiny.samples.assign(100, 0);
+  EXPECT_EQ(copySynthesis(tiny, CopySettings{}, copy).status, CopyResult::Status::kTooShort);
+  EXPECT_EQ(copy.table, t);  // a refused copy leaves the document alone
+}
+
+}  // namespace
+}  // namespace vandrel
