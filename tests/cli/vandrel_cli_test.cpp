@@ -1,16 +1,8 @@
-// vandrel-cli as a script meets it: the built program run in a child process,
-// its exit code, what it prints on each stream, and the files it leaves.
+// vandrel-cli's misuse, its failures and the commands that read and show
+// files: synth of the blank document, info, analyse.
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -20,78 +12,12 @@
 #include "engine/Synthesizer.h"
 #include "util/AtomicFile.h"
 
-extern char** environ;
+#include "CliFixture.h"
 
 namespace vandrel {
 namespace {
 
-namespace fs = std::filesystem;
-
-struct Result {
-  int code = -1;
-  std::string out, err;
-};
-
-class VandrelCliTest : public ::testing::Test {
- protected:
-  fs::path dir =
-      fs::temp_directory_path() / ("vandrel_cli_" + std::to_string(::getpid()) + "_" +
-                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
-  void SetUp() override { fs::create_directories(dir); }
-  void TearDown() override { fs::remove_all(dir); }
-
-  std::string file(const std::string& name) const { return (dir / name).string(); }
-
-  // Runs vandrel-cli with `args` in the test's folder (so a relative name
-  // that should never be written, would be written there), standard output
-  // and error each to a file.
-  Result run(const std::vector<std::string>& args) const {
-    const std::string out = file(".stdout"), err = file(".stderr");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addchdir_np(&actions, dir.c_str());
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    std::vector<std::string> all{VANDREL_CLI};
-    all.insert(all.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& a : all) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    Result r;
-    pid_t pid = 0;
-    if (posix_spawn(&pid, VANDREL_CLI, &actions, nullptr, argv.data(), environ) == 0) {
-      int status = 0;
-      waitpid(pid, &status, 0);
-      r.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    readWholeFile(out, r.out);
-    readWholeFile(err, r.err);
-    fs::remove(out);
-    fs::remove(err);
-    return r;
-  }
-
-  // The files a run left in the test's folder.
-  std::vector<std::string> leftBehind() const {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
-    return names;
-  }
-};
-
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> out;
-  std::istringstream in(text);
-  for (std::string l; std::getline(in, l);) out.push_back(l);
-  return out;
-}
-
-// The first strlen(prefix) characters of `s`; all of it for an empty prefix,
-// which then says the stream must stay empty.
-std::string startOf(const std::string& s, const char* prefix) {
-  return *prefix != '\0' ? s.substr(0, std::strlen(prefix)) : s;
-}
+using namespace clitest;
 
 TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) {
   struct Case {
@@ -106,6 +32,9 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"synth", "-h"}, 0, "usage: vandrel-cli synth IN.vdr", ""},
       {{"info", "x.vdr", "--help"}, 0, "usage: vandrel-cli info FILE", ""},  // help wins wherever it stands
       {{"analyse", "--help"}, 0, "usage: vandrel-cli analyse AUDIO", ""},
+      {{"copy", "--help"}, 0, "usage: vandrel-cli copy AUDIO", ""},
+      {{"continuum", "-h"}, 0, "usage: vandrel-cli continuum A.vdr B.vdr", ""},
+      {{"export", "--help"}, 0, "usage: vandrel-cli export IN.vdr", ""},
       {{}, 2, "", "usage: vandrel-cli <command>"},
       {{"play"}, 2, "", "vandrel-cli: unknown command 'play'\nusage:"},
       {{"info"}, 2, "", "vandrel-cli info: name one file (try --help)"},
@@ -143,6 +72,40 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"analyse", "a.wav", "--step-ms", "0"}, 2, "", "vandrel-cli analyse: --step-ms must be 1 or more"},
       {{"analyse", "a.wav", "--colour", "red"}, 2, "", "vandrel-cli analyse: unknown option '--colour'"},
       {{"analyse", "a.wav", "--method", "yin"}, 2, "", "vandrel-cli analyse: --method wants cepstral or ac"},
+      {{"synth", "x/a.vdr", "y/a.vdr", "-o", "d"},
+       2,
+       "",
+       "vandrel-cli synth: two tables would both be written to d/a.wav"},
+      {{"copy"}, 2, "", "vandrel-cli copy: name the recording to copy"},
+      {{"copy", "a.wav"}, 2, "", "vandrel-cli copy: name the table to write with -o OUT.vdr"},
+      {{"copy", "a.wav", "-o", "x.vdr", "--interval", "0"},
+       2,
+       "",
+       "vandrel-cli copy: --interval wants a whole"},
+      {{"copy", "a.wav", "-o", "x.vdr", "--rate", "16000"},
+       2,
+       "",
+       "vandrel-cli copy: --rate wants 11025 or 22050"},
+      {{"continuum", "a.vdr", "-o", "d"}, 2, "", "vandrel-cli continuum: name the two ends"},
+      {{"continuum", "a.vdr", "b.vdr", "-o", "d"}, 2, "", "vandrel-cli continuum: say how many files"},
+      {{"continuum", "a.vdr", "b.vdr", "--steps", "1"},
+       2,
+       "",
+       "vandrel-cli continuum: --steps wants a whole number"},
+      {{"continuum", "a.vdr", "b.vdr", "--scale", "mel"},
+       2,
+       "",
+       "vandrel-cli continuum: --scale wants linear or bark"},
+      {{"continuum", "a.vdr", "b.vdr", "--steps", "3", "-o", "d", "--only", "f1,zz"},
+       2,
+       "",
+       "vandrel-cli continuum: --only: no parameter is called 'zz'"},
+      {{"export", "a.vdr", "-o", "x"}, 2, "", "vandrel-cli export: --to wants klattgrid or tsv"},
+      {{"export", "a.vdr", "--to", "wav", "-o", "x"},
+       2,
+       "",
+       "vandrel-cli export: --to wants klattgrid or tsv, not 'wav'"},
+      {{"export", "a.vdr", "--to", "tsv"}, 2, "", "vandrel-cli export: name the file to write with -o OUT"},
   };
   for (const Case& c : cases) {
     std::string all;
@@ -225,6 +188,7 @@ TEST_F(VandrelCliTest, InfoDescribesAParameterFileAndTheWaveSynthWrote) {
 
 TEST_F(VandrelCliTest, FailuresExitWithOneAndLeaveNoOutputFile) {
   const std::string wav = std::string(VANDREL_TEST_DATA) + "/wav/odd_chunk.wav";  // 8 samples
+  const auto vdr = [](const char* name) { return std::string(VANDREL_TEST_DATA) + "/vdr/" + name; };
   struct Case {
     std::vector<std::string> args;
     const char* err;
@@ -236,6 +200,13 @@ TEST_F(VandrelCliTest, FailuresExitWithOneAndLeaveNoOutputFile) {
       {{"info", file("missing.wav")}, "vandrel-cli info: "},
       {{"analyse", file("missing.wav"), "-o", file("out.tsv")}, "vandrel-cli analyse: "},
       {{"analyse", wav, "-o", file("out.tsv")}, "too short to analyse (8 samples; a pitch track needs 1100)"},
+      {{"copy", file("missing.wav"), "-o", file("out.vdr")}, "vandrel-cli copy: "},
+      {{"copy", vdr("good_sel.vdr"), "-o", file("out.vdr")}, ": File type not recorgnized."},
+      {{"copy", wav, "-o", file("out.vdr")}, "the recording is too short to copy"},
+      {{"export", file("missing.vdr"), "--to", "tsv", "-o", file("out.tsv")}, "vandrel-cli export: "},
+      {{"export", wav, "--to", "tsv", "-o", file("out.tsv")}, " is an audio file, not a parameter table"},
+      {{"continuum", vdr("good_sel.vdr"), file("missing.vdr"), "--steps", "3", "-o", file("steps")},
+       "vandrel-cli continuum: "},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.args[0] + " " + c.args[1]);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <future>
 #include <limits>
 #include <memory>
+#include <system_error>
 
 #include "analysis/AnalysisTracks.h"
 #include "analysis/AutocorrelationPitch.h"
@@ -205,12 +207,21 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   po.calcLowHz = static_cast<int>(kLowestF0);
   po.calcHighHz = static_cast<int>(kHighestF0);
   const Alignment pa = align(pitchWindow, step);
-  const PitchTrackResult pitch =
-      computePitchTrack(audio.samples, fs, po, PitchMethod::kAutocorrelation, pa.offset);
   const Alignment fa = align(kFormantWindowMs * fs / 1000.0, step);
   FormantTrackSettings fts = FormantTrackSettings::forFrames(COptionSpectrogram(fs), frames, step, fa.offset);
   fts.windowMs = kFormantWindowMs;
-  const FormantTrackResult formants = computeFormantTracks(audio.samples, fs, fts);
+  // The two analyses share nothing: the formants are tracked on a second
+  // thread while this one tracks the pitch (on one core, one after the other).
+  const auto trackFormants = [&] { return computeFormantTracks(audio.samples, fs, fts); };
+  std::future<FormantTrackResult> formantJob;
+  try {
+    formantJob = std::async(std::launch::async, trackFormants);
+  } catch (const std::system_error&) {
+    formantJob = std::async(std::launch::deferred, trackFormants);
+  }
+  const PitchTrackResult pitch =
+      computePitchTrack(audio.samples, fs, po, PitchMethod::kAutocorrelation, pa.offset);
+  const FormantTrackResult formants = formantJob.get();
   if (pitch.status != PitchTrackResult::Status::kOk || pitch.f0.empty() ||
       formants.status != FormantTrackResult::Status::kOk || formants.frequency.empty()) {
     r.status = CopyResult::Status::kAnalysisFailed;

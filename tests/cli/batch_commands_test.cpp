@@ -1,0 +1,191 @@
+// The batch commands end to end: synth of many tables with its report,
+// continua, copy synthesis and export (read back by Praat when it is
+// installed).
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "CliFixture.h"
+#include "document/VandrelDoc.h"
+#include "document/VdrFile.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel {
+namespace {
+
+using namespace clitest;
+
+class BatchCommandsTest : public VandrelCliTest {
+ protected:
+  // Writes NAME.vdr: `frames` frames of 10 ms of defaults, then `edit`.
+  std::string table(const std::string& name, int frames, const std::function<void(CVandrelDoc&)>& edit = {}) {
+    CVandrelDoc doc;
+    doc.params().frameCount = frames;
+    doc.params().fileLengthMs = frames * 10.0;
+    doc.table.reset(frames, doc.params());
+    if (edit) edit(doc);
+    const std::string path = file(name + ".vdr");
+    EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
+    return path;
+  }
+  std::string bytes(const std::string& path) const {
+    std::string b;
+    EXPECT_TRUE(readWholeFile(path, b)) << path;
+    return b;
+  }
+  static void setRow(CVandrelDoc& d, int row, const std::function<double(int)>& value) {
+    for (int c = 0; c < d.table.columns(); ++c) d.table.setValue(row, c, value(c));
+  }
+};
+
+TEST_F(BatchCommandsTest, SynthOfManyTablesReportsLevelsAndFailsOnClip) {
+  const std::string quiet = table("quiet", 20);
+  const std::string loud = table("loud", 20, [](CVandrelDoc& d) {
+    setRow(d, kAv, [](int) { return 87; });
+    setRow(d, kGain, [](int) { return 87; });
+  });
+  const Result r = run({"synth", quiet, loud, "-o", file("out"), "--report", "--seed", "7"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const auto rows = lines(r.out);
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_EQ(rows[0], "file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped");
+  EXPECT_EQ(rows[1].substr(0, rows[1].find("\t", rows[1].find("11025"))),
+            file("out/quiet.wav") + "\t200.0\t11025");
+  EXPECT_EQ(rows[1].substr(rows[1].rfind('\t')), "\t0");
+  EXPECT_NE(rows[2].substr(rows[2].rfind('\t')), "\t0");
+
+  // One table alone with the same seed: the same bytes.
+  ASSERT_EQ(run({"synth", quiet, "-o", file("alone.wav"), "--seed", "7", "--quiet"}).code, 0);
+  EXPECT_EQ(bytes(file("alone.wav")), bytes(file("out/quiet.wav")));
+
+  const Result clip = run({"synth", loud, "-o", file("clip.wav"), "--fail-on-clip", "--quiet"});
+  EXPECT_EQ(clip.code, 3);
+  EXPECT_NE(clip.err.find("samples clipped (the files are written)"), std::string::npos) << clip.err;
+  EXPECT_TRUE(std::filesystem::exists(file("clip.wav")));
+
+  // A folder that cannot be made, a table that cannot be read: nothing written.
+  const auto before = leftBehind();
+  EXPECT_EQ(run({"synth", quiet, loud, "-o", quiet + "/sub"}).code, 1);
+  EXPECT_EQ(run({"synth", quiet, file("missing.vdr"), "-o", file("more")}).code, 1);
+  EXPECT_EQ(leftBehind(), before);
+}
+
+TEST_F(BatchCommandsTest, ContinuumStepsShareTheirNoiseAndTheManifestSaysWhatTheFilesHold) {
+  const auto breathy = [](CVandrelDoc& d) { setRow(d, kAh, [](int) { return 45; }); };
+  const std::string a = table("a", 20, breathy);
+  const std::string b = table("b", 20, [&](CVandrelDoc& d) {
+    breathy(d);
+    setRow(d, kF1, [](int) { return 700; });
+    setRow(d, kF2, [](int c) { return 1500 - 20 * c; });  // differs most at the last frame
+  });
+  const Result r = run({"continuum", a, b, "--steps", "5", "-o", file("steps"), "--wav", "--scale", "bark"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.out, "wrote 5 steps with WAVs to " + file("steps") + ", stepping 2 rows: f2 f1\n");
+
+  // The ends synthesize as the tables themselves do, noise and all.
+  ASSERT_EQ(run({"synth", a, b, "-o", file("ends"), "--quiet"}).code, 0);
+  EXPECT_EQ(bytes(file("steps/step_01.wav")), bytes(file("ends/a.wav")));
+  EXPECT_EQ(bytes(file("steps/step_05.wav")), bytes(file("ends/b.wav")));
+
+  const auto manifest = lines(bytes(file("steps/manifest.tsv")));
+  ASSERT_EQ(manifest.size(), 6u);
+  EXPECT_EQ(manifest[0], "step\tfile\tf2@190ms\tf1@0ms");
+  for (int s = 1; s <= 5; ++s) {
+    SCOPED_TRACE(manifest[static_cast<std::size_t>(s)]);
+    std::istringstream in(manifest[static_cast<std::size_t>(s)]);
+    int step = 0, f2 = 0, f1 = 0;
+    std::string name;
+    in >> step >> name >> f2 >> f1;
+    EXPECT_EQ(step, s);
+    const VdrReadResult held = readVdrFile(file("steps/" + name), ParameterSet{});
+    ASSERT_TRUE(held.ok()) << held.detail;
+    EXPECT_EQ(held.content.table.value(kF2, 19), f2);
+    EXPECT_EQ(held.content.table.value(kF1, 0), f1);
+  }
+
+  // Ends of different timing: refused, and no folder is left.
+  const std::string longer = table("longer", 21);
+  const Result bad = run({"continuum", a, longer, "--steps", "3", "-o", file("bad/deeper")});
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_NE(bad.err.find("(20 frames of 10 ms against 21 frames of 10 ms)"), std::string::npos) << bad.err;
+  EXPECT_FALSE(std::filesystem::exists(file("bad")));
+}
+
+TEST_F(BatchCommandsTest, CopyWritesATableTheEditorReadsAndSynthesizes) {
+  const std::string src = table("src", 40, [](CVandrelDoc& d) {
+    setRow(d, kF0, [](int c) { return 1000 + 10 * c; });
+    setRow(d, kF2, [](int c) { return 1100 + 15 * c; });
+  });
+  ASSERT_EQ(run({"synth", src, "-o", file("src.wav"), "--quiet"}).code, 0);
+  for (const char* rate : {"11025", "22050"}) {
+    SCOPED_TRACE(rate);
+    const Result r = run({"copy", file("src.wav"), "-o", file("copy.vdr"), "--rate", rate});
+    ASSERT_EQ(r.code, 0) << r.err;
+    const auto out = lines(r.out);
+    ASSERT_EQ(out.size(), 21u);
+    EXPECT_EQ(out[0].substr(0, out[0].find(" voiced")).substr(0, 40),
+              ("wrote " + file("copy.vdr")).substr(0, 40));
+    EXPECT_EQ(out[1], "row\tanchors");
+    EXPECT_EQ(out[2].substr(0, 3), "f0\t");
+
+    CVandrelDoc doc;
+    const VdrReadResult read = readVdrFile(file("copy.vdr"), doc.params());
+    ASSERT_TRUE(read.ok()) << read.detail;
+    loadVdr(doc, read.content);
+    EXPECT_EQ(doc.table.columns(), 40);
+    EXPECT_GT(doc.table.anchorCount(), 0);
+    KlattState state;
+    ASSERT_TRUE(synthesize(doc, {}, state));
+    EXPECT_EQ(doc.synthesized.sampleRate, std::stod(rate));
+    EXPECT_NEAR(doc.table.value(kF0, 20), 1200, 60);
+  }
+}
+
+TEST_F(BatchCommandsTest, ExportGoesOnInPraatAndInR) {
+  const std::string src = table(
+      "src", 30, [](CVandrelDoc& d) { setRow(d, kF0, [](int c) { return c < 25 ? 1000 + 40 * c : 0; }); });
+  ASSERT_EQ(run({"export", src, "--to", "tsv", "-o", file("shown.tsv"), "--quiet"}).code, 0);
+  ASSERT_EQ(run({"export", src, "--to", "tsv", "-o", file("all.tsv"), "--all", "--quiet"}).code, 0);
+  EXPECT_EQ(lines(bytes(file("shown.tsv"))).size(), 1u + 30 * 31);
+  const auto all = lines(bytes(file("all.tsv")));
+  ASSERT_EQ(all.size(), 1u + 30 * 48);
+  EXPECT_EQ(all[48 * 3 + 1], "30\tf0\t1120");
+
+  const Result r = run({"export", src, "--to", "klattgrid", "-o", file("src.KlattGrid")});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.out, "wrote " + file("src.KlattGrid") + ": 30 frames of 10 ms as a KlattGrid\n");
+  if (!std::filesystem::exists("/usr/bin/praat")) GTEST_SKIP() << "praat is not installed";
+
+  // Praat reads it back and synthesizes it: the table's duration, and its
+  // pitch at the middles of frames 0, 10 and 24 is f0 / 10.
+  std::FILE* script = std::fopen(file("read.praat").c_str(), "w");
+  ASSERT_NE(script, nullptr);
+  std::fprintf(script,
+               "grid = Read from file: \"%s\"\n"
+               "pitch = Extract pitch tier\n"
+               "duration = Get total duration\n"
+               "appendInfo: duration\n"
+               "times# = {0.005, 0.105, 0.245}\n"
+               "for k to 3\n"
+               "  f = Get value at time: times#[k]\n"
+               "  appendInfo: \" \", f\n"
+               "endfor\n"
+               "selectObject: grid\n"
+               "sound = To Sound\n"
+               "duration = Get total duration\n"
+               "appendInfoLine: \" \", duration\n",
+               file("src.KlattGrid").c_str());
+  std::fclose(script);
+  const Result praat = runProgram("/usr/bin/praat", {"--run", file("read.praat")});
+  ASSERT_EQ(praat.code, 0) << praat.err;
+  EXPECT_EQ(praat.out, "0.3 100 140 196 0.3\n");
+}
+
+}  // namespace
+}  // namespace vandrel
