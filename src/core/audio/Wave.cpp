@@ -168,7 +168,12 @@ WaveLoad loadWaveFile(const std::string& path, SampleSet& set, WaveLoadInfo* inf
   std::error_code ec;
   const auto size = std::filesystem::file_size(path, ec);
   if (!ec && size > kMaxAudioFileBytes) return WaveLoad::kCannotOpen;
+  // Twelve bytes tell a wave from anything else; a long parameter table,
+  // which every open tries as a wave first, is then not read twice.
   std::string bytes;
+  if (!readWholeFile(path, bytes, 12)) return WaveLoad::kCannotOpen;
+  if (bytes.size() < 12 || (bytes.compare(0, 4, "RIFF") != 0 && bytes.compare(8, 4, "WAVE") != 0))
+    return WaveLoad::kNotWave;
   if (!readWholeFile(path, bytes)) return WaveLoad::kCannotOpen;
   return decodeWave(bytes, set, info);
 }

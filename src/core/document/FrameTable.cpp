@@ -6,10 +6,14 @@ namespace vandrel {
 
 void FrameTable::reset(int columns, const ParameterSet& set) {
   columns_ = std::max(columns, 0);
-  values_.assign(static_cast<std::size_t>(kParamCount) * static_cast<std::size_t>(columns_), 0.0);
-  anchors_.assign(values_.size(), 0);
+  const auto width = static_cast<std::size_t>(columns_);
+  // Each row straight to its default: one pass over a table that can be
+  // hundreds of megabytes.
+  values_.clear();
+  values_.reserve(static_cast<std::size_t>(kParamCount) * width);
   for (int r = 0; r < kParamCount; ++r)
-    std::fill_n(row(r), columns_, static_cast<double>(set.at(r).defaultValue));
+    values_.insert(values_.end(), width, static_cast<double>(set.at(r).defaultValue));
+  anchors_.assign(values_.size(), 0);
 }
 
 int FrameTable::anchorCount() const {

@@ -1,7 +1,9 @@
 #include "document/VdrFile.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <optional>
@@ -125,15 +127,73 @@ class LineReader {
     return true;
   }
 
-  // How many lines are left, without reading them.
+  // How many lines are left, without reading them: every LF, every CR not
+  // followed by one, and a last line without a line end.
   std::size_t remaining() const {
+    const char* const end = text_.data() + text_.size();
+    const char* const from = text_.data() + pos_;
     std::size_t n = 0;
-    for (std::size_t i = pos_; i < text_.size(); ++i) {
-      if (text_[i] == '\n' || (text_[i] == '\r' && (i + 1 == text_.size() || text_[i + 1] != '\n'))) ++n;
-    }
+    for (const char* lf = from;
+         (lf = static_cast<const char*>(std::memchr(lf, '\n', static_cast<std::size_t>(end - lf)))) !=
+         nullptr;
+         ++lf)
+      ++n;
+    for (const char* cr = from;
+         (cr = static_cast<const char*>(std::memchr(cr, '\r', static_cast<std::size_t>(end - cr)))) !=
+         nullptr;
+         ++cr)
+      if (cr + 1 == end || cr[1] != '\n') ++n;
     const char last = text_.empty() ? '\n' : text_.back();
     if (!atEnd() && last != '\n' && last != '\r') ++n;
     return n;
+  }
+
+  // Reads the next line as exactly `count` plain numbers into `out`: each
+  // field blanks, an optional sign, digits, an optional fraction, blanks; then
+  // nothing but empty fields. Anything else - and a line beyond
+  // kMaxVdrLineBytes - leaves the line unread and returns false, for next()
+  // to read and the caller to judge. Data lines are nearly all of a table's
+  // text: this keeps them from a vector of fields and a second pass each.
+  bool nextNumbers(std::int32_t* out, std::size_t count) {
+    const char* const begin = text_.data();
+    const char* const end = begin + text_.size();
+    const char* p = begin + pos_;
+    const auto blank = [](char ch) { return ch == ' ' || ch == '\v' || ch == '\f'; };
+    for (std::size_t k = 0; k < count; ++k) {
+      if (k > 0) {
+        if (p == end || *p != '\t') return false;
+        ++p;
+      }
+      while (p != end && blank(*p)) ++p;
+      bool negative = false;
+      if (p != end && (*p == '+' || *p == '-')) negative = *p++ == '-';
+      std::int64_t v = 0;
+      const char* const digits = p;
+      while (p != end && static_cast<unsigned>(*p - '0') < 10U) {
+        v = v * 10 + (*p++ - '0');
+        if (v > 2147483648LL) return false;
+      }
+      bool any = p != digits;
+      if (p != end && *p == '.') {
+        ++p;
+        while (p != end && static_cast<unsigned>(*p - '0') < 10U) {
+          any = true;
+          ++p;
+        }
+      }
+      if (!any) return false;
+      if (negative) v = -v;
+      if (v > 2147483647LL) return false;
+      out[k] = static_cast<std::int32_t>(v);
+      while (p != end && blank(*p)) ++p;
+    }
+    while (p != end && (*p == '\t' || blank(*p))) ++p;  // trailing empty fields
+    if (p != end && *p != '\r' && *p != '\n') return false;
+    if (static_cast<std::size_t>(p - (begin + pos_)) > kMaxVdrLineBytes) return false;
+    if (p != end) p += (*p == '\r' && p + 1 != end && p[1] == '\n') ? 2 : 1;
+    pos_ = static_cast<std::size_t>(p - begin);
+    ++number_;
+    return true;
   }
 
   // Looks at the next line without taking it.
@@ -334,8 +394,13 @@ class Parser {
     for (std::size_t i = from; i < col.size(); ++i) digits = digits && col[i] >= '0' && col[i] <= '9';
     const auto column = digits ? parseNumber(col) : std::nullopt;
     if (!column) fail(line, "'" + std::string(e.substr(0, 40)) + "' is not an anchor entry (name,column)");
-    const auto row = paramIndex(name);
-    return {row ? *row : -1, *column};
+    // The entries come row by row: most name the row of the one before.
+    if (name != lastAnchorName_) {
+      const auto row = paramIndex(name);
+      lastAnchorName_ = name;
+      lastAnchorRow_ = row ? *row : -1;
+    }
+    return {lastAnchorRow_, *column};
   }
 
   void readData(VdrContent& c, int frames, const std::vector<int>& columnRow) {
@@ -345,14 +410,29 @@ class Parser {
       fail(in_.lineNumber() + in_.remaining() + 1, "the file ends after " + std::to_string(in_.remaining()) +
                                                        " of " + std::to_string(frames) + " frames");
     c.table.reset(frames, defaults_);
+    // Frames are read a block at a time and stored row by row: the table
+    // keeps each row together, and 48 rows written a value at a time would
+    // each miss the cache.
+    constexpr std::size_t kBlock = 64;
+    const std::size_t width = columnRow.size();
+    std::vector<std::int32_t> block(kBlock * width);
     Line l;
-    for (int f = 0; f < frames; ++f) {
-      in_.next(l);
-      if (l.fields.size() != columnRow.size())
-        fail(l.number, std::to_string(columnRow.size()) + " values expected, " +
-                           std::to_string(l.fields.size()) + " found");
-      for (std::size_t k = 0; k < columnRow.size(); ++k)
-        c.table.setValue(columnRow[k], f, static_cast<double>(number(l, k)));
+    for (std::size_t first = 0; first < static_cast<std::size_t>(frames); first += kBlock) {
+      const std::size_t count = std::min(kBlock, static_cast<std::size_t>(frames) - first);
+      for (std::size_t f = 0; f < count; ++f) {
+        std::int32_t* values = block.data() + f * width;
+        if (in_.nextNumbers(values, width)) continue;
+        // Not a plain line: read it field by field, which says what is wrong.
+        in_.next(l);
+        if (l.fields.size() != width)
+          fail(l.number,
+               std::to_string(width) + " values expected, " + std::to_string(l.fields.size()) + " found");
+        for (std::size_t k = 0; k < width; ++k) values[k] = number(l, k);
+      }
+      for (std::size_t k = 0; k < width; ++k) {
+        double* row = c.table.row(columnRow[k]) + first;
+        for (std::size_t f = 0; f < count; ++f) row[f] = static_cast<double>(block[f * width + k]);
+      }
     }
   }
 
@@ -376,6 +456,8 @@ class Parser {
 
   LineReader in_;
   const ParameterSet& defaults_;
+  std::string_view lastAnchorName_;
+  int lastAnchorRow_ = -1;
 };
 
 }  // namespace

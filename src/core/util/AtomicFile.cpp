@@ -1,10 +1,12 @@
 #include "util/AtomicFile.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <system_error>
 
@@ -57,12 +59,23 @@ std::string writeFileAtomically(const std::string& path, std::string_view bytes)
   return {};
 }
 
-bool readWholeFile(const std::string& path, std::string& bytes) {
+bool readWholeFile(const std::string& path, std::string& bytes, std::size_t maxBytes) {
   std::ifstream f(path, std::ios::binary);
   if (!f) return false;
   std::error_code ec;
   if (fs::is_directory(path, ec)) return false;
-  bytes.assign(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
+  // A file of known size in one allocation and one read (a long table is
+  // tens of megabytes); what a file reports no size for (/proc, a pipe) or
+  // has grown by meanwhile is read on to its end.
+  const auto size = fs::file_size(path, ec);
+  bytes.clear();
+  if (!ec && size > 0) {
+    bytes.resize(static_cast<std::size_t>(std::min<std::uintmax_t>(size, maxBytes)));
+    f.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(f.gcount()));
+  }
+  for (std::istreambuf_iterator<char> in(f), end; in != end && bytes.size() < maxBytes; ++in)
+    bytes.push_back(*in);
   return !f.bad();
 }
 
