@@ -30,6 +30,7 @@ constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the fou
 // fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
 // low F1 up in any LPC analysis of the copy.
 constexpr double kOpenQuotient = 0.5;
+constexpr int kMatchPasses = 3;   // the resonators carry level across frames: a few rounds settle it
 constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-frame jitter is not a bend
 constexpr double kFormantWindowMs = FormantTrackSettings::kDefaultWindowMs;
 const double kMinusInf = -std::numeric_limits<double>::infinity();
@@ -145,20 +146,29 @@ int sourceRow(const FrameTable& t, int c) {
 }
 
 // Synthesizes `doc` and moves each frame's sounding amplitude by the level
-// the synthesis misses the recording by.
-void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted) {
+// the synthesis misses the recording by; where voiced, it also moves the
+// tilt by how much brighter (more of the level above 2.5 kHz) the synthesis
+// is: the synthesizer's source is flatter than most voices.
+void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std::vector<double>& wantedHigh) {
   KlattState state;
   state.reset(1);
   if (!synthesize(doc, {}, state)) return;
   const SynthesisSetup setup = synthesisSetup(doc);
-  const std::vector<double> got =
-      frameLevels(asDoubles(doc.synthesized.samples), setup.samplesPerFrame,
-                  kLevelWindowMs * setup.sampleRate / 1000.0, doc.table.columns());
-  for (int c = 0; c < doc.table.columns(); ++c) {
+  const std::vector<double> x = asDoubles(doc.synthesized.samples);
+  const double window = kLevelWindowMs * setup.sampleRate / 1000.0;
+  const int frames = doc.table.columns();
+  const std::vector<double> got = frameLevels(x, setup.samplesPerFrame, window, frames);
+  const std::vector<double> gotHigh =
+      frameLevels(highPass(x, setup.sampleRate, kFricationHz), setup.samplesPerFrame, window, frames);
+  for (int c = 0; c < frames; ++c) {
+    const auto uc = static_cast<std::size_t>(c);
     const int row = sourceRow(doc.table, c);
-    const double g = got[static_cast<std::size_t>(c)], w = wanted[static_cast<std::size_t>(c)];
+    const double g = got[uc], w = wanted[uc];
     if (row < 0 || !std::isfinite(g) || !std::isfinite(w)) continue;
     doc.table.setValue(row, c, held(doc.params().at(row), doc.table.value(row, c) + (w - g)));
+    const double brighter = (gotHigh[uc] - g) - (wantedHigh[uc] - w);
+    if (row == kAv && std::isfinite(brighter))
+      doc.table.setValue(kTl, c, held(doc.params().at(kTl), doc.table.value(kTl, c) + brighter));
   }
 }
 
@@ -166,7 +176,7 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted) {
 
 const std::vector<int>& copiedRows() {
   static const std::vector<int> rows = [] {
-    std::vector<int> r{kF0, kAv, kAh, kAf};
+    std::vector<int> r{kF0, kAv, kAh, kAf, kTl};
     r.insert(r.end(), {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kA5f, kA4f, kA3f, kA2f, kOq});
     return r;
   }();
@@ -175,7 +185,8 @@ const std::vector<int>& copiedRows() {
 
 double copyTolerance(const CopySettings& s, int row) {
   if (row == kF0) return s.f0ToleranceTenths;
-  if (row == kAv || row == kAh || row == kAf || (row >= kA5f && row <= kA2f)) return s.amplitudeToleranceDb;
+  if (row == kAv || row == kAh || row == kAf || row == kTl || (row >= kA5f && row <= kA2f))
+    return s.amplitudeToleranceDb;
   if (row >= kF5 && row <= kF1) return s.formantToleranceHz;
   if (row >= kB5 && row <= kB1) return s.bandwidthToleranceHz;
   if (row == kOq) return s.openPhaseToleranceSamples;
@@ -338,8 +349,12 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       t.setValue(kParallelRows[k], c, held(ps.at(kParallelRows[k]), av[static_cast<std::size_t>(k)][uc]));
   }
 
-  matchLevels(*doc, level);
-  matchLevels(*doc, level);
+  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high);
+  // The tilt shapes voicing only: where unvoiced it follows the voiced frames
+  // around, so that it bends nowhere it is not heard.
+  std::vector<double> tl(t.row(kTl), t.row(kTl) + frames);
+  fillGaps(tl, voiced, ps.at(kTl).defaultValue);
+  for (int c = 0; c < frames; ++c) t.setValue(kTl, c, std::round(tl[static_cast<std::size_t>(c)]));
 
   // Anchors where the tracks bend; the editor's interpolation fills the rest.
   std::vector<double> row(static_cast<std::size_t>(frames));

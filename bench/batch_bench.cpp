@@ -1,0 +1,108 @@
+// The batch commands' work: copy synthesis of a 60 s recording, and a
+// continuum of 11 steps of a 500 ms syllable written with its WAVs.
+//
+// The recording is the natural speech of pocketsphinx-testdata (16 kHz)
+// repeated to 60 s when it is installed, otherwise 60 s of a synthesized
+// table whose pitch and formants wander.
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "audio/Wave.h"
+#include "batch/Continuum.h"
+#include "batch/CopySynthesis.h"
+#include "document/VdrFile.h"
+#include "engine/Synthesizer.h"
+#include "util/AtomicFile.h"
+
+namespace vandrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+const SampleSet& recording60s() {
+  static const SampleSet rec = [] {
+    SampleSet out;
+    const fs::path dir = "/usr/share/pocketsphinx/test/data/librivox";
+    std::vector<SampleSet> parts;
+    std::error_code ec;
+    for (const auto& e : fs::directory_iterator(dir, ec)) {
+      SampleSet s;
+      if (e.path().extension() == ".wav" && loadWaveFile(e.path().string(), s) == WaveLoad::kOk)
+        parts.push_back(s);
+    }
+    if (!parts.empty()) {
+      out.sampleRate = parts[0].sampleRate;
+      const auto want = static_cast<std::size_t>(60.0 * out.sampleRate);
+      while (out.samples.size() < want)
+        for (const auto& p : parts) out.samples.insert(out.samples.end(), p.samples.begin(), p.samples.end());
+      out.samples.resize(want);
+      return out;
+    }
+    CVandrelDoc doc;
+    doc.params().frameCount = 6000;
+    doc.params().fileLengthMs = 60000;
+    doc.table.reset(6000, doc.params());
+    for (int c = 0; c < 6000; ++c) {
+      doc.table.setValue(kF0, c, 1100 + 300 * std::sin(c / 37.0));
+      doc.table.setValue(kF1, c, 600 + 200 * std::sin(c / 13.0));
+      doc.table.setValue(kF2, c, 1500 + 400 * std::sin(c / 17.0));
+      doc.table.setValue(kAv, c, c % 50 < 40 ? 60 : 0);
+    }
+    KlattState state;
+    synthesize(doc, {}, state);
+    return doc.synthesized;
+  }();
+  return rec;
+}
+
+void BM_Copy60s(benchmark::State& st) {
+  const SampleSet& rec = recording60s();
+  for (auto _ : st) {
+    CVandrelDoc doc;
+    const CopyResult r = copySynthesis(rec, CopySettings{}, doc);
+    std::string text = writeVdr(doc, VdrKind::kAllParameters);
+    benchmark::DoNotOptimize(text);
+    if (r.status != CopyResult::Status::kOk) st.SkipWithError("copy failed");
+  }
+  st.counters["recording_s"] = static_cast<double>(rec.samples.size()) / rec.sampleRate;
+}
+BENCHMARK(BM_Copy60s)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// 11 steps between two 500 ms syllables, each written as .vdr and .wav
+// into a temporary folder, as `continuum --steps 11 --wav` does.
+void BM_Continuum11Steps(benchmark::State& st) {
+  CVandrelDoc a;
+  a.params().frameCount = 50;
+  a.params().fileLengthMs = 500;
+  a.table.reset(50, a.params());
+  CVandrelDoc b = a;
+  for (int c = 0; c < 50; ++c) {
+    a.table.setValue(kF2, c, 1100 + 10 * c);
+    b.table.setValue(kF2, c, 1800 - 5 * c);
+    b.table.setValue(kF1, c, 300 + 4 * c);
+  }
+  const fs::path dir = fs::temp_directory_path() / "vandrel_continuum_bench";
+  fs::create_directories(dir);
+  const ContinuumPlan plan = planContinuum(a.table, b.table, {});
+  for (auto _ : st) {
+    CVandrelDoc doc = a;
+    for (int s = 0; s < 11; ++s) {
+      doc.table = continuumStep(a.table, b.table, plan, s, 11, ContinuumScale::kBark);
+      const std::string stem = (dir / ("step_" + std::to_string(s + 1))).string();
+      writeFileAtomically(stem + ".vdr", writeVdr(doc, VdrKind::kAllParameters));
+      KlattState state;
+      synthesize(doc, {}, state);
+      saveWaveFile(stem + ".wav", doc.synthesized);
+    }
+  }
+  fs::remove_all(dir);
+}
+BENCHMARK(BM_Continuum11Steps)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+}  // namespace vandrel
