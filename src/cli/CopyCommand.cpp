@@ -12,7 +12,8 @@
 namespace vandrel::cli {
 
 const char* const kCopyHelp =
-    "usage: vandrel-cli copy AUDIO -o OUT.vdr [--interval MS] [--rate 11025|22050] [--quiet]\n"
+    "usage: vandrel-cli copy AUDIO -o OUT.vdr [--interval MS] [--rate 11025|22050]\n"
+    "                        [--tolerances F0,FORMANT,BANDWIDTH,AMPLITUDE] [--quiet]\n"
     "\n"
     "Copy synthesis: a parameter table that imitates a recording, with anchor\n"
     "cells only where its tracks bend.\n"
@@ -38,6 +39,8 @@ const char* const kCopyHelp =
     "  --interval MS    frame interval, 1..100 ms (10)\n"
     "  --rate R         synthesis rate: 11025 (default) or 22050, which shows\n"
     "                   f6 and so synthesizes eight cascade formants\n"
+    "  --tolerances T   the four tolerances, Hz, Hz, Hz and dB (2,20,40,2);\n"
+    "                   wider ones give fewer anchors (oq keeps 2 samples)\n"
     "  --quiet          print nothing on success\n"
     "\n"
     "Exit codes: 0 success, 1 an unreadable, unusable or too short recording\n"
@@ -53,7 +56,7 @@ int copyCommand(const Args& args) {
     const std::string& a = args[i];
     if (a == "--quiet") {
       quiet = true;
-    } else if (a == "-o" || a == "--output" || a == "--interval" || a == "--rate") {
+    } else if (a == "-o" || a == "--output" || a == "--interval" || a == "--rate" || a == "--tolerances") {
       if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
       const std::string& v = args[++i];
       long n = 0;
@@ -62,6 +65,19 @@ int copyCommand(const Args& args) {
           return complain(kExitOptions, kCmd, "--interval wants a whole number of ms from 1 to 100, not '%s'",
                           v.c_str());
         settings.intervalMs = static_cast<int>(n);
+      } else if (a == "--tolerances") {
+        double t[4];
+        char tail = 0;
+        if (std::sscanf(v.c_str(), "%lf,%lf,%lf,%lf%c", &t[0], &t[1], &t[2], &t[3], &tail) != 4 ||
+            !(t[0] >= 0 && t[1] >= 0 && t[2] >= 0 && t[3] >= 0 && t[0] + t[1] + t[2] + t[3] < 1e6))
+          return complain(
+              kExitOptions, kCmd,
+              "--tolerances wants four numbers 0 or more, F0,FORMANT,BANDWIDTH,AMPLITUDE, not '%s'",
+              v.c_str());
+        settings.f0ToleranceTenths = 10.0 * t[0];
+        settings.formantToleranceHz = t[1];
+        settings.bandwidthToleranceHz = t[2];
+        settings.amplitudeToleranceDb = t[3];
       } else if (a == "--rate") {
         if (v != "11025" && v != "22050")
           return complain(kExitOptions, kCmd, "--rate wants 11025 or 22050, not '%s'", v.c_str());

@@ -30,7 +30,7 @@ constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the fou
 // fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
 // low F1 up in any LPC analysis of the copy.
 constexpr double kOpenQuotient = 0.5;
-constexpr int kMatchPasses = 3;   // the resonators carry level across frames: a few rounds settle it
+constexpr int kMatchPasses = 2;   // the resonators carry level across frames: a second round settles it
 constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-frame jitter is not a bend
 constexpr double kFormantWindowMs = FormantTrackSettings::kDefaultWindowMs;
 const double kMinusInf = -std::numeric_limits<double>::infinity();

@@ -22,7 +22,7 @@
 // each frame's level compared with the recording's, and av, ah or af moved
 // by the difference; in voiced frames the tilt tl is moved by how much more
 // of the level lies above 2.5 kHz in the synthesis than in the recording.
-// Three rounds, since the resonators carry level across frames.
+// Two rounds, since the resonators carry level across frames.
 // In silent frames the formants do not sound: they are filled in straight
 // lines from the sounding frames around them, which costs no anchors.
 //
