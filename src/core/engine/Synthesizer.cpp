@@ -32,15 +32,28 @@ SynthesisSetup synthesisSetup(const CVandrelDoc& doc) {
   return s;
 }
 
-bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state) {
+namespace {
+
+// Runs one engine over the whole table of `doc` into `out` (its rate, length
+// and samples), with the engine's output select `select`. False when the
+// working memory cannot be had; `out` is then as it was.
+bool render(const CVandrelDoc& doc, std::uint8_t select, const ProgressFn& progress, KlattState& state,
+            SampleSet& out) {
   const ParameterSet& ps = doc.params();
   const SynthesisSetup setup = synthesisSetup(doc);
 
   std::vector<std::int32_t> work;
   std::unique_ptr<CKlattEngine> engine;
+  std::vector<std::int16_t> samples;
+  const double sampleCount = setup.sampleRate * ps.fileLengthMs / 1000.0;
+  // The block is twice the sample count in bytes, truncated; an odd byte count
+  // keeps its last byte as the low half of one more sample. Samples the frames
+  // do not reach (a file length that is not whole frames) stay zero.
+  const auto byteCount = static_cast<std::size_t>(std::max(0.0, 2.0 * sampleCount));
   try {
     work.assign(static_cast<std::size_t>(std::max(kWorkSamples, setup.samplesPerFrame)), 0);
     engine = std::make_unique<CKlattEngine>(state);
+    samples.assign((byteCount + 1) / 2, 0);
   } catch (const std::bad_alloc&) {
     return false;
   }
@@ -50,36 +63,13 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
   cfg.quiet = 1;
   cfg.sampledTable = CKlattEngine::sampledGlottalWave().data();
   cfg.sampledLength = 100;
-  cfg.outputSelect = CKlattEngine::kNormal;
+  cfg.outputSelect = select;
   cfg.flutter = 0;
   cfg.sourceType = CKlattEngine::kNatural;
   cfg.model = ps.cascadeParallel != 0 ? CKlattEngine::kCascadeParallel : CKlattEngine::kAllParallel;
   cfg.sampleRate = setup.sampleRate;
   cfg.cascadeFormants = setup.cascadeFormants;
   cfg.samplesPerFrame = setup.samplesPerFrame;
-
-  doc.sampleRate = setup.sampleRate;
-  doc.highRate = setup.sampleRate == 22050;
-
-  // The first synthesis of a document leaves both buffers holding its sound.
-  const bool copyAtEnd = doc.synthesized.byteSize() < 100;
-  if (!copyAtEnd) doc.previous = doc.synthesized;
-
-  SampleSet& out = doc.synthesized;
-  out.sampleRate = setup.sampleRate;
-  out.fileLengthMs = ps.fileLengthMs;
-  out.sampleCount = out.sampleRate * ps.fileLengthMs / 1000.0;
-  // The block is twice the sample count in bytes, truncated; an odd byte count
-  // keeps its last byte as the low half of one more sample. Samples the frames
-  // do not reach (a file length that is not whole frames) stay zero.
-  const double bytes = std::max(0.0, 2.0 * out.sampleCount);
-  const auto byteCount = static_cast<std::size_t>(bytes);
-  try {
-    out.samples.assign((byteCount + 1) / 2, 0);
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-
   engine->initialise();
 
   const int frames = std::min(ps.frameCount, doc.table.columns());
@@ -91,15 +81,41 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
     engine->synthesizeFrame(rec, w);
 
     const std::size_t at = static_cast<std::size_t>(f) * spf;
-    const std::size_t n = at < out.samples.size() ? std::min(spf, out.samples.size() - at) : 0;
-    for (std::size_t i = 0; i < n; ++i) out.samples[at + i] = static_cast<std::int16_t>(work[i]);
+    const std::size_t n = at < samples.size() ? std::min(spf, samples.size() - at) : 0;
+    for (std::size_t i = 0; i < n; ++i) samples[at + i] = static_cast<std::int16_t>(work[i]);
     if (progress) progress(f + 1, frames);
   }
 
+  out.sampleRate = setup.sampleRate;
+  out.fileLengthMs = ps.fileLengthMs;
+  out.sampleCount = sampleCount;
+  out.samples = std::move(samples);
+  return true;
+}
+
+}  // namespace
+
+bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state) {
+  // The first synthesis of a document leaves both buffers holding its sound.
+  const bool copyAtEnd = doc.synthesized.byteSize() < 100;
+  SampleSet fresh;
+  if (!render(doc, CKlattEngine::kNormal, progress, state, fresh)) return false;
+
+  const SynthesisSetup setup = synthesisSetup(doc);
+  doc.sampleRate = setup.sampleRate;
+  doc.highRate = setup.sampleRate == 22050;
+  if (!copyAtEnd) doc.previous = std::move(doc.synthesized);
+  doc.synthesized = std::move(fresh);
   if (copyAtEnd) doc.previous = doc.synthesized;
   doc.changedSinceSynthesis = false;
   doc.changedCompanion = false;
   return true;
+}
+
+SampleSet synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state) {
+  SampleSet out;
+  if (!render(doc, select, {}, state, out)) return {};
+  return out;
 }
 
 bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress) {

@@ -26,6 +26,14 @@ SynthesisSetup synthesisSetup(const CVandrelDoc& doc);
 // only when the working memory cannot be had.
 bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {}, KlattState& state = processKlattState());
 
+// The table of `doc` synthesized with the engine's output select `select`
+// (CKlattEngine::OutputSelect: one of its intermediate signals instead of the
+// normal output), for listening to one part of the synthesizer. The document
+// is left alone: its buffers, flags and history. `state` is a copy, so the
+// noise of the next real synthesis does not move on. Empty when the working
+// memory cannot be had.
+SampleSet synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state = processKlattState());
+
 // Synthesizes when the table changed since the last synthesis (or nothing
 // has been synthesized yet), then tells the document's observers about the
 // new synthesized and previous buffers and the cleared flag. Returns true

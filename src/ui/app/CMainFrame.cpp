@@ -73,6 +73,7 @@ CMainFrame::CMainFrame(ShellEnvironment environment, QWidget* parent)
   installFileCommands(router_);
   installWindowCommands(router_);
   runCommandInstallers(router_);
+  runFrameDecorators(*this);
 
   const auto& d = env_.config.display;
   if (d.width > 0 && d.height > 0) setGeometry(d.x, d.y, d.width, d.height);

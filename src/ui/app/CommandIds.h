@@ -64,6 +64,10 @@ enum CommandId : int {
   ID_PLAY_CURRENT = 32784,
   ID_PLAY_PREVIOUS = 32785,
   ID_PLAY_AUDIO = 32786,
+  ID_PLAY_LOOP = 32817,
+  ID_PLAY_STOP = 32818,
+  ID_PLAY_SWITCH = 32819,
+  ID_LISTEN_TO_FIRST = 32820,  // ... + 6: the "Listen to" choices
 
   // Options
   ID_OPTIONS_PITCH = 32771,

@@ -13,6 +13,10 @@ std::vector<CommandInstaller>& installers() {
   static std::vector<CommandInstaller> list;
   return list;
 }
+std::vector<FrameDecorator>& decorators() {
+  static std::vector<FrameDecorator> list;
+  return list;
+}
 }  // namespace
 
 vandrel::CVandrelDoc* CommandContext::doc() const { return document ? &document->doc() : nullptr; }
@@ -55,6 +59,15 @@ bool addCommandInstaller(CommandInstaller installer) {
 
 void runCommandInstallers(CommandRouter& router) {
   for (const auto installer : installers()) installer(router);
+}
+
+bool addFrameDecorator(FrameDecorator decorator) {
+  decorators().push_back(decorator);
+  return true;
+}
+
+void runFrameDecorators(CMainFrame& frame) {
+  for (const auto decorator : decorators()) decorator(frame);
 }
 
 }  // namespace vandrel::ui

@@ -104,4 +104,11 @@ bool addCommandInstaller(CommandInstaller installer);
 // Runs every registered installer on `router`.
 void runCommandInstallers(CommandRouter& router);
 
+// Widgets that a part of the program adds to every main frame once its menus
+// and toolbar are built (a submenu, a drop-down on the toolbar), registered
+// the same way as installers and run after them.
+using FrameDecorator = void (*)(CMainFrame&);
+bool addFrameDecorator(FrameDecorator decorator);
+void runFrameDecorators(CMainFrame& frame);
+
 }  // namespace vandrel::ui

@@ -1,51 +1,103 @@
 #include "playback/PlayCommands.h"
 
-#include <QObject>
+#include <QAction>
+#include <QActionGroup>
+#include <QMdiArea>
+#include <QMenu>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QToolButton>
 
-#include <memory>
+#include <optional>
 
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
 #include "app/CommandIds.h"
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
 #include "engine/Synthesizer.h"
-#include "playback/PlayCommand.h"
+#include "playback/ListenTo.h"
+#include "playback/Listening.h"
+#include "table/CVandrelView.h"
+#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
 namespace {
 
-// Holds a document's player as a child of its OpenDocument, so the player is
-// closed with the document, on the interface thread, while Qt is still up.
-class PlayerSlot : public QObject {
- public:
-  explicit PlayerSlot(QObject* parent) : QObject(parent) { setObjectName(kName); }
-  static constexpr const char* kName = "vandrel-player";
-  std::unique_ptr<CSoundOut> player;
-};
+constexpr const char* kListenGroup = "vandrel-listen-to";
+constexpr const char* kListenButton = "vandrel-listen-to-button";
 
-PlayerSlot* slotOf(OpenDocument& document, bool create) {
-  auto* slot =
-      dynamic_cast<PlayerSlot*>(document.findChild<QObject*>(PlayerSlot::kName, Qt::FindDirectChildrenOnly));
-  if (slot == nullptr && create) slot = new PlayerSlot(&document);
-  return slot;
+std::optional<TimeSpan> tableSpan(const CommandContext& ctx) {
+  CVandrelView* table = CVandrelView::active(ctx);
+  if (!table) return std::nullopt;
+  const TableSelection& s = table->state().selection;
+  const int interval = ctx.document->doc().params().intervalMs;
+  if (s.kind == SelectionKind::kColumn) return columnsSpan(s.column, s.column, interval);
+  // One cell is where the cursor is, not a stretch to listen to.
+  if (s.kind == SelectionKind::kBlock && s.startColumn != s.endColumn)
+    return columnsSpan(s.startColumn, s.endColumn, interval);
+  return std::nullopt;
+}
+
+std::optional<TimeSpan> viewSpan(const CommandContext& ctx) {
+  const auto& s = DocumentCursor::of(*ctx.document).selection();
+  if (!s) return std::nullopt;
+  return TimeSpan{s->startMs, s->endMs};
+}
+
+std::optional<TimeSpan> chosenSpan(const CommandContext& ctx) {
+  const bool tableInFront =
+      qobject_cast<CChildFrame*>(ctx.mainFrame->mdiArea()->activeSubWindow()) != nullptr;
+  const auto first = tableInFront ? tableSpan(ctx) : viewSpan(ctx);
+  return first ? first : (tableInFront ? viewSpan(ctx) : tableSpan(ctx));
+}
+
+bool loopOn(const CommandContext& ctx) {
+  const QAction* loop = ctx.mainFrame->action(ID_PLAY_LOOP);
+  return loop && loop->isChecked();
+}
+
+std::uint8_t soloOf(const CommandContext& ctx) {
+  const auto* group = ctx.mainFrame->findChild<QActionGroup*>(kListenGroup);
+  const QAction* chosen = group ? group->checkedAction() : nullptr;
+  return chosen ? kListenChoices[static_cast<std::size_t>(chosen->data().toInt() - ID_LISTEN_TO_FIRST)].select
+                : std::uint8_t{CKlattEngine::kNormal};
+}
+
+Listening& listeningOf(CommandContext& ctx) {
+  Listening& l = Listening::of(*ctx.document);
+  QObject::connect(&l, &Listening::stopped, ctx.mainFrame, &CMainFrame::updateCommandStates,
+                   Qt::UniqueConnection);
+  return l;
 }
 
 void play(CommandContext& ctx, PlayWhich which) {
-  OpenDocument& document = *ctx.document;
-  CVandrelDoc& doc = document.doc();
+  if (!ctx.document) return;
+  CVandrelDoc& doc = ctx.document->doc();
   QWidget* view = ctx.dialogParent();
-  if (which == PlayWhich::Current && doc.changedSinceSynthesis) {
-    // Synthesize here, behind the progress dialog; the Play command then finds
-    // the table up to date. The dialog is down before any message appears.
-    CProgressDialog::run(
-        view, CProgressDialog::kSynthesizing,
-        [&doc](const CProgressDialog::Progress& progress) { ensureSynthesized(doc, progress); });
+  const std::uint8_t solo = which == PlayWhich::Current ? soloOf(ctx) : std::uint8_t{CKlattEngine::kNormal};
+  if (which == PlayWhich::Current && solo == CKlattEngine::kNormal) {
+    if (doc.changedSinceSynthesis) {
+      // Synthesize here, behind the progress dialog; the dialog is down before
+      // any message appears.
+      CProgressDialog::run(
+          view, CProgressDialog::kSynthesizing,
+          [&doc](const CProgressDialog::Progress& progress) { ensureSynthesized(doc, progress); });
+    }
+    ensureSynthesized(doc);
   }
-  playCommand(doc, which, slotOf(document, true)->player, view);
+  listeningOf(ctx).play(which, chosenSpan(ctx), loopOn(ctx), solo, view);
+}
+
+void switchSides(CommandContext& ctx) {
+  if (!listeningOf(ctx).switchSides(soloOf(ctx), ctx.dialogParent()))
+    ctx.mainFrame->showStatus(QStringLiteral("A/B Switch: play a sound first"));
 }
 
 const bool installed = addCommandInstaller(&installPlayCommands);
+const bool decorated = addFrameDecorator(&decoratePlayMenu);
 
 }  // namespace
 
@@ -53,11 +105,81 @@ void installPlayCommands(CommandRouter& router) {
   router.setHandler(ID_PLAY_CURRENT, [](CommandContext& ctx) { play(ctx, PlayWhich::Current); });
   router.setHandler(ID_PLAY_PREVIOUS, [](CommandContext& ctx) { play(ctx, PlayWhich::Previous); });
   router.setHandler(ID_PLAY_AUDIO, [](CommandContext& ctx) { play(ctx, PlayWhich::Audio); });
+  router.setHandler(ID_PLAY_SWITCH, [](CommandContext& ctx) { switchSides(ctx); });
+  router.setHandler(ID_PLAY_LOOP, [](CommandContext& ctx) {
+    if (Listening* l = ctx.document ? Listening::find(*ctx.document) : nullptr)
+      l->setLoop(loopOn(ctx), ctx.dialogParent());
+  });
+  router.setHandler(
+      ID_PLAY_STOP,
+      [](CommandContext& ctx) {
+        if (Listening* l = Listening::find(*ctx.document)) l->stop();
+      },
+      [](const CommandContext& ctx) {
+        const Listening* l = ctx.document ? Listening::find(*ctx.document) : nullptr;
+        return l != nullptr && l->playing();
+      });
+  // Choosing what to listen to plays it.
+  for (int i = 0; i < static_cast<int>(kListenChoices.size()); ++i)
+    router.setHandler(ID_LISTEN_TO_FIRST + i, [](CommandContext& ctx) { play(ctx, PlayWhich::Current); });
+}
+
+void decoratePlayMenu(CMainFrame& frame) {
+  QAction* loop = frame.action(ID_PLAY_LOOP);
+  QAction* audio = frame.action(ID_PLAY_AUDIO);
+  if (!loop || !audio) return;
+  loop->setCheckable(true);
+
+  auto* group = new QActionGroup(&frame);
+  group->setObjectName(kListenGroup);
+  auto* menu = new QMenu(QStringLiteral("Listen to"), &frame);
+  menu->setObjectName(QStringLiteral("ListenToMenu"));
+  menu->setIcon(QIcon(QStringLiteral(":/icons/listen-to.svg")));
+  for (int i = 0; i < static_cast<int>(kListenChoices.size()); ++i) {
+    const ListenChoice& c = kListenChoices[static_cast<std::size_t>(i)];
+    const int id = ID_LISTEN_TO_FIRST + i;
+    auto* a = menu->addAction(QString::fromUtf8(c.label));
+    a->setObjectName(QStringLiteral("command_%1").arg(id));
+    a->setData(id);
+    a->setCheckable(true);
+    a->setChecked(i == 0);
+    a->setStatusTip(QString::fromUtf8(c.tip));
+    a->setToolTip(QString::fromUtf8(c.tip));
+    group->addAction(a);
+    QObject::connect(a, &QAction::triggered, &frame, [&frame, id] { frame.runCommand(id); });
+  }
+
+  // The submenu goes below the Play items, in the menu that holds them.
+  for (QObject* o : audio->associatedObjects())
+    if (auto* playMenu = qobject_cast<QMenu*>(o)) playMenu->addMenu(menu);
+
+  // The drop-down shows the choice in force, so a changed sound is never a
+  // surprise.
+  auto* button = new QToolButton(frame.toolBar());
+  button->setObjectName(kListenButton);
+  button->setMenu(menu);
+  button->setPopupMode(QToolButton::InstantPopup);
+  button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  button->setIcon(menu->icon());
+  button->setToolTip(QStringLiteral("Listen to the whole output or to one part of the synthesizer"));
+  const auto showChoice = [button](QAction* a) {
+    button->setText(QStringLiteral("Listen to: ") + a->text());
+  };
+  showChoice(group->actions().front());
+  QObject::connect(group, &QActionGroup::triggered, button, showChoice);
+  QAction* before = nullptr;
+  const auto actions = frame.toolBar()->actions();
+  const auto at = actions.indexOf(frame.action(ID_PLAY_SWITCH));
+  if (at >= 0 && at + 1 < actions.size()) before = actions[at + 1];
+  QAction* placed =
+      before ? frame.toolBar()->insertWidget(before, button) : frame.toolBar()->addWidget(button);
+  placed->setData(ID_LISTEN_TO_FIRST);
+  placed->setIcon(menu->icon());
 }
 
 CSoundOut* documentPlayer(OpenDocument& document) {
-  PlayerSlot* slot = slotOf(document, false);
-  return slot != nullptr ? slot->player.get() : nullptr;
+  Listening* l = Listening::find(document);
+  return l != nullptr ? l->player() : nullptr;
 }
 
 }  // namespace vandrel::ui

@@ -88,7 +88,7 @@ bool CSoundOut::SetSource(std::span<const std::int16_t> block, std::size_t first
   haveSource_ = true;
 
   if (!wholeBlock_) {
-    readPos_ = 0;
+    readPos_ = loop_ && loopFrom_ < count_ ? loopFrom_ : 0;
     FillBuffer(0);
     FillBuffer(1);
   }
@@ -99,8 +99,11 @@ void CSoundOut::FillBuffer(std::size_t index) {
   // Slots at or past the end are left alone: the last buffer's tail repeats
   // what that buffer held before. The read position moves on regardless, which
   // is what tells Refill that the end has been written.
+  // A loop starts over instead.
   auto& buf = buffers_[index];
+  const bool loop = loop_.load() && count_ > 0;
   for (int i = 0; i < samplesPerBuffer_; ++i) {
+    if (loop && readPos_ >= count_) readPos_ = 0;
     if (readPos_ < count_) buf[static_cast<std::size_t>(i)] = source_[readPos_];
     ++readPos_;
   }
@@ -294,6 +297,20 @@ void CSoundOut::MarkerStep() {
 QRect CSoundOut::MarkerStrip() const {
   std::lock_guard lock(markerMutex_);
   return markerOn_ ? StripAt(markerStep_) : QRect();
+}
+
+void CSoundOut::SetLoop(bool on, std::size_t from) {
+  loop_ = on;
+  if (!device_.IsOpen()) {
+    startedAsLoop_ = on;
+    loopFrom_ = on ? from : 0;
+  }
+}
+
+std::size_t CSoundOut::SourcePosition() const {
+  if (count_ == 0) return 0;
+  const auto at = static_cast<std::size_t>(device_.PlayedFrames()) + loopFrom_;
+  return startedAsLoop_ ? at % count_ : std::min(at, count_);
 }
 
 std::int64_t CSoundOut::PlayPosition() const {

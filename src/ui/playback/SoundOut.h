@@ -58,6 +58,12 @@ class CSoundOut {
   bool SetSource(std::span<const std::int16_t> block, std::size_t first, std::size_t count, int sampleRate,
                  bool wholeBlock, QWidget* context);
 
+  // Looping, in streamed mode: the source repeats until Close, its first pass
+  // beginning `from` samples in. Set it before SetSource. SetLoop(false) on a
+  // running loop lets the pass it is in play to the end, then stops.
+  void SetLoop(bool on, std::size_t from = 0);
+  bool Looping() const { return loop_.load(); }
+
   // Opens the device and starts playing. Returns 0 or the device's error code.
   int Start();
   int Pause();
@@ -76,6 +82,9 @@ class CSoundOut {
   // Samples of the source heard so far (0 before Start). Views poll it to draw
   // a moving play-position line in either mode.
   std::int64_t PlayPosition() const;
+  // The sample of the source being heard: counted from where the sound began,
+  // and wrapped to the source's length when it was started as a loop.
+  std::size_t SourcePosition() const;
   // True from Start until Close, or until streamed mode reaches the end.
   bool IsPlaying() const { return device_.IsOpen(); }
 
@@ -119,6 +128,9 @@ class CSoundOut {
   std::size_t readPos_ = 0;
   bool haveSource_ = false;
   bool wholeBlock_ = true;
+  std::atomic<bool> loop_{false};
+  bool startedAsLoop_ = false;
+  std::size_t loopFrom_ = 0;
 
   std::vector<std::int16_t> whole_;  // count + 10 samples
   CWaveHeader wholeHeader_;

@@ -14,6 +14,7 @@
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
+#include "playback/PlayHead.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
 #include "table/TablePrintout.h"
@@ -55,6 +56,15 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
     const int row = grid_->isRowHidden(kept_.row) ? std::max(grid_->firstShownRow(), 0) : kept_.row;
     if (columns > 0) grid_->setCurrentCell(row, std::clamp(kept_.column, 0, columns - 1));
     showStoredSelection();
+  });
+
+  // While the document's sound plays, the current column is the frame heard.
+  connect(&PlayHead::of(document), &PlayHead::moved, this, [this](double ms) {
+    const int interval = document_.doc().params().intervalMs;
+    const int columns = model_->columnCount();
+    if (ms < 0 || interval <= 0 || columns <= 0) return;
+    grid_->setCurrentCell(grid_->currentCell().row,
+                          std::clamp(static_cast<int>(ms) / interval, 0, columns - 1));
   });
 
   applyShownRows();

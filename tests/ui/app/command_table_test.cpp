@@ -40,7 +40,7 @@ TEST_F(CommandTableTest, BothMenusHoldTheirItemsWithTheirOddTextsKept) {
   for (const Menu& m :
        {Menu{false, "&File 6, &View 2, &Help 2"},
         Menu{true,
-             "&File 19, &Edit 9, Data Entry Method 2, Anchors 3, Interpolation 2, Analysis 3, Play 3, "
+             "&File 19, &Edit 9, Data Entry Method 2, Anchors 3, Interpolation 2, Analysis 3, Play 7, "
              "Options 5, &View 2, &Window 4, &Help 2"}}) {
     SCOPED_TRACE(m.withDocument ? "with a document" : "without a document");
     if (m.withDocument) frame.newDocument();
@@ -99,11 +99,11 @@ TEST_F(CommandTableTest, ToolbarButtonsInOrderWithTheirGaps) {
     shown << (a->isSeparator() ? QStringLiteral("|") : QString::number(a->data().toInt()));
   // New, Open, Open an audio file, Save, Print | Undo, Cut, Copy, Paste, Add Row, Remove Row, Add Column,
   // Remove Column | Graphical, Trace | FFT/LPC, Spectrogram of synthesized, of audio | Play Current,
-  // Previous, Audio | About, Help
-  EXPECT_EQ(
-      shown.join(QLatin1Char(' ')),
-      QStringLiteral("57600 57601 32772 57603 57607 | 57643 57635 57634 57637 32775 32791 32774 32777 | "
-                     "32780 32781 | 32800 32782 32783 | 32784 32785 32786 | 57664 57667"));
+  // Previous, Audio, Loop, Stop, A/B, the "Listen to" drop-down | About, Help
+  EXPECT_EQ(shown.join(QLatin1Char(' ')),
+            QStringLiteral(
+                "57600 57601 32772 57603 57607 | 57643 57635 57634 57637 32775 32791 32774 32777 | "
+                "32780 32781 | 32800 32782 32783 | 32784 32785 32786 32817 32818 32819 32820 | 57664 57667"));
   for (QAction* a : frame.toolBar()->actions()) {
     if (!a->isSeparator()) {
       EXPECT_FALSE(a->icon().isNull()) << a->data().toInt();
@@ -124,11 +124,13 @@ TEST_F(CommandTableTest, OnlyTheStandardKeysAreAccelerators) {
       {ID_EDIT_PASTE, "Ctrl+V, Shift+Ins"},
       {ID_NEXT_PANE, "F6"},
       {ID_PREV_PANE, "Shift+F6"},
+      {ID_PLAY_STOP, "Esc"},
+      {ID_PLAY_SWITCH, "Ctrl+4"},
   };
   int withKeys = 0;
   for (QAction* a : frame.actions())
     if (!a->shortcuts().isEmpty()) ++withKeys;
-  EXPECT_EQ(withKeys, 10);
+  EXPECT_EQ(withKeys, 12);
   for (const auto& [id, keys] : accelerators) {
     SCOPED_TRACE(id);
     QStringList got;

@@ -132,7 +132,7 @@ class MonitorCapture {
   Samples samples() const {
     static_assert(std::endian::native == std::endian::little, "the monitor records s16le");
     Samples out(static_cast<std::size_t>(bytes_.size() / 2));
-    std::memcpy(out.data(), bytes_.constData(), out.size() * 2);
+    if (!out.empty()) std::memcpy(out.data(), bytes_.constData(), out.size() * 2);
     return out;
   }
   // Wall time of sample `index`.

@@ -14,6 +14,7 @@
 #include "app/CProgressDialog.h"
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
+#include "playback/PlayHead.h"
 #include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
@@ -113,6 +114,10 @@ SpectrogramCanvas::SpectrogramCanvas(OpenDocument& document, vandrel::SampleSlot
   });
   connect(&cursor, &DocumentCursor::cursorChanged, this, [this](double ms) {
     cursorMs_ = ms;
+    update();
+  });
+  connect(&PlayHead::of(document), &PlayHead::moved, this, [this](double ms) {
+    playMs_ = ms;
     update();
   });
   scheduleAnalysis();
@@ -322,6 +327,12 @@ void SpectrogramCanvas::paintEvent(QPaintEvent*) {
     // Another view of the document points at this time.
     const double x = time.xOf(cursorMs_);
     p.setPen(QPen(QColor(220, 0, 0, 160), 1, Qt::DashLine));
+    p.drawLine(QPointF(x, top), QPointF(x, bottom));
+  }
+  if (playMs_ >= axis_.startMs() && playMs_ <= axis_.endMs()) {
+    // Where the sound is: a line of its own colour, over every pane.
+    const double x = time.xOf(playMs_);
+    p.setPen(QPen(QColor(0, 150, 255), 2));
     p.drawLine(QPointF(x, top), QPointF(x, bottom));
   }
 }

@@ -112,6 +112,7 @@ class SpectrogramCanvas : public QWidget {
   bool cacheValid_ = false;
   QPoint crosshair_{-1, -1};
   double cursorMs_ = -1;  // the document's cursor, drawn when the pointer is elsewhere
+  double playMs_ = -1;    // the sound being heard, while the document plays
 
   // What the running or last analyses cover, so a repaint that changes
   // nothing asks for nothing.

@@ -1,0 +1,85 @@
+#pragma once
+// Listening: what one document is playing and how - which sample set (and,
+// for the synthesized sound, which of the synthesizer's signals), which
+// stretch of time, once or in a loop - with the document's one player. It
+// moves the document's PlayHead while the sound plays, switches between the
+// copy and its original at the same moment (A/B), and keeps the signal of a
+// "Listen to" choice in a buffer of its own: the document's synthesized and
+// previous buffers and its undo history never see it.
+//
+// One per open document, a child of its OpenDocument, so the player closes
+// with the document, on the interface thread, while Qt is still up.
+
+#include <QObject>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "playback/PlayCommand.h"
+
+class QTimer;
+
+namespace vandrel::ui {
+
+class OpenDocument;
+
+class Listening : public QObject {
+  Q_OBJECT
+ public:
+  static Listening& of(OpenDocument& document);
+  static Listening* find(OpenDocument& document);  // null before the first Play
+  ~Listening() override;
+
+  // Plays `which` (Current in the signal `solo` chooses) over `span`, once or
+  // looped. Current in the normal output plays the synthesized buffer as it
+  // is: the caller brings it up to date first. Returns 0 or the device error.
+  int play(PlayWhich which, std::optional<vandrel::TimeSpan> span, bool loop, std::uint8_t solo,
+           QWidget* view);
+
+  // Jumps to the other side of the pair being compared (the copy and the
+  // recording, or the copy and its previous synthesis) and goes on from the
+  // same moment of the same stretch. With nothing playing it plays the other
+  // side from the stretch's beginning. False when there is nothing to switch.
+  bool switchSides(std::uint8_t solo, QWidget* view);
+  // Loop on: a running sound goes on from where it is, looped. Loop off: a
+  // running loop plays to the end of its pass and stops.
+  void setLoop(bool on, QWidget* view);
+  void stop();
+
+  bool playing() const;
+  PlayWhich side() const { return side_; }
+  CSoundOut* player() const { return player_.get(); }
+  const NowPlaying& now() const { return now_; }
+  // The signal of a "Listen to" choice last played (empty before any).
+  const vandrel::SampleSet& soloSet() const { return solo_.set; }
+
+ signals:
+  void stopped();  // the sound ended by itself or was stopped
+
+ private:
+  explicit Listening(OpenDocument& document);
+  const vandrel::SampleSet& setFor(PlayWhich which, std::uint8_t solo);
+  PlayWhich partnerOf(PlayWhich which) const;
+  int start(PlayWhich which, std::uint8_t solo, std::size_t from, QWidget* view);
+  void tick();
+
+  OpenDocument& document_;
+  std::unique_ptr<CSoundOut> player_;
+  NowPlaying now_;
+  PlayWhich side_ = PlayWhich::Current;
+  PlayWhich partner_ = PlayWhich::Audio;
+  bool started_ = false;  // a Play has chosen the pair
+  std::optional<vandrel::TimeSpan> span_;
+  bool loop_ = false;
+  std::uint8_t soloPlaying_ = 0;
+  struct Solo {
+    vandrel::SampleSet set;
+    std::uint8_t select = 0;
+    std::uint64_t revision = 0;
+    bool valid = false;
+  } solo_;
+  QTimer* tick_;
+};
+
+}  // namespace vandrel::ui

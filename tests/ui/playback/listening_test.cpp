@@ -1,0 +1,220 @@
+// Listening through the editor's window against a private sound server: a
+// selected stretch, a loop, A/B between the copy and the recording, and the
+// synthesizer's signals on their own. What reaches the sink is recorded and
+// compared with what should have been played.
+#include <gtest/gtest.h>
+#include <QAction>
+#include <QTest>
+
+#include <cstdio>
+#include <functional>
+
+#include "../app/ShellFixture.h"
+#include "SoundTestKit.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "playback/ListenTo.h"
+#include "playback/Listening.h"
+#include "playback/PlayHead.h"
+#include "table/CVandrelView.h"
+#include "views/common/DocumentCursor.h"
+
+namespace vandrel::ui {
+namespace {
+
+using namespace soundtest;
+
+[[maybe_unused]] ::testing::Environment* const gEnv =
+    ::testing::AddGlobalTestEnvironment(new PulseTestServer);
+
+// Noise at the sink's own rate: it matches itself at one lag only.
+Samples noise(std::uint32_t seed, std::size_t n) {
+  Samples out(n);
+  for (auto& s : out) {
+    seed = seed * 1103515245u + 12345u;
+    s = static_cast<std::int16_t>(static_cast<int>((seed >> 16) % 16001u) - 8000);
+  }
+  return out;
+}
+
+std::span<const std::int16_t> part(const Samples& s, std::size_t first, std::size_t n) {
+  return std::span<const std::int16_t>(s).subspan(first, n);
+}
+
+class ListeningTest : public test::ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    frame = std::make_unique<CMainFrame>(environment());
+    frame->show();
+    child = frame->newDocument();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+    ASSERT_TRUE(capture.start()) << "parec recorded nothing from the test sink";
+  }
+  void TearDown() override {
+    capture.stop();
+    frame.reset();
+    ShellFixture::TearDown();
+    EXPECT_TRUE(messages.empty());
+  }
+
+  CVandrelDoc& doc() { return child->document().doc(); }
+  Listening& listening() { return Listening::of(child->document()); }
+
+  // A synthesized buffer of our own, up to date with a table of its length.
+  void setSynthesized(const Samples& s) {
+    doc().params().fileLengthMs = 1000.0 * double(s.size()) / kSinkRate;
+    doc().params().frameCount = static_cast<int>(doc().params().fileLengthMs) / doc().params().intervalMs;
+    doc().table.reset(doc().params().frameCount, doc().params());
+    doc().notifyStructureChanged();
+    doc().synthesized.samples = s;
+    doc().synthesized.sampleRate = kSinkRate;
+    doc().changedSinceSynthesis = false;
+  }
+
+  static bool waitFor(const std::function<bool()>& done, int limitMs = 8000) {
+    const auto end = Clock::now() + std::chrono::milliseconds(limitMs);
+    while (!done() && Clock::now() < end) QTest::qWait(5);
+    return done();
+  }
+  Samples finishRecording() {
+    QTest::qWait(400);
+    capture.stop();
+    return capture.samples();
+  }
+  // Menu items, the "Listen to" choices among them.
+  QAction* item(int id) { return frame->findChild<QAction*>(QStringLiteral("command_%1").arg(id)); }
+  void trigger(int id) { item(id)->trigger(); }
+
+  std::unique_ptr<CMainFrame> frame;
+  CChildFrame* child = nullptr;
+  MonitorCapture capture;
+};
+
+// Columns 30..49 of the table are selected (300-500 ms) and Loop is on: the
+// stretch plays twice in a row with nothing from outside it; the table's
+// current column and the play head stay inside it; Stop ends it.
+TEST_F(ListeningTest, ASelectedStretchLoopsUntilStopped) {
+  const Samples sound = noise(7, kSinkRate);
+  setSynthesized(sound);
+  auto* table = qobject_cast<CVandrelView*>(child->view());
+  ASSERT_NE(table, nullptr);
+  table->state().selection = TableSelection::block(30, 5, 49, 5);
+  const std::size_t first = 300 * kSinkRate / 1000, n = 200 * kSinkRate / 1000;
+
+  trigger(ID_PLAY_LOOP);
+  ASSERT_TRUE(frame->action(ID_PLAY_LOOP)->isChecked());
+  EXPECT_FALSE(frame->action(ID_PLAY_STOP)->isEnabled());
+  trigger(ID_PLAY_CURRENT);
+  EXPECT_TRUE(frame->action(ID_PLAY_STOP)->isEnabled());
+  double lowMs = 1e9, highMs = -1, lastMs = -1;
+  int lowColumn = 1 << 30, highColumn = -1, wraps = 0;
+  ASSERT_TRUE(waitFor([&] {
+    const double ms = PlayHead::of(child->document()).ms();
+    lowMs = std::min(lowMs, ms), highMs = std::max(highMs, ms);
+    lowColumn = std::min(lowColumn, table->currentColumn());
+    highColumn = std::max(highColumn, table->currentColumn());
+    if (ms < lastMs - 50) ++wraps;
+    lastMs = ms;
+    return wraps >= 2;
+  })) << "the play head did not go round twice";
+  trigger(ID_PLAY_STOP);
+  EXPECT_FALSE(listening().playing());
+  EXPECT_LT(PlayHead::of(child->document()).ms(), 0);
+  const auto cap = finishRecording();
+
+  EXPECT_GE(lowMs, 300.0);
+  EXPECT_LT(highMs, 500.0);
+  EXPECT_GT(highMs - lowMs, 100.0) << "the play head did not move";
+  EXPECT_GE(lowColumn, 30);
+  EXPECT_LE(highColumn, 49);
+  const auto lag = firstSound(cap);
+  ASSERT_GE(lag, 0) << "nothing reached the sink";
+  const auto stretch = part(sound, first, n);
+  EXPECT_GT(ncc(cap, stretch, lag, 1, n), 0.999) << "not the selected stretch";
+  EXPECT_GT(ncc(cap, stretch, lag + std::int64_t(n), 1, n), 0.999) << "the second pass does not follow";
+  EXPECT_LT(std::abs(ncc(cap, part(sound, first - n, n), lag, 1, n)), 0.1);
+}
+
+// Loop over the whole sound, the copy first; A/B goes over to the recording
+// and the recording goes on from the moment the copy had reached.
+TEST_F(ListeningTest, ABSwitchGoesOnFromTheSameMoment) {
+  const Samples copy = noise(11, kSinkRate), original = noise(23, kSinkRate);
+  setSynthesized(copy);
+  doc().audio.samples = original;
+  doc().audio.sampleRate = kSinkRate;
+  trigger(ID_PLAY_LOOP);
+  trigger(ID_PLAY_CURRENT);
+  ASSERT_TRUE(waitFor([&] { return listening().player()->PlayPosition() >= kSinkRate / 3; }));
+  const auto pressed = Clock::now();
+  trigger(ID_PLAY_SWITCH);
+  EXPECT_EQ(listening().side(), PlayWhich::Audio);
+  ASSERT_TRUE(waitFor([&] { return listening().player()->PlayPosition() >= kSinkRate / 3; }));
+  trigger(ID_PLAY_STOP);
+  const auto cap = finishRecording();
+
+  const auto lag = firstSound(cap);
+  ASSERT_GE(lag, 0);
+  ASSERT_GT(ncc(cap, copy, lag, 1, 2048), 0.999);
+  // The copy, bit for bit, up to where it stopped; then the recording.
+  std::int64_t end = lag;
+  while (end < std::ssize(cap) && cap[std::size_t(end)] == copy[std::size_t(end - lag) % copy.size()]) ++end;
+  const auto resumed = firstSound(cap, end);
+  ASSERT_GE(resumed, end);
+  Match m;
+  for (std::int64_t off = 0; off + 2048 < std::ssize(original); off += 1)
+    if (const double c = ncc(cap, part(original, std::size_t(off), 2048), resumed, 1, 2048); c > m.ncc)
+      m = Match{off, c};
+  ASSERT_GT(m.ncc, 0.999) << "the recording did not follow";
+  const double heardMs = 1000.0 * double(end - lag) / kSinkRate,
+               resumedMs = 1000.0 * double(m.lag) / kSinkRate;
+  EXPECT_NEAR(resumedMs, heardMs, 60.0);
+  const double switchMs =
+      std::chrono::duration<double, std::milli>(capture.timeOf(resumed) - pressed).count();
+  std::printf("[ A/B ] the copy stopped at %.1f ms, the recording resumed at %.1f ms; key to sound %.1f ms\n",
+              heardMs, resumedMs, switchMs);
+}
+
+// Each "Listen to" choice plays its own signal of the table, leaving the
+// synthesized buffer and the undo history alone; frication alone of a table
+// without frication is silence.
+TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
+  for (const int row : {kAh, kAf, kAb})
+    for (int c = 0; c < doc().table.columns(); ++c) doc().table.setValue(row, c, 50);
+  doc().notifyCellsChanged(CellRange{kAh, kAb, 0, doc().table.columns() - 1});
+  trigger(ID_PLAY_CURRENT);  // the normal output, synthesized first
+  ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
+  const SampleSet normal = doc().synthesized;
+  const int undoCount = doc().undo.count();
+
+  std::vector<Samples> played;
+  for (std::size_t i = 1; i < kListenChoices.size(); ++i) {
+    trigger(ID_LISTEN_TO_FIRST + int(i));
+    ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
+    played.push_back(listening().soloSet().samples);
+  }
+  for (int c = 0; c < doc().table.columns(); ++c) doc().table.setValue(kAf, c, 0);
+  doc().notifyCellsChanged(CellRange{kAf, kAf, 0, doc().table.columns() - 1});
+  trigger(ID_LISTEN_TO_FIRST + 3);
+  ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
+  const Samples silentFrication = listening().soloSet().samples;
+  const auto cap = finishRecording();
+
+  EXPECT_EQ(doc().synthesized, normal);
+  EXPECT_EQ(doc().undo.count(), undoCount);
+  EXPECT_TRUE(std::all_of(silentFrication.begin(), silentFrication.end(), [](auto s) { return s == 0; }));
+  for (std::size_t i = 0; i < played.size(); ++i) {
+    SCOPED_TRACE(kListenChoices[i + 1].label);
+    const Samples& s = played[i];
+    ASSERT_EQ(s.size(), normal.samples.size());
+    EXPECT_LT(std::abs(ncc(s, normal.samples, 0, 1, s.size())), 0.9) << "the same as the whole output";
+    // Heard at the sink: it is played at half the sink's rate.
+    const auto m = locate(cap, s, 2, std::ssize(cap) / 2, std::ssize(cap) / 2, 512);
+    EXPECT_GT(m.ncc, 0.99) << "not found in the recording";
+  }
+}
+
+}  // namespace
+}  // namespace vandrel::ui
