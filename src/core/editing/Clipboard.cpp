@@ -86,6 +86,15 @@ std::string formatCellValue(double v) {
   return std::string(buf, res.ptr);
 }
 
+std::vector<std::string> widestCellTexts(int lower, int upper) {
+  std::vector<std::string> texts = {formatCellValue(lower), formatCellValue(upper)};
+  if (upper > lower) {
+    texts.push_back(formatCellValue(lower + 0.01));
+    texts.push_back(formatCellValue(upper - 0.01));
+  }
+  return texts;
+}
+
 std::optional<CellRange> selectedCells(const TableSelection& sel, const FrameTable& t) {
   const int lastRow = t.rows() - 1, lastColumn = t.columns() - 1;
   CellRange r;

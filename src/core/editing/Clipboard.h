@@ -23,6 +23,11 @@ namespace vandrel {
 // "0.33", "-4.5").
 std::string formatCellValue(double v);
 
+// The longest texts a cell of a row held to [lower, upper] can show: the
+// limits, and the values a hundredth inside them, whose fractions make them
+// longer ("4999.99" beside "5000"). The grid sizes its columns to the widest.
+std::vector<std::string> widestCellTexts(int lower, int upper);
+
 // The cells a selection covers, first row and column first whichever way the
 // block was made; nothing for no selection or one that lies outside the table.
 std::optional<CellRange> selectedCells(const TableSelection& selection, const FrameTable& table);

@@ -42,6 +42,9 @@ class CUGExcel : public QTableView {
   Q_OBJECT
  public:
   static constexpr int kRowHeight = 20;
+  // What a column needs beside its widest text: the delegate's margins of 3
+  // and 4 pixels, and some air between neighbouring values.
+  static constexpr int kCellPadding = 12;
 
   explicit CUGExcel(QWidget* parent = nullptr);
 

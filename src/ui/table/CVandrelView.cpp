@@ -14,6 +14,8 @@
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
+#include "editing/AdjustTime.h"
+#include "editing/Clipboard.h"
 #include "playback/PlayHead.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
@@ -52,6 +54,7 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   connect(model_, &FrameTableModel::aboutToRebuild, this, [this] { kept_ = grid_->currentCell(); });
   connect(model_, &FrameTableModel::rebuilt, this, [this] {
     applyShownRows();
+    fitColumnWidth();
     const int columns = model_->columnCount();
     const int row = grid_->isRowHidden(kept_.row) ? std::max(grid_->firstShownRow(), 0) : kept_.row;
     if (columns > 0) grid_->setCurrentCell(row, std::clamp(kept_.column, 0, columns - 1));
@@ -68,6 +71,7 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   });
 
   applyShownRows();
+  fitColumnWidth();
   // A new window starts with the cursor on the first shown row at the first
   // frame, and nothing selected.
   grid_->setCurrentCell(std::max(grid_->firstShownRow(), 0), 0);
@@ -123,6 +127,24 @@ void CVandrelView::applyShownRows() {
   const auto& params = document_.doc().params();
   for (int i = 0; i < kParamCount; ++i)
     grid_->setRowHeight(i, params.at(i).selected ? CUGExcel::kRowHeight : 0);
+}
+
+void CVandrelView::fitColumnWidth() {
+  // Every column as wide as the widest value the shown rows may hold and the
+  // last frame's heading (in bold, as a selected heading is drawn): a cell
+  // too narrow would cut the leading digits off and show another number.
+  const auto& doc = document_.doc();
+  const QFontMetrics cells = grid_->fontMetrics();
+  QFont bold = grid_->horizontalHeader()->font();
+  bold.setBold(true);
+  const std::string heading = columnHeading(doc.params().intervalMs, std::max(doc.table.columns() - 1, 0));
+  int widest = QFontMetrics(bold).horizontalAdvance(QString::fromStdString(heading));
+  for (int row : shownParams()) {
+    const ParamDef& p = doc.params().at(row);
+    for (const std::string& text : widestCellTexts(p.lower, p.upper))
+      widest = std::max(widest, cells.horizontalAdvance(QString::fromStdString(text)));
+  }
+  grid_->setColumnWidth(widest + CUGExcel::kCellPadding);
 }
 
 QString CVandrelView::cellStatusText() const {

@@ -77,6 +77,7 @@ class CVandrelView : public QWidget, public Printable {
 
  private:
   void applyShownRows();
+  void fitColumnWidth();
   void updateCellStatus();
 
   OpenDocument& document_;

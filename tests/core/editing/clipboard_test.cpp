@@ -40,6 +40,11 @@ TEST(ClipboardTest, ValuesAreWrittenAsTheTableShowsThem) {
   for (const auto& [v, text] :
        {std::pair{12.0, "12"}, {-4.5, "-4.5"}, {1.0 / 3, "0.33"}, {2.999, "3"}, {-0.001, "0"}})
     EXPECT_EQ(formatCellValue(v), text) << v;
+  // The texts the grid's columns are sized to: the fractions just inside the limits are the longest.
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(widestCellTexts(500, 5000), (Texts{"500", "5000", "500.01", "4999.99"}));
+  EXPECT_EQ(widestCellTexts(-87, 0), (Texts{"-87", "0", "-86.99", "-0.01"}));
+  EXPECT_EQ(widestCellTexts(7, 7), (Texts{"7", "7"}));
 }
 
 TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {

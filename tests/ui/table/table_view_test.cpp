@@ -86,6 +86,27 @@ TEST_F(TableViewTest, ModelFollowsTheDocumentAndFormatsValues) {
   EXPECT_EQ(std::count(shown.begin(), shown.end(), kF1), 0);
 }
 
+// A cell too narrow would cut the leading digits off and show another number:
+// columns fit the widest value the shown rows may hold, and the last heading.
+TEST_F(TableViewTest, ColumnsFitTheWidestValueOfTheShownRowsAndTheLastHeading) {
+  const QFontMetrics fm = grid->fontMetrics();
+  const auto fits = [&](const char* text) {
+    return fm.horizontalAdvance(QString::fromLatin1(text)) + 7 <= grid->columnWidth(0);
+  };
+  EXPECT_TRUE(fits("4999.99"));  // f0, in tenths of a hertz, up to 5000
+  doc().params().setUpper(kAv, 250000);
+  doc().notifyStructureChanged();
+  EXPECT_TRUE(fits("249999.99"));
+  // Only rows of two-digit values shown, and a table of 100,000 frames.
+  const int narrow = grid->columnWidth(0);
+  for (int r = 0; r < kParamCount; ++r) doc().params().setSelected(r, r == kAh || r == kAf);
+  doc().table.reset(100000, doc().params());
+  doc().notifyStructureChanged();
+  EXPECT_LT(grid->columnWidth(0), narrow);
+  EXPECT_TRUE(fits("86.99"));
+  EXPECT_TRUE(fits("1000000"));
+}
+
 // The window opens with the table focused on the first shown row at the first
 // frame; typed values are held to the limits and Enter moves down one shown
 // row; letters do not start editing.

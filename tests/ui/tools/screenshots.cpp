@@ -66,18 +66,19 @@ int main(int argc, char** argv) {
 
   // The table as a phonetician meets it: group colours, the default hidden
   // rows, anchors at the ends of an /ai/-like glide with the frames between
-  // interpolated, and a block selected.
+  // interpolated (nine steps: values with fractions, a rising f0 up to
+  // 200 Hz), and a block selected.
   if (auto* view = qobject_cast<CVandrelView*>(frame.activeChildFrame()->view())) {
     vandrel::CVandrelDoc& doc = view->document().doc();
     const std::pair<int, std::pair<double, double>> glide[] = {{vandrel::kF1, {750, 300}},
                                                                {vandrel::kF2, {1200, 2200}},
                                                                {vandrel::kF3, {2500, 2900}},
-                                                               {vandrel::kF0, {1200, 1000}}};
+                                                               {vandrel::kF0, {1200, 2000}}};
     for (const auto& [row, ends] : glide) {
       doc.table.setValue(row, 2, ends.first);
-      doc.table.setValue(row, 12, ends.second);
+      doc.table.setValue(row, 11, ends.second);
       doc.table.setAnchor(row, 2, true);
-      doc.table.setAnchor(row, 12, true);
+      doc.table.setAnchor(row, 11, true);
     }
     vandrel::interpolateAllCommand(doc, view->state());
     view->state().selection = vandrel::TableSelection::block(5, vandrel::kF2, 9, vandrel::kF1);
