@@ -59,6 +59,11 @@ std::string waveImage(const SampleSet& set) {
   return image;
 }
 
+bool wouldOverwrite(const std::string& output, const std::string& input) {
+  std::error_code ec;
+  return fs::equivalent(output, input, ec) && !ec;
+}
+
 std::string stemOf(const std::string& path) { return fs::path(path).stem().string(); }
 
 OutputSet::~OutputSet() {

@@ -36,6 +36,10 @@ int readTable(const char* command, const std::string& path, CVandrelDoc& doc);
 // The WAV file of a synthesized buffer, as "Save As Audio" writes it.
 std::string waveImage(const SampleSet& set);
 
+// True when writing `output` would replace the input file `input` (the same
+// file by another name included): a command never writes over what it reads.
+bool wouldOverwrite(const std::string& output, const std::string& input);
+
 // The file name of `path` without folder and extension.
 std::string stemOf(const std::string& path);
 

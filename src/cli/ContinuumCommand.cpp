@@ -101,11 +101,26 @@ int continuumCommand(const Args& args) {
     return complain(kExitInput, kCmd, "%s and %s: %s", inputs[0].c_str(), inputs[1].c_str(), why.c_str());
   const ContinuumPlan plan = planContinuum(a.table, b.table, rows);
 
+  const int n = static_cast<int>(steps);
+  const int width = static_cast<int>(std::max<std::size_t>(2, std::to_string(n).size()));
+  const auto stepName = [&](int s, const char* extension) {
+    char name[40];
+    std::snprintf(name, sizeof name, "step_%0*d%s", width, s + 1, extension);
+    return std::string(name);
+  };
+  for (const auto& in : inputs) {
+    const auto clash = [&](const std::string& name) {
+      return wouldOverwrite((std::filesystem::path(output) / name).string(), in);
+    };
+    for (int s = 0; s < n; ++s)
+      if (clash(stepName(s, ".vdr")) || clash(stepName(s, ".wav")) || clash("manifest.tsv"))
+        return complain(kExitOptions, kCmd, "the steps in %s would be written over %s", output.c_str(),
+                        in.c_str());
+  }
+
   OutputSet out;
   if (const std::string err = out.useFolder(output); !err.empty())
     return complain(kExitInput, kCmd, "%s", err.c_str());
-  const int n = static_cast<int>(steps);
-  const int width = static_cast<int>(std::max<std::size_t>(2, std::to_string(n).size()));
   std::string manifest = "step\tfile";
   for (std::size_t k = 0; k < plan.rows.size(); ++k)
     manifest += '\t' + std::string(builtinParams()[static_cast<std::size_t>(plan.rows[k])].name) + '@' +
@@ -113,10 +128,8 @@ int continuumCommand(const Args& args) {
   manifest += '\n';
   CVandrelDoc doc = a;
   for (int s = 0; s < n; ++s) {
-    char stem[32];
-    std::snprintf(stem, sizeof stem, "step_%0*d", width, s + 1);
     doc.table = continuumStep(a.table, b.table, plan, s, n, scale);
-    const std::string vdr = std::string(stem) + ".vdr";
+    const std::string vdr = stepName(s, ".vdr");
     if (const std::string err =
             out.write((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
         !err.empty())
@@ -129,9 +142,8 @@ int continuumCommand(const Args& args) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
     if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
-    if (const std::string err =
-            out.write((std::filesystem::path(output) / (std::string(stem) + ".wav")).string(),
-                      waveImage(doc.synthesized));
+    if (const std::string err = out.write((std::filesystem::path(output) / stepName(s, ".wav")).string(),
+                                          waveImage(doc.synthesized));
         !err.empty())
       return complain(kExitInput, kCmd, "%s", err.c_str());
   }

@@ -92,6 +92,11 @@ int synthCommand(const Args& args) {
     targets.push_back(t);
   }
   if (useDefault) targets.push_back(output);
+  for (std::size_t k = 0; k < inputs.size(); ++k)
+    for (const auto& in : inputs)
+      if (wouldOverwrite(targets[k], in))
+        return complain(kExitOptions, kCmd, "%s would be written over the table it holds",
+                        targets[k].c_str());
 
   std::vector<CVandrelDoc> docs(useDefault ? 1 : inputs.size());
   for (std::size_t k = 0; k < inputs.size(); ++k)

@@ -77,6 +77,30 @@ TEST_F(BatchCommandsTest, SynthOfManyTablesReportsLevelsAndFailsOnClip) {
   EXPECT_EQ(leftBehind(), before);
 }
 
+TEST_F(BatchCommandsTest, NoCommandWritesOverWhatItReads) {
+  std::filesystem::create_directories(file("steps"));
+  const std::string a = table("steps/step_01", 20);
+  const std::string b = table("b", 20);
+  ASSERT_EQ(run({"synth", a, "-o", file("a.wav"), "--quiet"}).code, 0);
+  const struct {
+    std::vector<std::string> args;
+    std::string victim;
+  } cases[] = {
+      {{"synth", b, "-o", b}, b},
+      {{"copy", file("a.wav"), "-o", file("./a.wav")}, file("a.wav")},
+      {{"export", b, "--to", "tsv", "-o", b}, b},
+      {{"continuum", a, b, "--steps", "3", "-o", file("steps")}, a},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args[0]);
+    const std::string before = bytes(c.victim);
+    const Result r = run(c.args);
+    EXPECT_EQ(r.code, 2) << r.err;
+    EXPECT_NE(r.err.find(" would be written over "), std::string::npos) << r.err;
+    EXPECT_EQ(bytes(c.victim), before);
+  }
+}
+
 TEST_F(BatchCommandsTest, ContinuumStepsShareTheirNoiseAndTheManifestSaysWhatTheFilesHold) {
   const auto breathy = [](CVandrelDoc& d) { setRow(d, kAh, [](int) { return 45; }); };
   const std::string a = table("a", 20, breathy);
