@@ -20,6 +20,7 @@
 #include "playback/ListenTo.h"
 #include "playback/Listening.h"
 #include "table/CVandrelView.h"
+#include "table/LazyProgress.h"
 #include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
@@ -80,11 +81,10 @@ void play(CommandContext& ctx, PlayWhich which) {
   const std::uint8_t solo = which == PlayWhich::Current ? soloOf(ctx) : std::uint8_t{CKlattEngine::kNormal};
   if (which == PlayWhich::Current && solo == CKlattEngine::kNormal) {
     if (doc.changedSinceSynthesis) {
-      // Synthesize here, behind the progress dialog; the dialog is down before
-      // any message appears.
-      CProgressDialog::run(
-          view, CProgressDialog::kSynthesizing,
-          [&doc](const CProgressDialog::Progress& progress) { ensureSynthesized(doc, progress); });
+      // The progress window opens only when the synthesis takes long enough to
+      // notice: painting it would hold back the start of every sound.
+      LazyProgress progress(view, CProgressDialog::kSynthesizing, 150);
+      ensureSynthesized(doc, progress.callback());
     }
     ensureSynthesized(doc);
   }

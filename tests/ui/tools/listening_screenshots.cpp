@@ -1,0 +1,106 @@
+// vandrel-listening-screenshots FOLDER: pictures of listening for a person to
+// judge (never compared): the /da/ example with its spectrogram, a stretch
+// selected, the play line where the sound would be, Loop on and "Frication
+// noise" chosen; then the Play menu open on its "Listen to" submenu, also
+// at the user's guide's size (Manual/images/listening.png).
+// scripts/screenshots runs it under a virtual display (without a sound
+// server the Play it makes says nothing: its message is swallowed).
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "common/Messages.h"
+#include "playback/PlayHead.h"
+#include "table/CVandrelView.h"
+#include "table/MyCug.h"
+#include "views/common/DocumentCursor.h"
+
+using namespace vandrel;
+using namespace vandrel::ui;
+
+namespace {
+
+int failed = 0;
+
+void save(const QImage& image, const QString& file) {
+  if (image.save(file, "PNG")) {
+    std::printf("%s\n", qPrintable(file));
+  } else {
+    std::fprintf(stderr, "vandrel-listening-screenshots: cannot write %s\n", qPrintable(file));
+    ++failed;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::fprintf(stderr, "usage: vandrel-listening-screenshots FOLDER\n");
+    return 2;
+  }
+  QTemporaryDir scratch;
+  if (!scratch.isValid()) return 1;
+  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  QApplication app(argc, argv);
+  const QString folder = QApplication::arguments().at(1);
+  if (!QDir().mkpath(folder)) return 1;
+  setMessagePresenter([](const MessageRequest&) { return QMessageBox::Ok; });
+
+  ShellEnvironment env;
+  env.tempFolder = scratch.path();
+  env.applicationFolder = QCoreApplication::applicationDirPath();
+  CMainFrame frame(env);
+  frame.resize(1500, 950);
+  frame.show();
+  QTest::qWait(200);
+  if (!frame.openFile(QStringLiteral(VANDREL_SOURCE_DIR "/examples/syllable_da.vdr"))) return 1;
+  OpenDocument& document = *frame.activeDocument();
+  auto* table = qobject_cast<CVandrelView*>(frame.activeChildFrame()->view());
+  frame.runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
+  frame.mdiArea()->tileSubWindows();
+  const double length = document.doc().params().fileLengthMs;
+  DocumentCursor::of(document).setSelection(0.25 * length, 0.7 * length);
+
+  frame.action(ID_PLAY_LOOP)->trigger();
+  frame.findChild<QAction*>(QStringLiteral("command_%1").arg(ID_LISTEN_TO_FIRST + 3))->trigger();
+  frame.mdiArea()->setActiveSubWindow(frame.mdiArea()->subWindowList().front());
+  if (table) table->table()->setCurrentCell(table->table()->currentCell().row, 0);
+  PlayHead::of(document).setMs(0.45 * length);
+  QTest::qWait(1500);  // the spectrogram's analysis
+  save(frame.grab().toImage(), folder + QStringLiteral("/listening.png"));
+
+  QMenu* play = nullptr;
+  for (QAction* a : frame.menuBar()->actions())
+    if (a->text() == QStringLiteral("Play")) play = a->menu();
+  auto* listen = frame.findChild<QMenu*>(QStringLiteral("ListenToMenu"));
+  if (play && listen) {
+    frame.menuBar()->setActiveAction(play->menuAction());
+    QTest::qWait(300);
+    play->setActiveAction(listen->menuAction());
+    listen->popup(play->geometry().topRight() + QPoint(0, play->actionGeometry(listen->menuAction()).top()));
+    QTest::qWait(300);
+    const QImage shot = frame.screen()->grabWindow(0).toImage().copy(frame.frameGeometry());
+    save(shot, folder + QStringLiteral("/listening-menu.png"));
+    // The user's guide's picture.
+    save(shot.scaledToWidth(1000, Qt::SmoothTransformation), folder + QStringLiteral("/listening-guide.png"));
+    listen->hide();
+    play->hide();
+  }
+  PlayHead::of(document).clear();
+  for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);
+  return failed == 0 ? 0 : 1;
+}
