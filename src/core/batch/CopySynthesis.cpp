@@ -25,6 +25,9 @@ constexpr double kFricationHz = 2500.0;
 constexpr double kFricationShareDb = 4.8;  // a third of the energy above kFricationHz
 constexpr double kLevelWindowMs = 20.0;    // at least two periods of a low voice
 constexpr double kSilenceBelowLoudestDb = 50.0;
+// A source amplitude starts this far below the frame's level in dB of raw
+// sample units (a loud vowel's 70 dB gives av 60); matchLevels corrects it.
+constexpr double kFirstGuessDb = 10.0;
 constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the four
 // Natural voices keep the glottis open for about half of each period; with a
 // fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
@@ -279,7 +282,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     if (f0 > 0.0) {
       ++r.voicedFrames;
       t.setValue(kF0, c, held(ps.at(kF0), f0 * 10.0));
-      t.setValue(kAv, c, held(ps.at(kAv), level[uc] - 10.0));
+      t.setValue(kAv, c, held(ps.at(kAv), level[uc] - kFirstGuessDb));
       oq[uc] = kOpenQuotient * settings.sampleRate / f0;
       voiced[uc] = 1;
     } else {
@@ -308,7 +311,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       votes += share[static_cast<std::size_t>(k)];
     fricative[uc] = 2 * votes > voters ? 1 : 0;
     const int row = fricative[uc] != 0 ? kAf : kAh;
-    t.setValue(row, c, held(ps.at(row), (row == kAf ? high[uc] : level[uc]) - 10.0));
+    t.setValue(row, c, held(ps.at(row), (row == kAf ? high[uc] : level[uc]) - kFirstGuessDb));
   }
   for (int k = 0; k < 5; ++k) {
     const auto uk = static_cast<std::size_t>(k);
