@@ -208,20 +208,6 @@ TEST(CMathFuncLpcTest, PredictorMatchesLevinsonDurbin) {
   EXPECT_EQ(capped.a.size(), 401u);
 }
 
-TEST(CMathFuncLpcTest, RecoversAKnownAllPoleFilter) {
-  // x[n] = e[n] - a1 x[n-1] - ... - a4 x[n-4], poles at 0.9 e^{+-0.4i} and 0.8 e^{+-1.9i}.
-  const auto pair = [](double r, double th) { return std::pair{-2.0 * r * std::cos(th), r * r}; };
-  const auto [b1, c1] = pair(0.9, 0.4);
-  const auto [b2, c2] = pair(0.8, 1.9);
-  const double a[5] = {1.0, b1 + b2, c1 + b1 * b2 + c2, b1 * c2 + b2 * c1, c1 * c2};
-  auto x = noise(40000, 5);
-  for (std::size_t n = 4; n < x.size(); ++n)
-    for (std::size_t j = 1; j <= 4; ++j) x[n] -= a[j] * x[n - j];
-  CMathFunc math;
-  const LpcPredictor& pr = math.predictor(x.data(), static_cast<int>(x.size()), 4);
-  for (std::size_t j = 1; j <= 4; ++j) EXPECT_NEAR(pr.a[j], a[j], 0.02) << j;
-}
-
 TEST(CMathFuncLpcTest, SpectrumIsThePowerOfTheInverseFilter) {
   CMathFunc math;
   auto x = noise(301, 11);
