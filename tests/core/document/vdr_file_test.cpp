@@ -103,7 +103,10 @@ CVandrelDoc randomDoc(std::uint32_t seed) {
   doc.table.reset(ps.frameCount, ps);
   for (int r = 0; r < kParamCount; ++r)
     for (int c = 0; c < ps.frameCount; ++c) {
-      doc.table.setValue(r, c, pick(-200000, 200000) + pick(-99, 99) / 100.0);
+      // Now and then a value at an edge of the reader's number rules.
+      const double edges[] = {-1, -0.5, 0.99, 2147483647, -2147483648.0};
+      doc.table.setValue(
+          r, c, pick(0, 49) == 0 ? edges[pick(0, 4)] : pick(-200000, 200000) + pick(-99, 99) / 100.0);
       doc.table.setAnchor(r, c, pick(0, 19) == 0 && seed % 10 != 5);
     }
   return doc;
@@ -203,6 +206,13 @@ TEST(VdrReaderTest, AwkwardFiles) {
     }
   }
   EXPECT_EQ(files, 50);
+  // Where a data line goes wrong, the command line says which and why.
+  for (const auto& [name, detail] :
+       {std::pair{"data_beyond_32_bits", "line 11: '2147483648' is not a 32-bit whole number"},
+        {"data_twenty_digits", "line 11: '12345678901234567890' is not a 32-bit whole number"},
+        {"data_long_line", "line 11: 48 values expected, 49 found"},
+        {"data_empty_field", "line 11: '' is not a 32-bit whole number"}})
+    EXPECT_EQ(readVdrFile(kDir + name + ".vdr", ParameterSet{}).detail, detail);
   const OpenedFile missing = readAnyFile(kDir + "no_such_file.vdr", {}, doc.params());
   EXPECT_NE(missing.message.find("no_such_file.vdr"), std::string::npos);
 }
