@@ -115,7 +115,7 @@ TEST_F(ShellCommandsTest, SavedParameterExportsUseTheirSuggestedNames) {
   EXPECT_EQ(frame.activeDocument()->title(), QStringLiteral("Vandr1"));  // exports do not rename
 }
 
-TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndWritesTheWave) {
+TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndOpenAnAudioFileAsksForOne) {
   CMainFrame frame(environment());
   frame.newDocument();
   vandrel::CVandrelDoc& doc = frame.activeDocument()->doc();
@@ -130,11 +130,8 @@ TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndWritesTheWave) {
   EXPECT_EQ(wav.size(), 44 + 2 * static_cast<qsizetype>(doc.synthesized.samples.size()));
   EXPECT_EQ(asked.back(), QStringLiteral("Save As Audio|Wave files (*.wav);;All files (*)"));
   EXPECT_TRUE(messages.empty());
-}
 
-TEST_F(ShellCommandsTest, OpenAnAudioFileAsksWithItsTitleAndFilter) {
-  CMainFrame frame(environment());
-  frame.newDocument();
+  // Opening one asks with its own title and filter; text is no audio.
   nextFile = path(QStringLiteral("files/noise.txt"));
   QFile f(nextFile);
   ASSERT_TRUE(f.open(QIODevice::WriteOnly));
@@ -202,13 +199,10 @@ TEST_F(ShellCommandsTest, NewWindowShowsTheSameDocumentUnderNumberedTitles) {
   first->close();
   EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("Save changes to Vandr1?")});
   EXPECT_EQ(frame.childFrames().size(), 1);
-}
 
-TEST_F(ShellCommandsTest, CloseAsksOnceForADocumentInTwoWindowsThenShowsTheShortMenu) {
-  CMainFrame frame(environment());
-  frame.newDocument();
+  // Close asks once for a document in two windows, then shows the short menu.
   frame.runCommand(ID_WINDOW_NEW);
-  frame.activeDocument()->setModified(true);
+  messages.clear();
   answers = {QMessageBox::No};
   frame.runCommand(ID_FILE_CLOSE);
   QApplication::processEvents();  // the close is queued

@@ -65,6 +65,7 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
   EXPECT_FALSE(document->doc().changedSinceSynthesis);  // synthesized on the way
   EXPECT_EQ(frame->mdiArea()->activeSubWindow()->windowTitle(), QStringLiteral("Vandr1::FFT/LPC"));
   EXPECT_TRUE(frame->showsDocumentMenus());  // the document's commands stay at hand
+  EXPECT_TRUE(frame->action(ID_EDIT_UNDO)->isEnabled());
   EXPECT_EQ(frame->activeDocument(), document);
 
   view->setTimeMs(100);

@@ -131,20 +131,6 @@ TEST_F(SpectrogramViewTest, TimeAxisZoomsAboutThePointerAndStaysInsideTheSignal)
   EXPECT_EQ(axis.map().autoGridMs(70), 100);  // 1 ms a pixel: lines at least 70 px apart
 }
 
-TEST_F(SpectrogramViewTest, AnalysisWindowKeepsTheDocumentActiveAndClosesWithIt) {
-  auto* analysis = new CAnalysisFrame(*frame, table->sharedDocument(), QStringLiteral("::Spectrogram"));
-  analysis->addToArea();
-  EXPECT_EQ(analysis->windowTitle(), QStringLiteral("Vandr1::Spectrogram"));
-  EXPECT_EQ(frame->activeChildFrame(), table);
-  EXPECT_TRUE(frame->showsDocumentMenus());
-  EXPECT_TRUE(frame->action(ID_EDIT_UNDO)->isEnabled());
-
-  QPointer<CAnalysisFrame> watch(analysis);
-  table->close();
-  EXPECT_TRUE(QTest::qWaitFor([&] { return watch.isNull(); }));
-  EXPECT_TRUE(frame->mdiArea()->subWindowList().isEmpty());
-}
-
 TEST_F(SpectrogramViewTest, AudioCommandWithoutARecordingSaysSo) {
   frame->runCommand(ID_ANALYSIS_SPECTRO_AUDIO);
   ASSERT_EQ(messages.size(), 1u);
