@@ -26,6 +26,7 @@ void CVandrelDoc::initialise() {
   addColumnPlace = AddColumnPlace::kEnd;
   addSubtractAmount = 0;
   undo = UndoHistory{};
+  drawing = DrawingChoice{};
   notifyStructureChanged();
   notifyFlagsChanged();
 }

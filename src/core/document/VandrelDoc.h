@@ -17,6 +17,7 @@
 #include "document/FrameTable.h"
 #include "document/ParameterSet.h"
 #include "editing/UndoHistory.h"
+#include "entry/DrawTracks.h"
 
 namespace vandrel {
 
@@ -98,6 +99,9 @@ class CVandrelDoc {
   int addColumnTimeMs = 100;
   AddColumnPlace addColumnPlace = AddColumnPlace::kEnd;
   int addSubtractAmount = 0;
+
+  // The graphical entry window's selected track and track colours.
+  DrawingChoice drawing;
 
   // Whole-table snapshots and the current index (-5 until the first one);
   // the editing layer appends and restores.

@@ -14,6 +14,18 @@ void afterEditStep(CVandrelDoc& doc, TableViewState& view, const CellRange& writ
   afterEditStep(doc, view);
 }
 
+void keepTableBeforeEdit(CVandrelDoc& doc, std::initializer_list<int> rows) {
+  UndoHistory& h = doc.undo;
+  const int at = h.current();
+  bool same = at >= 0 && at < h.count() && h.columnsAt(at) == doc.table.columns();
+  for (const int row : rows)
+    for (int c = 0; same && c < doc.table.columns(); ++c)
+      same = h.valueAt(at, row, c) == UndoHistory::wholeValue(doc.table.value(row, c));
+  if (same) return;
+  h.noteAllChanged();
+  h.append(doc.table, doc.params().intervalMs);
+}
+
 void afterCellEdit(CVandrelDoc& doc, TableViewState& view, int row, int column) {
   if (doc.anchorAfterEdit && row >= 0 && row < doc.table.rows() && column >= 0 &&
       column < doc.table.columns()) {

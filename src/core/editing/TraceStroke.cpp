@@ -7,25 +7,6 @@
 
 namespace vandrel {
 
-namespace {
-
-// Undo goes back to the snapshot before the current one. When the table was
-// changed without one (a recording attached to a blank table gives it the
-// recording's length), the table as it is before the stroke is kept first, so
-// that undoing the stroke brings exactly this back.
-void keepStateBeforeStroke(CVandrelDoc& doc, int row) {
-  UndoHistory& h = doc.undo;
-  const int at = h.current();
-  bool same = at >= 0 && at < h.count() && h.columnsAt(at) == doc.table.columns();
-  for (int c = 0; same && c < doc.table.columns(); ++c)
-    same = h.valueAt(at, row, c) == UndoHistory::wholeValue(doc.table.value(row, c));
-  if (same) return;
-  h.noteAllChanged();
-  h.append(doc.table, doc.params().intervalMs);
-}
-
-}  // namespace
-
 CellRange TraceStroke::add(CVandrelDoc& doc, double ms, double hz) {
   const int interval = doc.params().intervalMs;
   const int columns = doc.table.columns();
@@ -35,7 +16,7 @@ CellRange TraceStroke::add(CVandrelDoc& doc, double ms, double hz) {
   const ParamDef& def = doc.params().at(row_);
   const double value = std::clamp(std::trunc(row_ == kF0 ? hz * 10.0 : hz), static_cast<double>(def.lower),
                                   static_cast<double>(def.upper));
-  if (!wrote() && lastColumn_ < 0) keepStateBeforeStroke(doc, row_);
+  if (!wrote() && lastColumn_ < 0) keepTableBeforeEdit(doc, {row_});
   const int from = lastColumn_ < 0 ? column : std::min(lastColumn_, column);
   const int to = lastColumn_ < 0 ? column : std::max(lastColumn_, column);
   for (int c = from; c <= to; ++c) {

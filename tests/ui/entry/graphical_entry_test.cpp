@@ -1,0 +1,177 @@
+// The graphical data-entry window through the menu and real mouse events:
+// which frames a drag writes (and which modifiers stop it), a stroke as one
+// undo step, the panel's radio and colour buttons, and Enter All Data on a
+// synthesized vowel.
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QMdiArea>
+#include <QMouseEvent>
+#include <QTest>
+
+#include <algorithm>
+#include <array>
+
+#include "../app/ShellFixture.h"
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "document/ColorSlots.h"
+#include "engine/Synthesizer.h"
+#include "entry/CFreqInputWnd.h"
+#include "entry/CGraphicalInput.h"
+#include "entry/CGraphicalInputChild.h"
+#include "entry/EnterAllData.h"
+#include "table/TableCommands.h"
+
+namespace vandrel::ui::test {
+namespace {
+
+class GraphicalEntryTest : public ShellFixture {
+ protected:
+  void SetUp() override {
+    ShellFixture::SetUp();
+    frame = std::make_unique<CMainFrame>(environment());
+    installTableCommands(frame->router());
+    installEntryCommands(frame->router());
+    frame->resize(1400, 900);
+    frame->show();
+    table = frame->newDocument();
+    frame->action(ID_ENTRY_GRAPHICAL)->trigger();
+    child = qobject_cast<CGraphicalInputChild*>(frame->mdiArea()->activeSubWindow());
+    ASSERT_NE(child, nullptr);
+    wnd = child->drawing();
+  }
+
+  void TearDown() override {
+    frame.reset();
+    ShellFixture::TearDown();
+  }
+
+  vandrel::CVandrelDoc& doc() { return table->document().doc(); }
+
+  void mouse(QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::KeyboardModifiers mods = {}) {
+    const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+    QMouseEvent e(type, QPointF(at), QPointF(wnd->mapToGlobal(at)), button, held, mods);
+    QApplication::sendEvent(wnd, &e);
+  }
+  void press(QPoint at) { mouse(QEvent::MouseButtonPress, at, Qt::LeftButton); }
+  void move(QPoint at, Qt::KeyboardModifiers mods = {}) { mouse(QEvent::MouseMove, at, Qt::NoButton, mods); }
+  void release(QPoint at) { mouse(QEvent::MouseButtonRelease, at, Qt::LeftButton); }
+
+  // A click on the radio button's circle (a radio button answers only over
+  // its circle and its text).
+  void choose(int radioId) {
+    QAbstractButton* b = child->panel()->control(radioId);
+    QTest::mouseClick(b, Qt::LeftButton, {}, QPoint(8, b->height() / 2));
+  }
+
+  std::unique_ptr<CMainFrame> frame;
+  CChildFrame* table = nullptr;
+  CGraphicalInputChild* child = nullptr;
+  CFreqInputWnd* wnd = nullptr;
+};
+
+TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
+  EXPECT_EQ(child->windowTitle(), QStringLiteral("Vandr1::Graphical Data Entry"));
+  choose(1011);  // F1
+  EXPECT_EQ(doc().drawing.selected, vandrel::DrawTrack::kF1);
+  EXPECT_EQ(wnd->displayMode(), 3);
+  for (int t = 0; t < vandrel::kDrawTrackCount; ++t)
+    EXPECT_EQ(
+        child->panel()->control(CGraphicalInput::radioId(static_cast<vandrel::DrawTrack>(t)))->isChecked(),
+        t == static_cast<int>(vandrel::DrawTrack::kF1));
+
+  const vandrel::DrawingLayout& l = wnd->layout();
+  const vandrel::PixelBox f = l.stripOf(vandrel::Strip::kFormants);
+  const vandrel::FrameTable before = doc().table;
+  const int frames = before.columns();
+  const auto xOf = [&](int column) { return l.area.left + (2 * column + 1) * l.area.width / (2 * frames); };
+  const QPoint a(xOf(2), f.top + f.height / 4), b(xOf(9), f.top + f.height / 2);
+  press(QPoint(xOf(1), f.top + 10));  // the press alone writes nothing
+  move(a);
+  move(b);
+  move(QPoint(xOf(12), f.top + 5), Qt::ShiftModifier);
+  move(QPoint(xOf(13), f.top + 5), Qt::ControlModifier);
+  move(QPoint(xOf(14), l.stripOf(vandrel::Strip::kF0).top + 5));  // f1 over the f0 strip
+  release(b);
+
+  vandrel::FrameTable want = before;
+  for (const QPoint& p : {a, b}) {
+    const auto point = vandrel::drawPointAt(l, vandrel::DrawTrack::kF1, frames, p.x(), p.y());
+    ASSERT_TRUE(point);
+    want.setValue(vandrel::kF1, point->column, point->value);
+  }
+  EXPECT_EQ(doc().table, want);
+  EXPECT_EQ(doc().table.value(vandrel::kF1, 2),
+            (f.bottom() - a.y()) * l.rangeOf(vandrel::Strip::kFormants) / f.height);
+  EXPECT_TRUE(doc().changedSinceSynthesis);
+
+  frame->runCommand(ID_EDIT_UNDO);
+  EXPECT_EQ(doc().table, before);
+  frame->runCommand(ID_EDIT_REDO);
+  EXPECT_EQ(doc().table, want);
+
+  // F0 at the top of its strip: ten times the display maximum (500 Hz).
+  choose(1001);
+  const vandrel::PixelBox p = l.stripOf(vandrel::Strip::kF0);
+  press(QPoint(xOf(5), p.top));
+  move(QPoint(xOf(5), p.top));
+  release(QPoint(xOf(5), p.top));
+  EXPECT_EQ(doc().table.value(vandrel::kF0, 5), 5000);
+
+  // A colour button stores the colour in the document.
+  CGraphicalInput::chooseColor = [](const QColor&, QWidget*) { return QColor(10, 20, 30); };
+  child->panel()->control(CGraphicalInput::kF1Color + 2)->click();  // "F3-color"
+  CGraphicalInput::chooseColor = [](const QColor&, QWidget*) { return QColor(); };
+  child->panel()->control(CGraphicalInput::kF0Color)->click();  // cancelled
+  EXPECT_EQ(doc().drawing.color(vandrel::DrawTrack::kF3), vandrel::rgb(10, 20, 30));
+  EXPECT_EQ(doc().drawing.color(vandrel::DrawTrack::kF0), vandrel::DrawingChoice::defaultColors()[0]);
+  EXPECT_EQ(child->panel()->control(CGraphicalInput::kF0Color)->text(), QStringLiteral("F0-color"));
+}
+
+// A steady vowel synthesized from known values, then opened as the recording:
+// Enter All Data brings the values back within 5%; a hidden row is left alone.
+TEST_F(GraphicalEntryTest, EnterAllDataCopiesASynthesizedVowelsTracks) {
+  const std::array<int, 6> made = {1200, 700, 1220, 2600, 3300, 4200};  // f0 in tenths of a hertz, f1 .. f5
+  const std::array<int, 6> rows = {vandrel::kF0, vandrel::kF1, vandrel::kF2,
+                                   vandrel::kF3, vandrel::kF4, vandrel::kF5};
+  doc().params().fileLengthMs = 600;
+  doc().params().frameCount = 60;
+  doc().table.reset(60, doc().params());
+  for (std::size_t k = 0; k < rows.size(); ++k)
+    for (int c = 0; c < 60; ++c) doc().table.setValue(rows[k], c, made[k]);
+  doc().markEdited();
+  vandrel::ensureSynthesized(doc());
+  doc().attachAudio(doc().synthesized);
+  doc().table.reset(60, doc().params());
+  doc().notifyStructureChanged();
+
+  QAbstractButton* enter = child->panel()->control(CGraphicalInput::kEnterAllData);
+  enter->click();
+  EXPECT_EQ(messages, std::vector<QString>{QString::fromLatin1(vandrel::kFormantTrackingOffMessage)});
+  EXPECT_EQ(doc().undo.count(), 0);
+
+  frame->environment().config.spectrogram.displayFormants = 1;
+  doc().paramSets[0].setSelected(vandrel::kF3, false);
+  enter->click();
+  EXPECT_EQ(messages.size(), 1u);
+  for (std::size_t k = 0; k < rows.size(); ++k)
+    for (int c = 15; c < 45; ++c) {  // the middle half, away from onset and end
+      SCOPED_TRACE(testing::Message() << "row " << rows[k] << " frame " << c);
+      if (rows[k] == vandrel::kF3)
+        EXPECT_EQ(doc().table.value(rows[k], c), doc().params().at(vandrel::kF3).defaultValue);
+      else
+        EXPECT_NEAR(doc().table.value(rows[k], c), made[k], 0.05 * made[k]);
+    }
+  EXPECT_TRUE(child->panel()->recordingBox()->isChecked());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !wnd->backgroundBusy() && wnd->hasBackground(); }, 10000));
+  frame->runCommand(ID_EDIT_UNDO);
+  EXPECT_EQ(doc().table.value(vandrel::kF1, 30), doc().params().at(vandrel::kF1).defaultValue);
+}
+
+}  // namespace
+}  // namespace vandrel::ui::test
