@@ -225,7 +225,8 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   FormantTrackSettings fts = FormantTrackSettings::forFrames(COptionSpectrogram(fs), frames, step, fa.offset);
   fts.windowMs = kFormantWindowMs;
   // The two analyses share nothing: the formants are tracked on a second
-  // thread while this one tracks the pitch (on one core, one after the other).
+  // thread while this one tracks the pitch and measures the levels (on one
+  // core, one after the other).
   const auto trackFormants = [&] { return computeFormantTracks(audio.samples, fs, fts); };
   std::future<FormantTrackResult> formantJob;
   try {
@@ -235,6 +236,12 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   }
   const PitchTrackResult pitch =
       computePitchTrack(audio.samples, fs, po, PitchMethod::kAutocorrelation, pa.offset);
+  const std::vector<double> x = asDoubles(audio.samples);
+  const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
+  const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
+  const std::vector<double> high = fs > 2.2 * kFricationHz
+                                       ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
+                                       : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
   const FormantTrackResult formants = formantJob.get();
   if (pitch.status != PitchTrackResult::Status::kOk || pitch.f0.empty() ||
       formants.status != FormantTrackResult::Status::kOk || formants.frequency.empty()) {
@@ -242,12 +249,6 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     r.message = "the pitch or formant tracks of the recording could not be computed";
     return r;
   }
-  const std::vector<double> x = asDoubles(audio.samples);
-  const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
-  const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
-  const std::vector<double> high = fs > 2.2 * kFricationHz
-                                       ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
-                                       : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
   const double loudest = *std::max_element(level.begin(), level.end());
 
   auto doc = std::make_unique<CVandrelDoc>();
