@@ -49,6 +49,8 @@ class Listening : public QObject {
 
   bool playing() const;
   PlayWhich side() const { return side_; }
+  // The side A/B goes to next; meaningful once something has played.
+  std::optional<PlayWhich> next() const { return started_ ? std::optional(partner_) : std::nullopt; }
   CSoundOut* player() const { return player_.get(); }
   const NowPlaying& now() const { return now_; }
   // The signal of a "Listen to" choice last played (empty before any).

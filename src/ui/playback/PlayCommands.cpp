@@ -74,25 +74,32 @@ Listening& listeningOf(CommandContext& ctx) {
   return l;
 }
 
+// The synthesized buffer, brought up to date with the table. The progress
+// window opens only when the synthesis takes long enough to notice: painting
+// it would hold back the start of every sound.
+void synthesizeIfChanged(CVandrelDoc& doc, QWidget* view) {
+  if (doc.changedSinceSynthesis) {
+    LazyProgress progress(view, CProgressDialog::kSynthesizing, 150);
+    ensureSynthesized(doc, progress.callback());
+  }
+  ensureSynthesized(doc);
+}
+
 void play(CommandContext& ctx, PlayWhich which) {
   if (!ctx.document) return;
-  CVandrelDoc& doc = ctx.document->doc();
   QWidget* view = ctx.dialogParent();
   const std::uint8_t solo = which == PlayWhich::Current ? soloOf(ctx) : std::uint8_t{CKlattEngine::kNormal};
-  if (which == PlayWhich::Current && solo == CKlattEngine::kNormal) {
-    if (doc.changedSinceSynthesis) {
-      // The progress window opens only when the synthesis takes long enough to
-      // notice: painting it would hold back the start of every sound.
-      LazyProgress progress(view, CProgressDialog::kSynthesizing, 150);
-      ensureSynthesized(doc, progress.callback());
-    }
-    ensureSynthesized(doc);
-  }
+  if (which == PlayWhich::Current && solo == CKlattEngine::kNormal)
+    synthesizeIfChanged(ctx.document->doc(), view);
   listeningOf(ctx).play(which, chosenSpan(ctx), loopOn(ctx), solo, view);
 }
 
 void switchSides(CommandContext& ctx) {
-  if (!listeningOf(ctx).switchSides(soloOf(ctx), ctx.dialogParent()))
+  Listening& listening = listeningOf(ctx);
+  const std::uint8_t solo = soloOf(ctx);
+  if (listening.next() == PlayWhich::Current && solo == CKlattEngine::kNormal)
+    synthesizeIfChanged(ctx.document->doc(), ctx.dialogParent());
+  if (!listening.switchSides(solo, ctx.dialogParent()))
     ctx.mainFrame->showStatus(QStringLiteral("A/B Switch: play a sound first"));
 }
 

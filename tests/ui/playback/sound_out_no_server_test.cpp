@@ -9,6 +9,7 @@
 #include "SoundTestKit.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
+#include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "playback/PlayCommands.h"
 #include "playback/SoundOut.h"
@@ -77,6 +78,12 @@ TEST_F(NoSoundTest, CtrlOneSynthesizesAndSaysNoSoundOutputDevice) {
   ASSERT_NE(QApplication::focusWidget(), nullptr);
   QTest::keyClick(QApplication::focusWidget(), Qt::Key_3, Qt::ControlModifier);
   EXPECT_TRUE(messages.empty());
+
+  // A loop of a "Listen to" signal says the same, and nothing is left to stop.
+  frame.action(ID_PLAY_LOOP)->trigger();
+  frame.findChild<QAction*>(QStringLiteral("command_%1").arg(ID_LISTEN_TO_FIRST + 1))->trigger();
+  EXPECT_EQ(messages, std::vector<QString>{"No Sound Output Device"});
+  EXPECT_FALSE(frame.action(ID_PLAY_STOP)->isEnabled());
 }
 
 }  // namespace

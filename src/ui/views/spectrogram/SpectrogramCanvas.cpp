@@ -117,6 +117,7 @@ SpectrogramCanvas::SpectrogramCanvas(OpenDocument& document, vandrel::SampleSlot
     update();
   });
   connect(&PlayHead::of(document), &PlayHead::moved, this, [this](double ms) {
+    if (ms < 0 && playMs_ >= 0) cacheValid_ = false;
     playMs_ = ms;
     update();
   });
@@ -172,7 +173,11 @@ void SpectrogramCanvas::setTableOverlay(bool on) {
 void SpectrogramCanvas::setTableColumn(int column) {
   if (column == scene_.tableColumn) return;
   scene_.tableColumn = column;
-  invalidate();
+  // While the sound plays the table's column follows it, and the play line
+  // already shows that frame: the column's tint, which is part of the cached
+  // picture, catches up when the sound stops instead of redrawing it all
+  // many times a second.
+  if (playMs_ < 0) invalidate();
 }
 
 void SpectrogramCanvas::zoomIn() { axis_.zoomBy(0.5); }
