@@ -112,6 +112,7 @@ std::string writeKlattGrid(const FrameTable& t, int intervalMs, int oralFormants
   GridText g(xmax);
   const auto same = [](double v) { return v; };
   const auto db = [](double v) { return v > 0.0 ? v + kKlattGridDbOffset : 0.0; };
+  const auto gain = [](double v) { return v > 0.0 ? v - kParallelReferenceDb : kSilentGainDb; };
   const auto rows = [&](int first, int count, int step, const std::function<double(double)>& map) {
     std::vector<std::vector<Point>> tiers;
     for (int k = 0; k < count; ++k) tiers.push_back(rowPoints(t, first + k * step, intervalMs, map));
@@ -137,7 +138,7 @@ std::string writeKlattGrid(const FrameTable& t, int intervalMs, int oralFormants
   g.named("power2", none);
   g.named("spectralTilt", rowPoints(t, kTl, intervalMs, same));
   g.named("aspirationAmplitude", rowPoints(t, kAh, intervalMs, db));
-  g.named("breathinessAmplitude", rowPoints(t, kAtu, intervalMs, db));
+  g.named("breathinessAmplitude", none);
 
   // Storage order runs from the highest formant down: f1 is kF1, f2 is
   // kF1 - 1, and likewise for b, a..f and b..f.
@@ -148,8 +149,8 @@ std::string writeKlattGrid(const FrameTable& t, int intervalMs, int oralFormants
                 {rowPoints(t, kBnp, intervalMs, same)});
   g.formantGrid("nasal_antiformants", {rowPoints(t, kFnz, intervalMs, same)},
                 {rowPoints(t, kBnz, intervalMs, same)});
-  g.list("oral_formants_amplitudes", rows(kA1f, oralFormants, -1, same));
-  g.list("nasal_formants_amplitudes", {rowPoints(t, kAnv, intervalMs, same)});
+  g.list("oral_formants_amplitudes", rows(kA1f, oralFormants, -1, gain));
+  g.list("nasal_formants_amplitudes", {rowPoints(t, kAnv, intervalMs, gain)});
 
   g.line(0, "coupling? <exists> ");
   g.range(0);
@@ -162,7 +163,7 @@ std::string writeKlattGrid(const FrameTable& t, int intervalMs, int oralFormants
   // left without points, so Praat leaves it out).
   auto fricFreq = rows(kF1, 6, -1, same);
   auto fricBw = rows(kB1f, 6, -1, same);
-  auto fricAmp = rows(kA1f, 6, -1, same);
+  auto fricAmp = rows(kA1f, 6, -1, gain);
   fricFreq[0].clear();
   fricBw[0].clear();
   fricAmp[0].clear();
@@ -171,7 +172,7 @@ std::string writeKlattGrid(const FrameTable& t, int intervalMs, int oralFormants
   g.named("fricationAmplitude", rowPoints(t, kAf, intervalMs, db));
   g.formantGrid("frication_formants", fricFreq, fricBw);
   g.list("frication_formants_amplitudes", fricAmp);
-  g.named("bypass", rowPoints(t, kAb, intervalMs, same));
+  g.named("bypass", rowPoints(t, kAb, intervalMs, gain));
   g.named("gain", none);
   return g.take();
 }

@@ -2,11 +2,13 @@
 // A frame table in the formats other tools read:
 //
 //   writeKlattGrid  a Praat KlattGrid text file, so the table can go on in
-//                   Praat: pitch (f0 / 10 Hz), the voicing, aspiration,
-//                   breathiness and frication amplitudes, tilt, the oral
-//                   formants with bandwidths and parallel amplitudes, the
-//                   nasal pole and zero, the frication formants f2..f6 with
-//                   b2f..b6f and a2f..a6f, and the bypass.
+//                   Praat: pitch (f0 / 10 Hz), the voicing, aspiration and
+//                   frication amplitudes, tilt, the oral formants with
+//                   bandwidths and parallel amplitudes, the nasal pole and
+//                   zero, the frication formants f2..f6 with b2f..b6f and
+//                   a2f..a6f, and the bypass. Breathiness (atu) is left out:
+//                   Praat adds it as noise of its own level, where here it
+//                   is shaped by the voicing.
 //   writeLongTable  time_ms, parameter, value: one line per frame and row,
 //                   the long form R and pandas take without reshaping.
 //
@@ -26,6 +28,13 @@ namespace vandrel {
 // The offset makes a table's vowel as loud in Praat as here; a value of 0,
 // which silences the source here, becomes 0 dB there (inaudible).
 inline constexpr double kKlattGridDbOffset = 30.0;
+
+// Praat's formant and bypass amplitudes are gains in dB on the branch's
+// source; here a2f..a6f, ab and anv are levels where 60 dB is a strong
+// formant. So 60 becomes 0 dB, every dB less a dB of attenuation, and 0
+// (off here) a gain too small to hear.
+inline constexpr double kParallelReferenceDb = 60.0;
+inline constexpr double kSilentGainDb = -120.0;
 
 // `oralFormants`: 5, or 8 when the table synthesizes at the high rate.
 std::string writeKlattGrid(const FrameTable& table, int intervalMs, int oralFormants);

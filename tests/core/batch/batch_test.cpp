@@ -129,6 +129,8 @@ TEST(TableExportTest, KlattGridAndLongTable) {
   EXPECT_EQ(tierValues(grid, "pitch"), (std::vector<std::string>{"100 ", "120 ", "125 "}));
   EXPECT_EQ(tierValues(grid, "voicingAmplitude"), (std::vector<std::string>{"0 ", "90 ", "90 ", "0 "}));
   EXPECT_EQ(tierValues(grid, "spectralTilt").size(), 2u);  // constant: the two ends
+  EXPECT_EQ(tierValues(grid, "bypass"), (std::vector<std::string>{"-120 ", "-120 "}));  // ab 0: off
+  EXPECT_TRUE(tierValues(grid, "breathinessAmplitude").empty());
 
   const std::string tsv = writeLongTable(t, 10, {kF0, kF1});
   EXPECT_EQ(tsv.substr(0, tsv.find('\n', 40)),
