@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QStatusBar>
 #include <QToolBar>
@@ -43,6 +44,12 @@ std::optional<TimeSpan> tableSpan(const CommandContext& ctx) {
 }
 
 std::optional<TimeSpan> viewSpan(const CommandContext& ctx) {
+  // A selection is only heard while a window of the document shows it.
+  bool shown = false;
+  for (QMdiSubWindow* w : ctx.mainFrame->mdiArea()->subWindowList())
+    if (auto* view = dynamic_cast<DocumentWindow*>(w); view && &view->document() == ctx.document)
+      shown = true;
+  if (!shown) return std::nullopt;
   const auto& s = DocumentCursor::of(*ctx.document).selection();
   if (!s) return std::nullopt;
   return TimeSpan{s->startMs, s->endMs};

@@ -7,7 +7,7 @@
 // at once.
 //
 // What plays is the stretch the user selected in the window in front: a
-// range of time in a spectrogram view, or columns of the table (a block over
+// range of time in an open spectrogram or FFT/LPC view, or columns of the table (a block over
 // two or more columns, or a column heading); when that window has none, the
 // other kind; when there is none at all, the whole sound.
 

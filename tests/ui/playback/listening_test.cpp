@@ -4,6 +4,7 @@
 // compared with what should have been played.
 #include <gtest/gtest.h>
 #include <QAction>
+#include <QMdiArea>
 #include <QTest>
 
 #include <cstdio>
@@ -93,15 +94,24 @@ class ListeningTest : public test::ShellFixture {
   MonitorCapture capture;
 };
 
-// Columns 30..49 of the table are selected (300-500 ms) and Loop is on: the
-// stretch plays twice in a row with nothing from outside it; the table's
-// current column and the play head stay inside it; Stop ends it.
-TEST_F(ListeningTest, ASelectedStretchLoopsUntilStopped) {
+// 300-500 ms are selected - columns 30..49 of the table, or a drag in the
+// spectrogram window in front - and Loop is on: the stretch plays twice in a
+// row with nothing from outside it; the table's current column and the play
+// head stay inside it; Stop ends it.
+class SelectionTest : public ListeningTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(SelectionTest, ASelectedStretchLoopsUntilStopped) {
   const Samples sound = noise(7, kSinkRate);
   setSynthesized(sound);
   auto* table = qobject_cast<CVandrelView*>(child->view());
   ASSERT_NE(table, nullptr);
-  table->state().selection = TableSelection::block(30, 5, 49, 5);
+  if (GetParam()) {
+    table->state().selection = TableSelection::block(30, 5, 49, 5);
+  } else {
+    frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
+    ASSERT_NE(frame->mdiArea()->activeSubWindow(), child);
+    DocumentCursor::of(child->document()).setSelection(500, 300);
+  }
   const std::size_t first = 300 * kSinkRate / 1000, n = 200 * kSinkRate / 1000;
 
   trigger(ID_PLAY_LOOP);
@@ -137,6 +147,9 @@ TEST_F(ListeningTest, ASelectedStretchLoopsUntilStopped) {
   EXPECT_GT(ncc(cap, stretch, lag + std::int64_t(n), 1, n), 0.999) << "the second pass does not follow";
   EXPECT_LT(std::abs(ncc(cap, part(sound, first - n, n), lag, 1, n)), 0.1);
 }
+
+INSTANTIATE_TEST_SUITE_P(Sound, SelectionTest, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "TableColumns" : "SpectrogramRange"; });
 
 // Loop over the whole sound, the copy first; A/B goes over to the recording
 // and the recording goes on from the moment the copy had reached.
