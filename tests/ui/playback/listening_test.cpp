@@ -183,7 +183,9 @@ TEST_F(ListeningTest, ABSwitchGoesOnFromTheSameMoment) {
   ASSERT_GT(m.ncc, 0.999) << "the recording did not follow";
   const double heardMs = 1000.0 * double(end - lag) / kSinkRate,
                resumedMs = 1000.0 * double(m.lag) / kSinkRate;
-  EXPECT_NEAR(resumedMs, heardMs, 60.0);
+  // The player knows where the sound is to within the server's polling, which
+  // a loaded machine stretches: generous, but far less than a pass.
+  EXPECT_NEAR(resumedMs, heardMs, 120.0);
   const double switchMs =
       std::chrono::duration<double, std::milli>(capture.timeOf(resumed) - pressed).count();
   std::printf("[ A/B ] the copy stopped at %.1f ms, the recording resumed at %.1f ms; key to sound %.1f ms\n",
