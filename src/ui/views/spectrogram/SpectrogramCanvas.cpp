@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "app/CProgressDialog.h"
 #include "app/OpenDocument.h"
@@ -117,7 +118,13 @@ SpectrogramCanvas::SpectrogramCanvas(OpenDocument& document, vandrel::SampleSlot
     update();
   });
   connect(&PlayHead::of(document), &PlayHead::moved, this, [this](double ms) {
-    if (ms < 0 && playMs_ >= 0) cacheValid_ = false;
+    if ((ms < 0) != (playMs_ < 0)) {
+      if (ms >= 0)
+        playedOverColumn_ = std::exchange(scene_.tableColumn, -1);
+      else
+        scene_.tableColumn = playedOverColumn_;
+      cacheValid_ = false;
+    }
     playMs_ = ms;
     update();
   });
@@ -171,13 +178,16 @@ void SpectrogramCanvas::setTableOverlay(bool on) {
 }
 
 void SpectrogramCanvas::setTableColumn(int column) {
+  // While the sound plays the table's column follows it and the play line
+  // shows that frame: the column's tint, part of the cached picture, is left
+  // out until the sound stops rather than redrawing it all many times a second.
+  if (playMs_ >= 0) {
+    playedOverColumn_ = column;
+    return;
+  }
   if (column == scene_.tableColumn) return;
   scene_.tableColumn = column;
-  // While the sound plays the table's column follows it, and the play line
-  // already shows that frame: the column's tint, which is part of the cached
-  // picture, catches up when the sound stops instead of redrawing it all
-  // many times a second.
-  if (playMs_ < 0) invalidate();
+  invalidate();
 }
 
 void SpectrogramCanvas::zoomIn() { axis_.zoomBy(0.5); }

@@ -111,8 +111,9 @@ class SpectrogramCanvas : public QWidget {
   QPixmap cache_;
   bool cacheValid_ = false;
   QPoint crosshair_{-1, -1};
-  double cursorMs_ = -1;  // the document's cursor, drawn when the pointer is elsewhere
-  double playMs_ = -1;    // the sound being heard, while the document plays
+  double cursorMs_ = -1;       // the document's cursor, drawn when the pointer is elsewhere
+  double playMs_ = -1;         // the sound being heard, while the document plays
+  int playedOverColumn_ = -1;  // the table's column, kept out of the picture while the sound plays
 
   // What the running or last analyses cover, so a repaint that changes
   // nothing asks for nothing.
