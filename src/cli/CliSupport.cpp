@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+
+#include <sys/stat.h>
 #include <utility>
 
 #include "SndfileDecoder.h"
@@ -59,9 +61,26 @@ std::string waveImage(const SampleSet& set) {
   return image;
 }
 
-bool wouldOverwrite(const std::string& output, const std::string& input) {
-  std::error_code ec;
-  return fs::equivalent(output, input, ec) && !ec;
+namespace {
+
+bool identity(const std::string& path, std::pair<unsigned long long, unsigned long long>& id) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) return false;
+  id = {static_cast<unsigned long long>(st.st_dev), static_cast<unsigned long long>(st.st_ino)};
+  return true;
+}
+
+}  // namespace
+
+InputFiles::InputFiles(const std::vector<std::string>& paths) {
+  std::pair<unsigned long long, unsigned long long> id;
+  for (const auto& p : paths)
+    if (identity(p, id)) ids_.insert(id);
+}
+
+bool InputFiles::wouldOverwrite(const std::string& output) const {
+  std::pair<unsigned long long, unsigned long long> id;
+  return identity(output, id) && ids_.count(id) != 0;
 }
 
 std::string stemOf(const std::string& path) { return fs::path(path).stem().string(); }

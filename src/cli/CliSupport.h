@@ -3,8 +3,10 @@
 // name, reading tables, and writing several files as one piece of work.
 
 #include <cstdarg>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -36,9 +38,18 @@ int readTable(const char* command, const std::string& path, CVandrelDoc& doc);
 // The WAV file of a synthesized buffer, as "Save As Audio" writes it.
 std::string waveImage(const SampleSet& set);
 
-// True when writing `output` would replace the input file `input` (the same
-// file by another name included): a command never writes over what it reads.
-bool wouldOverwrite(const std::string& output, const std::string& input);
+// The files a command reads, known by device and inode, so that writing
+// never replaces one of them under another name (a link, "./", a folder
+// path that leads back).
+class InputFiles {
+ public:
+  explicit InputFiles(const std::vector<std::string>& paths);
+  // True when writing `output` would replace one of the inputs.
+  bool wouldOverwrite(const std::string& output) const;
+
+ private:
+  std::set<std::pair<unsigned long long, unsigned long long>> ids_;
+};
 
 // The file name of `path` without folder and extension.
 std::string stemOf(const std::string& path);

@@ -108,15 +108,14 @@ int continuumCommand(const Args& args) {
     std::snprintf(name, sizeof name, "step_%0*d%s", width, s + 1, extension);
     return std::string(name);
   };
-  for (const auto& in : inputs) {
-    const auto clash = [&](const std::string& name) {
-      return wouldOverwrite((std::filesystem::path(output) / name).string(), in);
-    };
-    for (int s = 0; s < n; ++s)
-      if (clash(stepName(s, ".vdr")) || clash(stepName(s, ".wav")) || clash("manifest.tsv"))
-        return complain(kExitOptions, kCmd, "the steps in %s would be written over %s", output.c_str(),
-                        in.c_str());
-  }
+  const InputFiles read(inputs);
+  const auto clash = [&](const std::string& name) {
+    return read.wouldOverwrite((std::filesystem::path(output) / name).string());
+  };
+  for (int s = 0; s < n; ++s)
+    if (clash(stepName(s, ".vdr")) || clash(stepName(s, ".wav")) || clash("manifest.tsv"))
+      return complain(kExitOptions, kCmd, "the steps in %s would be written over a table it reads",
+                      output.c_str());
 
   OutputSet out;
   if (const std::string err = out.useFolder(output); !err.empty())

@@ -93,7 +93,7 @@ int copyCommand(const Args& args) {
   }
   if (input.empty()) return complain(kExitOptions, kCmd, "name the recording to copy (try --help)");
   if (output.empty()) return complain(kExitOptions, kCmd, "name the table to write with -o OUT.vdr");
-  if (wouldOverwrite(output, input))
+  if (InputFiles({input}).wouldOverwrite(output))
     return complain(kExitOptions, kCmd, "%s would be written over the recording", output.c_str());
 
   const OpenedFile f = readAudioFile(input, sndfileDecoder());

@@ -57,7 +57,7 @@ int exportCommand(const Args& args) {
     return complain(kExitOptions, kCmd, "--to wants klattgrid or tsv%s%s%s", to.empty() ? "" : ", not '",
                     to.c_str(), to.empty() ? "" : "'");
   if (output.empty()) return complain(kExitOptions, kCmd, "name the file to write with -o OUT");
-  if (wouldOverwrite(output, input))
+  if (InputFiles({input}).wouldOverwrite(output))
     return complain(kExitOptions, kCmd, "%s would be written over the table", output.c_str());
 
   CVandrelDoc doc;

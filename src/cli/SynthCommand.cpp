@@ -92,11 +92,10 @@ int synthCommand(const Args& args) {
     targets.push_back(t);
   }
   if (useDefault) targets.push_back(output);
-  for (std::size_t k = 0; k < inputs.size(); ++k)
-    for (const auto& in : inputs)
-      if (wouldOverwrite(targets[k], in))
-        return complain(kExitOptions, kCmd, "%s would be written over the table it holds",
-                        targets[k].c_str());
+  const InputFiles read(inputs);
+  for (const auto& t : targets)
+    if (read.wouldOverwrite(t))
+      return complain(kExitOptions, kCmd, "%s would be written over a table it reads", t.c_str());
 
   std::vector<CVandrelDoc> docs(useDefault ? 1 : inputs.size());
   for (std::size_t k = 0; k < inputs.size(); ++k)
@@ -117,13 +116,15 @@ int synthCommand(const Args& args) {
       return complain(kExitInput, kCmd, "%s", err.c_str());
     const LevelReport level = measureLevels(s);
     clipped += level.clipped;
+    const std::size_t count = s.samples.size();
+    docs[k].synthesized = docs[k].previous = {};  // a batch of thousands holds tables, not sounds
     if (quiet) continue;
     if (report)
       std::printf("%s\t%.1f\t%.0f\t%.2f\t%.2f\t%ld\n", targets[k].c_str(), level.durationMs, level.sampleRate,
                   level.peakDbfs, level.rmsDbfs, level.clipped);
     else
       std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %.1f dBFS\n", targets[k].c_str(),
-                  s.sampleRate, s.samples.size(), level.durationMs, level.peakDbfs);
+                  level.sampleRate, count, level.durationMs, level.peakDbfs);
   }
   out.commit();
   if (failOnClip && clipped > 0)
