@@ -115,25 +115,37 @@ void CFreqInputWnd::paintTrack(QPainter& p, vandrel::DrawTrack track, int x0, in
   const auto columnAt = [&](int x) {
     return std::clamp(static_cast<int>(static_cast<long long>(x - left) * frames / width), 0, frames - 1);
   };
-  QPolygonF line;
+  QPen pen = pens_[static_cast<std::size_t>(track)];
+  if (doc.drawing.selected == track) pen.setWidthF(3.0);
+  p.setPen(pen);
   if (frames <= width) {
+    QPolygonF line;
     const int c0 = std::max(columnAt(x0) - 1, 0);
     const int c1 = std::min(columnAt(x1) + 1, frames - 1);
     for (int c = c0; c <= c1; ++c)
       line << QPointF(xOfColumn(c) + 0.5 * width / frames, yOf(def.strip, scale * values[c]));
-  } else {
-    // Many frames to a pixel: the lowest and highest value under each.
-    for (int x = std::max(x0 - 1, left); x <= std::min(x1 + 1, left + width - 1); ++x) {
-      const int c0 = columnAt(x);
-      const int c1 = std::max(columnAt(x + 1), c0 + 1);
-      const auto [lo, hi] = std::minmax_element(values + c0, values + std::min(c1, frames));
-      line << QPointF(x + 0.5, yOf(def.strip, scale * *hi)) << QPointF(x + 0.5, yOf(def.strip, scale * *lo));
-    }
+    p.drawPolyline(line);
+    return;
   }
-  QPen pen = pens_[static_cast<std::size_t>(track)];
-  if (doc.drawing.selected == track) pen.setWidthF(3.0);
-  p.setPen(pen);
-  p.drawPolyline(line);
+  // Many frames to a pixel: a vertical line from the lowest to the highest
+  // value under each pixel, joined to the pixel before. Separate straight
+  // lines without smoothing: one long zigzag line is far slower to stroke.
+  QVector<QLineF> lines;
+  double lastY = -1;
+  for (int x = std::max(x0 - 1, left); x <= std::min(x1 + 1, left + width - 1); ++x) {
+    const int c0 = columnAt(x);
+    const int c1 = std::max(columnAt(x + 1), c0 + 1);
+    const auto [lo, hi] = std::minmax_element(values + c0, values + std::min(c1, frames));
+    const double top = yOf(def.strip, scale * *hi), bottom = yOf(def.strip, scale * *lo);
+    const double first = yOf(def.strip, scale * values[c0]);
+    if (lastY >= 0) lines << QLineF(x - 0.5, lastY, x + 0.5, first);
+    lines << QLineF(x + 0.5, top, x + 0.5, bottom);
+    lastY = yOf(def.strip, scale * values[std::min(c1, frames) - 1]);
+  }
+  p.save();
+  p.setRenderHint(QPainter::Antialiasing, false);
+  p.drawLines(lines);
+  p.restore();
 }
 
 void CFreqInputWnd::paintAnchors(QPainter& p, vandrel::DrawTrack track, int x0, int x1) const {
@@ -183,17 +195,20 @@ void CFreqInputWnd::paintTitle(QPainter& p, vandrel::Strip strip) const {
     pen.setWidthF(chosen ? 3.0 : 1.5);
     p.setPen(pen);
     const int mid = line.center().y();
-    p.drawLine(x, mid, x + 14, mid);
+    p.drawLine(x, mid, x + 10, mid);
     const QString name = upper(def.name);
-    p.drawText(QRect(x + 17, line.top(), 60, line.height()), Qt::AlignLeft | Qt::AlignVCenter, name);
-    x += 17 + p.fontMetrics().horizontalAdvance(name) + 14;
+    p.drawText(QRect(x + 13, line.top(), 60, line.height()), Qt::AlignLeft | Qt::AlignVCenter, name);
+    x += 13 + p.fontMetrics().horizontalAdvance(name) + 9;
   }
+  // What lies behind, where the line has room for it beside the legend.
   if (showRecording_ && hasBackground() && strip != vandrel::Strip::kAmplitudes) {
     p.setFont(font());
-    p.setPen(QColor(90, 90, 90));
-    p.drawText(line, Qt::AlignRight | Qt::AlignVCenter,
-               strip == vandrel::Strip::kF0 ? QStringLiteral("grey dots: the recording's pitch")
-                                            : QStringLiteral("behind: the recording's spectrogram"));
+    const QString note = strip == vandrel::Strip::kF0 ? QStringLiteral("grey dots: the recording's pitch")
+                                                      : QStringLiteral("behind: the recording's spectrogram");
+    if (x + p.fontMetrics().horizontalAdvance(note) + 8 < line.right()) {
+      p.setPen(QColor(90, 90, 90));
+      p.drawText(line, Qt::AlignRight | Qt::AlignVCenter, note);
+    }
   }
 }
 
@@ -209,7 +224,6 @@ void CFreqInputWnd::paintBackground(QPainter& p) const {
     const QRectF target(
         QPointF(xOfMs(spectrogram_.startMs), yOf(vandrel::Strip::kFormants, spectrogram_.fmax)),
         QPointF(xOfMs(spectrogram_.endMs), fb.bottom()));
-    p.setOpacity(0.6);
     p.drawImage(target, spectrogram_.image);
     p.restore();
   }

@@ -1,0 +1,119 @@
+// vandrel-entry-screenshots FOLDER [WAV]: pictures of graphical data entry for
+// a person to judge (never compared). A recording (by default a read
+// sentence from pocketsphinx-testdata) opens beside a blank table; its pitch
+// and formants are entered with "Enter All Data"; F2 is redrawn with one
+// stroke over the middle and a few f1 frames are anchored. Then the drawing
+// window alone, the table and the drawing tiled, and the user's guide's
+// picture (graphical-entry.png).
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QMdiArea>
+#include <QMouseEvent>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+#include "app/CChildFrame.h"
+#include "app/CMainFrame.h"
+#include "app/CommandIds.h"
+#include "app/OpenDocument.h"
+#include "common/Messages.h"
+#include "entry/CFreqInputWnd.h"
+#include "entry/CGraphicalInput.h"
+#include "entry/CGraphicalInputChild.h"
+
+using namespace vandrel;
+using namespace vandrel::ui;
+
+namespace {
+
+int failed = 0;
+
+void save(const QImage& image, const QString& file) {
+  if (image.save(file, "PNG")) {
+    std::printf("%s\n", qPrintable(file));
+  } else {
+    std::fprintf(stderr, "vandrel-entry-screenshots: cannot write %s\n", qPrintable(file));
+    ++failed;
+  }
+}
+
+void mouse(QWidget* w, QEvent::Type type, QPoint at) {
+  const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+  const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+  QMouseEvent e(type, QPointF(at), QPointF(w->mapToGlobal(at)), button, held, Qt::NoModifier);
+  QApplication::sendEvent(w, &e);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::fprintf(stderr, "usage: vandrel-entry-screenshots FOLDER [WAV]\n");
+    return 2;
+  }
+  QTemporaryDir scratch;
+  if (!scratch.isValid()) return 1;
+  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  QApplication app(argc, argv);
+  const QString folder = QApplication::arguments().at(1);
+  const QString wav = argc > 2 ? QApplication::arguments().at(2)
+                               : QStringLiteral(
+                                     "/usr/share/pocketsphinx/test/data/librivox/"
+                                     "sense_and_sensibility_01_austen_64kb-0880.wav");
+  if (!QDir().mkpath(folder)) return 1;
+  setMessagePresenter([](const MessageRequest& r) {
+    std::fprintf(stderr, "message: %s\n", qPrintable(r.text));
+    return QMessageBox::Ok;
+  });
+
+  ShellEnvironment env;
+  env.tempFolder = scratch.path();
+  env.applicationFolder = QCoreApplication::applicationDirPath();
+  CMainFrame frame(env);
+  frame.resize(1500, 950);
+  frame.show();
+  QTest::qWait(200);
+  frame.environment().config.spectrogram.displayFormants = 1;
+  if (!frame.openFile(wav)) return 1;
+  CVandrelDoc& doc = frame.activeDocument()->doc();
+  frame.runCommand(ID_ENTRY_GRAPHICAL);
+  auto* child = qobject_cast<CGraphicalInputChild*>(frame.mdiArea()->activeSubWindow());
+  if (!child) return 1;
+  child->showMaximized();
+  QTest::qWait(300);
+  child->panel()->control(CGraphicalInput::kEnterAllData)->click();
+
+  // F2 redrawn over the middle fifth, a gentle rise; five f1 anchors.
+  child->panel()->control(CGraphicalInput::radioId(DrawTrack::kF2))->click();
+  CFreqInputWnd* wnd = child->drawing();
+  const PixelBox& area = wnd->layout().area;
+  const PixelBox& f = wnd->layout().stripOf(Strip::kFormants);
+  const int x0 = area.left + 2 * area.width / 5, x1 = area.left + 3 * area.width / 5;
+  const auto yOf = [&](int hz) {
+    return f.bottom() - hz * f.height / wnd->layout().rangeOf(Strip::kFormants);
+  };
+  mouse(wnd, QEvent::MouseButtonPress, QPoint(x0, yOf(1400)));
+  for (int x = x0; x <= x1; x += 2)
+    mouse(wnd, QEvent::MouseMove, QPoint(x, yOf(1400 + 400 * (x - x0) / (x1 - x0))));
+  mouse(wnd, QEvent::MouseButtonRelease, QPoint(x1, yOf(1800)));
+  for (int k = 1; k <= 5; ++k) doc.table.setAnchor(kF1, k * doc.table.columns() / 6, true);
+  doc.notifyStructureChanged();
+
+  if (!QTest::qWaitFor([&] { return !wnd->backgroundBusy() && wnd->hasBackground(); }, 20000))
+    std::fprintf(stderr, "vandrel-entry-screenshots: no recording behind the strips\n");
+  QTest::qWait(400);
+  save(child->grab().toImage(), folder + QStringLiteral("/entry.png"));
+  save(child->grab().toImage().scaledToWidth(1000, Qt::SmoothTransformation),
+       folder + QStringLiteral("/graphical-entry.png"));
+
+  child->showNormal();
+  frame.mdiArea()->tileSubWindows();
+  QTest::qWait(800);
+  save(frame.grab().toImage(), folder + QStringLiteral("/entry-tiled.png"));
+  for (CChildFrame* c : frame.childFrames()) c->document().setModified(false);
+  return failed == 0 ? 0 : 1;
+}
