@@ -18,6 +18,7 @@
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
+#include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
 #include "document/ColorSlots.h"
 #include "engine/Synthesizer.h"
@@ -131,6 +132,21 @@ TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
   EXPECT_EQ(doc().drawing.color(vandrel::DrawTrack::kF3), vandrel::rgb(10, 20, 30));
   EXPECT_EQ(doc().drawing.color(vandrel::DrawTrack::kF0), vandrel::DrawingChoice::defaultColors()[0]);
   EXPECT_EQ(child->panel()->control(CGraphicalInput::kF0Color)->text(), QStringLiteral("F0-color"));
+
+  // The table's keys work in this window (Play Current on its document), and
+  // Ctrl+F in the table brings the one window of the document forward.
+  OpenDocument* played = nullptr;
+  frame->router().setHandler(ID_PLAY_CURRENT, [&](CommandContext& ctx) { played = ctx.document; });
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+  frame->mdiArea()->setActiveSubWindow(child);
+  wnd->setFocus();
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_1, Qt::ControlModifier);
+  EXPECT_EQ(played, &table->document());
+  frame->mdiArea()->setActiveSubWindow(table);
+  table->widget()->setFocus();
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_F, Qt::ControlModifier);
+  EXPECT_EQ(frame->mdiArea()->activeSubWindow(), child);
+  EXPECT_EQ(frame->mdiArea()->subWindowList().size(), 2);
 }
 
 // A steady vowel synthesized from known values, then opened as the recording:
