@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <tuple>
 
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
@@ -92,7 +93,7 @@ void CFreqInputWnd::makePens() {
   pens_[kAnchorPen] = QPen(Qt::black, 1);
 }
 
-void CFreqInputWnd::refreshSettings() {
+std::pair<int, int> CFreqInputWnd::displayMaxima() const {
   const vandrel::CVandrelDoc& doc = document_.doc();
   double fs = doc.params().sampleRate();
   if (doc.hasAudio() && doc.audio.sampleRate > 0)
@@ -104,8 +105,11 @@ void CFreqInputWnd::refreshSettings() {
     o.spectrogram.fs = fs;
     o.spectrogram.setDefaults();
   }
-  f0MaxHz_ = std::max(o.pitch.displayHighHz, 1);
-  formantMaxHz_ = std::max(o.spectrogram.frequencyRange, 1);
+  return {std::max(o.pitch.displayHighHz, 1), std::max(o.spectrogram.frequencyRange, 1)};
+}
+
+void CFreqInputWnd::refreshSettings() {
+  std::tie(f0MaxHz_, formantMaxHz_) = displayMaxima();
   updateLayout();
   update();
 }

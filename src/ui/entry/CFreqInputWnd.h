@@ -17,6 +17,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 
 #include "entry/DrawStroke.h"
 #include "views/spectrogram/SignalAnalysis.h"
@@ -73,6 +74,7 @@ class CFreqInputWnd : public QWidget {
 
  private:
   void updateLayout();
+  std::pair<int, int> displayMaxima() const;  // f0 and formant strips, Hz
   void cellsChanged(const vandrel::CellRange& cells);
   void startBackground();
   // Pixel column of the left edge of frame `column` (column = frames: the right edge).

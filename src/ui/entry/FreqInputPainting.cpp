@@ -49,6 +49,10 @@ double CFreqInputWnd::yOf(vandrel::Strip strip, double value) const {
 }
 
 void CFreqInputWnd::paintEvent(QPaintEvent* event) {
+  // The pitch and spectrogram options may have changed since the last paint
+  // (their dialogs tell only the spectrogram windows): the scales follow, and
+  // the whole window is painted again.
+  if (displayMaxima() != std::make_pair(f0MaxHz_, formantMaxHz_)) refreshSettings();
   QPainter p(this);
   const QRect band = event->rect();
   p.fillRect(band, Qt::white);

@@ -123,6 +123,10 @@ TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
   move(QPoint(xOf(5), p.top));
   release(QPoint(xOf(5), p.top));
   EXPECT_EQ(doc().table.value(vandrel::kF0, 5), 5000);
+  // A new display maximum in the pitch options: the strip's scale follows.
+  frame->environment().config.pitch.displayHighHz = 300;
+  wnd->grab();  // a paint
+  EXPECT_EQ(l.rangeOf(vandrel::Strip::kF0), 300);
 
   // A colour button stores the colour in the document.
   CGraphicalInput::chooseColor = [](const QColor&, QWidget*) { return QColor(10, 20, 30); };
