@@ -28,6 +28,7 @@ constexpr int kRight = 14;
 constexpr int kTop = 2;
 constexpr int kTitle = 20;
 constexpr int kBottom = 40;
+constexpr int kBackgroundRangeDb = 50;
 
 // Shares of the strips' height: formants get the most room, they carry five tracks.
 constexpr std::array<double, vandrel::kStripCount> kStripShare = {0.26, 0.44, 0.30};
@@ -239,6 +240,11 @@ void CFreqInputWnd::startBackground() {
   }
   o.spectrogram.selectSize(o.spectrogram.sizeIndex);
   o.spectrogram.displayFormants = false;  // the table's own tracks are drawn over it
+  // Grey levels count down from the strongest cell, and pre-emphasis makes a
+  // fricative's hiss that cell: with the usual 35 dB the vowels' formants,
+  // the very bands one draws over, fade to white. Behind the strips at least
+  // 50 dB are shown.
+  o.spectrogram.dynamicRangeDb = std::max(o.spectrogram.dynamicRangeDb, kBackgroundRangeDb);
   auto samples = std::make_shared<const std::vector<std::int16_t>>(doc.audio.samples);
   const double lengthMs = static_cast<double>(samples->size()) * 1000.0 / fs;
 
