@@ -24,6 +24,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "ShotKit.h"
 #include "analysis/AnalysisTracks.h"
 #include "analysis/SpectralSlice.h"
 #include "app/CChildFrame.h"
@@ -43,6 +44,7 @@
 
 using namespace vandrel;
 using namespace vandrel::ui;
+using vandrel::shots::save;
 
 namespace {
 
@@ -76,20 +78,10 @@ void setRows(CVandrelDoc& doc, const int* rows, const double* values, std::size_
   doc.notifyStructureChanged();
 }
 
-bool save(const QImage& image, const QString& file, int& failed) {
-  if (image.save(file, "PNG")) {
-    std::printf("%s\n", qPrintable(file));
-    return true;
-  }
-  std::fprintf(stderr, "vandrel-analysis-screenshots: cannot write %s\n", qPrintable(file));
-  ++failed;
-  return false;
-}
-
 // `paint`'s drawing as SVG into `svgFile`, and that file drawn back, to see
 // what others will: SVG keeps no clipping, so nothing may leave its pane.
 template <class View>
-void saveSvgAndBack(View& view, const QString& svgFile, const QString& png, int& failed) {
+void saveSvgAndBack(View& view, const QString& svgFile, const QString& png) {
   {
     QSvgGenerator svg;
     svg.setFileName(svgFile);
@@ -104,7 +96,7 @@ void saveSvgAndBack(View& view, const QString& svgFile, const QString& png, int&
   QPainter p(&back);
   renderer.render(&p);
   p.end();
-  save(back, png, failed);
+  save(back, png);
 }
 
 // The table takes the recording's tracks, frame for frame.
@@ -133,7 +125,7 @@ void copyTracks(CVandrelDoc& doc) {
   doc.markEdited();
 }
 
-void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir, int& failed) {
+void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir) {
   CChildFrame* table = frame.newDocument();
   if (!frame.openFile(wav)) return;
   copyTracks(table->document().doc());
@@ -146,7 +138,7 @@ void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir,
     if (!QTest::qWaitFor([&] { return !audio->view()->canvas()->busy(); }, 20000))
       std::fprintf(stderr, "vandrel-analysis-screenshots: the analysis of %s did not finish\n", name);
     QTest::qWait(50);
-    save(frame.grab().toImage(), dir + QLatin1String(name), failed);
+    save(frame.grab().toImage(), dir + QLatin1String(name));
   };
   shot("/spectrogram-audio.png");
   frame.mdiArea()->setActiveSubWindow(table);
@@ -162,18 +154,18 @@ void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir,
   shot("/spectrogram-overlaid.png");
   view->canvas()->axis().setVisible(400, 1400);
   shot("/spectrogram-zoomed.png");
-  save(view->picture(), dir + QStringLiteral("/spectrogram-picture.png"), failed);
+  save(view->picture(), dir + QStringLiteral("/spectrogram-picture.png"));
   DocumentCursor::of(table->document()).setSelection(700, 1000);
   saveSvgAndBack(*view, dir + QStringLiteral("/spectrogram-drawing.svg"),
-                 dir + QStringLiteral("/spectrogram-drawing-svg.png"), failed);
+                 dir + QStringLiteral("/spectrogram-drawing-svg.png"));
 
   COptionSpectrogramDialog spectrogramOptions(viewOptionsOf(frame.environment().config));
   spectrogramOptions.show();
   COptionPitchDialog pitchOptions(viewOptionsOf(frame.environment().config));
   pitchOptions.show();
   QApplication::processEvents();
-  save(spectrogramOptions.grab().toImage(), dir + QStringLiteral("/spectrogram-options.png"), failed);
-  save(pitchOptions.grab().toImage(), dir + QStringLiteral("/pitch-options.png"), failed);
+  save(spectrogramOptions.grab().toImage(), dir + QStringLiteral("/spectrogram-options.png"));
+  save(pitchOptions.grab().toImage(), dir + QStringLiteral("/pitch-options.png"));
 }
 
 }  // namespace
@@ -183,9 +175,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: vandrel-analysis-screenshots FOLDER [RECORDING.wav]\n");
     return 2;
   }
-  QTemporaryDir scratch;
-  if (!scratch.isValid()) return 1;
-  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  shots::ScratchProfile scratch;
+  if (!scratch.valid()) return 1;
   QApplication app(argc, argv);
   const QString folder = QApplication::arguments().at(1);
   const QString wav = argc == 3 ? QApplication::arguments().at(2)
@@ -199,7 +190,6 @@ int main(int argc, char** argv) {
   CMainFrame frame(env);
   frame.resize(1500, 950);
   frame.show();
-  int failed = 0;
 
   if (QFile::exists(wav)) {
     frame.newDocument();
@@ -226,11 +216,11 @@ int main(int argc, char** argv) {
                          Qt::NoModifier);
         QApplication::sendEvent(view->canvas(), &move);
         QApplication::processEvents();
-        save(frame.grab().toImage(), folder + QStringLiteral("/fftlpc-recording.png"), failed);
-        save(view->picture(), folder + QStringLiteral("/fftlpc-recording-picture.png"), failed);
+        save(frame.grab().toImage(), folder + QStringLiteral("/fftlpc-recording.png"));
+        save(view->picture(), folder + QStringLiteral("/fftlpc-recording-picture.png"));
       }
     }
-    spectrogramShots(frame, wav, folder, failed);
+    spectrogramShots(frame, wav, folder);
   } else {
     std::fprintf(stderr, "vandrel-analysis-screenshots: no %s, the recording is left out\n", qPrintable(wav));
   }
@@ -248,17 +238,17 @@ int main(int argc, char** argv) {
     view->setSelection(40, 160);
     view->finishTrack();
     QApplication::processEvents();
-    save(frame.grab().toImage(), folder + QStringLiteral("/fftlpc-vowel.png"), failed);
+    save(frame.grab().toImage(), folder + QStringLiteral("/fftlpc-vowel.png"));
     COptionFFTLPC paper = view->options();
     paper.color = false;
     paper.absolute = false;
     view->setOptions(paper, 0.98);
     view->finishTrack();
-    save(view->picture(), folder + QStringLiteral("/fftlpc-vowel-bw-relative.png"), failed);
+    save(view->picture(), folder + QStringLiteral("/fftlpc-vowel-bw-relative.png"));
     saveSvgAndBack(*view, folder + QStringLiteral("/fftlpc-vowel.svg"),
-                   folder + QStringLiteral("/fftlpc-vowel-svg.png"), failed);
+                   folder + QStringLiteral("/fftlpc-vowel-svg.png"));
   }
   // Quit without the close questions of a real session.
   for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);
-  return failed == 0 ? 0 : 1;
+  return shots::exitCode();
 }

@@ -16,6 +16,7 @@
 
 #include <cstdio>
 
+#include "ShotKit.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
@@ -27,37 +28,16 @@
 
 using namespace vandrel;
 using namespace vandrel::ui;
-
-namespace {
-
-int failed = 0;
-
-void save(const QImage& image, const QString& file) {
-  if (image.save(file, "PNG")) {
-    std::printf("%s\n", qPrintable(file));
-  } else {
-    std::fprintf(stderr, "vandrel-entry-screenshots: cannot write %s\n", qPrintable(file));
-    ++failed;
-  }
-}
-
-void mouse(QWidget* w, QEvent::Type type, QPoint at) {
-  const Qt::MouseButtons held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
-  const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
-  QMouseEvent e(type, QPointF(at), QPointF(w->mapToGlobal(at)), button, held, Qt::NoModifier);
-  QApplication::sendEvent(w, &e);
-}
-
-}  // namespace
+using vandrel::shots::mouse;
+using vandrel::shots::save;
 
 int main(int argc, char** argv) {
   if (argc < 2) {
     std::fprintf(stderr, "usage: vandrel-entry-screenshots FOLDER [WAV]\n");
     return 2;
   }
-  QTemporaryDir scratch;
-  if (!scratch.isValid()) return 1;
-  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  shots::ScratchProfile scratch;
+  if (!scratch.valid()) return 1;
   QApplication app(argc, argv);
   const QString folder = QApplication::arguments().at(1);
   const QString wav = argc > 2 ? QApplication::arguments().at(2)
@@ -115,5 +95,5 @@ int main(int argc, char** argv) {
   QTest::qWait(800);
   save(frame.grab().toImage(), folder + QStringLiteral("/entry-tiled.png"));
   for (CChildFrame* c : frame.childFrames()) c->document().setModified(false);
-  return failed == 0 ? 0 : 1;
+  return shots::exitCode();
 }

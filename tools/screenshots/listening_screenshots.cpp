@@ -19,6 +19,7 @@
 
 #include <cstdio>
 
+#include "ShotKit.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
@@ -31,30 +32,15 @@
 
 using namespace vandrel;
 using namespace vandrel::ui;
-
-namespace {
-
-int failed = 0;
-
-void save(const QImage& image, const QString& file) {
-  if (image.save(file, "PNG")) {
-    std::printf("%s\n", qPrintable(file));
-  } else {
-    std::fprintf(stderr, "vandrel-listening-screenshots: cannot write %s\n", qPrintable(file));
-    ++failed;
-  }
-}
-
-}  // namespace
+using vandrel::shots::save;
 
 int main(int argc, char** argv) {
   if (argc < 2) {
     std::fprintf(stderr, "usage: vandrel-listening-screenshots FOLDER\n");
     return 2;
   }
-  QTemporaryDir scratch;
-  if (!scratch.isValid()) return 1;
-  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  shots::ScratchProfile scratch;
+  if (!scratch.valid()) return 1;
   QApplication app(argc, argv);
   const QString folder = QApplication::arguments().at(1);
   if (!QDir().mkpath(folder)) return 1;
@@ -102,5 +88,5 @@ int main(int argc, char** argv) {
   }
   PlayHead::of(document).clear();
   for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);
-  return failed == 0 ? 0 : 1;
+  return shots::exitCode();
 }

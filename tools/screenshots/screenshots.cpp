@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "ShotKit.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
@@ -26,6 +27,7 @@
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
 
+using namespace vandrel;
 using namespace vandrel::ui;
 
 int main(int argc, char** argv) {
@@ -33,11 +35,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: vandrel-screenshots FOLDER\n");
     return 2;
   }
-  // A scratch profile: the pictures show the defaults, and the user's own
-  // settings and recent files stay untouched.
-  QTemporaryDir scratch;
-  if (!scratch.isValid()) return 1;
-  setenv("XDG_CONFIG_HOME", qPrintable(scratch.path()), 1);
+  shots::ScratchProfile scratch;
+  if (!scratch.valid()) return 1;
   QApplication app(argc, argv);
   const QString folder = QApplication::arguments().at(1);
   if (!QDir().mkpath(folder)) {
@@ -54,14 +53,14 @@ int main(int argc, char** argv) {
   frame.newDocument();
   QApplication::processEvents();
 
-  std::vector<std::pair<QString, QPixmap>> shots;
-  shots.emplace_back(QStringLiteral("main-window.png"), frame.grab());
+  std::vector<std::pair<QString, QPixmap>> pictures;
+  pictures.emplace_back(QStringLiteral("main-window.png"), frame.grab());
   int n = 0;
   for (QAction* menuAction : frame.menuBar()->actions()) {
     QMenu* menu = menuAction->menu();
     menu->ensurePolished();
     menu->adjustSize();
-    shots.emplace_back(QStringLiteral("menu-%1.png").arg(++n, 2, 10, QLatin1Char('0')), menu->grab());
+    pictures.emplace_back(QStringLiteral("menu-%1.png").arg(++n, 2, 10, QLatin1Char('0')), menu->grab());
   }
 
   // The table as a phonetician meets it: group colours, the default hidden
@@ -85,33 +84,24 @@ int main(int argc, char** argv) {
     view->showStoredSelection();
     view->table()->setCurrentCell(vandrel::kF1, 9);
     QApplication::processEvents();
-    shots.emplace_back(QStringLiteral("table.png"), frame.grab());
+    pictures.emplace_back(QStringLiteral("table.png"), frame.grab());
     doc.setModified(false);
   }
 
   frame.runCommand(ID_WINDOW_NEW);
   frame.runCommand(ID_WINDOW_CASCADE);
   QApplication::processEvents();
-  shots.emplace_back(QStringLiteral("cascade.png"), frame.grab());
+  pictures.emplace_back(QStringLiteral("cascade.png"), frame.grab());
 
   frame.toolBar()->setIconSize(QSize(40, 40));
   frame.toolBar()->adjustSize();
-  shots.emplace_back(QStringLiteral("toolbar-large.png"), frame.toolBar()->grab());
+  pictures.emplace_back(QStringLiteral("toolbar-large.png"), frame.toolBar()->grab());
   CProgressDialog progress(CProgressDialog::kSynthesizing);
   progress.setProgress(3, 5);
-  shots.emplace_back(QStringLiteral("progress.png"), progress.grab());
+  pictures.emplace_back(QStringLiteral("progress.png"), progress.grab());
 
-  int failed = 0;
-  for (const auto& [name, pixmap] : shots) {
-    const QString file = folder + QLatin1Char('/') + name;
-    if (pixmap.save(file, "PNG")) {
-      std::printf("%s\n", qPrintable(file));
-    } else {
-      std::fprintf(stderr, "vandrel-screenshots: cannot write %s\n", qPrintable(file));
-      ++failed;
-    }
-  }
+  for (const auto& [name, pixmap] : pictures) shots::save(pixmap.toImage(), folder + QLatin1Char('/') + name);
   // Quit without the close questions of a real session.
   frame.activeDocument()->setModified(false);
-  return failed == 0 ? 0 : 1;
+  return shots::exitCode();
 }

@@ -1,9 +1,7 @@
 #include "entry/CFreqInputWnd.h"
 
 #include <QMouseEvent>
-#include <QPromise>
 #include <QStatusBar>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +11,7 @@
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/OpenDocument.h"
+#include "common/RunOnWorker.h"
 #include "document/ColorSlots.h"
 #include "table/CVandrelView.h"
 #include "views/spectrogram/SpectrogramCommands.h"
@@ -32,18 +31,6 @@ constexpr int kBackgroundRangeDb = 50;
 
 // Shares of the strips' height: formants get the most room, they carry five tracks.
 constexpr std::array<double, vandrel::kStripCount> kStripShare = {0.26, 0.44, 0.30};
-
-template <class Result, class Work>
-QFuture<Result> runOnWorker(Work work) {
-  auto promise = std::make_shared<QPromise<Result>>();
-  QFuture<Result> future = promise->future();
-  promise->start();
-  QThreadPool::globalInstance()->start([promise, work] {
-    promise->addResult(work());
-    promise->finish();
-  });
-  return future;
-}
 
 QColor colorOf(vandrel::Colorref c) { return {vandrel::redOf(c), vandrel::greenOf(c), vandrel::blueOf(c)}; }
 

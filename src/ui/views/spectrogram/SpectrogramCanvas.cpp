@@ -3,8 +3,6 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPromise>
-#include <QThreadPool>
 #include <QTimer>
 #include <QWheelEvent>
 
@@ -14,6 +12,7 @@
 
 #include "app/CProgressDialog.h"
 #include "app/OpenDocument.h"
+#include "common/RunOnWorker.h"
 #include "document/VandrelDoc.h"
 #include "playback/PlayHead.h"
 #include "views/common/DocumentCursor.h"
@@ -24,18 +23,6 @@ namespace {
 
 // A computation that runs long enough to notice gets its progress dialog.
 constexpr int kProgressAfterMs = 400;
-
-template <class Result, class Work>
-QFuture<Result> runOnWorker(Work work) {
-  auto promise = std::make_shared<QPromise<Result>>();
-  QFuture<Result> future = promise->future();
-  promise->start();
-  QThreadPool::globalInstance()->start([promise, work] {
-    promise->addResult(work());
-    promise->finish();
-  });
-  return future;
-}
 
 const vandrel::SampleSet& setOf(const vandrel::CVandrelDoc& doc, vandrel::SampleSlot slot) {
   switch (slot) {
