@@ -9,6 +9,10 @@
 #include <new>
 #include <vector>
 
+#include <filesystem>
+#include <fstream>
+
+#include "audio/RiffCheck.h"
 #include "audio/Wave.h"
 
 namespace vandrel {
@@ -101,9 +105,28 @@ sf_count_t memRead(void* ptr, sf_count_t count, void* user) {
 sf_count_t memWrite(const void*, sf_count_t, void*) { return 0; }
 sf_count_t memTell(void* user) { return static_cast<MemoryFile*>(user)->pos; }
 
+std::optional<SampleSet> damaged(const std::string& path, std::string* refusal) {
+  if (refusal)
+    *refusal = std::filesystem::path(path).filename().string() +
+               " is damaged: a LIST chunk runs past the end of the file. Nothing was opened.";
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string* refusal) {
+  std::ifstream in(path, std::ios::binary);
+  std::error_code error;
+  const auto size = std::filesystem::file_size(path, error);
+  if (in && !error) {
+    const ByteSource read = [&in](std::uint64_t offset, char* out, std::size_t n) -> std::size_t {
+      in.clear();
+      in.seekg(static_cast<std::streamoff>(offset));
+      in.read(out, static_cast<std::streamsize>(n));
+      return static_cast<std::size_t>(in.gcount());
+    };
+    if (!riffListChunksAreSound(read, size)) return damaged(path, refusal);
+  }
   SF_INFO info{};
   SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
   return decode(file.get(), info, path, refusal);
@@ -111,6 +134,7 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string*
 
 std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
                                                 std::string* refusal, double maxFrames) {
+  if (!riffListChunksAreSound(bytes)) return damaged(name, refusal);
   SF_VIRTUAL_IO io{memLength, memSeek, memRead, memWrite, memTell};
   MemoryFile memory{bytes, 0};
   SF_INFO info{};

@@ -114,5 +114,18 @@ TEST(OpenAudioTest, TextIsRefused) {
   fs::remove_all(kTemp);
 }
 
+// libsndfile never returns from a WAV whose LIST chunk runs past the file's
+// end; such a file is refused by name before it gets there, while a LIST
+// chunk that fits still opens.
+TEST(OpenAudioTest, ListChunkPastTheEndIsRefusedNotHung) {
+  const OpenedFile damaged =
+      readAnyFile(VANDREL_TEST_DATA "/audio/list_chunk_past_end.wav", sndfileDecoder(), ParameterSet{});
+  EXPECT_EQ(damaged.kind, OpenedKind::kNothing);
+  EXPECT_EQ(damaged.message,
+            "list_chunk_past_end.wav is damaged: a LIST chunk runs past the end of the file. "
+            "Nothing was opened.");
+  EXPECT_TRUE(decodeWithSndfile(VANDREL_TEST_DATA "/wav/list_before_data.wav").has_value());
+}
+
 }  // namespace
 }  // namespace vandrel
