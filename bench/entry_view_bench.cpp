@@ -102,12 +102,3 @@ BENCHMARK(BM_UndoStroke)->Unit(benchmark::kMillisecond)->Iterations(10);
 
 }  // namespace
 }  // namespace vandrel::ui
-
-int main(int argc, char** argv) {
-  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-  QApplication app(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}

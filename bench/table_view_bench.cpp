@@ -164,12 +164,3 @@ BENCHMARK(BM_PaintWhileScrolling)->Unit(benchmark::kMillisecond)->Iterations(200
 
 }  // namespace
 }  // namespace vandrel::ui
-
-int main(int argc, char** argv) {
-  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-  QApplication app(argc, argv);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
