@@ -14,22 +14,13 @@
 #include "app/OpenDocument.h"
 #include "document/ColorSlots.h"
 #include "entry/CFreqInputWnd.h"
+#include "util/NiceStep.h"
 
 namespace vandrel::ui {
 
 namespace {
 
 QColor colorOf(vandrel::Colorref c) { return {vandrel::redOf(c), vandrel::greenOf(c), vandrel::blueOf(c)}; }
-
-// A step of 1, 2 or 5 times a power of ten that gives marks about `pixels`
-// apart on a scale of `range` units over `length` pixels.
-double niceStep(double range, double length, double pixels) {
-  const double raw = range * pixels / std::max(length, 1.0);
-  const double power = std::pow(10.0, std::floor(std::log10(std::max(raw, 1e-9))));
-  for (const double m : {1.0, 2.0, 5.0, 10.0})
-    if (m * power >= raw) return m * power;
-  return 10.0 * power;
-}
 
 const QString& titleOf(vandrel::Strip s) {
   static const QString titles[] = {QStringLiteral("F0 (Hz)"), QStringLiteral("Formants (Hz)"),

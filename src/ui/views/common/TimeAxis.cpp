@@ -1,5 +1,7 @@
 #include "views/common/TimeAxis.h"
 
+#include "util/NiceStep.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -45,11 +47,7 @@ TimeMap TimeAxis::map(double left, double right) const {
 
 double TimeMap::autoGridMs(double minPixels) const {
   const double msPerPixel = (endMs - startMs) / (right - left);
-  const double least = std::max(msPerPixel * minPixels, 1e-3);
-  double decade = std::pow(10.0, std::floor(std::log10(least)));
-  for (;; decade *= 10)
-    for (const double m : {1.0, 2.0, 5.0})
-      if (m * decade >= least) return m * decade;
+  return niceStepAtLeast(std::max(msPerPixel * minPixels, 1e-3));
 }
 
 }  // namespace vandrel::ui

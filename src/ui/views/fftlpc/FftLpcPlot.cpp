@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+#include "util/NiceStep.h"
+
 namespace vandrel::ui {
 
 namespace {
@@ -51,15 +53,6 @@ double maxOf(const std::vector<double>& v) {
 double axisTop(const FftLpcPicture& p) { return p.options.absolute ? p.options.absoluteDb : 0.0; }
 double curveShift(const FftLpcPicture& p, const std::vector<double>& curve) {
   return p.options.absolute ? 0.0 : -maxOf(curve);
-}
-
-// A readable spacing for `span` units over `pixels`: 1, 2 or 5 times a power of ten.
-double niceStep(double span, double pixels, double minPixels) {
-  const double raw = span * minPixels / std::max(pixels, 1.0);
-  const double p10 = std::pow(10.0, std::floor(std::log10(std::max(raw, 1e-9))));
-  for (const double m : {1.0, 2.0, 5.0, 10.0})
-    if (m * p10 >= raw) return m * p10;
-  return 10.0 * p10;
 }
 
 QString signedDb(double v) {
