@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "SndfileDecoder.h"
+#include "batch/LevelReport.h"
 #include "document/OpenFile.h"
 #include "document/ParameterSet.h"
 
@@ -82,7 +83,7 @@ void printAudio(const std::string& path, const OpenedFile& f) {
   std::printf("  samples:  %zu\n", a.samples.size());
   std::printf("  duration: %.1f ms\n",
               a.sampleRate > 0 ? static_cast<double>(a.samples.size()) * 1000.0 / a.sampleRate : 0.0);
-  std::printf("  peak:     %d (%.1f dBFS)\n", peak, peak > 0 ? 20.0 * std::log10(peak / 32768.0) : -INFINITY);
+  std::printf("  peak:     %d (%.1f dBFS)\n", peak, dbfs(peak));
 }
 
 }  // namespace
