@@ -56,13 +56,7 @@ TEST_F(CWaveTest, WritesTheExactHeaderWithDataCountInBothSizeFields) {
                                     'd',  'a',  't', 'a', 0x30, 0x11, 0,   0};
   ASSERT_EQ(f.size(), 44u + 4400u);
   EXPECT_EQ(f.substr(0, 44), std::string(reinterpret_cast<const char*>(header), 44));
-  for (std::size_t i = 0; i < 2200; ++i) {
-    const auto v = static_cast<std::int16_t>(static_cast<std::uint16_t>(
-        static_cast<unsigned char>(f[44 + 2 * i]) | static_cast<unsigned char>(f[45 + 2 * i]) << 8));
-    ASSERT_EQ(v, s.samples[i]) << i;
-  }
-
-  // And it reads back as it was written.
+  // The samples read back by the loader, whose byte order the fixed files below pin down.
   SampleSet back;
   ASSERT_EQ(loadWaveFile(path, back), WaveLoad::kOk);
   EXPECT_EQ(back.samples, s.samples);

@@ -188,12 +188,6 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
   EXPECT_FALSE(fresh.autoInterpolate);
 }
 
-}  // namespace
-}  // namespace vandrel
-
-namespace vandrel {
-namespace {
-
 // The record's built-in analysis part equals the option records' own
 // defaults at 11025 Hz, and edited options come back through the file.
 TEST(AnalysisConfigTest, DefaultsAgreeAndEditedOptionsSurviveTheFile) {
