@@ -23,8 +23,9 @@ std::int32_t cellToInt(double v) {
 
 }  // namespace
 
-SynthesisSetup synthesisSetup(const CVandrelDoc& doc) {
-  const ParameterSet& ps = doc.params();
+SynthesisSetup synthesisSetup(const CVandrelDoc& doc) { return synthesisSetup(doc.params()); }
+
+SynthesisSetup synthesisSetup(const ParameterSet& ps) {
   SynthesisSetup s{};
   s.sampleRate = static_cast<int>(ps.sampleRate());
   s.cascadeFormants = ps.cascadeFormants();
@@ -34,13 +35,12 @@ SynthesisSetup synthesisSetup(const CVandrelDoc& doc) {
 
 namespace {
 
-// Runs one engine over the whole table of `doc` into `out` (its rate, length
-// and samples), with the engine's output select `select`. False when the
-// working memory cannot be had; `out` is then as it was.
-bool render(const CVandrelDoc& doc, std::uint8_t select, const ProgressFn& progress, KlattState& state,
-            SampleSet& out) {
-  const ParameterSet& ps = doc.params();
-  const SynthesisSetup setup = synthesisSetup(doc);
+// Runs one engine over the whole of `table` into `out` (its rate, length and
+// samples), with the engine's output select `select`. False when the working
+// memory cannot be had; `out` is then as it was.
+bool render(const ParameterSet& ps, const FrameTable& table, std::uint8_t select, const ProgressFn& progress,
+            KlattState& state, SampleSet& out) {
+  const SynthesisSetup setup = synthesisSetup(ps);
 
   std::vector<std::int32_t> work;
   std::unique_ptr<CKlattEngine> engine;
@@ -72,11 +72,11 @@ bool render(const CVandrelDoc& doc, std::uint8_t select, const ProgressFn& progr
   cfg.samplesPerFrame = setup.samplesPerFrame;
   engine->initialise();
 
-  const int frames = std::min(ps.frameCount, doc.table.columns());
+  const int frames = std::min(ps.frameCount, table.columns());
   const auto spf = static_cast<std::size_t>(std::max(setup.samplesPerFrame, 0));
   FrameRecord rec{};
   for (int f = 0; f < frames; ++f) {
-    for (int p = 0; p < kParamCount; ++p) rec[static_cast<std::size_t>(p)] = cellToInt(doc.table.value(p, f));
+    for (int p = 0; p < kParamCount; ++p) rec[static_cast<std::size_t>(p)] = cellToInt(table.value(p, f));
     std::int32_t* w = work.data();
     engine->synthesizeFrame(rec, w);
 
@@ -99,7 +99,7 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
   // The first synthesis of a document leaves both buffers holding its sound.
   const bool copyAtEnd = doc.synthesized.byteSize() < 100;
   SampleSet fresh;
-  if (!render(doc, CKlattEngine::kNormal, progress, state, fresh)) return false;
+  if (!render(doc.params(), doc.table, CKlattEngine::kNormal, progress, state, fresh)) return false;
 
   const SynthesisSetup setup = synthesisSetup(doc);
   doc.sampleRate = setup.sampleRate;
@@ -113,8 +113,13 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
 }
 
 SampleSet synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state) {
+  return synthesizeSolo(doc.params(), doc.table, select, state);
+}
+
+SampleSet synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::uint8_t select,
+                         KlattState state) {
   SampleSet out;
-  if (!render(doc, select, {}, state, out)) return {};
+  if (!render(ps, table, select, {}, state, out)) return {};
   return out;
 }
 

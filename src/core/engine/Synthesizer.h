@@ -20,6 +20,7 @@ struct SynthesisSetup {
 
 // What a synthesis of `doc` would use, without running it.
 SynthesisSetup synthesisSetup(const CVandrelDoc& doc);
+SynthesisSetup synthesisSetup(const ParameterSet& ps);
 
 // Synthesizes the table of `doc` into doc.synthesized. All 48 rows drive the
 // engine, shown or not. Returns false (and leaves the buffers as they were)
@@ -33,6 +34,10 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {}, KlattState& s
 // noise of the next real synthesis does not move on. Empty when the working
 // memory cannot be had.
 SampleSet synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state = processKlattState());
+// The same from copies of a document's settings and table, for a worker
+// thread while the document goes on changing.
+SampleSet synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::uint8_t select,
+                         KlattState state);
 
 // Synthesizes when the table changed since the last synthesis (or nothing
 // has been synthesized yet), then tells the document's observers about the

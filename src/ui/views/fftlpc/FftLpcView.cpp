@@ -17,6 +17,7 @@
 #include <cmath>
 
 #include "app/OpenDocument.h"
+#include "common/RunOnWorker.h"
 #include "engine/Synthesizer.h"
 #include "views/common/DocumentCursor.h"
 
@@ -138,17 +139,12 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   resynthesis_ = new QTimer(this);
   resynthesis_->setSingleShot(true);
   resynthesis_->setInterval(300);
-  connect(resynthesis_, &QTimer::timeout, this, [this] {
-    if (document_) vandrel::ensureSynthesized(document_->doc());  // tells samplesChanged
-  });
-  // An edit of the table makes the copy due for synthesis; new sound (either
-  // kind) means new slices and a new strip.
-  auto tableEdited = [this] {
-    if (document_ && document_->doc().changedSinceSynthesis) resynthesis_->start();
-  };
-  connect(&document, &OpenDocument::cellsChanged, this, tableEdited);
-  connect(&document, &OpenDocument::structureChanged, this, tableEdited);
-  connect(&document, &OpenDocument::flagsChanged, this, tableEdited);
+  connect(resynthesis_, &QTimer::timeout, this, &FftLpcView::synthesizePrivately);
+  // An edit of the table makes the copy due; new sound (either kind) means
+  // new slices and a new strip.
+  connect(&document, &OpenDocument::cellsChanged, this, &FftLpcView::tableEdited);
+  connect(&document, &OpenDocument::structureChanged, this, &FftLpcView::tableEdited);
+  connect(&document, &OpenDocument::flagsChanged, this, &FftLpcView::tableEdited);
   connect(&document, &OpenDocument::samplesChanged, this, &FftLpcView::samplesChanged);
   // The time and range are the document's, shared with its other views.
   DocumentCursor& cursor = DocumentCursor::of(document);
@@ -168,9 +164,14 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   picture_.settings = settings_;
   followCursor();
   restartTrack();
+  tableEdited();
 }
 
-FftLpcView::~FftLpcView() { stopTrack(); }
+FftLpcView::~FftLpcView() {
+  stopTrack();
+  // The synthesis run holds only copies and delivers through this view's
+  // queue; it is let finish on its own.
+}
 
 double FftLpcView::analysisRate(const vandrel::CVandrelDoc& doc) {
   if (doc.hasAudio() && doc.audio.sampleRate > 0.0) return doc.audio.sampleRate;
@@ -189,7 +190,7 @@ void FftLpcView::setOptions(const vandrel::COptionFFTLPC& options, double preEmp
 double FftLpcView::lengthMs() const {
   if (!document_) return 0.0;
   const vandrel::CVandrelDoc& doc = document_->doc();
-  return std::max(lengthOf(doc.audio), lengthOf(doc.synthesized));
+  return std::max(lengthOf(doc.audio), lengthOf(copySound()));
 }
 
 void FftLpcView::updateSlider() {
@@ -226,7 +227,52 @@ void FftLpcView::followCursor() {
   recompute();
 }
 
-void FftLpcView::samplesChanged() {
+const vandrel::SampleSet& FftLpcView::copySound() const {
+  static const vandrel::SampleSet none;
+  if (!document_) return none;
+  const vandrel::CVandrelDoc& doc = document_->doc();
+  if (doc.changedSinceSynthesis && ownCopy_) return *ownCopy_;
+  return doc.synthesized;
+}
+
+void FftLpcView::tableEdited() {
+  if (document_ && document_->doc().changedSinceSynthesis) resynthesis_->start();
+}
+
+void FftLpcView::synthesizePrivately() {
+  if (!document_ || !document_->doc().changedSinceSynthesis) return;
+  const vandrel::CVandrelDoc& doc = document_->doc();
+  const int generation = ++synthesisGeneration_;
+  synthesisRunAt_ = generation;
+  // Copies of the table and of the noise state: the document may change
+  // meanwhile, and its next synthesis must sound as if this one never ran.
+  synthesisRun_ = runOnWorker<vandrel::SampleSet>(
+      [ps = doc.params(), table = doc.table, state = vandrel::processKlattState()] {
+        return vandrel::synthesizeSolo(ps, table, vandrel::CKlattEngine::kNormal, state);
+      });
+  synthesisRun_.then(this, [this, generation](const QFuture<vandrel::SampleSet>&) {
+    if (generation == synthesisGeneration_) takeSynthesis();
+  });
+}
+
+void FftLpcView::takeSynthesis() {
+  if (!synthesisRun_.isFinished() || synthesisRunAt_ != synthesisGeneration_ ||
+      synthesisTaken_ == synthesisGeneration_)
+    return;
+  synthesisTaken_ = synthesisGeneration_;
+  if (!document_ || !document_->doc().changedSinceSynthesis) return;
+  ownCopy_ = synthesisRun_.result();
+  followCursor();
+  restartTrack();
+}
+
+void FftLpcView::samplesChanged(vandrel::SampleSlot slot) {
+  // The previous buffer is not shown here; a synthesis tells both.
+  if (slot == vandrel::SampleSlot::kPrevious) return;
+  if (slot == vandrel::SampleSlot::kSynthesized && document_ && !document_->doc().changedSinceSynthesis) {
+    ownCopy_.reset();
+    ++synthesisGeneration_;
+  }
   followCursor();
   restartTrack();
 }
@@ -241,7 +287,7 @@ void FftLpcView::recompute() {
     const double end = picture_.selection ? picture_.selection->second : 0.0;
     const int step = picture_.options.averageStepMs;
     if (doc.hasAudio()) natural_ = naturalAnalyser_.analyse(doc.audio, settings_, start, end, step);
-    copy_ = copyAnalyser_.analyse(doc.synthesized, settings_, start, end, step);
+    copy_ = copyAnalyser_.analyse(copySound(), settings_, start, end, step);
     if (!natural_.empty() && !copy_.empty())
       picture_.meter = vandrel::fitMeter(natural_.lpcDb, copy_.lpcDb, settings_.hzPerPoint());
   }
@@ -249,9 +295,8 @@ void FftLpcView::recompute() {
 }
 
 void FftLpcView::stopTrack() {
-  cancel_ = true;
-  if (worker_.joinable()) worker_.join();
-  cancel_ = false;
+  if (cancel_) *cancel_ = true;
+  cancel_.reset();
 }
 
 void FftLpcView::restartTrack() {
@@ -263,28 +308,34 @@ void FftLpcView::restartTrack() {
     picture_.track = &track_;
     return;
   }
+  cancel_ = std::make_shared<std::atomic<bool>>(false);
   // The worker reads its own copies: the document may change meanwhile.
-  worker_ =
-      std::thread([this, generation, natural = document_->doc().audio, copy = document_->doc().synthesized,
-                   settings = settings_, step = std::max(picture_.options.averageStepMs, 1)] {
-        vandrel::DistanceTrack result = vandrel::distanceTrack(natural, copy, settings, step, &cancel_);
-        if (cancel_) return;
-        // Queued to this view: dropped with it if it is gone before delivery.
-        QMetaObject::invokeMethod(
-            this,
-            [this, generation, result = std::move(result)]() mutable {
-              if (generation != generation_) return;
-              track_ = std::move(result);
-              picture_.track = &track_;
-              canvas_->update();
-            },
-            Qt::QueuedConnection);
-      });
+  trackRun_ = runOnWorker<vandrel::DistanceTrack>(
+      [natural = document_->doc().audio, copy = copySound(), settings = settings_,
+       step = std::max(picture_.options.averageStepMs, 1),
+       cancel = cancel_] { return vandrel::distanceTrack(natural, copy, settings, step, cancel.get()); });
+  trackRun_.then(this, [this, generation](const QFuture<vandrel::DistanceTrack>&) {
+    if (generation == generation_) takeTrack();
+  });
+}
+
+void FftLpcView::takeTrack() {
+  if (!trackRun_.isValid() || !trackRun_.isFinished() || trackTaken_ == generation_) return;
+  trackTaken_ = generation_;
+  track_ = trackRun_.result();
+  picture_.track = &track_;
+  canvas_->update();
 }
 
 void FftLpcView::finishTrack() {
-  if (worker_.joinable()) worker_.join();
-  QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+  if (synthesisRun_.isValid()) {
+    synthesisRun_.waitForFinished();
+    takeSynthesis();
+  }
+  if (picture_.track == nullptr && trackRun_.isValid()) {
+    trackRun_.waitForFinished();
+    takeTrack();
+  }
 }
 
 FftLpcLayout FftLpcView::layout() const { return fftLpcLayout(QRectF(canvas_->rect())); }

@@ -8,20 +8,25 @@
 // document's (DocumentCursor), shared with its spectrogram; the slider and a
 // click on the strip move that time, a drag on the strip selects the range.
 //
-// The copy follows the table: when the document changes, the table is
-// synthesized again (debounced) and both slices and the strip are redone.
+// The copy follows the table: while the table has changed since the
+// document's last synthesis, the view synthesizes it for itself (debounced,
+// on a worker, into a buffer of its own with a copy of the noise state), so
+// the document's buffers, flags and noise never depend on whether this
+// window is open. Once the document is synthesized again its buffer is shown.
 
+#include <QFuture>
 #include <QPointer>
 #include <QWidget>
 
 #include <atomic>
+#include <memory>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "analysis/SpectralDistance.h"
 #include "analysis/SpectralSlice.h"
 #include "common/Printable.h"
+#include "document/DocObserver.h"
 #include "views/fftlpc/FftLpcPlot.h"
 
 class QSlider;
@@ -62,8 +67,13 @@ class FftLpcView : public QWidget, public Printable {
   const vandrel::FitMeter& meter() const { return picture_.meter; }
   // The strip's values; null until the worker has delivered them.
   const vandrel::DistanceTrack* track() const { return picture_.track; }
-  // Waits for the worker and takes its result (for tests and printing).
+  // Waits for the workers (the private synthesis, then the strip) and takes
+  // their results (for tests and printing).
   void finishTrack();
+
+  // The copy's sound shown now: the document's synthesized buffer while it
+  // is up to date with the table, else the view's own synthesis of it.
+  const vandrel::SampleSet& copySound() const;
 
   QSlider* timeSlider() const { return slider_; }
   QWidget* canvas() const { return canvas_; }
@@ -79,10 +89,14 @@ class FftLpcView : public QWidget, public Printable {
 
  private:
   friend class FftLpcCanvas;
-  void samplesChanged();
-  void followCursor();  // the document's cursor time and range into the picture
-  void recompute();     // both slices and the meter, at once
-  void restartTrack();  // the strip, on the worker
+  void samplesChanged(vandrel::SampleSlot slot);
+  void tableEdited();
+  void synthesizePrivately();
+  void takeSynthesis();  // the finished private synthesis into the picture
+  void takeTrack();      // the finished strip into the picture
+  void followCursor();   // the document's cursor time and range into the picture
+  void recompute();      // both slices and the meter, at once
+  void restartTrack();   // the strip, on the worker
   void stopTrack();
   void updateSlider();
   double lengthMs() const;
@@ -96,9 +110,19 @@ class FftLpcView : public QWidget, public Printable {
   vandrel::DistanceTrack track_;
   FftLpcPicture picture_;
 
-  std::thread worker_;
-  std::atomic<bool> cancel_{false};
+  // The strip's worker: cancelled through its flag, never waited for on
+  // the UI thread except by finishTrack().
+  QFuture<vandrel::DistanceTrack> trackRun_;
+  std::shared_ptr<std::atomic<bool>> cancel_;
   int generation_ = 0;
+  int trackTaken_ = 0;
+
+  // The view's own synthesis of a changed table, and its run.
+  std::optional<vandrel::SampleSet> ownCopy_;
+  QFuture<vandrel::SampleSet> synthesisRun_;
+  int synthesisGeneration_ = 0;  // moves on when a run starts or the document synthesizes
+  int synthesisRunAt_ = 0;       // the generation the last run started at
+  int synthesisTaken_ = 0;
 
   QWidget* canvas_ = nullptr;
   QSlider* slider_ = nullptr;
