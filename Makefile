@@ -2,6 +2,7 @@
 # make demo       synthesize the default document to out/default.wav
 # make test       build and run every test
 # make test-asan  the same under AddressSanitizer + UndefinedBehaviorSanitizer
+# make package    build the Debian package build/vandrel_<version>_<arch>.deb
 # make bench      build and run the benchmarks
 # make bless      re-bless the golden synthesis outputs under tests/data/golden
 # make fuzz       run each fuzz target FUZZ_SECONDS (60) under libFuzzer + ASan + UBSan
@@ -14,7 +15,7 @@ CMAKE_ARGS ?=
 # A compiler cache, when the machine has one, makes rebuilds of other checkouts cheap.
 LAUNCHER   := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all deps build run demo test test-asan bench bless clean format fuzz
+.PHONY: all deps build run demo test test-asan package bench bless clean format fuzz
 
 all: build
 
@@ -40,6 +41,9 @@ test: build
 $(ASAN_BUILD)/build.ninja: | deps
 	cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVANDREL_SANITIZE=ON \
 	  -DVANDREL_BUILD_BENCH=OFF $(LAUNCHER) $(CMAKE_ARGS)
+
+package: build
+	cmake --build $(BUILD) --target package
 
 test-asan: deps $(ASAN_BUILD)/build.ninja
 	cmake --build $(ASAN_BUILD) -j $(JOBS)

@@ -31,7 +31,7 @@ const Command kCommands[] = {
 };
 
 void usage(std::FILE* to) {
-  std::fprintf(to, "usage: vandrel-cli <command> [options]\n\ncommands:\n");
+  std::fprintf(to, "usage: vandrel-cli <command> [options]\n       vandrel-cli --version\n\ncommands:\n");
   for (const auto& c : kCommands) std::fprintf(to, "  %-10s %s\n", c.name, c.summary);
   std::fprintf(to,
                "\n'vandrel-cli <command> --help' explains a command's options. Every command works on\n"
@@ -50,6 +50,10 @@ int main(int argc, char** argv) {
   const std::string name = argv[1];
   if (name == "--help" || name == "-h" || name == "help") {
     usage(stdout);
+    return 0;
+  }
+  if (name == "--version") {
+    std::printf("vandrel-cli %s\n", VANDREL_VERSION);
     return 0;
   }
   for (const auto& c : kCommands) {

@@ -19,7 +19,9 @@ struct ShellEnvironment {
   AppProfile* profile = nullptr;  // recent files; null keeps them for this run only
 
   QString configPath() const;  // tempFolder + "/VandrelConf.cfg"
-  QString helpPath() const;    // applicationFolder + "/Manual/HelpIndex.html"
+  // applicationFolder + "/Manual/HelpIndex.html", or the installed copy under
+  // ../share/doc/vandrel when only that one exists.
+  QString helpPath() const;
 };
 
 }  // namespace vandrel::ui

@@ -145,35 +145,40 @@ TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndOpenAnAudioFileAsksForOn
 
 TEST_F(ShellCommandsTest, HelpOpensTheManualOrSaysItIsMissing) {
   const QString missing = QStringLiteral("No help file was found. Please contact the vendor.");
+  const QString beside = QStringLiteral("app/Manual/HelpIndex.html");
+  const QString packaged = QStringLiteral("share/doc/vandrel/Manual/HelpIndex.html");
   struct Case {
     const char* what;
-    bool manualThere;
+    std::vector<QString> manuals;  // under the fixture's folder; the executable's is "app"
     bool opens;
-    std::vector<QString> expected;
+    QString opened;
   };
   const Case cases[] = {
-      {"no manual", false, true, {missing}},
-      {"browser fails", true, false, {missing}},
-      {"opens", true, true, {}},
+      {"no manual", {}, true, {}},
+      {"browser fails", {beside}, false, beside},
+      {"beside the executable", {beside}, true, beside},
+      {"installed by the package", {packaged}, true, packaged},
+      {"both: the one beside wins", {packaged, beside}, true, beside},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     messages.clear();
     openedUrls.clear();
-    const QString manual = path(QStringLiteral("app/Manual/HelpIndex.html"));
-    if (c.manualThere) {
-      QDir().mkpath(path(QStringLiteral("app/Manual")));
-      QFile f(manual);
+    for (const QString& m : c.manuals) {
+      QDir().mkpath(QFileInfo(path(m)).path());
+      QFile f(path(m));
       ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     }
     urlOpens = c.opens;
     CMainFrame frame(environment());
     frame.runCommand(ID_HELP_INDEX);
-    EXPECT_EQ(messages, c.expected);
-    if (c.manualThere) {
+    EXPECT_EQ(messages,
+              c.opens && !c.manuals.empty() ? std::vector<QString>{} : std::vector<QString>{missing});
+    if (!c.manuals.empty()) {
       ASSERT_EQ(openedUrls.size(), 1u);
-      EXPECT_EQ(openedUrls[0], QUrl::fromLocalFile(manual));
+      EXPECT_EQ(openedUrls[0], QUrl::fromLocalFile(path(c.opened)));
     }
+    for (const QString& m : c.manuals) QFile::remove(path(m));
   }
 }
 
