@@ -121,6 +121,9 @@ TEST_F(BatchCommandsTest, ContinuumStepsShareTheirNoiseAndTheManifestSaysWhatThe
   const auto manifest = lines(bytes(file("steps/manifest.tsv")));
   ASSERT_EQ(manifest.size(), 6u);
   EXPECT_EQ(manifest[0], "step\tfile\tf2@190ms\tf1@0ms");
+  // Even steps in bark (Traunmueller), worked out by hand: 1500 -> 1120 Hz and 500 -> 700 Hz.
+  const int wantF2[] = {1500, 1396, 1299, 1207, 1120};
+  const int wantF1[] = {500, 547, 596, 647, 700};
   for (int s = 1; s <= 5; ++s) {
     SCOPED_TRACE(manifest[static_cast<std::size_t>(s)]);
     std::istringstream in(manifest[static_cast<std::size_t>(s)]);
@@ -128,6 +131,8 @@ TEST_F(BatchCommandsTest, ContinuumStepsShareTheirNoiseAndTheManifestSaysWhatThe
     std::string name;
     in >> step >> name >> f2 >> f1;
     EXPECT_EQ(step, s);
+    EXPECT_EQ(f2, wantF2[s - 1]);
+    EXPECT_EQ(f1, wantF1[s - 1]);
     const VdrReadResult held = readVdrFile(file("steps/" + name), ParameterSet{});
     ASSERT_TRUE(held.ok()) << held.detail;
     EXPECT_EQ(held.content.table.value(kF2, 19), f2);

@@ -1,4 +1,5 @@
 #include "audio/Wave.h"
+#include "audio/RiffCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -208,6 +209,49 @@ TEST_F(CWaveTest, FailedSaveLeavesTheOldFileAlone) {
   std::filesystem::create_directory(dir / "folder.wav");
   EXPECT_NE(saveWaveFile((dir / "folder.wav").string(), s), "");
   EXPECT_EQ(regularFiles(), 1);
+}
+
+// A chunk as the file holds it: id, length (little- or big-endian), body.
+std::string chunk(const char* id, const std::string& body, bool bigEndian = false, std::uint32_t length = 0) {
+  const std::uint32_t n = length ? length : static_cast<std::uint32_t>(body.size());
+  std::string out(id, 4);
+  for (int i = 0; i < 4; ++i) out += static_cast<char>(n >> (bigEndian ? 24 - 8 * i : 8 * i) & 0xff);
+  return out + body;
+}
+
+// The LIST walk that keeps libsndfile from hanging: pad bytes after odd
+// chunks at both levels, sub-chunks measured against their LIST, both byte
+// orders. Expected answers are read off the byte layouts by hand.
+TEST(RiffCheckTest, ListChunksAndTheirSubChunksMustFitTheirContainers) {
+  const std::string fmt = chunk("fmt ", std::string(16, '\1'));
+  const std::string samples = chunk("data", std::string(8, '\0'));
+  const std::string info = chunk("LIST", "INFO" + chunk("INAM", "ab") + chunk("ISFT", "xyz") + '\0');
+  struct Case {
+    const char* what;
+    std::string body;  // what follows "WAVE"
+    bool sound;
+  };
+  const Case cases[] = {
+      {"a LIST of sub-chunks that fit, the last odd and padded", fmt + info + samples, true},
+      {"a LIST that ends exactly at the end of the file", fmt + samples + info, true},
+      {"an odd chunk's pad byte, then a LIST running past the end",
+       fmt + chunk("junk", "abc") + '\0' + chunk("LIST", "INFO", false, 40), false},
+      {"an odd chunk's pad byte, then a LIST that fits", fmt + chunk("junk", "abc") + '\0' + info, true},
+      {"an odd sub-chunk's pad byte, then one that fits",
+       fmt + chunk("LIST", "INFO" + chunk("INAM", "abc") + '\0' + chunk("ISFT", "xy")) + samples, true},
+      {"a sub-chunk running past its LIST but not past the file",
+       fmt + chunk("LIST", "INFO" + chunk("INAM", "ab", false, 10)) + samples, false},
+      {"a sub-chunk one byte past its LIST",
+       fmt + chunk("LIST", "INFO" + chunk("INAM", "ab", false, 3)) + samples, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const std::string file = chunk("RIFF", "WAVE" + c.body);
+    EXPECT_EQ(riffListChunksAreSound(file), c.sound);
+  }
+  // Big-endian RIFX: a LIST of 4 bytes read the other way round would claim 64 MiB.
+  EXPECT_TRUE(riffListChunksAreSound(chunk("RIFX", "WAVE" + chunk("LIST", "INFO", true), true)));
+  EXPECT_FALSE(riffListChunksAreSound(chunk("RIFX", "WAVE" + chunk("LIST", "INFO", true, 5), true)));
 }
 
 }  // namespace

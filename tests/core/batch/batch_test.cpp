@@ -33,6 +33,7 @@ TEST(LineSimplifyTest, KeepsTheBendsAndStaysWithinTheTolerance) {
       {"a corner", {0, 1, 2, 3, 2, 1}, 0.1, {0, 3, 5}},
       {"jitter below the tolerance", {10, 11, 9, 10, 11, 10}, 1.5, {0, 5}},
       {"a step", {0, 0, 0, 9, 9, 9}, 1, {0, 2, 3, 5}},
+      {"the worst point just before the end", {0, 0, 0, 0, 5, 0}, 1, {0, 3, 4, 5}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -80,6 +81,18 @@ TEST(ContinuumTest, StepsFromOneEndToTheOther) {
   EXPECT_EQ(continuumValue(500, 760, 2, 5, ContinuumScale::kLinear, true), 630);
   EXPECT_EQ(continuumValue(500, 760, 2, 5, ContinuumScale::kBark, true), 623);
   EXPECT_EQ(continuumValue(1000, 2000, 1, 3, ContinuumScale::kBark, false), 1500);
+  // In a whole step only f1..f8 take the bark scale: the rows either side of
+  // them (tl before f8, b8 after f1) stay linear.
+  FrameTable lo(1, ps), hi(1, ps);
+  for (int row : {kTl, kF8, kF1, kB8}) {
+    lo.setValue(row, 0, 500);
+    hi.setValue(row, 0, 760);
+  }
+  const FrameTable mid = continuumStep(lo, hi, planContinuum(lo, hi, {}), 2, 5, ContinuumScale::kBark);
+  EXPECT_EQ(mid.value(kTl, 0), 630);
+  EXPECT_EQ(mid.value(kF8, 0), 623);
+  EXPECT_EQ(mid.value(kF1, 0), 623);
+  EXPECT_EQ(mid.value(kB8, 0), 630);
 
   EXPECT_EQ(continuumMismatch(20, 10, 20, 10), "");
   EXPECT_NE(continuumMismatch(20, 10, 21, 10).find("21 frames of 10 ms"), std::string::npos);
@@ -201,8 +214,9 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   SampleSet tiny;
   tiny.sampleRate = 16000;
   tiny.samples.assign(100, 0);
+  const FrameTable kept = copy.table;  // a copy: `t` is the document's own table
   EXPECT_EQ(copySynthesis(tiny, CopySettings{}, copy).status, CopyResult::Status::kTooShort);
-  EXPECT_EQ(copy.table, t);  // a refused copy leaves the document alone
+  EXPECT_EQ(copy.table, kept);  // a refused copy leaves the document alone
 }
 
 }  // namespace

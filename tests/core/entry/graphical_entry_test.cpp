@@ -54,19 +54,23 @@ TEST(DrawStrokeTest, PointerPositionsMapToFrameAndValue) {
 }
 
 // A stroke writes only the frames given, in its own row, and is one undo
-// step even in a new document whose history is still empty.
+// step even in a new document whose history is still empty. The history
+// keeps a row in blocks of 256 columns; a stroke drawn right to left over
+// three of them must come back whole on redo.
 TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
   CVandrelDoc doc;
+  doc.table.reset(600, doc.params());
   TableViewState view;
   const FrameTable before = doc.table;
   DrawStroke stroke(DrawTrack::kF2);
-  EXPECT_FALSE(stroke.write(doc, DrawPoint{doc.table.columns(), 1500}));
-  ASSERT_TRUE(stroke.write(doc, DrawPoint{3, 1500}));
-  ASSERT_TRUE(stroke.write(doc, DrawPoint{7, 1700}));
-  stroke.finish(doc, view);
+  EXPECT_FALSE(stroke.write(doc, DrawPoint{600, 1500}));
+  const DrawPoint points[] = {{300, 1500}, {250, 1700}, {520, 1600}};
   FrameTable after = before;
-  after.setValue(kF2, 3, 1500);
-  after.setValue(kF2, 7, 1700);
+  for (const DrawPoint& p : points) {
+    ASSERT_TRUE(stroke.write(doc, p));
+    after.setValue(kF2, p.column, p.value);
+  }
+  stroke.finish(doc, view);
   EXPECT_EQ(doc.table, after);
   EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && view.tableChanged);
 

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QHeaderView>
 #include <QMenu>
+#include <QMenuBar>
 #include <QTest>
 #include <QTimer>
 
@@ -214,6 +215,37 @@ INSTANTIATE_TEST_SUITE_P(
                       BlockCase{"KeysLeftToRightDefaults", false, false, ID_EDIT_SET_DEFAULTS},
                       BlockCase{"KeysRightToLeftDefaults", false, true, ID_EDIT_SET_DEFAULTS}),
     [](const auto& info) { return std::string(info.param.name); });
+
+// The Anchors menu, item by item as a user picks it from the menu bar, on a
+// block dragged right to left: each item touches exactly the cells it names.
+TEST_F(TableViewTest, AnchorsMenuItemsWorkOnTheSelectionAndTheWholeTable) {
+  const auto pick = [this](const QString& item) {
+    for (QAction* menu : frame->menuBar()->actions())
+      if (menu->text() == QStringLiteral("Anchors"))
+        for (QAction* a : menu->menu()->actions())
+          if (a->text() == item) return a->trigger();
+    ADD_FAILURE() << "no Anchors item " << item.toStdString();
+  };
+  const auto anchored = [this] {
+    std::vector<std::pair<int, int>> cells;
+    for (int r = 0; r < doc().table.rows(); ++r)
+      for (int c = 0; c < doc().table.columns(); ++c)
+        if (doc().table.anchor(r, c)) cells.emplace_back(r, c);
+    return cells;
+  };
+  doc().table.setAnchor(kF1, 9, true);  // outside every selection below
+  drag(kAv, 4, kAh, 2);
+  pick(QStringLiteral("Add to Selection"));
+  EXPECT_EQ(anchored(), (std::vector<std::pair<int, int>>{
+                            {kAv, 2}, {kAv, 3}, {kAv, 4}, {kAh, 2}, {kAh, 3}, {kAh, 4}, {kF1, 9}}));
+  EXPECT_TRUE(doc().modified);
+  click(kAh, 3);
+  pick(QStringLiteral("Remove from Selection"));
+  EXPECT_EQ(anchored(),
+            (std::vector<std::pair<int, int>>{{kAv, 2}, {kAv, 3}, {kAv, 4}, {kAh, 2}, {kAh, 4}, {kF1, 9}}));
+  pick(QStringLiteral("Remove All"));
+  EXPECT_TRUE(anchored().empty());
+}
 
 // Headings select one whole row or column; Select All (Ctrl+A) the table;
 // the right-click menu of a cell holds exactly its two anchor items, which
