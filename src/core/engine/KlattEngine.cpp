@@ -68,6 +68,7 @@ KlattState& processKlattState() {
 }
 
 const std::array<std::int32_t, 100>& CKlattEngine::sampledGlottalWave() { return kSampledWave; }
+const std::array<std::int16_t, 224>& CKlattEngine::naturalPulseTable() { return kNaturalPulse; }
 
 double CKlattEngine::dbToLinear(std::int32_t db) {
   // One unsigned comparison rejects both negative values and values above 87.

@@ -71,6 +71,8 @@ class CKlattEngine {
   static double dbToLinear(std::int32_t db);
 
   static const std::array<std::int32_t, 100>& sampledGlottalWave();
+  // The natural pulse's initial decrement for each open phase of 40..263 quarter samples.
+  static const std::array<std::int16_t, 224>& naturalPulseTable();
 
   // Read-only views of the running state, for tests and the inspector.
   std::int32_t periodLength() const { return T0_; }
