@@ -40,9 +40,6 @@ constexpr std::array<std::int16_t, kNopenMax - kNopenMin + 1> kNaturalPulse = {
     36,   36,   35,   35,   35,  35,  34,  34,  33,  33,  33,  33,  32,  32,  32,  32,  31,  31,  31,
     31,   30,   30,   30,   30,  29,  29,  29,  29,  28,  28,  28,  28,  27,  27};
 
-// The impulsive source: a doublet at the start of each period.
-constexpr std::array<double, 3> kDoublet = {0.0, 13000000.0, -13000000.0};
-
 // A sampled glottal waveform. Entries 12..94 are a smooth curve through the
 // ends; the driver never selects this source.
 constexpr std::array<std::int32_t, 100> kSampledWave = {
@@ -82,6 +79,7 @@ void CKlattEngine::initialise() {
   lowPassFreq_ = config.sampleRate * 950 / 10000;
   lowPassBw_ = config.sampleRate * 630 / 10000;
   sourceLowPass_.set(lowPassFreq_, lowPassBw_, minusPiOverRate_, twoPiOverRate_);
+  for (auto& c : poleCache_) c.clear();  // the rate may have changed
 
   position_ = 0;
   T0_ = 0;
@@ -195,241 +193,45 @@ void CKlattEngine::setupFrame(FrameRecord& rec) {
   static constexpr std::array<int, 8> kFreq = {kF1, kF2, kF3, kF4, kF5, kF6, kF7, kF8};
   static constexpr std::array<int, 8> kBw = {kB1, kB2, kB3, kB4, kB5, kB6, kB7, kB8};
   static constexpr std::array<int, 6> kBwPar = {kB1f, kB2f, kB3f, kB4f, kB5f, kB6f};
+  auto pole = [&](Slot slot, int f, int bw) -> const PolePair& {
+    return poleCache_[static_cast<std::size_t>(slot)].get(f, bw, mpr, tpr);
+  };
   for (int n = 8; n >= 1; --n) {
     if (n > 4 && config.cascadeFormants < n) continue;
     const auto i = static_cast<std::size_t>(n - 1);
-    casFormant_[i].set(rec[static_cast<std::size_t>(kFreq[i])], rec[static_cast<std::size_t>(kBw[i])], mpr,
-                       tpr);
+    casFormant_[i].set(pole(static_cast<Slot>(kCascade1 + n - 1), rec[static_cast<std::size_t>(kFreq[i])],
+                            rec[static_cast<std::size_t>(kBw[i])]));
   }
-  casNasalPole_.set(rec[kFnp], rec[kBnp], mpr, tpr);
-  casNasalZero_.set(rec[kFnz], rec[kBnz], mpr, tpr);
+  // The nasal pole's pair serves both branches.
+  const PolePair& nasal = pole(kNasalPole, rec[kFnp], rec[kBnp]);
+  casNasalPole_.set(nasal);
+  casNasalZero_.set(pole(kNasalZero, Antiresonator::poleFrequency(rec[kFnz]), rec[kBnz]));
 
   const std::array<double, 6> gains = {g1, g2, g3, g4, g5, g6};
-  parFormant_[0].set(rec[kF1], rec[kB1f], mpr, tpr);
+  parFormant_[0].set(pole(kParallel1, rec[kF1], rec[kB1f]));
   parFormant_[0].a *= g1;
-  parNasalPole_.set(rec[kFnp], rec[kBnp], mpr, tpr);
+  parNasalPole_.set(nasal);
   parNasalPole_.a *= gnv;
   for (std::size_t i = 1; i < 6; ++i) {
-    parFormant_[i].set(rec[static_cast<std::size_t>(kFreq[i])], rec[static_cast<std::size_t>(kBwPar[i])], mpr,
-                       tpr);
+    parFormant_[i].set(pole(static_cast<Slot>(kParallel1 + static_cast<int>(i)),
+                            rec[static_cast<std::size_t>(kFreq[i])],
+                            rec[static_cast<std::size_t>(kBwPar[i])]));
     parFormant_[i].a *= gains[i];
   }
 
-  outputLowPass_.set(0, config.sampleRate / 2, mpr, tpr);
+  outputLowPass_.set(pole(kOutputLowPass, 0, config.sampleRate / 2));
 
   // Flutter: a slow quasi-random wobble of f0 from three incommensurate sines.
-  const double n = g_.flutterFrame;
+  // Without flutter the wobble is exactly 0, and its sines are not needed.
+  const double n = g_.flutterFrame++;
+  if (config.flutter == 0) {
+    f0Tenths_ = rec[kF0];
+    return;
+  }
   const double delta = (config.flutter / 50.0) * (f0Hz_ / 100.0) *
                        (std::sin(79.79645458 * n) + std::sin(44.61061634 * n) + std::sin(29.53097138 * n)) *
                        10.0;
   f0Tenths_ = saturate(rec[kF0] + static_cast<std::int64_t>(std::clamp(delta, -1e9, 1e9)));
-  ++g_.flutterFrame;
 }
-
-void CKlattEngine::synthesizeFrame(FrameRecord& rec, std::int32_t*& out) {
-  setupFrame(rec);
-  switch (config.sourceType) {
-    case kImpulsive:
-      runSamples<kImpulsive>(rec, out);
-      break;
-    case kSampled:
-      runSamples<kSampled>(rec, out);
-      break;
-    default:
-      runSamples<kNatural>(rec, out);
-      break;
-  }
-}
-
-// The sample loop works on local copies of everything it touches per sample,
-// so the compiler can keep the filter memories in registers; the rare
-// pitch-synchronous reset goes through the members, and the locals are
-// written back before and reloaded after it.
-template <std::uint8_t kSource>
-void CKlattEngine::runSamples(FrameRecord& rec, std::int32_t*& outPtr) {
-  std::int32_t* out = outPtr;
-
-  Resonator lp = sourceLowPass_, shaper = impulseShaper_;
-  Antiresonator nz = casNasalZero_;
-  Resonator np = casNasalPole_;
-  Resonator c1 = casFormant_[0], c2 = casFormant_[1], c3 = casFormant_[2], c4 = casFormant_[3],
-            c5 = casFormant_[4], c6 = casFormant_[5], c7 = casFormant_[6], c8 = casFormant_[7];
-  // The parallel resonators that share an input run in pairs, one per SIMD
-  // lane; each lane does exactly the scalar arithmetic.
-  ResonatorPair p1np(parFormant_[0], parNasalPole_), p23(parFormant_[1], parFormant_[2]),
-      p45(parFormant_[3], parFormant_[4]);
-  Resonator p6 = parFormant_[5], olp = outputLowPass_;
-
-  std::int32_t pos = position_, T0 = T0_, nopen = nopen_, nmod = noiseModPoint_;
-  std::int32_t randomValue = randomValue_;
-  double pulseA = pulseA_, pulseB = pulseB_, lastPulse = g_.lastPulse;
-  double ampVoice = ampVoice_, ampBreath = ampBreath_, tiltC = tiltComplement_, tiltD = tiltDecay_;
-  std::uint32_t randNext = g_.randNext;
-  double lastNoise = g_.lastNoise;
-
-  const double ampFric = ampFric_, ampAsp = ampAsp_, ampParVoice = ampParVoice_, ampBypass = ampBypass_,
-               gain = outGain_;
-  const bool cascade = config.model != kAllParallel;
-  const int nCas = config.cascadeFormants;
-  const std::uint8_t select = config.outputSelect;
-  const std::int32_t* table = config.sampledTable ? config.sampledTable : kSampledWave.data();
-  const int tableLen = config.sampledLength;
-
-  double lastVoice = 0.0;  // tilt filter memory, fresh in every frame call
-  double lastParIn = 0.0;  // first-difference memory, fresh in every frame call
-
-  const int count = config.samplesPerFrame;
-  for (int n = 0; n < count; ++n) {
-    // Noise: random numbers of -8191..8191, each keeping 3/4 of the last value.
-    randNext = randNext * 1103515245u + 12345u;
-    randomValue = static_cast<std::int32_t>((randNext / 65536u) % 32768u) % 16383 - 8191;
-    double noise = randomValue + 0.75 * lastNoise;
-    lastNoise = noise;
-    if (pos > nmod) noise *= 0.5;
-    const double fric = ampFric * noise;
-
-    double voice = 0.0;
-    for (int k = 0; k < 4; ++k) {
-      double src = 0.0;
-      if constexpr (kSource == kNatural) {
-        // An integrated ramp: the pulse rises while the glottis is open and
-        // drops to zero when it closes.
-        if (pos < nopen) {
-          pulseA -= pulseB;
-          lastPulse += pulseA;
-          src = lastPulse * 0.028;
-        } else {
-          lastPulse = 0.0;
-        }
-      } else if constexpr (kSource == kImpulsive) {
-        src = shaper.step(pos < 3 ? kDoublet[static_cast<std::size_t>(pos)] : 0.0);
-      } else {
-        src = sampledSource(table, tableLen, pos, T0);
-      }
-      if (pos >= T0) {
-        pos = 0;
-        pulseA_ = pulseA;
-        pulseB_ = pulseB;
-        impulseShaper_ = shaper;
-        sampleCount_ = n;
-        pitchSynchronousReset(rec);
-        T0 = T0_;
-        nopen = nopen_;
-        nmod = noiseModPoint_;
-        ampVoice = ampVoice_;
-        ampBreath = ampBreath_;
-        tiltC = tiltComplement_;
-        tiltD = tiltDecay_;
-        pulseA = pulseA_;
-        pulseB = pulseB_;
-        shaper = impulseShaper_;
-      }
-      voice = lp.step(src);
-      ++pos;
-    }
-
-    voice = voice * tiltC + lastVoice * tiltD;
-    lastVoice = voice;
-    if (pos < nopen) voice += ampBreath * randomValue;
-
-    const double asp = ampAsp * noise;
-    const double casIn = ampVoice * voice + asp;
-    const double parIn = ampParVoice * voice + asp;
-
-    double y = 0.0;
-    if (cascade) {
-      double x = nz.step(casIn);
-      x = np.step(x);
-      if (nCas >= 8) x = c8.step(x);
-      if (nCas >= 7) x = c7.step(x);
-      if (nCas >= 6) x = c6.step(x);
-      if (nCas >= 5) x = c5.step(x);
-      if (nCas >= 4) x = c4.step(x);
-      if (nCas >= 3) x = c3.step(x);
-      if (nCas >= 2) x = c2.step(x);
-      if (nCas >= 1) x = c1.step(x);
-      y = x;
-    }
-    const Pair r1np = p1np.step(parIn);
-    y = y + r1np[0] + r1np[1];
-
-    const double source = fric + parIn - lastParIn;
-    lastParIn = parIn;
-    // Alternating signs: neighbouring parallel formants are summed in
-    // antiphase, so their skirts do not cancel between the peaks.
-    const Pair r23 = p23.step(source);
-    const Pair r45 = p45.step(source);
-    y = p6.step(source) - y;
-    y = r45[1] - y;
-    y = r45[0] - y;
-    y = r23[1] - y;
-    y = r23[0] - y;
-
-    const double bypass = ampBypass * source;
-    y = bypass - y;
-
-    switch (select) {
-      case kNormal:
-        break;
-      case kVoicing:
-        y = voice;
-        break;
-      case kAspiration:
-        y = asp;
-        break;
-      case kFrication:
-        y = fric;
-        break;
-      case kCascadeInput:
-        y = casIn;
-        break;
-      case kParallelInput:
-        y = parIn;
-        break;
-      case kBypass:
-        y = bypass;
-        break;
-      case kParallelSource:
-        y = source;
-        break;
-      default:
-        break;
-    }
-
-    y = olp.step(y);
-    double v = y * gain;
-    if (v > 32767.0)
-      v = 32767.0;
-    else if (v < -32768.0)
-      v = -32768.0;
-    else if (v != v)
-      v = 0.0;  // an unstable filter (out-of-range bandwidth) is silenced
-    *out++ = static_cast<std::int32_t>(v);
-  }
-
-  sourceLowPass_ = lp;
-  impulseShaper_ = shaper;
-  casNasalZero_ = nz;
-  casNasalPole_ = np;
-  casFormant_ = {c1, c2, c3, c4, c5, c6, c7, c8};
-  p1np.store(parFormant_[0], parNasalPole_);
-  p23.store(parFormant_[1], parFormant_[2]);
-  p45.store(parFormant_[3], parFormant_[4]);
-  parFormant_[5] = p6;
-  outputLowPass_ = olp;
-  position_ = pos;
-  randomValue_ = randomValue;
-  pulseA_ = pulseA;
-  pulseB_ = pulseB;
-  g_.lastPulse = lastPulse;
-  g_.randNext = randNext;
-  g_.lastNoise = lastNoise;
-  sampleCount_ = count > 0 ? count : 0;
-  outPtr = out;
-}
-
-template void CKlattEngine::runSamples<CKlattEngine::kImpulsive>(FrameRecord&, std::int32_t*&);
-template void CKlattEngine::runSamples<CKlattEngine::kNatural>(FrameRecord&, std::int32_t*&);
-template void CKlattEngine::runSamples<CKlattEngine::kSampled>(FrameRecord&, std::int32_t*&);
 
 }  // namespace vandrel

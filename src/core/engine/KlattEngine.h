@@ -51,6 +51,10 @@ class CKlattEngine {
     std::int32_t sampledLength = 100;
     double sampledFactor = 0.00001;
     const std::int32_t* sampledTable = nullptr;  // defaults to sampledGlottalWave()
+    // Run the sample loop on 4-wide vectors where the processor has AVX2;
+    // false keeps it on the 2-wide vectors every x86-64 has. The samples are
+    // the same either way.
+    bool wideVectors = true;
   };
 
   explicit CKlattEngine(KlattState& shared = processKlattState()) : g_(shared) {}
@@ -79,8 +83,7 @@ class CKlattEngine {
   std::int32_t openPhase() const { return nopen_; }
 
  private:
-  template <std::uint8_t kSource>
-  void runSamples(FrameRecord& rec, std::int32_t*& out);
+  struct Loop;  // the sample loop, in KlattEngineLoop.cpp
   double sampledSource(const std::int32_t* table, int len, std::int32_t pos, std::int32_t T0) const;
   void pitchSynchronousReset(FrameRecord& rec);
   void setupFrame(FrameRecord& rec);
@@ -104,6 +107,17 @@ class CKlattEngine {
          ampBreath_ = 0.0, outGain_ = 0.0;
   std::int32_t f0Hz_ = 0;
   std::int32_t f0Tenths_ = 0;  // f0 of the frame after flutter, 0.1 Hz
+
+  // The pole pairs of the last frame, by resonator.
+  enum Slot : int {
+    kCascade1 = 0,
+    kNasalPole = 8,
+    kNasalZero,
+    kParallel1,
+    kOutputLowPass = kParallel1 + 6,
+    kSlots
+  };
+  std::array<PolePairCache, kSlots> poleCache_;
 
   Resonator parNasalPole_;
   std::array<Resonator, 6> parFormant_;  // [0] = F1

@@ -20,16 +20,39 @@ inline PolePair polePair(int f, int bw, double minusPiOverRate, double twoPiOver
   return {1.0 - b - c, b, c};
 }
 
+// The pole pair of the last (f, bw) asked for. A table's formants often hold
+// for many frames, and exp and cos are most of a frame's setup.
+class PolePairCache {
+ public:
+  const PolePair& get(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+    if (!valid_ || f != f_ || bw != bw_) {
+      k_ = polePair(f, bw, minusPiOverRate, twoPiOverRate);
+      f_ = f;
+      bw_ = bw;
+      valid_ = true;
+    }
+    return k_;
+  }
+  void clear() { valid_ = false; }
+
+ private:
+  PolePair k_{};
+  int f_ = 0, bw_ = 0;
+  bool valid_ = false;
+};
+
 // y[n] = a x[n] + b y[n-1] + c y[n-2]
 struct Resonator {
   double a = 0.0, b = 0.0, c = 0.0;
   double p1 = 0.0, p2 = 0.0;  // last output, the one before
 
-  void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
-    const PolePair k = polePair(f, bw, minusPiOverRate, twoPiOverRate);
+  void set(const PolePair& k) {
     a = k.a;
     b = k.b;
     c = k.c;
+  }
+  void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+    set(polePair(f, bw, minusPiOverRate, twoPiOverRate));
   }
   void reset() { p1 = p2 = 0.0; }
   double step(double x) {
@@ -47,44 +70,24 @@ struct Antiresonator {
 
   // The frequency is negated first; a zero at 0 Hz or below is moved to -1 Hz,
   // so fnz = 0 never produces a degenerate zero on the real axis at DC.
-  void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+  static int poleFrequency(int f) {
     f = f == INT_MIN ? INT_MAX : -f;
-    if (f >= 0) f = -1;
-    const PolePair k = polePair(f, bw, minusPiOverRate, twoPiOverRate);
+    return f >= 0 ? -1 : f;
+  }
+  // `k` is the pole pair at poleFrequency(f); the zeros are its inverse.
+  void set(const PolePair& k) {
     a = 1.0 / k.a;
     c = -k.c * a;
     b = -k.b * a;
+  }
+  void set(int f, int bw, double minusPiOverRate, double twoPiOverRate) {
+    set(polePair(poleFrequency(f), bw, minusPiOverRate, twoPiOverRate));
   }
   void reset() { p1 = p2 = 0.0; }
   double step(double x) {
     const double y = a * x + b * p1 + c * p2;
     p2 = p1;
     p1 = x;
-    return y;
-  }
-};
-
-// Two resonators fed the same input, one per lane of a 2-wide vector. Each
-// lane computes a*x + b*p1 + c*p2 in the scalar order, so the results are
-// bit-identical to two Resonator::step calls.
-using Pair = double __attribute__((vector_size(16)));
-
-struct ResonatorPair {
-  Pair a, b, c, p1, p2;
-
-  ResonatorPair(const Resonator& r, const Resonator& s)
-      : a{r.a, s.a}, b{r.b, s.b}, c{r.c, s.c}, p1{r.p1, s.p1}, p2{r.p2, s.p2} {}
-  void store(Resonator& r, Resonator& s) const {
-    r.p1 = p1[0];
-    r.p2 = p2[0];
-    s.p1 = p1[1];
-    s.p2 = p2[1];
-  }
-  Pair step(double x) {
-    const Pair xx = {x, x};
-    const Pair y = a * xx + b * p1 + c * p2;
-    p2 = p1;
-    p1 = y;
     return y;
   }
 };

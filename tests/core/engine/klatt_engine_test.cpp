@@ -397,47 +397,51 @@ TEST(CKlattEngineTest, MatchesThePlainTranscriptionExactly) {
   };
   const std::int32_t wildValues[] = {INT_MIN, -100000, -1, 0, 1, 100000, INT_MAX};
   std::mt19937 rng(7);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(::testing::Message()
-                 << "source " << int(c.source) << " model " << int(c.model) << " select " << int(c.select)
-                 << " formants " << c.formants << " frame " << c.samplesPerFrame << " wild " << c.wild);
-    KlattState engineState, baselineState;
-    CKlattEngine engine(engineState);
-    CKlattBaseline baseline(baselineState);
-    for (CKlattEngine::Config* cfg : {&engine.config, &baseline.config}) {
-      cfg->sourceType = c.source;
-      cfg->model = c.model;
-      cfg->outputSelect = c.select;
-      cfg->sampleRate = c.rate;
-      cfg->cascadeFormants = c.formants;
-      cfg->samplesPerFrame = c.samplesPerFrame;
-      cfg->flutter = c.flutter;
-      cfg->sampledFactor = 0.05;
-    }
-    engine.initialise();
-    baseline.initialise();
-    const auto n = static_cast<std::size_t>(std::max(c.samplesPerFrame, 0));
-    std::vector<std::int32_t> a(n), b(n);
-    // A random walk from the defaults, so parameters hold for a while and move.
-    FrameRecord rec = defaults();
-    for (int f = 0; f < c.frames; ++f) {
-      for (std::size_t p = 0; p < rec.size(); ++p) {
-        const ParamDef& d = builtinParams()[p];
-        if (rng() % 4 == 0) rec[p] = std::clamp(rec[p] + static_cast<int>(rng() % 41) - 20, d.lower, d.upper);
-        if (rng() % 20 == 0)
-          rec[p] = d.lower + static_cast<int>(rng() % static_cast<unsigned>(d.upper - d.lower + 1));
-        if (std::uniform_real_distribution<>(0, 1)(rng) < c.wild) rec[p] = wildValues[rng() % 7];
+  for (const Case& c : cases)
+    for (bool wide : {false, true}) {  // both widths of the sample loop
+      SCOPED_TRACE(::testing::Message()
+                   << "source " << int(c.source) << " model " << int(c.model) << " select " << int(c.select)
+                   << " formants " << c.formants << " frame " << c.samplesPerFrame << " wild " << c.wild
+                   << " wide " << wide);
+      KlattState engineState, baselineState;
+      CKlattEngine engine(engineState);
+      CKlattBaseline baseline(baselineState);
+      for (CKlattEngine::Config* cfg : {&engine.config, &baseline.config}) {
+        cfg->sourceType = c.source;
+        cfg->model = c.model;
+        cfg->outputSelect = c.select;
+        cfg->sampleRate = c.rate;
+        cfg->cascadeFormants = c.formants;
+        cfg->samplesPerFrame = c.samplesPerFrame;
+        cfg->flutter = c.flutter;
+        cfg->sampledFactor = 0.05;
       }
-      FrameRecord ra = rec, rb = rec;
-      std::int32_t *pa = a.data(), *pb = b.data();
-      engine.synthesizeFrame(ra, pa);
-      baseline.synthesizeFrame(rb, pb);
-      ASSERT_EQ(ra, rb) << "frame " << f;
-      ASSERT_EQ(a, b) << "frame " << f;
-      ASSERT_EQ(pa - a.data(), static_cast<long>(n));
+      engine.config.wideVectors = wide;
+      engine.initialise();
+      baseline.initialise();
+      const auto n = static_cast<std::size_t>(std::max(c.samplesPerFrame, 0));
+      std::vector<std::int32_t> a(n), b(n);
+      // A random walk from the defaults, so parameters hold for a while and move.
+      FrameRecord rec = defaults();
+      for (int f = 0; f < c.frames; ++f) {
+        for (std::size_t p = 0; p < rec.size(); ++p) {
+          const ParamDef& d = builtinParams()[p];
+          if (rng() % 4 == 0)
+            rec[p] = std::clamp(rec[p] + static_cast<int>(rng() % 41) - 20, d.lower, d.upper);
+          if (rng() % 20 == 0)
+            rec[p] = d.lower + static_cast<int>(rng() % static_cast<unsigned>(d.upper - d.lower + 1));
+          if (std::uniform_real_distribution<>(0, 1)(rng) < c.wild) rec[p] = wildValues[rng() % 7];
+        }
+        FrameRecord ra = rec, rb = rec;
+        std::int32_t *pa = a.data(), *pb = b.data();
+        engine.synthesizeFrame(ra, pa);
+        baseline.synthesizeFrame(rb, pb);
+        ASSERT_EQ(ra, rb) << "frame " << f;
+        ASSERT_EQ(a, b) << "frame " << f;
+        ASSERT_EQ(pa - a.data(), static_cast<long>(n));
+      }
+      EXPECT_EQ(engineState.randNext, baselineState.randNext);
     }
-    EXPECT_EQ(engineState.randNext, baselineState.randNext);
-  }
 }
 
 }  // namespace
