@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include <ctime>
+#include <type_traits>
 #include <vector>
 
 #include "KlattBaseline.h"
@@ -52,6 +53,7 @@ struct Setup {
   int rate, formants;
   std::uint8_t model;
   bool moving;
+  bool narrow = false;  // the 2-wide loop of processors without AVX2
 };
 
 // 60 s frame by frame, as the driver runs it; returns a checksum of the output.
@@ -64,6 +66,7 @@ std::int64_t render(const Setup& s, const std::vector<FrameRecord>& records, Kla
   e.config.cascadeFormants = s.formants;
   e.config.samplesPerFrame = spf;
   e.config.model = s.model;
+  if constexpr (std::is_same_v<Engine, CKlattEngine>) e.config.wideVectors = !s.narrow;
   e.initialise();
   std::int64_t sum = 0;
   for (const FrameRecord& base : records) {
@@ -107,11 +110,15 @@ void BM_EngineAllParallel(benchmark::State& st) {
 }
 void BM_Engine11kMoving(benchmark::State& st) { runEngine(st, {11025, 5, kCP, true}); }
 void BM_Engine22k8Moving(benchmark::State& st) { runEngine(st, {22050, 8, kCP, true}); }
+void BM_Engine11kNarrow(benchmark::State& st) { runEngine(st, {11025, 5, kCP, false, true}); }
+void BM_Engine22k8Narrow(benchmark::State& st) { runEngine(st, {22050, 8, kCP, false, true}); }
 BENCHMARK(BM_Engine11k)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Engine22k8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_EngineAllParallel)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Engine11kMoving)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Engine22k8Moving)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Engine11kNarrow)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Engine22k8Narrow)->Unit(benchmark::kMillisecond);
 
 // A 60 s table of 10 ms frames (6000 columns) through the driver, then its
 // WAV image written to disk.
