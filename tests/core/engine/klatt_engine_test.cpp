@@ -427,7 +427,8 @@ TEST(CKlattEngineTest, MatchesThePlainTranscriptionExactly) {
         for (std::size_t p = 0; p < rec.size(); ++p) {
           const ParamDef& d = builtinParams()[p];
           if (rng() % 4 == 0)
-            rec[p] = std::clamp(rec[p] + static_cast<int>(rng() % 41) - 20, d.lower, d.upper);
+            rec[p] = static_cast<std::int32_t>(std::clamp<std::int64_t>(
+                rec[p] + static_cast<std::int64_t>(rng() % 41) - 20, d.lower, d.upper));
           if (rng() % 20 == 0)
             rec[p] = d.lower + static_cast<int>(rng() % static_cast<unsigned>(d.upper - d.lower + 1));
           if (std::uniform_real_distribution<>(0, 1)(rng) < c.wild) rec[p] = wildValues[rng() % 7];
