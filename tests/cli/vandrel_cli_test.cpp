@@ -33,6 +33,7 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"copy", "--help"}, "usage: vandrel-cli copy AUDIO"},
       {{"continuum", "-h"}, "usage: vandrel-cli continuum A.vdr B.vdr"},
       {{"export", "--help"}, "usage: vandrel-cli export IN.vdr"},
+      {{"import", "--help"}, "usage: vandrel-cli import FILE"},
   };
   const Case misuse[] = {
       {{}, "usage: vandrel-cli <command>"},
