@@ -27,4 +27,7 @@ extern const char* const kContinuumHelp;
 int exportCommand(const Args& args);
 extern const char* const kExportHelp;
 
+int gridCommand(const Args& args);
+extern const char* const kGridHelp;
+
 }  // namespace vandrel::cli
