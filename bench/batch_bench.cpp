@@ -1,5 +1,6 @@
-// The batch commands' work: copy synthesis of a 60 s recording, and a
-// continuum of 11 steps of a 500 ms syllable written with its WAVs.
+// The batch commands' work: copy synthesis of a 60 s recording, a
+// continuum of 11 steps of a 500 ms syllable written with its WAVs, and an
+// 11 x 11 F1 x F2 grid of a 300 ms vowel written with its WAVs.
 //
 // The recording is the natural speech of pocketsphinx-testdata (16 kHz)
 // repeated to 60 s when it is installed, otherwise 60 s of a synthesized
@@ -15,6 +16,7 @@
 #include "audio/Wave.h"
 #include "batch/Continuum.h"
 #include "batch/CopySynthesis.h"
+#include "batch/Grid.h"
 #include "document/VdrFile.h"
 #include "engine/Synthesizer.h"
 #include "util/AtomicFile.h"
@@ -103,6 +105,40 @@ void BM_Continuum11Steps(benchmark::State& st) {
   fs::remove_all(dir);
 }
 BENCHMARK(BM_Continuum11Steps)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// `grid --vary f1:250:850:11 --vary f2:800:2400:11 --scale bark --wav` of a
+// 300 ms diphthong: 121 tables and 121 WAVs into a temporary folder.
+void BM_Grid11x11(benchmark::State& st) {
+  CVandrelDoc base;
+  base.params().frameCount = 30;
+  base.params().fileLengthMs = 300;
+  base.table.reset(30, base.params());
+  for (int c = 0; c < 30; ++c) base.table.setValue(kF2, c, 1200 + 10 * c);
+  GridPlan plan;
+  if (!planGrid(base.table, base.params(), {GridAxis{kF1, 250, 850, 11}, GridAxis{kF2, 800, 2400, 11}},
+                ContinuumScale::kBark, 15, plan)
+           .empty())
+    st.SkipWithError("grid refused");
+  const fs::path dir = fs::temp_directory_path() / "vandrel_grid_bench";
+  fs::create_directories(dir);
+  for (auto _ : st) {
+    CVandrelDoc doc = base;
+    std::string manifest = gridManifestHeader(plan, 10);
+    for (std::size_t n = 0; n < plan.pointCount(); ++n) {
+      const std::vector<int> at = plan.indices(n);
+      const std::string stem = (dir / plan.pointName(at)).string();
+      doc.table = gridPoint(base.table, plan, at);
+      writeFileAtomically(stem + ".vdr", writeVdr(doc, VdrKind::kAllParameters));
+      manifest += gridManifestLine(plan, at, stem + ".vdr");
+      KlattState state;
+      synthesize(doc, {}, state);
+      saveWaveFile(stem + ".wav", doc.synthesized);
+    }
+    writeFileAtomically((dir / "manifest.tsv").string(), manifest);
+  }
+  fs::remove_all(dir);
+}
+BENCHMARK(BM_Grid11x11)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace vandrel

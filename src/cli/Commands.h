@@ -29,5 +29,7 @@ extern const char* const kExportHelp;
 
 int importCommand(const Args& args);
 extern const char* const kImportHelp;
+int gridCommand(const Args& args);
+extern const char* const kGridHelp;
 
 }  // namespace vandrel::cli

@@ -10,12 +10,14 @@
 #include "Commands.h"
 #include "batch/LevelReport.h"
 #include "document/VandrelDoc.h"
+#include "engine/SineWave.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel::cli {
 
 const char* const kSynthHelp =
     "usage: vandrel-cli synth IN.vdr... -o OUT [--seed N] [--report] [--fail-on-clip] [--quiet]\n"
+    "                         [--sinewave [3|4]]\n"
     "       vandrel-cli synth --default -o OUT.wav [--seed N] [--quiet]\n"
     "\n"
     "Synthesizes parameter tables and writes each as a 16-bit mono WAV file.\n"
@@ -36,6 +38,10 @@ const char* const kSynthHelp =
     "  --fail-on-clip exit with 3 when any sample of any file clipped (the\n"
     "                 files are still written)\n"
     "  --quiet        print nothing on success\n"
+    "  --sinewave [N] write a sine-wave replica instead: 3 (default) or 4\n"
+    "                 sinusoids following f1..f3 (f4), each as loud as the\n"
+    "                 table makes that formant (a1f..a4f plus the loudest of\n"
+    "                 av, ah, af), scaled so that it never clips\n"
     "\n"
     "Every table is read before anything is written. Exit codes: 0 success,\n"
     "1 a table that cannot be read or a file that cannot be written (nothing\n"
@@ -52,6 +58,7 @@ int synthCommand(const Args& args) {
   std::vector<std::string> inputs;
   std::string output;
   long seed = 1;
+  int sinewave = 0;  // sinusoids of a replica, 0 for the synthesizer's sound
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     if (a == "--default") {
@@ -62,6 +69,9 @@ int synthCommand(const Args& args) {
       report = true;
     } else if (a == "--fail-on-clip") {
       failOnClip = true;
+    } else if (a == "--sinewave") {
+      sinewave = 3;
+      if (i + 1 < args.size() && (args[i + 1] == "3" || args[i + 1] == "4")) sinewave = args[++i][0] - '0';
     } else if (a == "-o" || a == "--output" || a == "--seed") {
       if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
       const std::string& v = args[++i];
@@ -110,7 +120,9 @@ int synthCommand(const Args& args) {
   for (std::size_t k = 0; k < docs.size(); ++k) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
-    if (!synthesize(docs[k], {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
+    if (sinewave > 0) docs[k].synthesized = synthesizeSineWave(docs[k], sinewave);
+    if (sinewave > 0 ? docs[k].synthesized.sampleRate <= 0.0 : !synthesize(docs[k], {}, state))
+      return complain(kExitInput, kCmd, "not enough memory to synthesize");
     const SampleSet& s = docs[k].synthesized;
     if (const std::string err = out.write(targets[k], waveImage(s)); !err.empty())
       return complain(kExitInput, kCmd, "%s", err.c_str());

@@ -22,6 +22,8 @@ const Command kCommands[] = {
      "copy synthesis: a table with anchors that imitates a recording"},
     {"continuum", vandrel::cli::continuumCommand, &vandrel::cli::kContinuumHelp,
      "step every differing parameter from one table to another"},
+    {"grid", vandrel::cli::gridCommand, &vandrel::cli::kGridHelp,
+     "every combination of steps of a few rows of one table (F1 x F2 grids)"},
     {"export", vandrel::cli::exportCommand, &vandrel::cli::kExportHelp,
      "write a table as a Praat KlattGrid, a klsyn .klp file or a long TSV table"},
     {"import", vandrel::cli::importCommand, &vandrel::cli::kImportHelp,

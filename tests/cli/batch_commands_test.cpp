@@ -12,9 +12,11 @@
 #include <vector>
 
 #include "CliFixture.h"
+#include "audio/Wave.h"
 #include "batch/CopySynthesis.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "engine/SineWave.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
@@ -145,6 +147,66 @@ TEST_F(BatchCommandsTest, ContinuumStepsShareTheirNoiseAndTheManifestSaysWhatThe
   EXPECT_EQ(bad.code, 1);
   EXPECT_NE(bad.err.find("(20 frames of 10 ms against 21 frames of 10 ms)"), std::string::npos) << bad.err;
   EXPECT_FALSE(std::filesystem::exists(file("bad")));
+}
+
+TEST_F(BatchCommandsTest, GridWritesEveryCombinationWithOneNoiseAndRefusesImpossibleSteps) {
+  const std::string base = table("base", 30, [](CVandrelDoc& d) {
+    setRow(d, kAh, [](int) { return 45; });
+    setRow(d, kF2, [](int c) { return 1000 + 20 * c; });  // a diphthong: 1300 at 150 ms
+  });
+  const std::vector<std::string> args{"grid",          base,      "--vary", "f1:300:800:3", "--vary",
+                                      "f2:900:2100:4", "--scale", "bark",   "--wav",        "-o",
+                                      file("grid")};
+  const Result r = run(args);
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.out, "wrote 12 tables with WAVs to " + file("grid") + ": f1 x3 f2 x4\n");
+  const auto manifest = lines(bytes(file("grid/manifest.tsv")));
+  ASSERT_EQ(manifest.size(), 13u);
+  EXPECT_EQ(manifest[0], "file\tf1_step\tf2_step\tf1@150ms\tf2@150ms");
+  EXPECT_EQ(manifest[7], "grid_02_03.vdr\t2\t3\t525\t1602");
+  const VdrReadResult held = readVdrFile(file("grid/grid_02_03.vdr"), ParameterSet{});
+  ASSERT_TRUE(held.ok()) << held.detail;
+  EXPECT_EQ(held.content.table.value(kF2, 0), 1302);
+  EXPECT_EQ(held.content.table.value(kF1, 29), 525);
+
+  // Every file has the noise a table synthesized alone has; a second run
+  // gives the same bytes.
+  ASSERT_EQ(run({"synth", file("grid/grid_02_03.vdr"), "-o", file("alone.wav"), "--quiet"}).code, 0);
+  EXPECT_EQ(bytes(file("alone.wav")), bytes(file("grid/grid_02_03.wav")));
+  const std::string first = bytes(file("grid/grid_03_04.wav"));
+  std::filesystem::remove_all(file("grid"));
+  ASSERT_EQ(run(args).code, 0);
+  EXPECT_EQ(bytes(file("grid/grid_03_04.wav")), first);
+
+  // Refused before anything is written.
+  const auto before = leftBehind();
+  const struct {
+    std::vector<std::string> args;
+    const char* says;
+  } refusals[] = {
+      {{"--vary", "f9:300:800:3"}, "no parameter is called 'f9'"},
+      {{"--vary", "f2:900:2950:3"},
+       "f2 = 2950 at frame 15 would take frame 29 to 3230, above f2's limit 3000"},
+      {{"--vary", "f1:300:800:3", "--at", "300"}, "--at 300 ms lies beyond the table's 30 frames of 10 ms"},
+  };
+  for (const auto& c : refusals) {
+    std::vector<std::string> bad{"grid", base, "-o", file("bad")};
+    bad.insert(bad.end(), c.args.begin(), c.args.end());
+    const Result refused = run(bad);
+    EXPECT_EQ(refused.code, 2) << refused.err;
+    EXPECT_NE(refused.err.find(c.says), std::string::npos) << refused.err;
+  }
+  EXPECT_EQ(leftBehind(), before);
+}
+
+TEST_F(BatchCommandsTest, SineWaveReplicaReplacesTheSynthesizersSound) {
+  const std::string vowel = table("vowel", 20);
+  ASSERT_EQ(run({"synth", vowel, "-o", file("sws.wav"), "--sinewave", "4", "--report"}).code, 0);
+  SampleSet replica;
+  ASSERT_EQ(loadWaveFile(file("sws.wav"), replica), WaveLoad::kOk);
+  CVandrelDoc doc;
+  doc.table.reset(20, doc.params());
+  EXPECT_EQ(replica.samples, synthesizeSineWave(doc, 4).samples);
 }
 
 TEST_F(BatchCommandsTest, CopyWritesATableTheEditorReadsAndSynthesizes) {

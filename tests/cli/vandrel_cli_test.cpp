@@ -34,6 +34,7 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"continuum", "-h"}, "usage: vandrel-cli continuum A.vdr B.vdr"},
       {{"export", "--help"}, "usage: vandrel-cli export IN.vdr"},
       {{"import", "--help"}, "usage: vandrel-cli import FILE"},
+      {{"grid", "--help"}, "usage: vandrel-cli grid BASE.vdr"},
   };
   const Case misuse[] = {
       {{}, "usage: vandrel-cli <command>"},
@@ -74,6 +75,9 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
        "vandrel-cli continuum: --scale wants linear or bark"},
       {{"continuum", "a.vdr", "b.vdr", "--steps", "3", "-o", "d", "--only", "f1,zz"},
        "vandrel-cli continuum: --only: no parameter is called 'zz'"},
+      {{"grid", "a.vdr", "-o", "d"}, "vandrel-cli grid: say what to vary"},
+      {{"grid", "a.vdr", "--vary", "f2:900:2100", "-o", "d"},
+       "vandrel-cli grid: --vary 'f2:900:2100' is not"},
       {{"export", "a.vdr", "-o", "x"}, "vandrel-cli export: --to wants klattgrid or tsv"},
       {{"export", "a.vdr", "--to", "wav", "-o", "x"},
        "vandrel-cli export: --to wants klattgrid or tsv, not 'wav'"},

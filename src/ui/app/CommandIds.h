@@ -67,7 +67,7 @@ enum CommandId : int {
   ID_PLAY_LOOP = 32817,
   ID_PLAY_STOP = 32818,
   ID_PLAY_SWITCH = 32819,
-  ID_LISTEN_TO_FIRST = 32820,  // ... + 6: the "Listen to" choices
+  ID_LISTEN_TO_FIRST = 32820,  // ... + 7: the "Listen to" choices
 
   // Options
   ID_OPTIONS_PITCH = 32771,
@@ -79,6 +79,7 @@ enum CommandId : int {
   // View
   ID_VIEW_TOOLBAR = 59392,
   ID_VIEW_STATUS_BAR = 59393,
+  ID_VIEW_VOWEL_SPACE = 32830,
 
   // Window
   ID_WINDOW_NEW = 57648,

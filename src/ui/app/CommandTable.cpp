@@ -99,6 +99,9 @@ const std::vector<CommandDef> kCommands = {
     // View
     {ID_VIEW_TOOLBAR, "&Toolbar", "Show or hide the toolbar\nToggle ToolBar", "", "", false},
     {ID_VIEW_STATUS_BAR, "&Status Bar", "Show or hide the status bar\nToggle StatusBar", "", "", false},
+    {ID_VIEW_VOWEL_SPACE, "Vowel Space",
+     "Show the table's F1 and F2 as a path through the vowel space; drag anchors to move them\nVowel Space",
+     "", "", true},
 
     // Window
     {ID_WINDOW_NEW, "&New Window", "Open another window for the active document\nNew Window", "", "", true},
@@ -172,7 +175,7 @@ const std::vector<MenuDef> kDocumentMenus = {
       {ID_OPTIONS_FFT_LPC},
       {ID_OPTIONS_SPECTROGRAM},
       {ID_OPTIONS_PITCH}}},
-    {"&View", {{ID_VIEW_TOOLBAR}, {ID_VIEW_STATUS_BAR}}},
+    {"&View", {{ID_VIEW_TOOLBAR}, {ID_VIEW_STATUS_BAR}, {0}, {ID_VIEW_VOWEL_SPACE}}},
     {"&Window", {{ID_WINDOW_NEW}, {ID_WINDOW_CASCADE}, {ID_WINDOW_TILE_HORZ}, {ID_WINDOW_ARRANGE}}},
     {"&Help", {{ID_HELP_INDEX}, {0}, {ID_APP_ABOUT}}},
 };

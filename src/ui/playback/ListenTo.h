@@ -1,7 +1,8 @@
 #pragma once
 // The "Listen to" choices: everything the synthesizer puts out, or one of the
-// signals inside it, on its own. Each is one of the engine's output selects;
-// the menu names them by what they are, never by number.
+// signals inside it, on its own, or the table's sine-wave replica. Each but
+// the last is one of the engine's output selects; the menu names them by
+// what they are, never by number.
 
 #include <array>
 #include <cstdint>
@@ -16,7 +17,10 @@ struct ListenChoice {
   const char* tip;      // status tip: what the signal is made of
 };
 
-inline constexpr std::array<ListenChoice, 7> kListenChoices{{
+// Not an output select of the engine: the replica has a renderer of its own.
+inline constexpr std::uint8_t kSineWaveReplica = 0x80;
+
+inline constexpr std::array<ListenChoice, 8> kListenChoices{{
     {CKlattEngine::kNormal, "Everything", "The synthesizer's normal output"},
     {CKlattEngine::kVoicing, "Voicing source",
      "The glottal pulses after spectral tilt and breathiness, before av and the formants"},
@@ -27,6 +31,8 @@ inline constexpr std::array<ListenChoice, 7> kListenChoices{{
     {CKlattEngine::kParallelInput, "Parallel branch input",
      "Voicing times apv plus aspiration: what enters the parallel formants"},
     {CKlattEngine::kBypass, "Bypass path", "The parallel source through the bypass (ab) alone"},
+    {kSineWaveReplica, "Sine-wave replica",
+     "Three tones following f1, f2 and f3, each as loud as the table makes that formant"},
 }};
 
 }  // namespace vandrel::ui

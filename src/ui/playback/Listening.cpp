@@ -6,6 +6,8 @@
 #include <cmath>
 
 #include "app/OpenDocument.h"
+#include "engine/SineWave.h"
+#include "playback/ListenTo.h"
 #include "playback/PlayHead.h"
 
 namespace vandrel::ui {
@@ -60,7 +62,8 @@ const SampleSet& Listening::setFor(PlayWhich which, std::uint8_t solo) {
   // The signal is synthesized again only when the table or the choice has
   // changed since (a minute of table takes a few tens of milliseconds).
   if (!solo_.valid || solo_.select != solo || solo_.revision != document_.revision()) {
-    solo_.set = synthesizeSolo(document_.doc(), solo);
+    solo_.set = solo == kSineWaveReplica ? synthesizeSineWave(document_.doc())
+                                         : synthesizeSolo(document_.doc(), solo);
     solo_.select = solo;
     solo_.revision = document_.revision();
     solo_.valid = true;

@@ -1,4 +1,4 @@
-// The batch tools' core: line simplification, continuum steps, level
+// The batch tools' core: line simplification, continuum and grid steps, level
 // report, the KlattGrid and long-table writers, and copy synthesis of a
 // sound whose table is known.
 
@@ -11,6 +11,7 @@
 
 #include "batch/Continuum.h"
 #include "batch/CopySynthesis.h"
+#include "batch/Grid.h"
 #include "batch/LevelReport.h"
 #include "batch/LineSimplify.h"
 #include "batch/TableExport.h"
@@ -96,6 +97,53 @@ TEST(ContinuumTest, StepsFromOneEndToTheOther) {
 
   EXPECT_EQ(continuumMismatch(20, 10, 20, 10), "");
   EXPECT_NE(continuumMismatch(20, 10, 21, 10).find("21 frames of 10 ms"), std::string::npos);
+}
+
+TEST(GridTest, StepsShiftWholeRowsToTheirValueAtTheReference) {
+  GridAxis f1, f2;
+  ASSERT_EQ(parseGridAxis("f1:300:800:3", f1), "");
+  ASSERT_EQ(parseGridAxis("f2:900:2100:4", f2), "");
+  for (const char* bad : {"f9:1:2:3", "f2:900:2100", "f2:a:2100:3", "f2:900:2100:0", "f2:900:2100:2.5"}) {
+    GridAxis ignored;
+    EXPECT_NE(parseGridAxis(bad, ignored), "") << bad;
+  }
+
+  // A steady f1 and a rising f2 (1000 + 20 Hz a frame) over 10 frames.
+  const ParameterSet ps;
+  FrameTable base(10, ps);
+  for (int c = 0; c < 10; ++c) base.setValue(kF2, c, 1000 + 20 * c);
+  GridPlan plan;
+  ASSERT_EQ(planGrid(base, ps, {f1, f2}, ContinuumScale::kBark, 5, plan), "");
+  // Even in bark: 300 and 800 Hz are 3.029 and 7.241 bark, the middle 5.135
+  // bark is 525 Hz (550 in Hz); likewise 1213 and 1602 between 900 and 2100.
+  EXPECT_EQ(plan.values, (std::vector<std::vector<double>>{{300, 525, 800}, {900, 1213, 1602, 2100}}));
+  ASSERT_EQ(plan.pointCount(), 12u);
+  EXPECT_EQ(plan.indices(6), (std::vector<int>{1, 2}));  // the first axis changes slowest
+  EXPECT_EQ(plan.pointName({1, 2}), "grid_02_03");
+
+  const FrameTable point = gridPoint(base, plan, {1, 2});
+  for (int c = 0; c < 10; ++c) {
+    EXPECT_EQ(point.value(kF1, c), 525);            // steady: the value everywhere
+    EXPECT_EQ(point.value(kF2, c), 1502 + 20 * c);  // rising: same shape, 1602 at frame 5
+    EXPECT_EQ(point.value(kF3, c), base.value(kF3, c));
+  }
+  EXPECT_EQ(gridManifestHeader(plan, 10), "file\tf1_step\tf2_step\tf1@50ms\tf2@50ms\n");
+  EXPECT_EQ(gridManifestLine(plan, {1, 2}, "grid_02_03.vdr"), "grid_02_03.vdr\t2\t3\t525\t1602\n");
+
+  // Refusals: the rising f2 shifted to 2900 at frame 5 would end at 2980
+  // (the limit is 3000) - fine - but 2950 at frame 5 ends at 3030.
+  GridPlan unused;
+  EXPECT_EQ(planGrid(base, ps, {GridAxis{kF2, 2900, 2900, 1}}, ContinuumScale::kLinear, 5, unused), "");
+  EXPECT_EQ(planGrid(base, ps, {GridAxis{kF2, 2000, 2950, 2}}, ContinuumScale::kLinear, 5, unused),
+            "f2 = 2950 at frame 5 would take frame 9 to 3030, above f2's limit 3000");
+  EXPECT_NE(planGrid(base, ps, {f1, f1}, ContinuumScale::kLinear, 5, unused).find("varied twice"),
+            std::string::npos);
+  EXPECT_NE(planGrid(base, ps, {GridAxis{kF1, 300, 400, 1}}, ContinuumScale::kLinear, 5, unused), "");
+  EXPECT_NE(planGrid(base, ps, {f1}, ContinuumScale::kLinear, 10, unused), "");
+  EXPECT_NE(planGrid(base, ps, {GridAxis{kF1, 300, 800, 1000}, GridAxis{kF2, 900, 2100, 11}},
+                     ContinuumScale::kLinear, 5, unused)
+                .find("more than 10000"),
+            std::string::npos);
 }
 
 TEST(LevelReportTest, MeasuresPeakRmsAndClipping) {
