@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -211,7 +212,12 @@ void decoratePlayMenu(CMainFrame& frame) {
 
   // The drop-down shows the choice in force, so a changed sound is never a
   // surprise.
-  auto* button = new QToolButton(frame.toolBar());
+  // The drop-down, and beside it which side is heard, so that A/B never
+  // leaves the listener guessing: one toolbar item.
+  auto* box = new QWidget(frame.toolBar());
+  auto* row = new QHBoxLayout(box);
+  row->setContentsMargins(0, 0, 0, 0);
+  auto* button = new QToolButton(box);
   button->setObjectName(kListenButton);
   button->setMenu(menu);
   button->setPopupMode(QToolButton::InstantPopup);
@@ -223,23 +229,22 @@ void decoratePlayMenu(CMainFrame& frame) {
   };
   showChoice(group->actions().front());
   QObject::connect(group, &QActionGroup::triggered, button, showChoice);
-  QAction* before = nullptr;
-  const auto actions = frame.toolBar()->actions();
-  const auto at = actions.indexOf(frame.action(ID_PLAY_SWITCH));
-  if (at >= 0 && at + 1 < actions.size()) before = actions[at + 1];
-  QAction* placed =
-      before ? frame.toolBar()->insertWidget(before, button) : frame.toolBar()->addWidget(button);
-  placed->setData(ID_LISTEN_TO_FIRST);
-  placed->setIcon(menu->icon());
-
-  // Which side is heard, so that A/B never leaves the listener guessing.
-  auto* side = new QLabel(frame.toolBar());
+  auto* side = new QLabel(box);
   side->setObjectName(kNowPlaying);
   side->setToolTip(QStringLiteral("What is playing: A/B (Ctrl+4) goes over to the other side"));
   QFont bold = side->font();
   bold.setBold(true);
   side->setFont(bold);
-  before ? frame.toolBar()->insertWidget(before, side) : frame.toolBar()->addWidget(side);
+  row->addWidget(button);
+  row->addWidget(side);
+
+  QAction* before = nullptr;
+  const auto actions = frame.toolBar()->actions();
+  const auto at = actions.indexOf(frame.action(ID_PLAY_SWITCH));
+  if (at >= 0 && at + 1 < actions.size()) before = actions[at + 1];
+  QAction* placed = before ? frame.toolBar()->insertWidget(before, box) : frame.toolBar()->addWidget(box);
+  placed->setData(ID_LISTEN_TO_FIRST);
+  placed->setIcon(menu->icon());
 }
 
 CSoundOut* documentPlayer(OpenDocument& document) {
