@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,8 +17,8 @@
 namespace vandrel::cli {
 
 const char* const kSynthHelp =
-    "usage: vandrel-cli synth IN.vdr... -o OUT [--seed N] [--report] [--fail-on-clip] [--quiet]\n"
-    "                         [--sinewave [3|4]]\n"
+    "usage: vandrel-cli synth IN.vdr... -o OUT [--seed N] [--listen-to SIGNAL] [--report]\n"
+    "                         [--fail-on-clip] [--quiet] [--sinewave [3|4]]\n"
     "       vandrel-cli synth --default -o OUT.wav [--seed N] [--quiet]\n"
     "\n"
     "Synthesizes parameter tables and writes each as a 16-bit mono WAV file.\n"
@@ -32,6 +33,13 @@ const char* const kSynthHelp =
     "  --seed N       start the noise generator at N for every table (default\n"
     "                 1, as a freshly started editor does): same seed, same\n"
     "                 bytes\n"
+    "  --listen-to SIGNAL\n"
+    "                 write one signal of the synthesizer alone, as the\n"
+    "                 editor's Listen to plays it: voicing, aspiration,\n"
+    "                 frication, cascade (branch input), parallel (branch\n"
+    "                 input), bypass, or everything (the normal output).\n"
+    "                 A signal that would clip is turned down to a -1 dBFS\n"
+    "                 peak; the report's turned_down_db column says by how much\n"
     "  --report       print a tab-separated line per file: file, duration_ms,\n"
     "                 rate_hz, peak_dbfs, rms_dbfs, clipped (samples at either\n"
     "                 end of the 16-bit range)\n"
@@ -51,6 +59,17 @@ namespace {
 
 constexpr const char* kCmd = "synth";
 
+struct NamedSignal {
+  const char* name;
+  std::uint8_t select;
+};
+constexpr NamedSignal kSignals[] = {
+    {"everything", CKlattEngine::kNormal},     {"voicing", CKlattEngine::kVoicing},
+    {"aspiration", CKlattEngine::kAspiration}, {"frication", CKlattEngine::kFrication},
+    {"cascade", CKlattEngine::kCascadeInput},  {"parallel", CKlattEngine::kParallelInput},
+    {"bypass", CKlattEngine::kBypass},
+};
+
 }  // namespace
 
 int synthCommand(const Args& args) {
@@ -59,6 +78,7 @@ int synthCommand(const Args& args) {
   std::string output;
   long seed = 1;
   int sinewave = 0;  // sinusoids of a replica, 0 for the synthesizer's sound
+  std::optional<std::uint8_t> listenTo;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     if (a == "--default") {
@@ -72,10 +92,18 @@ int synthCommand(const Args& args) {
     } else if (a == "--sinewave") {
       sinewave = 3;
       if (i + 1 < args.size() && (args[i + 1] == "3" || args[i + 1] == "4")) sinewave = args[++i][0] - '0';
-    } else if (a == "-o" || a == "--output" || a == "--seed") {
+    } else if (a == "-o" || a == "--output" || a == "--seed" || a == "--listen-to") {
       if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
       const std::string& v = args[++i];
-      if (a != "--seed")
+      if (a == "--listen-to") {
+        for (const NamedSignal& n : kSignals)
+          if (v == n.name) listenTo = n.select;
+        if (!listenTo)
+          return complain(kExitOptions, kCmd,
+                          "--listen-to wants voicing, aspiration, frication, cascade, parallel, bypass or "
+                          "everything, not '%s'",
+                          v.c_str());
+      } else if (a != "--seed")
         output = v;
       else if (!parseInt(v, 0, 0xFFFFFFFFL, seed))
         return complain(kExitOptions, kCmd, "--seed wants a whole number 0..4294967295, not '%s'", v.c_str());
@@ -115,14 +143,26 @@ int synthCommand(const Args& args) {
   if (toFolder)
     if (const std::string err = out.useFolder(output); !err.empty())
       return complain(kExitInput, kCmd, "%s", err.c_str());
-  if (report && !quiet) std::printf("file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped\n");
+  if (report && !quiet)
+    std::printf("file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped%s\n",
+                listenTo ? "\tturned_down_db" : "");
   long clipped = 0;
   for (std::size_t k = 0; k < docs.size(); ++k) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
-    if (sinewave > 0) docs[k].synthesized = synthesizeSineWave(docs[k], sinewave);
-    if (sinewave > 0 ? docs[k].synthesized.sampleRate <= 0.0 : !synthesize(docs[k], {}, state))
+    double turnedDown = 0.0;
+    if (sinewave > 0) {
+      docs[k].synthesized = synthesizeSineWave(docs[k], sinewave);
+      if (docs[k].synthesized.sampleRate <= 0.0)
+        return complain(kExitInput, kCmd, "not enough memory to synthesize");
+    } else if (listenTo && *listenTo != CKlattEngine::kNormal) {
+      SoloSignal solo = synthesizeSolo(docs[k], *listenTo, state);
+      if (solo.set.empty()) return complain(kExitInput, kCmd, "not enough memory to synthesize");
+      docs[k].synthesized = std::move(solo.set);
+      turnedDown = solo.turnedDownDb;
+    } else if (!synthesize(docs[k], {}, state)) {
       return complain(kExitInput, kCmd, "not enough memory to synthesize");
+    }
     const SampleSet& s = docs[k].synthesized;
     if (const std::string err = out.write(targets[k], waveImage(s)); !err.empty())
       return complain(kExitInput, kCmd, "%s", err.c_str());
@@ -131,12 +171,17 @@ int synthCommand(const Args& args) {
     const std::size_t count = s.samples.size();
     docs[k].synthesized = docs[k].previous = {};  // a batch of thousands holds tables, not sounds
     if (quiet) continue;
-    if (report)
-      std::printf("%s\t%.1f\t%.0f\t%.2f\t%.2f\t%ld\n", targets[k].c_str(), level.durationMs, level.sampleRate,
+    if (report) {
+      std::printf("%s\t%.1f\t%.0f\t%.2f\t%.2f\t%ld", targets[k].c_str(), level.durationMs, level.sampleRate,
                   level.peakDbfs, level.rmsDbfs, level.clipped);
-    else
-      std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %.1f dBFS\n", targets[k].c_str(),
+      if (listenTo) std::printf("\t%.2f", turnedDown);
+      std::printf("\n");
+    } else {
+      std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %.1f dBFS", targets[k].c_str(),
                   level.sampleRate, count, level.durationMs, level.peakDbfs);
+      if (turnedDown > 0.0) std::printf(", turned down %.1f dB to keep it from clipping", turnedDown);
+      std::printf("\n");
+    }
   }
   out.commit();
   if (failOnClip && clipped > 0)

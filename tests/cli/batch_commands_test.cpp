@@ -67,6 +67,34 @@ TEST_F(BatchCommandsTest, SynthOfManyTablesReportsLevelsAndFailsOnClip) {
   ASSERT_EQ(run({"synth", quiet, "-o", file("alone.wav"), "--seed", "7", "--quiet"}).code, 0);
   EXPECT_EQ(bytes(file("alone.wav")), bytes(file("out/quiet.wav")));
 
+  // The frication of a loud fricative alone would clip: it is written at a
+  // -1 dBFS peak, the same samples the editor's Listen to plays; everything
+  // is the normal output.
+  const auto fricative = [](CVandrelDoc& d) { setRow(d, kAf, [](int) { return 80; }); };
+  const std::string hiss = table("hiss", 20, fricative);
+  const Result alone = run({"synth", hiss, "-o", file("fric.wav"), "--listen-to", "frication", "--report"});
+  ASSERT_EQ(alone.code, 0) << alone.err;
+  EXPECT_EQ(lines(alone.out)[0], "file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped\tturned_down_db");
+  std::istringstream fields(lines(alone.out)[1].substr(file("fric.wav").size()));
+  double ms = 0, rate = 0, peakDb = 0, rmsDb = 0, down = 0;
+  long clippedAlone = -1;
+  fields >> ms >> rate >> peakDb >> rmsDb >> clippedAlone >> down;
+  EXPECT_NEAR(peakDb, -1.0, 0.01);
+  EXPECT_EQ(clippedAlone, 0);
+  EXPECT_GT(down, 3.0);
+  CVandrelDoc hissDoc;
+  fricative(hissDoc);
+  KlattState seeded;
+  seeded.reset(1);
+  SampleSet written;
+  ASSERT_EQ(loadWaveFile(file("fric.wav"), written), WaveLoad::kOk);
+  EXPECT_EQ(written.samples, synthesizeSolo(hissDoc, CKlattEngine::kFrication, seeded).set.samples);
+  ASSERT_EQ(
+      run({"synth", quiet, "-o", file("all.wav"), "--seed", "7", "--listen-to", "everything", "--quiet"})
+          .code,
+      0);
+  EXPECT_EQ(bytes(file("all.wav")), bytes(file("out/quiet.wav")));
+
   const Result clip = run({"synth", loud, "-o", file("clip.wav"), "--fail-on-clip", "--quiet"});
   EXPECT_EQ(clip.code, 3);
   EXPECT_NE(clip.err.find("samples clipped (the files are written)"), std::string::npos) << clip.err;

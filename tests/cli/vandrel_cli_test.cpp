@@ -48,6 +48,8 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"synth", "--default", "--seed", "-1", "-o", "x.wav"}, "vandrel-cli synth: --seed wants"},
       {{"synth", "--default", "--seed", "4294967296", "-o", "x.wav"}, "vandrel-cli synth: --seed wants"},
       {{"synth", "--default", "--loud", "-o", "x.wav"}, "vandrel-cli synth: unknown option or file '--loud'"},
+      {{"synth", "--default", "--listen-to", "noise", "-o", "x.wav"},
+       "vandrel-cli synth: --listen-to wants voicing"},
       {{"analyse"}, "vandrel-cli analyse: name the audio file"},
       {{"analyse", "a.wav", "b.wav"}, "vandrel-cli analyse: one audio file at a time"},
       {{"analyse", "a.wav", "--fmin"}, "vandrel-cli analyse: --fmin needs a value"},

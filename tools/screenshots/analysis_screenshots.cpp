@@ -154,6 +154,9 @@ void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir)
   shot("/spectrogram-overlaid.png");
   view->canvas()->axis().setVisible(400, 1400);
   shot("/spectrogram-zoomed.png");
+  view->canvas()->axis().setVisible(600, 625);  // fewer samples than pixels
+  shot("/spectrogram-samples.png");
+  view->canvas()->axis().setVisible(400, 1400);
   save(view->picture(), dir + QStringLiteral("/spectrogram-picture.png"));
   DocumentCursor::of(table->document()).setSelection(700, 1000);
   saveSvgAndBack(*view, dir + QStringLiteral("/spectrogram-drawing.svg"),

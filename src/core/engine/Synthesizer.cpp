@@ -1,6 +1,8 @@
 #include "engine/Synthesizer.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -35,11 +37,22 @@ SynthesisSetup synthesisSetup(const ParameterSet& ps) {
 
 namespace {
 
+// A frame's gain row value in place of the table's, and the factor its
+// samples are multiplied by afterwards: together they scale the frame to any
+// level, although the engine's gain comes in table steps.
+struct FrameGain {
+  std::int32_t record;
+  double post;
+};
+
 // Runs one engine over the whole of `table` into `out` (its rate, length and
-// samples), with the engine's output select `select`. False when the working
-// memory cannot be had; `out` is then as it was.
+// samples), with the engine's output select `select`. `gains`, when given,
+// replaces every frame's gain. `clipped` tells whether the engine cut any
+// sample at the ends of the 16-bit range. False when the working memory cannot
+// be had; `out` is then as it was.
 bool render(const ParameterSet& ps, const FrameTable& table, std::uint8_t select, const ProgressFn& progress,
-            KlattState& state, SampleSet& out) {
+            KlattState& state, SampleSet& out, const std::vector<FrameGain>* gains = nullptr,
+            bool* clipped = nullptr) {
   const SynthesisSetup setup = synthesisSetup(ps);
 
   std::vector<std::int32_t> work;
@@ -77,12 +90,22 @@ bool render(const ParameterSet& ps, const FrameTable& table, std::uint8_t select
   FrameRecord rec{};
   for (int f = 0; f < frames; ++f) {
     for (int p = 0; p < kParamCount; ++p) rec[static_cast<std::size_t>(p)] = cellToInt(table.value(p, f));
+    const FrameGain* gain = gains ? &(*gains)[static_cast<std::size_t>(f)] : nullptr;
+    if (gain) rec[kGain] = gain->record;
     std::int32_t* w = work.data();
     engine->synthesizeFrame(rec, w);
 
     const std::size_t at = static_cast<std::size_t>(f) * spf;
     const std::size_t n = at < samples.size() ? std::min(spf, samples.size() - at) : 0;
-    for (std::size_t i = 0; i < n; ++i) samples[at + i] = static_cast<std::int16_t>(work[i]);
+    if (clipped)
+      for (std::size_t i = 0; i < spf; ++i) *clipped = *clipped || work[i] >= 32767 || work[i] <= -32768;
+    if (!gain || gain->post == 1.0) {
+      for (std::size_t i = 0; i < n; ++i) samples[at + i] = static_cast<std::int16_t>(work[i]);
+    } else {
+      for (std::size_t i = 0; i < n; ++i)
+        samples[at + i] =
+            static_cast<std::int16_t>(std::clamp(std::lround(work[i] * gain->post), -32768L, 32767L));
+    }
     if (progress) progress(f + 1, frames);
   }
 
@@ -112,15 +135,74 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
   return true;
 }
 
-SampleSet synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state) {
+SoloSignal synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state) {
   return synthesizeSolo(doc.params(), doc.table, select, state);
 }
 
-SampleSet synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::uint8_t select,
-                         KlattState state) {
-  SampleSet out;
-  if (!render(ps, table, select, {}, state, out)) return {};
+namespace {
+
+// The engine's reading of a gain row value: 3 dB less, and anything below
+// 4 taken as 57 dB.
+std::int32_t effectiveGainDb(std::int32_t row) { return row < 4 ? 57 : row - 3; }
+
+// Row values and factors that give each frame `scale` times the linear gain
+// its table asks for (`wanted`). The row is the loudest table step at or below
+// the aim, so the engine never clips what the factor then brings up.
+std::vector<FrameGain> scaledGains(const std::vector<double>& wanted, double scale) {
+  std::vector<FrameGain> out(wanted.size(), FrameGain{0, 1.0});
+  int quietest = 0;
+  while (CKlattEngine::dbToLinear(quietest) == 0.0) ++quietest;
+  for (std::size_t f = 0; f < wanted.size(); ++f) {
+    const double aim = wanted[f] * scale;
+    if (aim <= 0.0) continue;  // a silent frame stays silent
+    int db = quietest;
+    while (db < 87 && CKlattEngine::dbToLinear(db + 1) <= aim) ++db;
+    out[f] = {db + 3, aim / CKlattEngine::dbToLinear(db)};
+  }
   return out;
+}
+
+int peakOf(const SampleSet& s) {
+  int p = 0;
+  for (const std::int16_t v : s.samples) p = std::max(p, std::abs(int{v}));
+  return p;
+}
+
+}  // namespace
+
+SoloSignal synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::uint8_t select,
+                          KlattState state) {
+  SoloSignal solo;
+  KlattState run = state;
+  bool clipped = false;
+  if (!render(ps, table, select, {}, run, solo.set, nullptr, &clipped)) return {};
+  // The whole output is what it is; only a part heard alone is turned down.
+  if (!clipped || select == CKlattEngine::kNormal) return solo;
+
+  // The signal alone is louder than the whole: measure its true peak on a
+  // quieter run (quieter again while even that clips), then render it once
+  // more scaled so the peak lands at -1 dBFS.
+  const int frames = std::min(ps.frameCount, table.columns());
+  std::vector<double> wanted(static_cast<std::size_t>(std::max(frames, 0)));
+  for (int f = 0; f < frames; ++f)
+    wanted[static_cast<std::size_t>(f)] =
+        CKlattEngine::dbToLinear(effectiveGainDb(cellToInt(table.value(kGain, f))));
+  double probeScale = 1.0;
+  SampleSet probe;
+  for (int tries = 0; tries < 4 && clipped; ++tries) {
+    probeScale *= std::pow(10.0, -30.0 / 20.0);
+    const std::vector<FrameGain> gains = scaledGains(wanted, probeScale);
+    run = state;
+    clipped = false;
+    if (!render(ps, table, select, {}, run, probe, &gains, &clipped)) return {};
+  }
+  const double truePeak = peakOf(probe) / probeScale;
+  const double scale = kSoloPeak / truePeak;
+  const std::vector<FrameGain> gains = scaledGains(wanted, scale);
+  run = state;
+  if (!render(ps, table, select, {}, run, solo.set, &gains)) return {};
+  solo.turnedDownDb = -20.0 * std::log10(scale);
+  return solo;
 }
 
 bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress) {

@@ -27,17 +27,31 @@ SynthesisSetup synthesisSetup(const ParameterSet& ps);
 // only when the working memory cannot be had.
 bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {}, KlattState& state = processKlattState());
 
+// One signal of the synthesizer heard alone, and by how much it was turned
+// down to keep it from clipping (0 when it fits as it is).
+struct SoloSignal {
+  SampleSet set;
+  double turnedDownDb = 0.0;
+};
+
+// The peak a signal that would clip is turned down to: -1 dBFS.
+inline constexpr double kSoloPeak = 29203.6;
+
 // The table of `doc` synthesized with the engine's output select `select`
 // (CKlattEngine::OutputSelect: one of its intermediate signals instead of the
-// normal output), for listening to one part of the synthesizer. The document
-// is left alone: its buffers, flags and history. `state` is a copy, so the
-// noise of the next real synthesis does not move on. Empty when the working
-// memory cannot be had.
-SampleSet synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state = processKlattState());
+// normal output), for listening to one part of the synthesizer. It goes
+// through the output low-pass and every frame's gain as the whole does, so the
+// levels compare; where a part alone would clip, it is turned down as a whole
+// until its peak is kSoloPeak (the normal output never is). The document is
+// left alone: its buffers, flags and history. `state` is a copy, so the noise
+// of the next real synthesis does not move on. Empty when the working memory
+// cannot be had.
+SoloSignal synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select,
+                          KlattState state = processKlattState());
 // The same from copies of a document's settings and table, for a worker
 // thread while the document goes on changing.
-SampleSet synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::uint8_t select,
-                         KlattState state);
+SoloSignal synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::uint8_t select,
+                          KlattState state);
 
 // Synthesizes when the table changed since the last synthesis (or nothing
 // has been synthesized yet), then tells the document's observers about the

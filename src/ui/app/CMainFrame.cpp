@@ -252,8 +252,15 @@ CommandContext CMainFrame::context(int id) const {
 void CMainFrame::runCommand(int id) {
   CommandContext ctx = context(id);
   const CommandDef* def = findCommand(id);
-  if (def && def->needsDocument && !ctx.document) return;
-  if (!router_.isEnabled(ctx)) return;
+  // A command that cannot act says so, rather than leaving "Ready" standing.
+  if (def && def->needsDocument && !ctx.document) {
+    showStatus(QStringLiteral("%1: open or create a document first").arg(commandName(id)));
+    return;
+  }
+  if (!router_.isEnabled(ctx)) {
+    showStatus(QStringLiteral("%1: nothing for it to act on here").arg(commandName(id)));
+    return;
+  }
   if (!router_.dispatch(ctx)) {
     showStatus(QStringLiteral("%1: not available yet").arg(commandName(id)));
     return;

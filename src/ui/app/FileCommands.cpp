@@ -211,6 +211,18 @@ void openRecent(CommandContext& ctx) {
 }  // namespace
 
 bool CMainFrame::openFile(const QString& path) {
+  // A document that is already open is brought forward, not opened twice:
+  // two copies of one file would each save over the other's edits.
+  const QFileInfo wanted(path);
+  for (CChildFrame* f : childFrames()) {
+    const QString open = f->document().path();
+    if (open.isEmpty() || !wanted.exists() || QFileInfo(open) != wanted) continue;
+    mdi_->setActiveSubWindow(f);
+    f->widget()->setFocus();
+    addRecentFile(path);
+    showStatus(QStringLiteral("%1 is already open").arg(wanted.fileName()), 5000);
+    return true;
+  }
   OpenDocument* active = activeDocument();
   const vandrel::ParameterSet defaults = active ? active->doc().params() : vandrel::ParameterSet{};
   vandrel::OpenedFile opened = vandrel::readAnyFile(toStd(path), vandrel::sndfileDecoder(), defaults);

@@ -15,6 +15,7 @@
 #include "document/ColorSlots.h"
 #include "entry/CFreqInputWnd.h"
 #include "util/NiceStep.h"
+#include "views/common/TimeAxis.h"
 
 namespace vandrel::ui {
 
@@ -242,6 +243,7 @@ void CFreqInputWnd::paintTimeAxis(QPainter& p) const {
   const vandrel::PixelBox& a = layout_.area;
   if (!(totalMs > 0)) return;
   const double step = niceStep(totalMs, a.width, 80);
+  const TimeLabels labels = TimeLabels::forScale(totalMs, step);
   const int axisY = a.bottom() + 1;
   p.setFont(font());
   for (double ms = 0; ms <= totalMs + 1e-9; ms += step) {
@@ -253,12 +255,13 @@ void CFreqInputWnd::paintTimeAxis(QPainter& p) const {
     }
     p.setPen(Qt::black);
     p.drawLine(x, axisY, x, axisY + 4);
-    p.drawText(QRect(x - 40, axisY + 4, 80, 16), Qt::AlignHCenter | Qt::AlignTop,
-               QString::number(static_cast<long long>(ms)));
+    p.drawText(QRect(x - 40, axisY + 4, 80, 16), Qt::AlignHCenter | Qt::AlignTop, labels.label(ms));
   }
-  p.drawText(
-      QRect(a.left, axisY + 20, a.width, 16), Qt::AlignRight | Qt::AlignTop,
-      QStringLiteral("Time (ms), %1 frames of %2 ms").arg(doc.table.columns()).arg(doc.params().intervalMs));
+  p.drawText(QRect(a.left, axisY + 20, a.width, 16), Qt::AlignRight | Qt::AlignTop,
+             QStringLiteral("%1, %2 frames of %3 ms")
+                 .arg(labels.title())
+                 .arg(doc.table.columns())
+                 .arg(doc.params().intervalMs));
 }
 
 }  // namespace vandrel::ui

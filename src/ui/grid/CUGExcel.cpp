@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QScrollBar>
 
 #include "grid/GridDelegate.h"
 
@@ -218,6 +219,27 @@ void CUGExcel::moveAfterEdit(CursorAction action) {
   const GridSelection old = selection_;
   pickBlock(GridCell{next.row(), next.column()}, GridCell{next.row(), next.column()});
   if (selection_ != old) emit userSelectionChanged();
+}
+
+void CUGExcel::updateGeometries() {
+  QTableView::updateGeometries();
+  // When the window grows, the scroll bars' ranges shrink and cut their values
+  // back, but the headings can keep the offset of the old value (rows hidden
+  // while the window was small and behind another): the cells are then drawn
+  // from a column far past the value and the rest of the window stays blank.
+  // Put the headings back where the scroll bars say.
+  const auto align = [](QHeaderView* h, const QScrollBar* bar) {
+    const int before = h->offset();
+    if (bar->maximum() > 0 && bar->value() == bar->maximum())
+      h->setOffsetToLastSection();
+    else
+      h->setOffsetToSectionPosition(bar->value());
+    return h->offset() != before;
+  };
+  bool moved = false;
+  if (horizontalScrollMode() == ScrollPerItem) moved |= align(horizontalHeader(), horizontalScrollBar());
+  if (verticalScrollMode() == ScrollPerItem) moved |= align(verticalHeader(), verticalScrollBar());
+  if (moved) viewport()->update();
 }
 
 void CUGExcel::currentChanged(const QModelIndex& current, const QModelIndex& previous) {

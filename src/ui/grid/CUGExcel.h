@@ -81,6 +81,7 @@ class CUGExcel : public QTableView {
   void mouseMoveEvent(QMouseEvent* event) override;
   void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
   void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+  void updateGeometries() override;
 
  private:
   void pickRow(int row);

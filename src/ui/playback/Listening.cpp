@@ -62,13 +62,15 @@ const SampleSet& Listening::setFor(PlayWhich which, std::uint8_t solo) {
   // The signal is synthesized again only when the table or the choice has
   // changed since (a minute of table takes a few tens of milliseconds).
   if (!solo_.valid || solo_.select != solo || solo_.revision != document_.revision()) {
-    solo_.set = solo == kSineWaveReplica ? synthesizeSineWave(document_.doc())
-                                         : synthesizeSolo(document_.doc(), solo);
+    if (solo == kSineWaveReplica)
+      solo_.signal = SoloSignal{synthesizeSineWave(document_.doc()), 0.0};
+    else
+      solo_.signal = synthesizeSolo(document_.doc(), solo);
     solo_.select = solo;
     solo_.revision = document_.revision();
     solo_.valid = true;
   }
-  return solo_.set;
+  return solo_.signal.set;
 }
 
 int Listening::play(PlayWhich which, std::optional<TimeSpan> span, bool loop, std::uint8_t solo,
@@ -88,6 +90,7 @@ int Listening::start(PlayWhich which, std::uint8_t solo, std::size_t from, QWidg
   if (player_ && player_->IsPlaying()) {
     tick_->start();
     tick();
+    emit sideChanged();
   } else if (tick_->isActive()) {
     tick_->stop();
     PlayHead::of(document_).clear();
@@ -102,6 +105,15 @@ bool Listening::switchSides(std::uint8_t solo, QWidget* view) {
   const double ms = wasPlaying ? now_.msAt(player_->SourcePosition()) : -1.0;
   std::swap(side_, partner_);
   const SampleSet& set = setFor(side_, solo);
+  // At the same rate the other side takes over the running stream, sample for
+  // sample at the same moment, with no break; otherwise a new stream starts
+  // there.
+  if (wasPlaying && static_cast<int>(set.sampleRate) == player_->SampleRate() &&
+      player_->SwitchSource(set.samples, now_.samples.first, now_.samples.count)) {
+    soloPlaying_ = side_ == PlayWhich::Current ? solo : std::uint8_t{CKlattEngine::kNormal};
+    emit sideChanged();
+    return true;
+  }
   const std::size_t from = wasPlaying ? offsetAt(ms, set, samplesIn(set, span_)) : 0;
   start(side_, solo, from, view);
   return true;

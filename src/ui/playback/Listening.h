@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 
+#include "engine/Synthesizer.h"
 #include "playback/PlayCommand.h"
 
 class QTimer;
@@ -54,10 +55,13 @@ class Listening : public QObject {
   CSoundOut* player() const { return player_.get(); }
   const NowPlaying& now() const { return now_; }
   // The signal of a "Listen to" choice last played (empty before any).
-  const vandrel::SampleSet& soloSet() const { return solo_.set; }
+  const vandrel::SampleSet& soloSet() const { return solo_.signal.set; }
+  // By how many dB that signal was turned down to keep it from clipping.
+  double soloTurnedDownDb() const { return solo_.signal.turnedDownDb; }
 
  signals:
-  void stopped();  // the sound ended by itself or was stopped
+  void stopped();      // the sound ended by itself or was stopped
+  void sideChanged();  // a sound began, or A/B went over to the other side
 
  private:
   explicit Listening(OpenDocument& document);
@@ -76,7 +80,7 @@ class Listening : public QObject {
   bool loop_ = false;
   std::uint8_t soloPlaying_ = 0;
   struct Solo {
-    vandrel::SampleSet set;
+    vandrel::SoloSignal signal;
     std::uint8_t select = 0;
     std::uint64_t revision = 0;
     bool valid = false;

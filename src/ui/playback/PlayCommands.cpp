@@ -2,6 +2,8 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -30,6 +32,7 @@ namespace {
 
 constexpr const char* kListenGroup = "vandrel-listen-to";
 constexpr const char* kListenButton = "vandrel-listen-to-button";
+constexpr const char* kNowPlaying = "vandrel-now-playing";
 
 std::optional<TimeSpan> tableSpan(const CommandContext& ctx) {
   CVandrelView* table = CVandrelView::active(ctx);
@@ -74,10 +77,27 @@ std::uint8_t soloOf(const CommandContext& ctx) {
                 : std::uint8_t{CKlattEngine::kNormal};
 }
 
+// The toolbar's word on what is heard: the side A/B has gone to, or nothing.
+void showSide(CMainFrame& frame, const Listening& l) {
+  auto* label = frame.toolBar()->findChild<QLabel*>(kNowPlaying);
+  if (!label) return;
+  static constexpr const char* kSides[] = {"Current", "Previous", "Audio"};
+  label->setText(
+      l.playing() ? QStringLiteral(" Playing: %1 ").arg(QString::fromUtf8(kSides[static_cast<int>(l.side())]))
+                  : QString());
+}
+
 Listening& listeningOf(CommandContext& ctx) {
   Listening& l = Listening::of(*ctx.document);
   QObject::connect(&l, &Listening::stopped, ctx.mainFrame, &CMainFrame::updateCommandStates,
                    Qt::UniqueConnection);
+  if (!l.property(kNowPlaying).toBool()) {
+    l.setProperty(kNowPlaying, true);
+    CMainFrame* frame = ctx.mainFrame;
+    const auto show = [frame, &l] { showSide(*frame, l); };
+    QObject::connect(&l, &Listening::stopped, frame, show);
+    QObject::connect(&l, &Listening::sideChanged, frame, show);
+  }
   return l;
 }
 
@@ -92,13 +112,34 @@ void synthesizeIfChanged(CVandrelDoc& doc, QWidget* view) {
   ensureSynthesized(doc);
 }
 
+// A signal heard alone can be far louder than the whole it is part of (a
+// fricative's noise before the formants); it is turned down rather than
+// clipped, and the status bar says so, so that levels are never misread.
+void reportTurnedDown(CommandContext& ctx, const Listening& listening, std::uint8_t solo) {
+  const double down = listening.soloTurnedDownDb();
+  if (solo == CKlattEngine::kNormal || down <= 0.0) return;
+  const char* label = "";
+  for (const ListenChoice& c : kListenChoices)
+    if (c.select == solo) label = c.label;
+  ctx.mainFrame->showStatus(QStringLiteral("%1 turned down by %2 dB to keep it from clipping")
+                                .arg(QString::fromUtf8(label))
+                                .arg(down, 0, 'f', 1));
+}
+
 void play(CommandContext& ctx, PlayWhich which) {
   if (!ctx.document) return;
   QWidget* view = ctx.dialogParent();
   const std::uint8_t solo = which == PlayWhich::Current ? soloOf(ctx) : std::uint8_t{CKlattEngine::kNormal};
   if (which == PlayWhich::Current && solo == CKlattEngine::kNormal)
     synthesizeIfChanged(ctx.document->doc(), view);
-  listeningOf(ctx).play(which, chosenSpan(ctx), loopOn(ctx), solo, view);
+  Listening& listening = listeningOf(ctx);
+  listening.play(which, chosenSpan(ctx), loopOn(ctx), solo, view);
+  reportTurnedDown(ctx, listening, solo);
+  // An empty set plays nothing; the status bar says why instead of "Ready".
+  if (solo == CKlattEngine::kNormal && chosenSet(ctx.document->doc(), which).empty())
+    ctx.mainFrame->showStatus(which == PlayWhich::Audio
+                                  ? QStringLiteral("No audio file is open beside this document")
+                                  : QStringLiteral("Nothing has been synthesized yet"));
 }
 
 void switchSides(CommandContext& ctx) {
@@ -108,6 +149,8 @@ void switchSides(CommandContext& ctx) {
     synthesizeIfChanged(ctx.document->doc(), ctx.dialogParent());
   if (!listening.switchSides(solo, ctx.dialogParent()))
     ctx.mainFrame->showStatus(QStringLiteral("A/B Switch: play a sound first"));
+  else if (listening.side() == PlayWhich::Current)
+    reportTurnedDown(ctx, listening, solo);
 }
 
 const bool installed = addCommandInstaller(&installPlayCommands);
@@ -169,7 +212,12 @@ void decoratePlayMenu(CMainFrame& frame) {
 
   // The drop-down shows the choice in force, so a changed sound is never a
   // surprise.
-  auto* button = new QToolButton(frame.toolBar());
+  // The drop-down, and beside it which side is heard, so that A/B never
+  // leaves the listener guessing: one toolbar item.
+  auto* box = new QWidget(frame.toolBar());
+  auto* row = new QHBoxLayout(box);
+  row->setContentsMargins(0, 0, 0, 0);
+  auto* button = new QToolButton(box);
   button->setObjectName(kListenButton);
   button->setMenu(menu);
   button->setPopupMode(QToolButton::InstantPopup);
@@ -181,12 +229,20 @@ void decoratePlayMenu(CMainFrame& frame) {
   };
   showChoice(group->actions().front());
   QObject::connect(group, &QActionGroup::triggered, button, showChoice);
+  auto* side = new QLabel(box);
+  side->setObjectName(kNowPlaying);
+  side->setToolTip(QStringLiteral("What is playing: A/B (Ctrl+4) goes over to the other side"));
+  QFont bold = side->font();
+  bold.setBold(true);
+  side->setFont(bold);
+  row->addWidget(button);
+  row->addWidget(side);
+
   QAction* before = nullptr;
   const auto actions = frame.toolBar()->actions();
   const auto at = actions.indexOf(frame.action(ID_PLAY_SWITCH));
   if (at >= 0 && at + 1 < actions.size()) before = actions[at + 1];
-  QAction* placed =
-      before ? frame.toolBar()->insertWidget(before, button) : frame.toolBar()->addWidget(button);
+  QAction* placed = before ? frame.toolBar()->insertWidget(before, box) : frame.toolBar()->addWidget(box);
   placed->setData(ID_LISTEN_TO_FIRST);
   placed->setIcon(menu->icon());
 }

@@ -102,6 +102,8 @@ void CSoundOut::FillBuffer(std::size_t index) {
   // A loop starts over instead.
   auto& buf = buffers_[index];
   const bool loop = loop_.load() && count_ > 0;
+  bufferStart_[index] = loop && readPos_ >= count_ ? 0 : readPos_;
+  bufferLoops_[index] = loop;
   for (int i = 0; i < samplesPerBuffer_; ++i) {
     if (loop && readPos_ >= count_) readPos_ = 0;
     if (readPos_ < count_) buf[static_cast<std::size_t>(i)] = source_[readPos_];
@@ -208,6 +210,7 @@ void CSoundOut::Refill() {
     EndFromThread();
     return;
   }
+  std::lock_guard lock(sourceMutex_);
   ++refills_;
   bufferIndex_ ^= 1;
   CWaveHeader& h = headers_[bufferIndex_];
@@ -231,6 +234,39 @@ void CSoundOut::EndFromThread() {
   device_.Reset();
   device_.Close();
   stop_ = true;
+}
+
+bool CSoundOut::SwitchSource(std::span<const std::int16_t> block, std::size_t first, std::size_t count) {
+  if (!device_.IsOpen() || count != count_ || !haveSource_) return false;
+  std::vector<std::int16_t> fresh;
+  try {
+    fresh.assign(count, 0);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  if (first < block.size())
+    std::copy_n(block.begin() + static_cast<std::ptrdiff_t>(first), std::min(count, block.size() - first),
+                fresh.begin());
+  std::lock_guard lock(sourceMutex_);
+  source_.swap(fresh);
+  const int rc = device_.RewriteQueued([this](const CWaveHeader& h, std::int64_t readBytes) {
+    const auto from = static_cast<std::size_t>(std::max<std::int64_t>(readBytes, 0) / 2);
+    if (&h == &wholeHeader_) {
+      std::copy(source_.begin() + static_cast<std::ptrdiff_t>(std::min(from, count_)), source_.end(),
+                whole_.begin() + static_cast<std::ptrdiff_t>(std::min(from, count_)));
+      return;
+    }
+    for (std::size_t b = 0; b < headers_.size(); ++b) {
+      if (&h != &headers_[b]) continue;
+      for (auto i = from; i < static_cast<std::size_t>(samplesPerBuffer_); ++i) {
+        std::size_t pos = bufferStart_[b] + i;
+        if (bufferLoops_[b]) pos %= count_;
+        if (pos < count_) buffers_[b][i] = source_[pos];
+      }
+    }
+  });
+  if (rc != kSoundNoError) source_.swap(fresh);
+  return rc == kSoundNoError;
 }
 
 int CSoundOut::Pause() { return device_.IsOpen() ? device_.Pause() : kSoundInvalidHandle; }

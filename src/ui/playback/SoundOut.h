@@ -64,6 +64,14 @@ class CSoundOut {
   void SetLoop(bool on, std::size_t from = 0);
   bool Looping() const { return loop_.load(); }
 
+  // While it plays: the rest of the sound is taken from `count` samples of
+  // `block` from `first` on instead, sample for sample at the same places,
+  // in the same stream, so there is no break between the two (A/B). The new
+  // samples are heard once the server has played what it already holds
+  // (about 100 ms). False, changing nothing, when nothing plays or the
+  // length differs from the sound's.
+  bool SwitchSource(std::span<const std::int16_t> block, std::size_t first, std::size_t count);
+
   // Opens the device and starts playing. Returns 0 or the device's error code.
   int Start();
   int Pause();
@@ -135,7 +143,14 @@ class CSoundOut {
   std::vector<std::int16_t> whole_;  // count + 10 samples
   CWaveHeader wholeHeader_;
 
+  // Held while a buffer is filled and written, and while SwitchSource swaps
+  // the source: a buffer is then either queued (and rewritten) or refilled
+  // from the new source later, never filled from the old one and missed.
+  std::mutex sourceMutex_;
   std::array<std::vector<std::int16_t>, 2> buffers_;
+  // The source sample in each buffer's first slot, and whether it wrapped.
+  std::array<std::size_t, 2> bufferStart_{};
+  std::array<bool, 2> bufferLoops_{};
   std::array<CWaveHeader, 2> headers_;
   std::size_t bufferIndex_ = 0;
   int samplesPerBuffer_ = 2048;

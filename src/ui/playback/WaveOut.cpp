@@ -66,6 +66,11 @@ class WaveQueue final : public QIODevice {
 
   std::int64_t writtenFrames() const { return writtenFrames_; }
 
+  // Calls `fn` with each queued header and the bytes of it the sink has read.
+  void forEachQueued(const std::function<void(const CWaveHeader&, std::int64_t)>& fn) const {
+    for (const Entry& e : entries_) fn(*e.h, e.read);
+  }
+
   // Drops every header, marking each done; the next one starts a new stream.
   int clear() {
     const int n = static_cast<int>(entries_.size());
@@ -163,6 +168,10 @@ class CWaveOut::Host : public QObject {
       emit queue_->readyRead();
     }
     return kSoundNoError;
+  }
+
+  void forEachQueued(const std::function<void(const CWaveHeader&, std::int64_t)>& fn) const {
+    queue_->forEachQueued(fn);
   }
 
   int pause() {
@@ -302,6 +311,15 @@ int CWaveOut::Write(CWaveHeader& header) {
   onAudioThread(host_, [&] { rc = host_->write(&header); });
   if (rc != kSoundNoError) header.flags.fetch_and(~CWaveHeader::kInQueue);
   return rc;
+}
+
+int CWaveOut::RewriteQueued(const std::function<void(const CWaveHeader&, std::int64_t)>& fn) {
+  std::lock_guard lock(mutex_);
+  if (host_ == nullptr) return kSoundInvalidHandle;
+  // On the audio thread, between two reads of the sink: no sample is half
+  // taken from the old data and half from the new.
+  onAudioThread(host_, [&] { host_->forEachQueued(fn); });
+  return kSoundNoError;
 }
 
 int CWaveOut::Pause() {

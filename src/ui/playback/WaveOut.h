@@ -79,6 +79,10 @@ class CWaveOut {
   // Queues the header behind those already written. The first write after
   // Open or Reset starts the stream.
   int Write(CWaveHeader& header);
+  // Calls `fn`, on the audio thread, with every header still in the queue and
+  // the bytes of it already handed to the sound server; `fn` may change the
+  // data past those bytes, and the stream plays the change without a break.
+  int RewriteQueued(const std::function<void(const CWaveHeader&, std::int64_t readBytes)>& fn);
   int Pause();
   int Restart();
   // Stops at once; every queued header is marked done.

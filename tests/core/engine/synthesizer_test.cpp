@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace vandrel {
@@ -125,6 +126,35 @@ TEST(SynthesizerTest, HiddenRowsFractionsAndParallelOnly) {
   EXPECT_LT(peak(quiet.synthesized) * 5, peak(plain.synthesized));  // 20 dB quieter
   EXPECT_EQ(fraction.synthesized, plain.synthesized);
   EXPECT_EQ(peak(parallel.synthesized), 0);
+}
+
+// A signal heard alone goes through the frames' gain as the whole does. The
+// frication of a loud fricative would clip: it comes back at a -1 dBFS peak,
+// the same waveform as at a gain 30 dB lower (the gain table's 1.024 against
+// 0.032: 30.1 dB), which fits as it is and is left alone.
+TEST(SynthesizerTest, ASignalAloneThatWouldClipIsTurnedDownToMinusOneDbfs) {
+  CVandrelDoc loud, low;
+  for (int c = 0; c < loud.table.columns(); ++c) {
+    loud.table.setValue(kAf, c, 80);
+    low.table.setValue(kAf, c, 80);
+    low.table.setValue(kGain, c, 30);
+  }
+  KlattState state;
+  const SoloSignal fits = synthesizeSolo(low, CKlattEngine::kFrication, state);
+  const SoloSignal down = synthesizeSolo(loud, CKlattEngine::kFrication, state);
+  EXPECT_EQ(fits.turnedDownDb, 0.0);
+  ASSERT_EQ(down.set.samples.size(), fits.set.samples.size());
+  EXPECT_NEAR(peak(down.set), 29204, 30);  // -1 dBFS within 0.01 dB
+  const double expectedDb = 20 * std::log10(peak(fits.set) * 32.0 / 29204);
+  EXPECT_GT(expectedDb, 3.0);
+  EXPECT_NEAR(down.turnedDownDb, expectedDb, 0.05);
+  // Sample for sample, within the truncation of the quieter run (and of the
+  // peak it was measured by).
+  const double ratio = 29204.0 / peak(fits.set);
+  for (std::size_t i = 0; i < fits.set.samples.size(); ++i) {
+    const double expected = fits.set.samples[i] * ratio;
+    ASSERT_NEAR(down.set.samples[i], expected, ratio + 2 + 0.001 * std::abs(expected)) << i;
+  }
 }
 
 }  // namespace

@@ -12,6 +12,9 @@
 #include <QStatusBar>
 #include <QTest>
 
+#include <functional>
+#include <vector>
+
 #include "ShellFixture.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
@@ -84,13 +87,25 @@ TEST_F(ShellCommandsTest, SaveNamesTheDocumentAndOpenBringsItBack) {
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first->text(), QStringLiteral("&1 ") + saved);
 
+  // Open, or its recent-file item, while it is open brings it forward
+  // instead of opening a second copy.
   nextFile = saved;
-  frame.runCommand(ID_FILE_OPEN);
-  ASSERT_EQ(frame.childFrames().size(), 2);
-  OpenDocument* reopened = frame.activeDocument();
-  EXPECT_NE(reopened, &doc);
-  EXPECT_EQ(reopened->doc().table.value(vandrel::kF1, 4), 700.0);
+  for (const auto& choose : std::vector<std::function<void()>>{[&] { frame.runCommand(ID_FILE_OPEN); },
+                                                               [&] { first->trigger(); }}) {
+    frame.newDocument();
+    choose();
+    EXPECT_EQ(frame.activeDocument(), &doc);
+    EXPECT_EQ(frame.statusBar()->currentMessage(), QStringLiteral("vowel.vdr is already open"));
+  }
+  EXPECT_EQ(frame.childFrames().size(), 3);
   EXPECT_EQ(asked.back(), QStringLiteral("Open|Vandrel Files (*.vdr);;All files (*)"));
+
+  // Closed, it comes back with its values.
+  child->close();
+  QApplication::processEvents();
+  frame.runCommand(ID_FILE_OPEN);
+  ASSERT_EQ(frame.childFrames().size(), 3);
+  EXPECT_EQ(frame.activeDocument()->doc().table.value(vandrel::kF1, 4), 700.0);
 }
 
 TEST_F(ShellCommandsTest, SavedParameterExportsUseTheirSuggestedNames) {

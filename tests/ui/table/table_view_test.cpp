@@ -4,9 +4,14 @@
 #include <QAbstractItemModelTester>
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QHeaderView>
+#include <QMdiArea>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <QTimer>
 
@@ -15,6 +20,11 @@
 #include "table/CVandrelView.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
+#include "table/TableCommands.h"
+#include "table/dialogs/COptionParameters.h"
+#include "table/dialogs/DialogSupport.h"
+#include "table/dialogs/OptionCommands.h"
+#include "views/spectrogram/SpectrogramCommands.h"
 
 namespace vandrel::ui::test {
 namespace {
@@ -280,6 +290,51 @@ TEST_F(TableViewTest, HeadingsSelectAllAndTheCellMenu) {
   EXPECT_EQ(items, QStringList({QStringLiteral("Add Anchor"), QStringLiteral("Remove Anchor")}));
   EXPECT_TRUE(doc().table.anchor(kF3, 5));
   EXPECT_FALSE(doc().modified);
+}
+
+// Rows hidden through Options > Parameters while the table is scrolled to its
+// end behind the spectrogram window: back in front through the Window menu,
+// the table fills its window with columns, not only its last few.
+TEST_F(TableViewTest, RowsHiddenWhileScrolledLeaveTheColumnsDrawn) {
+  installTableCommands(frame->router());
+  installSpectrogramCommands(frame->router());
+  installOptionCommands(frame->router());
+  setDialogRunner([](QDialog& d) {
+    auto& p = dynamic_cast<COptionParameters&>(d);
+    for (const int row : {kB1, kB2, kB3, kB4, kB5}) p.checkBox(row)->setChecked(false);
+    p.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    return d.result();
+  });
+  vandrel::ParameterSet& ps = doc().params();
+  ps.intervalMs = 5;
+  ps.fileLengthMs = 400;
+  ps.frameCount = 80;
+  doc().table.reset(80, ps);
+  doc().notifyStructureChanged();
+  QApplication::processEvents();
+  grid->setFocus();
+  QTest::keyClick(grid, Qt::Key_End);
+  QTest::keyClick(grid, Qt::Key_T, Qt::ControlModifier);
+  ASSERT_NE(frame->mdiArea()->activeSubWindow(), window);
+  frame->action(ID_OPTIONS_PARAMETERS)->trigger();
+  setDialogRunner({});
+  ASSERT_TRUE(grid->isRowHidden(kB1));
+
+  QMenu* windows = nullptr;
+  for (QAction* a : frame->menuBar()->actions())
+    if (a->text() == QStringLiteral("&Window")) windows = a->menu();
+  ASSERT_NE(windows, nullptr);
+  emit windows->aboutToShow();
+  for (QAction* a : windows->actions())
+    if (a->text().endsWith(window->windowTitle())) a->trigger();
+  ASSERT_EQ(frame->mdiArea()->activeSubWindow(), window);
+  QApplication::processEvents();
+
+  // The last column is in view, and the window's right edge holds a column.
+  const int last = grid->model()->columnCount() - 1;
+  EXPECT_GE(grid->columnViewportPosition(last), 0);
+  EXPECT_NE(grid->columnAt(grid->viewport()->width() - 3), -1);
+  EXPECT_LE(grid->horizontalScrollBar()->value(), grid->horizontalScrollBar()->maximum());
 }
 
 }  // namespace

@@ -129,6 +129,26 @@ TEST_F(SpectrogramViewTest, TimeAxisZoomsAboutThePointerAndStaysInsideTheSignal)
   EXPECT_DOUBLE_EQ(axis.xOf(1500), 600);
   EXPECT_DOUBLE_EQ(axis.msAt(600), 1500);
   EXPECT_EQ(axis.map().autoGridMs(70), 100);  // 1 ms a pixel: lines at least 70 px apart
+
+  // Marks read in ms below 10 s, in seconds below a minute, then in
+  // minutes:seconds, with the decimals their step needs.
+  const struct {
+    double end, step, at;
+    const char *label, *title;
+  } scales[] = {
+      {600, 50, 350, "350", "Time (ms)"},
+      {20, 0.5, 12.5, "12.5", "Time (ms)"},
+      {30000, 5000, 25000, "25", "Time (s)"},
+      {12000, 200, 10400, "10.4", "Time (s)"},
+      {1200000, 60000, 1140000, "19:00", "Time (min:s)"},
+      {1200000, 500, 90500, "1:30.5", "Time (min:s)"},
+      {1200000, 10, 65020, "1:05.02", "Time (min:s)"},
+  };
+  for (const auto& c : scales) {
+    const TimeLabels l = TimeLabels::forScale(c.end, c.step);
+    EXPECT_EQ(l.label(c.at), QString::fromUtf8(c.label));
+    EXPECT_EQ(l.title(), QString::fromUtf8(c.title));
+  }
 }
 
 TEST_F(SpectrogramViewTest, AudioCommandWithoutARecordingSaysSo) {
@@ -209,9 +229,65 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   EXPECT_NEAR(canvas->axis().startMs(), sel->startMs, 1e-9);
   EXPECT_NEAR(canvas->axis().endMs(), sel->endMs, 1e-9);
 
+  // Zoomed in to fewer samples than pixels, the waveform is one connected
+  // line: every pixel column of its pane holds some of it.
+  canvas->axis().setVisible(100, 120);
+  DocumentCursor::of(table->document()).setSelection(0, 0);  // no tint over the line
+  const QImage zoomed = canvas->grab().toImage();
+  const Pane wave = canvas->panes()[0];
+  ASSERT_EQ(wave.kind, PaneKind::kWave);
+  const auto inked = [](QRgb c) { return qBlue(c) > qRed(c) + 15; };  // the wave's blue, antialiased
+  // The red line at the pointer crosses every pane: its columns are left out.
+  const auto underPointer = [](const QImage& image, int x, const QRect& r) {
+    for (int y = r.top() + 1; y < r.bottom(); ++y)
+      if (qRed(image.pixel(x, y)) > qBlue(image.pixel(x, y)) + 100) return true;
+    return false;
+  };
+  int emptyColumns = 0;
+  for (int x = wave.rect.left() + 2; x < wave.rect.right() - 2; ++x) {
+    if (underPointer(zoomed, x, wave.rect)) continue;
+    bool any = false;
+    for (int y = wave.rect.top() + 1; y < wave.rect.bottom() && !any; ++y) any = inked(zoomed.pixel(x, y));
+    emptyColumns += any ? 0 : 1;
+  }
+  EXPECT_EQ(emptyColumns, 0);
+  canvas->axis().showAll();
+
+  // The pitch pane holds pitch alone: no intensity curve on its Hz scale, and
+  // table values above its top are left out rather than drawn along the edge.
+  window->view()->action(QStringLiteral("Table Values"))->setChecked(true);
+  for (int c = 20; c < 40; ++c) doc.table.setValue(kF0, c, 6000);  // 600 Hz, above 500
+  doc.notifyCellsChanged(CellRange{kF0, kF0, 20, 39});
+  QApplication::processEvents();
+  const QImage whole = canvas->grab().toImage();
+  const Pane pitchPane = canvas->panes()[2];
+  ASSERT_EQ(pitchPane.kind, PaneKind::kPitch);
+  int atTheTop = 0, purple = 0;
+  for (int x = pitchPane.rect.left() + 1; x < pitchPane.rect.right(); ++x) {
+    if (underPointer(whole, x, pitchPane.rect)) continue;
+    for (int y = pitchPane.rect.top() + 1; y < pitchPane.rect.bottom(); ++y) {
+      const QRgb c = whole.pixel(x, y);
+      if (y <= pitchPane.rect.top() + 3 && qGreen(c) > qRed(c) + 40 && qGreen(c) > qBlue(c) + 20) ++atTheTop;
+      if (qRed(c) > qGreen(c) + 20 && qBlue(c) > qGreen(c) + 20) ++purple;
+    }
+  }
+  EXPECT_EQ(atTheTop, 0);
+  EXPECT_EQ(purple, 0);
+
   // A picture: the spectrogram part 4 x 6 in, the pitch part 6 x 4 in, at 150 dpi.
   EXPECT_EQ(window->view()->picture().size(), QSize(900, 1500));
   EXPECT_EQ(window->view()->vectorSize(), QSizeF(576, 960));  // the same in 1/96 inch, for SVG and PDF
+
+  // The recording's window is a second one of the same kind: both numbered.
+  doc.audio = doc.synthesized;
+  frame->runCommand(ID_ANALYSIS_SPECTRO_AUDIO);
+  CSpectrogramFrame* audio = activeSpectrogram();
+  ASSERT_NE(audio, window);
+  EXPECT_EQ(window->windowTitle(), QStringLiteral("Vandr1::Spectrogram:1"));
+  EXPECT_EQ(audio->windowTitle(), QStringLiteral("Vandr1::Spectrogram:2"));
+  audio->close();
+  QApplication::processEvents();
+  EXPECT_EQ(window->windowTitle(), QStringLiteral("Vandr1::Spectrogram"));
 
   // Ctrl+T again brings the same window forward.
   table->widget()->setFocus();

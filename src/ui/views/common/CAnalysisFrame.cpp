@@ -1,5 +1,6 @@
 #include "views/common/CAnalysisFrame.h"
 
+#include <QCloseEvent>
 #include <QKeySequence>
 #include <QMdiArea>
 #include <QShortcut>
@@ -36,9 +37,32 @@ void CAnalysisFrame::addToArea() {
   mainFrame_.mdiArea()->addSubWindow(this);
   show();
   mainFrame_.mdiArea()->setActiveSubWindow(this);
+  renumber(nullptr);
 }
 
-void CAnalysisFrame::updateTitle() { setWindowTitle(document_->title() + suffix_); }
+void CAnalysisFrame::renumber(const CAnalysisFrame* leaving) {
+  // Windows of one kind for one document are told apart as the table's are:
+  // "Vandr1::Spectrogram:1", "Vandr1::Spectrogram:2", in the order they opened.
+  QList<CAnalysisFrame*> same;
+  for (QMdiSubWindow* w : mainFrame_.mdiArea()->subWindowList(QMdiArea::CreationOrder))
+    if (auto* f = qobject_cast<CAnalysisFrame*>(w);
+        f && f != leaving && f->document_ == document_ && f->suffix_ == suffix_)
+      same << f;
+  for (int i = 0; i < same.size(); ++i) {
+    same[i]->number_ = same.size() > 1 ? i + 1 : 0;
+    same[i]->updateTitle();
+  }
+}
+
+void CAnalysisFrame::closeEvent(QCloseEvent* event) {
+  QMdiSubWindow::closeEvent(event);
+  if (event->isAccepted()) renumber(this);
+}
+
+void CAnalysisFrame::updateTitle() {
+  setWindowTitle(document_->title() + suffix_ +
+                 (number_ > 0 ? QStringLiteral(":%1").arg(number_) : QString()));
+}
 
 void CAnalysisFrame::closeWhenOrphaned() {
   if (mainFrame_.windowsOf(*document_).isEmpty()) close();

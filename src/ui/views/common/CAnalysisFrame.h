@@ -29,13 +29,20 @@ class CAnalysisFrame : public QMdiSubWindow, public DocumentWindow {
   // Puts the frame into the main frame's area, shown and active.
   void addToArea();
 
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
  private:
   void updateTitle();
   void closeWhenOrphaned();
+  // Numbers the document's windows of this kind when there are several,
+  // leaving `leaving` out.
+  void renumber(const CAnalysisFrame* leaving);
 
   CMainFrame& mainFrame_;
   std::shared_ptr<OpenDocument> document_;
   QString suffix_;
+  int number_ = 0;  // 0 while it is the document's only window of its kind
 };
 
 }  // namespace vandrel::ui

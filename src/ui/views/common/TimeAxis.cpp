@@ -51,3 +51,48 @@ double TimeMap::autoGridMs(double minPixels) const {
 }
 
 }  // namespace vandrel::ui
+
+namespace vandrel::ui {
+
+namespace {
+
+// Decimals that write every multiple of `step` (in the unit) exactly.
+int decimalsFor(double step) {
+  int d = 0;
+  while (d < 4 && std::abs(step * std::pow(10.0, d) - std::round(step * std::pow(10.0, d))) > 1e-6) ++d;
+  return d;
+}
+
+}  // namespace
+
+TimeLabels TimeLabels::forScale(double endMs, double stepMs) {
+  TimeLabels l;
+  if (endMs < 10000 && stepMs < 1000) {
+    l.decimals = decimalsFor(stepMs);
+    return l;
+  }
+  l.unit = endMs < 60000 ? kSeconds : kMinutes;
+  l.decimals = decimalsFor(stepMs / 1000);
+  return l;
+}
+
+QString TimeLabels::label(double ms) const {
+  if (unit == kMs) return QString::number(ms, 'f', decimals);
+  const double scale = std::pow(10.0, decimals);
+  const double s = std::round(ms / 1000 * scale) / scale;
+  if (unit == kSeconds) return QString::number(s, 'f', decimals);
+  const auto minutes = static_cast<long long>(std::floor(s / 60 + 1e-9));
+  const double rest = std::max(0.0, s - 60.0 * static_cast<double>(minutes));
+  return QStringLiteral("%1:%2").arg(minutes).arg(rest, decimals > 0 ? decimals + 3 : 2, 'f', decimals,
+                                                  QLatin1Char('0'));
+}
+
+QString TimeLabels::unitName() const {
+  return unit == kMs        ? QStringLiteral("ms")
+         : unit == kSeconds ? QStringLiteral("s")
+                            : QStringLiteral("min:s");
+}
+
+QString TimeLabels::title() const { return QStringLiteral("Time (%1)").arg(unitName()); }
+
+}  // namespace vandrel::ui

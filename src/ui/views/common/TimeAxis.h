@@ -6,6 +6,7 @@
 // x everywhere in the view.
 
 #include <QObject>
+#include <QString>
 
 namespace vandrel::ui {
 
@@ -21,6 +22,22 @@ struct TimeMap {
   // A readable grid spacing (1, 2, 5 x 10^k ms) that leaves at least
   // `minPixels` between lines.
   double autoGridMs(double minPixels) const;
+};
+
+// How the marks of a time scale are written: milliseconds while the scale
+// stays under 10 s, then seconds, and minutes:seconds once it passes a
+// minute (a 20-minute recording reads "19:30", not "1170000"), with as many
+// decimals as the step between marks needs.
+struct TimeLabels {
+  enum Unit { kMs, kSeconds, kMinutes };
+  Unit unit = kMs;
+  int decimals = 0;
+
+  // For marks every `stepMs` on a scale that reaches `endMs`.
+  static TimeLabels forScale(double endMs, double stepMs);
+  QString label(double ms) const;
+  QString title() const;  // "Time (ms)", "Time (s)" or "Time (min:s)"
+  QString unitName() const;
 };
 
 class TimeAxis : public QObject {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "util/NiceStep.h"
+#include "views/common/TimeAxis.h"
 
 namespace vandrel::ui {
 
@@ -371,15 +372,16 @@ class Plotter {
                   Qt::AlignRight | Qt::AlignVCenter, QString::number(db, 'f', 0));
     }
     const double msStep = niceStep(len, r.width(), 70.0);
+    const TimeLabels labels = TimeLabels::forScale(len, msStep);
     for (double ms = 0.0; ms <= len + 1e-6; ms += msStep) {
       const double x = xOfMs(ms);
       g_.setPen(tickPen);
       g_.drawLine(QPointF(x, r.bottom()), QPointF(x, r.bottom() + 4));
       g_.drawText(QRectF(x - 40, r.bottom() + 4, 80, fm_.height()), Qt::AlignHCenter | Qt::AlignTop,
-                  QString::number(ms, 'f', 0));
+                  labels.label(ms));
     }
     g_.drawText(QRectF(r.left(), r.bottom() + 4 + fm_.height(), r.width(), fm_.height()), Qt::AlignHCenter,
-                QStringLiteral("Time (ms)"));
+                labels.title());
     g_.save();
     g_.translate(r.left() - 52, r.center().y());
     g_.rotate(-90);

@@ -248,7 +248,7 @@ void FftLpcView::synthesizePrivately() {
   // meanwhile, and its next synthesis must sound as if this one never ran.
   synthesisRun_ = runOnWorker<vandrel::SampleSet>(
       [ps = doc.params(), table = doc.table, state = vandrel::processKlattState()] {
-        return vandrel::synthesizeSolo(ps, table, vandrel::CKlattEngine::kNormal, state);
+        return vandrel::synthesizeSolo(ps, table, vandrel::CKlattEngine::kNormal, state).set;
       });
   synthesisRun_.then(this, [this, generation](const QFuture<vandrel::SampleSet>&) {
     if (generation == synthesisGeneration_) takeSynthesis();

@@ -55,7 +55,9 @@ std::vector<Pane> SpectrogramScene::layout(const QRect& area) const {
   if (options.drawAudio) kinds.push_back(PaneKind::kWave);
   kinds.push_back(PaneKind::kSpectrogram);
   kinds.push_back(PaneKind::kPitch);
-  if (options.drawIntensity) kinds.push_back(PaneKind::kIntensity);
+  // Intensity has a pane and a dB scale of its own; either dialog's switch
+  // takes it away.
+  if (options.drawIntensity && options.addIntensity) kinds.push_back(PaneKind::kIntensity);
 
   const int groups = compare == Compare::kBeneath && signal[1].samples ? 2 : 1;
   const int labelRoom = options.drawLabels ? 16 : 2;
@@ -203,7 +205,30 @@ void SpectrogramScene::paintWave(QPainter& p, const Pane& pane, const TimeMap& t
   const auto& x = *s.samples;
   const double scale = (r.height() / 2.0 - 1) / std::max(s.peak, 1);
   p.setPen(options.color ? QColor(30, 30, 120) : QColor(0, 0, 0));
-  // One vertical stroke per pixel column from the least to the largest sample under it.
+  const double pixelsPerSample = 1000.0 / s.fs / ((time.endMs - time.startMs) / (time.right - time.left));
+  if (pixelsPerSample >= 1.0) {
+    // Fewer samples than pixels: the samples joined by a line (one sample
+    // beyond each edge, so it runs to the border), and marked once they
+    // stand far enough apart to be told apart.
+    const auto first = std::clamp(static_cast<long>(std::floor(time.startMs * s.fs / 1000.0)) - 1, 0L,
+                                  static_cast<long>(x.size()) - 1);
+    const auto last = std::clamp(static_cast<long>(std::ceil(time.endMs * s.fs / 1000.0)) + 1, first,
+                                 static_cast<long>(x.size()) - 1);
+    QPolygonF line;
+    for (long i = first; i <= last; ++i)
+      line << QPointF(time.xOf(static_cast<double>(i) * 1000.0 / s.fs),
+                      mid - x[static_cast<std::size_t>(i)] * scale);
+    p.setRenderHint(QPainter::Antialiasing, true);
+    p.drawPolyline(line);
+    if (pixelsPerSample >= 6.0) {
+      p.setBrush(p.pen().color());
+      for (const QPointF& at : line) p.drawEllipse(at, 1.5, 1.5);
+    }
+    paintLabel(p, pane, QStringLiteral("Waveform"), options.drawLabels);
+    return;
+  }
+  // More samples than pixels: one vertical stroke per pixel column from the
+  // least to the largest sample under it.
   for (int px = r.left(); px <= r.right(); ++px) {
     const double a = time.msAt(px) * s.fs / 1000.0;
     const double b = time.msAt(px + 1) * s.fs / 1000.0;
@@ -296,7 +321,6 @@ void SpectrogramScene::paintPitch(QPainter& p, const Pane& pane, const TimeMap& 
     }
   }
   if (options.addAudio) paintFaintWave(p, pane, time);
-  if (options.addIntensity) paintFaintIntensity(p, pane, time);
   paintPitchLine(p, pane, time, pane.signal);
   if (compare == Compare::kOverlaid && pane.signal == 0 && signal[1].samples)
     paintPitchLine(p, pane, time, 1);
@@ -348,34 +372,14 @@ void SpectrogramScene::paintFaintWave(QPainter& p, const Pane& pane, const TimeM
   for (int px = r.left(); px <= r.right(); ++px) {
     const auto i0 =
         std::clamp(static_cast<long>(time.msAt(px) * s.fs / 1000.0), 0L, static_cast<long>(x.size()));
-    const auto i1 =
-        std::clamp(static_cast<long>(time.msAt(px + 1) * s.fs / 1000.0), i0, static_cast<long>(x.size()));
+    // At least the sample under the column, so a zoomed wave stays whole.
+    const auto i1 = std::clamp(std::max(static_cast<long>(time.msAt(px + 1) * s.fs / 1000.0), i0 + 1), i0,
+                               static_cast<long>(x.size()));
     int hi = 0;
     for (long i = i0; i < i1; ++i)
       hi = std::max(hi, std::abs(static_cast<int>(x[static_cast<std::size_t>(i)])));
     p.drawLine(QPointF(px + 0.5, mid - hi * scale), QPointF(px + 0.5, mid + hi * scale));
   }
-}
-
-void SpectrogramScene::paintFaintIntensity(QPainter& p, const Pane& pane, const TimeMap& time) const {
-  const PitchResult& s = signal[static_cast<std::size_t>(pane.signal)].pitch;
-  if (!s.ok || s.intensity.empty()) return;
-  double top = 0;
-  for (double v : s.intensity) top = std::max(top, v);
-  const double bottom = top - 60;
-  const QRect r = pane.rect;
-  QPainterPath path;
-  const std::size_t from = firstAtOrAfter(s.frameMs, time.startMs);
-  for (std::size_t i = from; i < s.intensity.size() && s.frameMs[i] <= time.endMs; ++i) {
-    const double v = std::clamp(s.intensity[i], bottom, top);
-    const QPointF at(time.xOf(s.frameMs[i]), r.bottom() - (v - bottom) / (top - bottom) * (r.height() - 1));
-    if (i == from)
-      path.moveTo(at);
-    else
-      path.lineTo(at);
-  }
-  p.setPen(QPen(options.color ? QColor(120, 40, 160, 90) : QColor(0, 0, 0, 70), 1, Qt::DashLine));
-  p.drawPath(path);
 }
 
 void SpectrogramScene::paintIntensity(QPainter& p, const Pane& pane, const TimeMap& time) const {
@@ -415,9 +419,7 @@ void SpectrogramScene::paintTableRows(QPainter& p, const Pane& pane, const TimeM
   if (interval <= 0 || table.columns() == 0) return;
   const double lo = paneBottomHz(pane), hi = paneTopHz(pane);
   const QRect r = pane.rect;
-  const auto yOf = [&](double f) {
-    return std::clamp(r.bottom() - (f - lo) / (hi - lo) * (r.height() - 1), 1.0 * r.top(), 1.0 * r.bottom());
-  };
+  const auto yOf = [&](double f) { return r.bottom() - (f - lo) / (hi - lo) * (r.height() - 1); };
   // Frames whose middle lies in the stretch shown.
   const int first = std::max(0, static_cast<int>(std::ceil(time.startMs / interval - 0.5)));
   const int last = std::min(table.columns() - 1, static_cast<int>(std::floor(time.endMs / interval - 0.5)));
@@ -432,7 +434,12 @@ void SpectrogramScene::paintTableRows(QPainter& p, const Pane& pane, const TimeM
   for (int row : rows) {
     // f0 is drawn where the table voices the frame (av above 0): elsewhere it
     // is a value nobody hears.
-    const auto shown = [&](int c) { return !pitch || table.value(kAv, c) > 0; };
+    // A value outside the pane's scale breaks the line: drawn at the edge it
+    // would read as a real value there.
+    const auto shown = [&](int c) {
+      const double v = table.value(row, c) * scale;
+      return (!pitch || table.value(kAv, c) > 0) && v >= lo && v <= hi;
+    };
     QPolygonF line;
     const auto flush = [&] {
       p.setBrush(Qt::NoBrush);
@@ -500,19 +507,21 @@ void SpectrogramScene::paintFrequencyAxis(QPainter& p, const Pane& pane, double 
 void SpectrogramScene::paintTimeAxis(QPainter& p, const QRect& area, const TimeMap& time, int y) const {
   p.setPen(Qt::black);
   const double step = time.autoGridMs(80);
+  const TimeLabels labels = TimeLabels::forScale(time.endMs, step);
   for (double t = std::ceil(time.startMs / step) * step; t <= time.endMs + 1e-9; t += step) {
     const double x = time.xOf(t);
     p.drawLine(QPointF(x, y), QPointF(x, y + 4));
-    p.drawText(QRectF(x - 40, y + 4, 80, 14), Qt::AlignHCenter | Qt::AlignTop, number(t));
+    p.drawText(QRectF(x - 40, y + 4, 80, 14), Qt::AlignHCenter | Qt::AlignTop, labels.label(t));
   }
   if (options.drawLabels)
     p.drawText(QRect(area.left() + kLeft, y + 18, area.width() - kLeft - kRight, 14), Qt::AlignHCenter,
-               QStringLiteral("Time (ms)"));
+               labels.title());
 }
 
 QString SpectrogramScene::readout(const std::vector<Pane>& panes, const TimeMap& time, int x, int y) const {
   const double ms = time.msAt(x);
-  QString text = QStringLiteral("Time: %1 ms").arg(ms, 0, 'f', 1);
+  const TimeLabels at = TimeLabels::forScale(time.endMs, time.endMs < 10000 ? 0.1 : 1.0);
+  QString text = QStringLiteral("Time: %1 %2").arg(at.label(ms), at.unitName());
   for (const Pane& pane : panes) {
     if (!pane.rect.contains(x, y)) continue;
     const SignalPicture& s = signal[static_cast<std::size_t>(pane.signal)];

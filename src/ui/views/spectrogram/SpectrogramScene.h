@@ -44,7 +44,7 @@ struct SpectrogramViewOptions {
   bool drawIntensity = true;  // "Draw Intensity": the intensity pane
   bool drawLabels = true;     // "Draw Labels": names and axis titles of the upper part
   bool addAudio = true;       // "Add audio": the waveform in the pitch pane, behind the track
-  bool addIntensity = true;   // "Add Intensity": the intensity curve in the pitch pane
+  bool addIntensity = true;   // "Add Intensity": with "Draw Intensity", the intensity pane
   bool addLabels = true;      // "Add Labels": names and axis titles of the pitch pane
   bool pitchTimeGrid = true;  // the pitch pane's own time grid
   int pitchTimeGridMs = 0;    // 0 = automatic
@@ -131,7 +131,6 @@ class SpectrogramScene {
   void paintTimeAxis(QPainter& p, const QRect& area, const TimeMap& time, int y) const;
   void paintLabel(QPainter& p, const Pane& pane, const QString& text, bool shown) const;
   void paintFaintWave(QPainter& p, const Pane& pane, const TimeMap& time) const;
-  void paintFaintIntensity(QPainter& p, const Pane& pane, const TimeMap& time) const;
 };
 
 }  // namespace vandrel::ui
