@@ -7,6 +7,7 @@
 
 #include "CliSupport.h"
 #include "Commands.h"
+#include "audio/Wave.h"
 #include "batch/Continuum.h"
 #include "batch/ContinuumAlign.h"
 #include "document/VandrelDoc.h"
@@ -156,7 +157,12 @@ int continuumCommand(const Args& args) {
       return complain(kExitOptions, kCmd, "the steps in %s would be written over a table it reads",
                       output.c_str());
 
-  OutputSet out;
+  if (wav) {
+    const SynthesisSetup setup = synthesisSetup(a);
+    if (const std::string why = waveTooLarge(setup.sampleCount, setup.sampleRate); !why.empty())
+      return complain(kExitInput, kCmd, "%s: %s", inputs[0].c_str(), why.c_str());
+  }
+  OutputSet out(writeOptions());
   if (const std::string err = out.useFolder(output); !err.empty())
     return complain(kExitInput, kCmd, "%s", err.c_str());
   std::string manifest = "step\tfile";
@@ -185,15 +191,14 @@ int continuumCommand(const Args& args) {
     }
     const std::string vdr = stepName(s, ".vdr");
     if (const std::string err =
-            out.write((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
+            out.add((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
         !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     if (stepLabels)
-      if (const std::string err =
-              out.write((std::filesystem::path(output) / stepName(s, ".TextGrid")).string(),
-                        writeTextGrid(*stepLabels));
+      if (const std::string err = out.add((std::filesystem::path(output) / stepName(s, ".TextGrid")).string(),
+                                          writeTextGrid(*stepLabels));
           !err.empty())
-        return complain(kExitInput, kCmd, "%s", err.c_str());
+        return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     manifest += std::to_string(s + 1) + '\t' + vdr;
     for (std::size_t k = 0; k < plan.rows.size(); ++k)
       manifest += '\t' + std::to_string(static_cast<int>(doc.table.value(plan.rows[k], frames[k])));
@@ -202,15 +207,16 @@ int continuumCommand(const Args& args) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
     if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
-    if (const std::string err = out.write((std::filesystem::path(output) / stepName(s, ".wav")).string(),
-                                          waveImage(doc.synthesized));
+    if (const std::string err = out.add((std::filesystem::path(output) / stepName(s, ".wav")).string(),
+                                        waveImage(doc.synthesized));
         !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   }
-  if (const std::string err = out.write((std::filesystem::path(output) / "manifest.tsv").string(), manifest);
+  if (const std::string err = out.add((std::filesystem::path(output) / "manifest.tsv").string(), manifest);
       !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
-  out.commit();
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
+  if (const std::string err = out.commit(); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet) {
     std::printf("wrote %d steps%s to %s, %sstepping %zu rows:", n, wav ? " with WAVs" : "", output.c_str(),
                 aligned ? "aligned by labels, " : "", plan.rows.size());

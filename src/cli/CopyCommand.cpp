@@ -121,13 +121,14 @@ int copyCommand(const Args& args) {
   const CopyResult r = copySynthesis(f.audio, settings, doc);
   if (r.status != CopyResult::Status::kOk)
     return complain(kExitInput, kCmd, "%s: %s", input.c_str(), r.message.c_str());
-  OutputSet out;
-  if (const std::string err = out.write(output, writeVdr(doc, VdrKind::kAllParameters)); !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
+  OutputSet out(writeOptions());
+  if (const std::string err = out.add(output, writeVdr(doc, VdrKind::kAllParameters)); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!textgrid.empty())
-    if (const std::string err = out.write(sidecarPath(output), writeTextGrid(labels.labels)); !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
-  out.commit();
+    if (const std::string err = out.add(sidecarPath(output), writeTextGrid(labels.labels)); !err.empty())
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
+  if (const std::string err = out.commit(); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (quiet) return kExitOk;
   int total = 0;
   for (int n : r.anchors) total += n;

@@ -81,13 +81,14 @@ int importCommand(const Args& args) {
       praat ? importKlattGrid(bytes, input, static_cast<int>(interval), doc) : importKlp(bytes, input, doc);
   if (!r.ok()) return complain(kExitInput, kCmd, "%s", r.message.c_str());
   if (!r.warning.empty()) complain(kExitOk, kCmd, "warning: %s", r.warning.c_str());
-  OutputSet out;
-  if (const std::string err = out.write(output, writeVdr(doc, VdrKind::kAllParameters)); !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
+  OutputSet out(writeOptions());
+  if (const std::string err = out.add(output, writeVdr(doc, VdrKind::kAllParameters)); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!r.labels.empty())
-    if (const std::string err = out.write(sidecarPath(output), writeTextGrid(r.labels)); !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
-  out.commit();
+    if (const std::string err = out.add(sidecarPath(output), writeTextGrid(r.labels)); !err.empty())
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
+  if (const std::string err = out.commit(); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet)
     std::printf("wrote %s: %d frames of %d ms from a %s%s\n", output.c_str(), doc.table.columns(),
                 doc.params().intervalMs, praat ? "Praat KlattGrid" : "klsyn .klp file",
