@@ -8,9 +8,11 @@
 #include "CliSupport.h"
 #include "Commands.h"
 #include "batch/Continuum.h"
+#include "batch/ContinuumAlign.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
 #include "engine/Synthesizer.h"
+#include "labels/TextGrid.h"
 
 namespace vandrel::cli {
 
@@ -22,8 +24,18 @@ const char* const kContinuumHelp =
     "step N is B, and step k holds in every frame the value (k-1)/(N-1) of\n"
     "the way from A to B, rounded to a whole number. Every row in which A and\n"
     "B differ is stepped, or only the rows named with --only; the others, the\n"
-    "anchors, the shown rows and the colours are A's. Both tables need the\n"
-    "same frame count and interval.\n"
+    "anchors, the shown rows and the colours are A's.\n"
+    "\n"
+    "Labels align the ends: when A and B have labels beside them (A.TextGrid,\n"
+    "B.TextGrid) whose first interval tiers hold the same number of\n"
+    "intervals, every step's time line is cut at boundaries that move from\n"
+    "A's to B's: step k lasts LA + (LB - LA)(k-1)/(N-1), each boundary\n"
+    "likewise, and a row's value in a segment is A's and B's at the\n"
+    "corresponding times of that segment. So two tokens of different lengths\n"
+    "make a continuum segment by segment; the length is rounded to whole\n"
+    "frames and each step gets its step_01.TextGrid. Without such labels both\n"
+    "tables need the same frame count and interval (labels beside A alone go\n"
+    "with every step unchanged).\n"
     "\n"
     "  --steps N        2..1000 files\n"
     "  -o, --output DIR the folder (made when missing); files step_01.vdr ...\n"
@@ -38,11 +50,12 @@ const char* const kContinuumHelp =
     "\n"
     "manifest.tsv has a line per step: step, file, and each stepped row's\n"
     "value at the frame where A and B differ most in that row (the column\n"
-    "name says the row and that frame's start, e.g. f2@120ms).\n"
+    "name says the row and that frame's start, e.g. f2@120ms; when aligned by\n"
+    "labels, the time in A, and each step's value at the corresponding time).\n"
     "\n"
-    "Exit codes: 0 success, 1 a table that cannot be read, two tables of\n"
-    "different timing, or a folder that cannot be written (nothing is left\n"
-    "behind), 2 bad options.\n";
+    "Exit codes: 0 success, 1 a table or labels that cannot be read, two\n"
+    "tables of different timing without labels to align them, or a folder\n"
+    "that cannot be written (nothing is left behind), 2 bad options.\n";
 
 int continuumCommand(const Args& args) {
   constexpr const char* kCmd = "continuum";
@@ -95,11 +108,36 @@ int continuumCommand(const Args& args) {
   CVandrelDoc a, b;
   if (const int code = readTable(kCmd, inputs[0], a); code != kExitOk) return code;
   if (const int code = readTable(kCmd, inputs[1], b); code != kExitOk) return code;
-  if (const std::string why = continuumMismatch(a.table.columns(), a.params().intervalMs, b.table.columns(),
-                                                b.params().intervalMs);
-      !why.empty())
-    return complain(kExitInput, kCmd, "%s and %s: %s", inputs[0].c_str(), inputs[1].c_str(), why.c_str());
-  const ContinuumPlan plan = planContinuum(a.table, b.table, rows);
+  Labels labels[2];
+  bool labelled[2] = {false, false};
+  for (int k = 0; k < 2; ++k) {
+    const std::string side = findSidecar(inputs[static_cast<std::size_t>(k)]);
+    if (side.empty()) continue;
+    TextGridRead read = readTextGridFile(side);
+    if (!read.ok()) return complain(kExitInput, kCmd, "%s", read.message.c_str());
+    labels[k] = std::move(read.labels);
+    labelled[k] = true;
+  }
+  AlignedEnd ends[2] = {{&a.table, a.params().intervalMs, &labels[0], {}},
+                        {&b.table, b.params().intervalMs, &labels[1], {}}};
+  std::string unaligned;
+  if (labelled[0] && labelled[1]) {
+    for (int k = 0; k < 2 && unaligned.empty(); ++k)
+      if (const std::string why = alignmentKnots(ends[k]); !why.empty())
+        unaligned = sidecarPath(inputs[static_cast<std::size_t>(k)]) + ": " + why;
+    if (unaligned.empty()) unaligned = alignmentMismatch(ends[0], ends[1]);
+  } else {
+    unaligned = "no labels beside both tables to align them by";
+  }
+  const bool aligned = unaligned.empty();
+  if (!aligned)
+    if (const std::string why = continuumMismatch(a.table.columns(), a.params().intervalMs, b.table.columns(),
+                                                  b.params().intervalMs);
+        !why.empty())
+      return complain(kExitInput, kCmd, "%s and %s: %s (%s)", inputs[0].c_str(), inputs[1].c_str(),
+                      why.c_str(), unaligned.c_str());
+  const ContinuumPlan plan =
+      aligned ? planAlignedContinuum(ends[0], ends[1], rows) : planContinuum(a.table, b.table, rows);
 
   const int n = static_cast<int>(steps);
   const int width = static_cast<int>(std::max<std::size_t>(2, std::to_string(n).size()));
@@ -108,12 +146,13 @@ int continuumCommand(const Args& args) {
     std::snprintf(name, sizeof name, "step_%0*d%s", width, s + 1, extension);
     return std::string(name);
   };
-  const InputFiles read(inputs);
+  const InputFiles read({inputs[0], inputs[1], findSidecar(inputs[0]), findSidecar(inputs[1])});
   const auto clash = [&](const std::string& name) {
     return read.wouldOverwrite((std::filesystem::path(output) / name).string());
   };
   for (int s = 0; s < n; ++s)
-    if (clash(stepName(s, ".vdr")) || clash(stepName(s, ".wav")) || clash("manifest.tsv"))
+    if (clash(stepName(s, ".vdr")) || clash(stepName(s, ".wav")) || clash(stepName(s, ".TextGrid")) ||
+        clash("manifest.tsv"))
       return complain(kExitOptions, kCmd, "the steps in %s would be written over a table it reads",
                       output.c_str());
 
@@ -127,15 +166,37 @@ int continuumCommand(const Args& args) {
   manifest += '\n';
   CVandrelDoc doc = a;
   for (int s = 0; s < n; ++s) {
-    doc.table = continuumStep(a.table, b.table, plan, s, n, scale);
+    const Labels* stepLabels = labelled[0] ? &labels[0] : nullptr;
+    AlignedStep warped;
+    std::vector<int> frames = plan.widestFrame;
+    if (aligned) {
+      warped = alignedContinuumStep(ends[0], ends[1], plan, s, n, scale);
+      doc.table = std::move(warped.table);
+      doc.params().intervalMs = warped.intervalMs;
+      doc.params().frameCount = doc.table.columns();
+      doc.params().fileLengthMs = static_cast<double>(doc.table.columns()) * warped.intervalMs;
+      for (int& f : frames)
+        f = std::min(doc.table.columns() - 1,
+                     static_cast<int>(warpTime((f + 0.5) * ends[0].intervalMs, ends[0].knots, warped.knots) /
+                                      warped.intervalMs));
+      stepLabels = &warped.labels;
+    } else {
+      doc.table = continuumStep(a.table, b.table, plan, s, n, scale);
+    }
     const std::string vdr = stepName(s, ".vdr");
     if (const std::string err =
             out.write((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
         !err.empty())
       return complain(kExitInput, kCmd, "%s", err.c_str());
+    if (stepLabels)
+      if (const std::string err =
+              out.write((std::filesystem::path(output) / stepName(s, ".TextGrid")).string(),
+                        writeTextGrid(*stepLabels));
+          !err.empty())
+        return complain(kExitInput, kCmd, "%s", err.c_str());
     manifest += std::to_string(s + 1) + '\t' + vdr;
     for (std::size_t k = 0; k < plan.rows.size(); ++k)
-      manifest += '\t' + std::to_string(static_cast<int>(doc.table.value(plan.rows[k], plan.widestFrame[k])));
+      manifest += '\t' + std::to_string(static_cast<int>(doc.table.value(plan.rows[k], frames[k])));
     manifest += '\n';
     if (!wav) continue;
     KlattState state;
@@ -151,8 +212,8 @@ int continuumCommand(const Args& args) {
     return complain(kExitInput, kCmd, "%s", err.c_str());
   out.commit();
   if (!quiet) {
-    std::printf("wrote %d steps%s to %s, stepping %zu rows:", n, wav ? " with WAVs" : "", output.c_str(),
-                plan.rows.size());
+    std::printf("wrote %d steps%s to %s, %sstepping %zu rows:", n, wav ? " with WAVs" : "", output.c_str(),
+                aligned ? "aligned by labels, " : "", plan.rows.size());
     for (const int r : plan.rows)
       std::printf(" %s", builtinParams()[static_cast<std::size_t>(r)].name.data());
     std::printf("\n");
