@@ -8,12 +8,14 @@
 #include "document/OpenFile.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "labels/TextGrid.h"
 
 namespace vandrel::cli {
 
 const char* const kCopyHelp =
     "usage: vandrel-cli copy AUDIO -o OUT.vdr [--interval MS] [--rate 11025|22050]\n"
-    "                        [--tolerances F0,FORMANT,BANDWIDTH,AMPLITUDE] [--quiet]\n"
+    "                        [--tolerances F0,FORMANT,BANDWIDTH,AMPLITUDE]\n"
+    "                        [--textgrid FILE] [--quiet]\n"
     "\n"
     "Copy synthesis: a parameter table that imitates a recording, with anchor\n"
     "cells only where its tracks bend.\n"
@@ -41,21 +43,27 @@ const char* const kCopyHelp =
     "                   f6 and so synthesizes eight cascade formants\n"
     "  --tolerances T   the four tolerances, Hz, Hz, Hz and dB (2,20,40,2);\n"
     "                   wider ones give fewer anchors (oq keeps 2 samples)\n"
+    "  --textgrid FILE  the recording's labels (a Praat TextGrid), when they\n"
+    "                   are not beside it as AUDIO's name with .TextGrid;\n"
+    "                   they are written beside the table as OUT.TextGrid\n"
     "  --quiet          print nothing on success\n"
     "\n"
-    "Exit codes: 0 success, 1 an unreadable, unusable or too short recording\n"
-    "or an output that cannot be written (nothing is left behind), 2 bad\n"
-    "options.\n";
+    "Exit codes: 0 success, 1 an unreadable, unusable or too short recording,\n"
+    "labels that cannot be read, or an output that cannot be written (nothing\n"
+    "is left behind), 2 bad options.\n";
 
 int copyCommand(const Args& args) {
   constexpr const char* kCmd = "copy";
-  std::string input, output;
+  std::string input, output, textgrid;
   CopySettings settings;
   bool quiet = false;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     if (a == "--quiet") {
       quiet = true;
+    } else if (a == "--textgrid") {
+      if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
+      textgrid = args[++i];
     } else if (a == "-o" || a == "--output" || a == "--interval" || a == "--rate" || a == "--tolerances") {
       if (i + 1 >= args.size()) return complain(kExitOptions, kCmd, "%s needs a value", a.c_str());
       const std::string& v = args[++i];
@@ -96,6 +104,14 @@ int copyCommand(const Args& args) {
   if (InputFiles({input}).wouldOverwrite(output))
     return complain(kExitOptions, kCmd, "%s would be written over the recording", output.c_str());
 
+  if (textgrid.empty()) textgrid = findSidecar(input);
+  TextGridRead labels;
+  if (!textgrid.empty()) {
+    labels = readTextGridFile(textgrid);
+    if (!labels.ok()) return complain(kExitInput, kCmd, "%s", labels.message.c_str());
+    if (InputFiles({textgrid}).wouldOverwrite(sidecarPath(output)))
+      return complain(kExitOptions, kCmd, "%s would be written over the labels", sidecarPath(output).c_str());
+  }
   const OpenedFile f = readAudioFile(input, sndfileDecoder());
   if (!f.ok()) {
     const std::string why = f.detail.empty() || f.detail == f.message ? "" : " (" + f.detail + ")";
@@ -105,8 +121,13 @@ int copyCommand(const Args& args) {
   const CopyResult r = copySynthesis(f.audio, settings, doc);
   if (r.status != CopyResult::Status::kOk)
     return complain(kExitInput, kCmd, "%s: %s", input.c_str(), r.message.c_str());
-  if (const std::string err = saveVdrFile(output, doc, VdrKind::kAllParameters); !err.empty())
+  OutputSet out;
+  if (const std::string err = out.write(output, writeVdr(doc, VdrKind::kAllParameters)); !err.empty())
     return complain(kExitInput, kCmd, "%s", err.c_str());
+  if (!textgrid.empty())
+    if (const std::string err = out.write(sidecarPath(output), writeTextGrid(labels.labels)); !err.empty())
+      return complain(kExitInput, kCmd, "%s", err.c_str());
+  out.commit();
   if (quiet) return kExitOk;
   int total = 0;
   for (int n : r.anchors) total += n;
