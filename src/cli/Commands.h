@@ -30,4 +30,7 @@ extern const char* const kExportHelp;
 int gridCommand(const Args& args);
 extern const char* const kGridHelp;
 
+int importCommand(const Args& args);
+extern const char* const kImportHelp;
+
 }  // namespace vandrel::cli

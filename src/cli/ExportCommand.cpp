@@ -5,12 +5,13 @@
 #include "CliSupport.h"
 #include "Commands.h"
 #include "batch/TableExport.h"
+#include "batch/TableImport.h"
 #include "document/VandrelDoc.h"
 
 namespace vandrel::cli {
 
 const char* const kExportHelp =
-    "usage: vandrel-cli export IN.vdr --to klattgrid|tsv -o OUT [--all] [--quiet]\n"
+    "usage: vandrel-cli export IN.vdr --to klattgrid|klp|tsv -o OUT [--all] [--quiet]\n"
     "\n"
     "Writes a parameter table in a form other tools read.\n"
     "\n"
@@ -24,6 +25,12 @@ const char* const kExportHelp =
     "                   and bypass amplitudes become gains (60 dB is 0 dB, 0 is\n"
     "                   -120 dB). Each frame is a point at its middle; points\n"
     "                   on the line between their neighbours are left out.\n"
+    "  --to klp         a klsyn .klp file: rows with one value as constant\n"
+    "                   lines, the others in the varied table (_msec_ and\n"
+    "                   klsyn's names, f0 in Hz); du, ui and sr from the table.\n"
+    "                   Rows klsyn has no parameter for (oq, f7, f8, b7, b8,\n"
+    "                   a7f, a8f, b7f, b8f) are named in a warning when they\n"
+    "                   differ from their defaults. 'import' reads it back.\n"
     "  --to tsv         a long table, time_ms, parameter, value: a line per\n"
     "                   frame and shown row (time_ms is the frame's start)\n"
     "  --all            tsv: every one of the 48 rows, not only the shown ones\n"
@@ -53,8 +60,8 @@ int exportCommand(const Args& args) {
     }
   }
   if (input.empty()) return complain(kExitOptions, kCmd, "name the table to export (try --help)");
-  if (to != "klattgrid" && to != "tsv")
-    return complain(kExitOptions, kCmd, "--to wants klattgrid or tsv%s%s%s", to.empty() ? "" : ", not '",
+  if (to != "klattgrid" && to != "klp" && to != "tsv")
+    return complain(kExitOptions, kCmd, "--to wants klattgrid, klp or tsv%s%s%s", to.empty() ? "" : ", not '",
                     to.c_str(), to.empty() ? "" : "'");
   if (output.empty()) return complain(kExitOptions, kCmd, "name the file to write with -o OUT");
   if (InputFiles({input}).wouldOverwrite(output))
@@ -66,6 +73,11 @@ int exportCommand(const Args& args) {
   std::string text;
   if (to == "klattgrid") {
     text = writeKlattGrid(doc.table, ps.intervalMs, ps.cascadeFormants());
+  } else if (to == "klp") {
+    std::string leftOut;
+    text = writeKlp(doc, stemOf(input), leftOut);
+    if (!leftOut.empty())
+      complain(kExitOk, kCmd, "warning: klsyn has no parameter for %s; left out", leftOut.c_str());
   } else {
     std::vector<int> rows;
     for (int r = 0; r < kParamCount; ++r)
@@ -78,7 +90,9 @@ int exportCommand(const Args& args) {
   out.commit();
   if (!quiet)
     std::printf("wrote %s: %d frames of %d ms as %s\n", output.c_str(), doc.table.columns(), ps.intervalMs,
-                to == "klattgrid" ? "a KlattGrid" : "a long table");
+                to == "klattgrid" ? "a KlattGrid"
+                : to == "klp"     ? "a klsyn .klp file"
+                                  : "a long table");
   return kExitOk;
 }
 
