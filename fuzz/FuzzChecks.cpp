@@ -5,9 +5,11 @@
 
 #include "SndfileDecoder.h"
 #include "audio/Wave.h"
+#include "batch/TableImport.h"
 #include "config/ConfigFile.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "labels/TextGrid.h"
 
 namespace vandrel::fuzz {
 
@@ -87,6 +89,36 @@ std::string checkConfig(std::string_view bytes) {
   applyConfig(record, doc);
   if (doc.table.columns() > kMaxFrames) return "a blank document beyond the frame limit";
   if (doc.table.columns() != doc.params().frameCount) return "the blank table does not match its frame count";
+  return {};
+}
+
+std::string checkLabels(std::string_view bytes) {
+  const TextGridRead r = parseTextGrid(bytes, "f.TextGrid");
+  if (!r.ok() && r.message.rfind("f.TextGrid", 0) != 0)
+    return "a TextGrid refusal that does not name the file";
+  if (r.ok()) {
+    for (const LabelTier& t : r.labels.tiers) {
+      if (!(t.end > t.start) || t.start < r.labels.start - 1e-6 || t.end > r.labels.end + 1e-6)
+        return "a tier outside the TextGrid";
+      double at = t.start;
+      for (const LabelInterval& in : t.intervals) {
+        if (in.start != at || !(in.end > in.start)) return "intervals that do not touch end to end";
+        at = in.end;
+      }
+      if (!t.pointTier && at != t.end) return "intervals that stop short of their tier";
+      for (std::size_t k = 1; k < t.points.size(); ++k)
+        if (!(t.points[k].time > t.points[k - 1].time)) return "points out of order";
+    }
+    const TextGridRead back = parseTextGrid(writeTextGrid(r.labels), "back");
+    if (!back.ok() || !(back.labels == r.labels)) return "a TextGrid that does not read back as written";
+  }
+  for (const bool klp : {true, false}) {
+    CVandrelDoc doc;
+    const ImportResult i = klp ? importKlp(bytes, "f", doc) : importKlattGrid(bytes, "f", 10, doc);
+    if (!i.ok() && i.message.empty()) return "an import refused without a reason";
+    if (i.ok() && (doc.table.columns() < 1 || doc.table.columns() > kMaxFrames))
+      return "an import beyond the limits";
+  }
   return {};
 }
 

@@ -26,4 +26,11 @@ std::string checkAudioDecode(std::string_view bytes);
 // meaning and builds a blank document within the frame limit.
 std::string checkConfig(std::string_view bytes);
 
+// The readers of other tools' files: a TextGrid that is accepted keeps its
+// tiers whole (intervals end to end with durations, points in order, inside
+// the range) and reads back from what we write; a .klp file or a KlattGrid
+// that is accepted makes a table within the frame limit; every refusal says
+// why.
+std::string checkLabels(std::string_view bytes);
+
 }  // namespace vandrel::fuzz

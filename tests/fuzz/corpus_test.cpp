@@ -35,6 +35,7 @@ TEST(FuzzCorpus, EveryFileIsHandledSoundly) {
       {"tests/data/audio", {checkWave, checkAudioDecode}},
       {"fuzz/corpus/config", {checkConfig}},
       {"tests/data/config", {checkConfig}},
+      {"fuzz/corpus/labels", {checkLabels}},
   };
   int files = 0;
   for (const Folder& folder : folders) {
