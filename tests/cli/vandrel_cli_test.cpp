@@ -34,6 +34,7 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"continuum", "-h"}, "usage: vandrel-cli continuum A.vdr B.vdr"},
       {{"export", "--help"}, "usage: vandrel-cli export IN.vdr"},
       {{"grid", "--help"}, "usage: vandrel-cli grid BASE.vdr"},
+      {{"import", "--help"}, "usage: vandrel-cli import FILE"},
   };
   const Case misuse[] = {
       {{}, "usage: vandrel-cli <command>"},
