@@ -32,4 +32,7 @@ extern const char* const kImportHelp;
 int gridCommand(const Args& args);
 extern const char* const kGridHelp;
 
+int importCommand(const Args& args);
+extern const char* const kImportHelp;
+
 }  // namespace vandrel::cli

@@ -35,6 +35,7 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"export", "--help"}, "usage: vandrel-cli export IN.vdr"},
       {{"import", "--help"}, "usage: vandrel-cli import FILE"},
       {{"grid", "--help"}, "usage: vandrel-cli grid BASE.vdr"},
+      {{"import", "--help"}, "usage: vandrel-cli import FILE"},
   };
   const Case misuse[] = {
       {{}, "usage: vandrel-cli <command>"},
@@ -80,9 +81,9 @@ TEST_F(VandrelCliTest, HelpGoesToStandardOutputAndMisuseToStandardErrorWithTwo) 
       {{"grid", "a.vdr", "-o", "d"}, "vandrel-cli grid: say what to vary"},
       {{"grid", "a.vdr", "--vary", "f2:900:2100", "-o", "d"},
        "vandrel-cli grid: --vary 'f2:900:2100' is not"},
-      {{"export", "a.vdr", "-o", "x"}, "vandrel-cli export: --to wants klattgrid or tsv"},
+      {{"export", "a.vdr", "-o", "x"}, "vandrel-cli export: --to wants klattgrid, klp or tsv"},
       {{"export", "a.vdr", "--to", "wav", "-o", "x"},
-       "vandrel-cli export: --to wants klattgrid or tsv, not 'wav'"},
+       "vandrel-cli export: --to wants klattgrid, klp or tsv, not 'wav'"},
       {{"export", "a.vdr", "--to", "tsv"}, "vandrel-cli export: name the file to write with -o OUT"},
   };
   for (const bool misused : {false, true}) {
