@@ -264,13 +264,18 @@ void VowelSpaceView::paint(QPainter& p, const QRectF& area, bool marks) const {
     QPolygonF line;
     line.reserve(static_cast<qsizetype>(points_.size()));
     for (std::size_t i = 0; i < points_.size(); ++i) line << at(i);
+    // Separate segments: one stroked path through thousands of crossing
+    // points costs the rasterizer far more than the same lines one by one.
+    QList<QLineF> segments;
+    segments.reserve(line.size());
+    for (qsizetype i = 1; i < line.size(); ++i) segments << QLineF(line[i - 1], line[i]);
     if (marks)
       if (const auto sel = selectedFrames()) {
         p.setPen(QPen(kSelection, 7, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        p.drawPolyline(line.constData() + sel->first, sel->second - sel->first + 1);
+        p.drawLines(segments.constData() + sel->first, std::max(sel->second - sel->first, 0));
       }
     p.setPen(QPen(kTrajectory, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    p.drawPolyline(line);
+    p.drawLines(segments);
     // Arrowheads every 90 pixels of the path say which way it runs.
     p.setBrush(kTrajectory);
     double next = 45, done = 0;  // path length of the next arrowhead, and of the segment's start
