@@ -2,9 +2,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
+#include "CliSupport.h"
 #include "Commands.h"
 #include "SndfileDecoder.h"
 #include "analysis/AnalysisOptions.h"
@@ -87,12 +89,6 @@ int fail(const char* fmt, const std::string& a, const std::string& b = {}) {
   std::fputc('\n', stderr);
   return 2;
 }
-
-struct FileCloser {
-  void operator()(std::FILE* f) const {
-    if (f != nullptr && f != stdout) std::fclose(f);
-  }
-};
 
 }  // namespace
 
@@ -234,32 +230,36 @@ int analyseCommand(const Args& args) {
     }
   }
 
-  std::unique_ptr<std::FILE, FileCloser> out(output.empty() ? stdout : std::fopen(output.c_str(), "w"));
-  if (!out) {
-    std::fprintf(stderr, "vandrel-cli analyse: cannot write %s\n", output.c_str());
-    return 1;
-  }
-  std::FILE* o = out.get();
-  std::fputs("time_ms", o);
-  if (wantPitch) std::fputs("\tf0", o);
-  if (wantFormants) std::fputs("\tf1\tf2\tf3\tf4\tf5", o);
-  if (wantFormants && tracked) std::fputs("\tb1\tb2\tb3\tb4\tb5", o);
-  std::fputc('\n', o);
+  // The whole table first: a file is replaced in one piece or not at all.
+  std::string o = "time_ms";
+  if (wantPitch) o += "\tf0";
+  if (wantFormants) o += "\tf1\tf2\tf3\tf4\tf5";
+  if (wantFormants && tracked) o += "\tb1\tb2\tb3\tb4\tb5";
+  o += '\n';
+  char cell[40];
+  const auto put = [&](const char* fmt, auto v) {
+    std::snprintf(cell, sizeof cell, fmt, v);
+    o += cell;
+  };
   for (std::size_t i = 0; i < f0.size(); ++i) {
-    std::fprintf(o, "%zu", i * static_cast<std::size_t>(pitch.stepMs));
-    if (wantPitch) std::fprintf(o, "\t%.6g", f0[i]);
+    put("%zu", i * static_cast<std::size_t>(pitch.stepMs));
+    if (wantPitch) put("\t%.6g", f0[i]);
     if (wantFormants && tracked) {
-      for (double v : formants.frequency[i]) std::fprintf(o, "\t%.0f", v);
-      for (double v : formants.bandwidth[i]) std::fprintf(o, "\t%.0f", v);
+      for (double v : formants.frequency[i]) put("\t%.0f", v);
+      for (double v : formants.bandwidth[i]) put("\t%.0f", v);
     } else if (wantFormants) {
       const auto& fm = spectrogram->formants()[i];
-      for (auto v : fm) std::fprintf(o, "\t%d", static_cast<int>(v));
+      for (auto v : fm) put("\t%d", static_cast<int>(v));
     }
-    std::fputc('\n', o);
+    o += '\n';
   }
-  if (std::ferror(o) != 0) {
-    std::fprintf(stderr, "vandrel-cli analyse: writing %s failed\n",
-                 output.empty() ? "the output" : output.c_str());
+  if (!output.empty()) {
+    if (const std::string err = writeFileAtomically(output, o, writeOptions()); !err.empty()) {
+      std::fprintf(stderr, "vandrel-cli analyse: %s\n", explained(err).c_str());
+      return 1;
+    }
+  } else if (std::fwrite(o.data(), 1, o.size(), stdout) != o.size() || std::fflush(stdout) != 0) {
+    std::fprintf(stderr, "vandrel-cli analyse: writing the output failed: %s\n", std::strerror(errno));
     return 1;
   }
   return 0;

@@ -85,30 +85,14 @@ bool InputFiles::wouldOverwrite(const std::string& output) const {
 
 std::string stemOf(const std::string& path) { return fs::path(path).stem().string(); }
 
-OutputSet::~OutputSet() {
-  if (committed_) return;
-  std::error_code ec;
-  for (const auto& p : written_) fs::remove(p, ec);
-  if (!createdDir_.empty()) fs::remove_all(createdDir_, ec);
+WriteOptions& writeOptions() {
+  static WriteOptions options;
+  return options;
 }
 
-std::string OutputSet::useFolder(const std::string& dir) {
-  std::error_code ec;
-  if (fs::is_directory(dir, ec)) return {};
-  if (fs::exists(dir, ec)) return "cannot use " + dir + " as the output folder: it is a file";
-  fs::path missing = dir;
-  while (!missing.parent_path().empty() && !fs::exists(missing.parent_path(), ec))
-    missing = missing.parent_path();
-  fs::create_directories(dir, ec);
-  if (ec) return "cannot create the folder " + dir + ": " + ec.message();
-  createdDir_ = missing.string();
-  return {};
-}
-
-std::string OutputSet::write(const std::string& path, std::string_view bytes) {
-  std::string err = writeFileAtomically(path, bytes);
-  if (err.empty()) written_.push_back(path);
-  return err;
+std::string explained(const std::string& error) {
+  if (error.find(": the file is read-only.") == std::string::npos) return error;
+  return error + " Add --force to replace it.";
 }
 
 }  // namespace vandrel::cli

@@ -1,6 +1,6 @@
 #pragma once
 // What the sub-commands share: option values, messages with the command's
-// name, reading tables, and writing several files as one piece of work.
+// name, reading tables, and how files are replaced.
 
 #include <cstdarg>
 #include <set>
@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "Commands.h"
+#include "util/AtomicFile.h"
+#include "util/OutputSet.h"
 
 namespace vandrel {
 class CVandrelDoc;
@@ -54,23 +56,11 @@ class InputFiles {
 // The file name of `path` without folder and extension.
 std::string stemOf(const std::string& path);
 
-// Files written as one piece of work: each atomically, and all of them
-// removed again (with a folder this run created) when the work fails, so a
-// failed run leaves nothing behind.
-class OutputSet {
- public:
-  ~OutputSet();
-  // Creates `dir` when it is missing. Empty string on success, else why.
-  std::string useFolder(const std::string& dir);
-  // Empty string on success, else why.
-  std::string write(const std::string& path, std::string_view bytes);
-  // Keeps what was written.
-  void commit() { committed_ = true; }
+// How every command replaces files: a read-only one only with --force,
+// which main() takes from any command's arguments.
+WriteOptions& writeOptions();
 
- private:
-  std::vector<std::string> written_;
-  std::string createdDir_;
-  bool committed_ = false;
-};
+// A write's error, with the way past a read-only file for the command line.
+std::string explained(const std::string& error);
 
 }  // namespace vandrel::cli

@@ -7,6 +7,7 @@
 
 #include "CliSupport.h"
 #include "Commands.h"
+#include "audio/Wave.h"
 #include "batch/Continuum.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
@@ -117,7 +118,12 @@ int continuumCommand(const Args& args) {
       return complain(kExitOptions, kCmd, "the steps in %s would be written over a table it reads",
                       output.c_str());
 
-  OutputSet out;
+  if (wav) {
+    const SynthesisSetup setup = synthesisSetup(a);
+    if (const std::string why = waveTooLarge(setup.sampleCount, setup.sampleRate); !why.empty())
+      return complain(kExitInput, kCmd, "%s: %s", inputs[0].c_str(), why.c_str());
+  }
+  OutputSet out(writeOptions());
   if (const std::string err = out.useFolder(output); !err.empty())
     return complain(kExitInput, kCmd, "%s", err.c_str());
   std::string manifest = "step\tfile";
@@ -130,9 +136,9 @@ int continuumCommand(const Args& args) {
     doc.table = continuumStep(a.table, b.table, plan, s, n, scale);
     const std::string vdr = stepName(s, ".vdr");
     if (const std::string err =
-            out.write((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
+            out.add((std::filesystem::path(output) / vdr).string(), writeVdr(doc, VdrKind::kAllParameters));
         !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     manifest += std::to_string(s + 1) + '\t' + vdr;
     for (std::size_t k = 0; k < plan.rows.size(); ++k)
       manifest += '\t' + std::to_string(static_cast<int>(doc.table.value(plan.rows[k], plan.widestFrame[k])));
@@ -141,15 +147,16 @@ int continuumCommand(const Args& args) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
     if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
-    if (const std::string err = out.write((std::filesystem::path(output) / stepName(s, ".wav")).string(),
-                                          waveImage(doc.synthesized));
+    if (const std::string err = out.add((std::filesystem::path(output) / stepName(s, ".wav")).string(),
+                                        waveImage(doc.synthesized));
         !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   }
-  if (const std::string err = out.write((std::filesystem::path(output) / "manifest.tsv").string(), manifest);
+  if (const std::string err = out.add((std::filesystem::path(output) / "manifest.tsv").string(), manifest);
       !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
-  out.commit();
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
+  if (const std::string err = out.commit(); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet) {
     std::printf("wrote %d steps%s to %s, stepping %zu rows:", n, wav ? " with WAVs" : "", output.c_str(),
                 plan.rows.size());

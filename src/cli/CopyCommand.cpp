@@ -105,8 +105,8 @@ int copyCommand(const Args& args) {
   const CopyResult r = copySynthesis(f.audio, settings, doc);
   if (r.status != CopyResult::Status::kOk)
     return complain(kExitInput, kCmd, "%s: %s", input.c_str(), r.message.c_str());
-  if (const std::string err = saveVdrFile(output, doc, VdrKind::kAllParameters); !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
+  if (const std::string err = saveVdrFile(output, doc, VdrKind::kAllParameters, writeOptions()); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (quiet) return kExitOk;
   int total = 0;
   for (int n : r.anchors) total += n;

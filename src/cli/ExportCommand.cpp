@@ -72,10 +72,8 @@ int exportCommand(const Args& args) {
       if (all || ps.at(r).selected != 0) rows.push_back(r);
     text = writeLongTable(doc.table, ps.intervalMs, rows);
   }
-  OutputSet out;
-  if (const std::string err = out.write(output, text); !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
-  out.commit();
+  if (const std::string err = writeFileAtomically(output, text, writeOptions()); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet)
     std::printf("wrote %s: %d frames of %d ms as %s\n", output.c_str(), doc.table.columns(), ps.intervalMs,
                 to == "klattgrid" ? "a KlattGrid" : "a long table");

@@ -8,6 +8,7 @@
 
 #include "CliSupport.h"
 #include "Commands.h"
+#include "audio/Wave.h"
 #include "batch/LevelReport.h"
 #include "document/VandrelDoc.h"
 #include "engine/SineWave.h"
@@ -111,11 +112,20 @@ int synthCommand(const Args& args) {
   for (std::size_t k = 0; k < inputs.size(); ++k)
     if (const int code = readTable(kCmd, inputs[k], docs[k]); code != kExitOk) return code;
 
-  OutputSet out;
+  // Every sound is known to fit in its WAV file before any is synthesized.
+  for (std::size_t k = 0; k < docs.size(); ++k) {
+    const SynthesisSetup setup = synthesisSetup(docs[k]);
+    if (const std::string why = waveTooLarge(setup.sampleCount, setup.sampleRate); !why.empty())
+      return complain(kExitInput, kCmd, "%s: %s", useDefault ? "--default" : inputs[k].c_str(), why.c_str());
+  }
+
+  OutputSet out(writeOptions());
   if (toFolder)
     if (const std::string err = out.useFolder(output); !err.empty())
       return complain(kExitInput, kCmd, "%s", err.c_str());
-  if (report && !quiet) std::printf("file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped\n");
+  // What is printed waits for the files to be in place: "wrote" is only said
+  // of files that were written.
+  std::string said = report ? "file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped\n" : "";
   long clipped = 0;
   for (std::size_t k = 0; k < docs.size(); ++k) {
     KlattState state;
@@ -124,21 +134,24 @@ int synthCommand(const Args& args) {
     if (sinewave > 0 ? docs[k].synthesized.sampleRate <= 0.0 : !synthesize(docs[k], {}, state))
       return complain(kExitInput, kCmd, "not enough memory to synthesize");
     const SampleSet& s = docs[k].synthesized;
-    if (const std::string err = out.write(targets[k], waveImage(s)); !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+    if (const std::string err = out.add(targets[k], waveImage(s)); !err.empty())
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     const LevelReport level = measureLevels(s);
     clipped += level.clipped;
     const std::size_t count = s.samples.size();
     docs[k].synthesized = docs[k].previous = {};  // a batch of thousands holds tables, not sounds
-    if (quiet) continue;
+    char line[160];
     if (report)
-      std::printf("%s\t%.1f\t%.0f\t%.2f\t%.2f\t%ld\n", targets[k].c_str(), level.durationMs, level.sampleRate,
-                  level.peakDbfs, level.rmsDbfs, level.clipped);
+      std::snprintf(line, sizeof line, "\t%.1f\t%.0f\t%.2f\t%.2f\t%ld\n", level.durationMs, level.sampleRate,
+                    level.peakDbfs, level.rmsDbfs, level.clipped);
     else
-      std::printf("wrote %s: %.0f Hz, %zu samples, %.1f ms, peak %.1f dBFS\n", targets[k].c_str(),
-                  level.sampleRate, count, level.durationMs, level.peakDbfs);
+      std::snprintf(line, sizeof line, ": %.0f Hz, %zu samples, %.1f ms, peak %.1f dBFS\n", level.sampleRate,
+                    count, level.durationMs, level.peakDbfs);
+    said += (report ? "" : "wrote ") + targets[k] + line;
   }
-  out.commit();
+  if (const std::string err = out.commit(); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
+  if (!quiet) std::fputs(said.c_str(), stdout);
   if (failOnClip && clipped > 0)
     return complain(kExitClipped, kCmd, "%ld samples clipped (the files are written)", clipped);
   return kExitOk;

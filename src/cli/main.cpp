@@ -1,10 +1,13 @@
 // vandrel-cli: the editor's core without a window, for scripts and batches.
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "CliSupport.h"
 #include "Commands.h"
+#include "util/Temporaries.h"
 
 namespace {
 
@@ -39,7 +42,10 @@ void usage(std::FILE* to) {
                "\n'vandrel-cli <command> --help' explains a command's options. Every command works on\n"
                "its files alone, so a scheduler (GNU parallel, a Slurm job array) can spread a corpus.\n"
                "Exit codes: 0 success, 1 unreadable input or unwritable output, 2 bad options,\n"
-               "3 clipping (synth --fail-on-clip).\n");
+               "3 clipping (synth --fail-on-clip).\n"
+               "\nFiles are replaced whole or not at all; a command that writes several writes all of\n"
+               "them or none, and Ctrl+C leaves no partial files. A read-only file is replaced only\n"
+               "with --force (any command).\n");
 }
 
 }  // namespace
@@ -60,13 +66,28 @@ int main(int argc, char** argv) {
   }
   for (const auto& c : kCommands) {
     if (name != c.name) continue;
-    vandrel::cli::Args args(argv + 2, argv + argc);
+    vandrel::cli::Args args;
+    for (int i = 2; i < argc; ++i) {
+      if (std::strcmp(argv[i], "--force") == 0)
+        vandrel::cli::writeOptions().replaceReadOnly = true;
+      else
+        args.emplace_back(argv[i]);
+    }
+    vandrel::removeTemporariesOnSignals();
     for (const auto& a : args)
       if (a == "--help" || a == "-h") {
         std::fputs(*c.help, stdout);
         return 0;
       }
-    return c.run(args);
+    const int code = c.run(args);
+    // What was printed is part of the result: a report cut short by a full
+    // disk is no success.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+      std::fprintf(stderr, "vandrel-cli %s: writing the standard output failed: %s\n", c.name,
+                   std::strerror(errno));
+      return code == 0 ? 1 : code;
+    }
+    return code;
   }
   std::fprintf(stderr, "vandrel-cli: unknown command '%s'\n", name.c_str());
   usage(stderr);

@@ -1,6 +1,7 @@
 #include "audio/Wave.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -116,14 +117,28 @@ int CWave::read(std::string_view file, WaveChunks& chunks) {
   return -1;
 }
 
-std::string saveWaveFile(const std::string& path, const SampleSet& set) {
+std::string saveWaveFile(const std::string& path, const SampleSet& set, const WriteOptions& options) {
   const auto rate = static_cast<std::uint32_t>(set.sampleRate);
   const double wanted = std::max(0.0, 2.0 * set.sampleCount);
   const std::size_t bytes = std::min(static_cast<std::size_t>(wanted), set.byteSize());
   std::string image;
+  if (const std::string why = waveTooLarge(wanted / 2.0, set.sampleRate); !why.empty()) return why;
   if (CWave::write(image, set.samples.data(), set.byteSize(), WaveFormat::pcm16Mono(rate), 0, bytes) != 0)
     return "The sound is too large for a WAV file.";
-  return writeFileAtomically(path, image);
+  return writeFileAtomically(path, image, options);
+}
+
+std::string waveTooLarge(double sampleCount, double sampleRate) {
+  if (!(sampleCount > kMaxWaveSamples)) return {};
+  const auto seconds = static_cast<long long>(sampleRate > 0 ? sampleCount / sampleRate : 0);
+  char text[200];
+  std::snprintf(
+      text, sizeof text,
+      "The sound would be %.0f samples (%lld:%02lld:%02lld at %.0f Hz, %.1f GiB); a WAV file holds at "
+      "most 4 GiB.",
+      sampleCount, seconds / 3600, seconds / 60 % 60, seconds % 60, sampleRate,
+      2.0 * sampleCount / 1073741824.0);
+  return text;
 }
 
 std::string tooLongMessage(const std::string& path, double seconds) {

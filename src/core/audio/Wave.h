@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "audio/SampleSet.h"
+#include "util/AtomicFile.h"
 
 namespace vandrel {
 
@@ -49,9 +50,17 @@ class CWave {
   static int read(std::string_view file, WaveChunks& chunks);
 };
 
+// The most samples a 16-bit WAV file holds: its sizes are 32-bit byte counts.
+inline constexpr double kMaxWaveSamples = 2147483647.0;
+
+// Empty when `sampleCount` samples at `sampleRate` fit in a WAV file, else
+// "The sound would be 2304225000 samples (29:01:20 at 22050 Hz, 4.3 GiB);
+// a WAV file holds at most 4 GiB."
+std::string waveTooLarge(double sampleCount, double sampleRate);
+
 // Writes the synthesized buffer: twice the sample count (truncated) bytes at
 // the set's own rate, atomically. Empty string on success, else the reason.
-std::string saveWaveFile(const std::string& path, const SampleSet& set);
+std::string saveWaveFile(const std::string& path, const SampleSet& set, const WriteOptions& options = {});
 
 // The longest recording the editor opens. Every analysis view works on the
 // whole recording at once; an hour at 48 kHz is already 345 MB of samples.

@@ -6,6 +6,7 @@
 
 #include "audio/Wave.h"
 #include "document/VandrelDoc.h"
+#include "util/AtomicFile.h"
 
 namespace vandrel {
 
@@ -24,6 +25,12 @@ bool readable(const std::string& path, OpenedFile& out) {
     out.detail = out.message;
     return false;
   }
+  // A device or a pipe has no end to read to (/dev/zero) or may never answer.
+  if (!std::filesystem::is_regular_file(status)) {
+    out.message = "Cannot open " + path + ": it is not a regular file.";
+    out.detail = out.message;
+    return false;
+  }
   // Every reader takes the whole file into memory; nothing Vandrel writes or
   // opens comes near this size.
   const auto size = std::filesystem::file_size(path, ec);
@@ -36,10 +43,13 @@ bool readable(const std::string& path, OpenedFile& out) {
 }
 
 // The audio readers in order; true when one of them accepted the file.
-bool tryAudio(const std::string& path, const AudioDecoder& secondCheck, OpenedFile& out) {
+bool tryAudio(const std::string& path, const AudioDecoder& secondCheck, OpenedFile& out,
+              WaveLoad* waveResult = nullptr) {
   SampleSet set;
   WaveLoadInfo info;
-  switch (loadWaveFile(path, set, &info)) {
+  const WaveLoad wave = loadWaveFile(path, set, &info);
+  if (waveResult) *waveResult = wave;
+  switch (wave) {
     case WaveLoad::kOk:
       out.kind = OpenedKind::kAudio;
       out.by = OpenedBy::kWaveReader;
@@ -86,7 +96,8 @@ OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck,
                        const ParameterSet& defaults) {
   OpenedFile out;
   if (!readable(path, out)) return out;
-  if (tryAudio(path, secondCheck, out)) return out;
+  WaveLoad wave = WaveLoad::kNotWave;
+  if (tryAudio(path, secondCheck, out, &wave)) return out;
   if (!out.message.empty()) return out;  // the file could not be read at all
 
   VdrReadResult r = readVdrFile(path, defaults);
@@ -98,6 +109,14 @@ OpenedFile readAnyFile(const std::string& path, const AudioDecoder& secondCheck,
   }
   out.message = std::string(r.message());
   out.detail = std::move(r.detail);
+  // A WAV file the audio readers refused is not a damaged parameter file:
+  // the reason worth giving is the audio one.
+  std::string head;
+  if (wave == WaveLoad::kNotPcm16Mono)
+    out.detail = "a WAV file that is not 16-bit mono PCM, and the audio decoder cannot read it";
+  else if (readWholeFile(path, head, 12) && head.size() == 12 &&
+           (head.starts_with("RIFF") || head.ends_with("WAVE")))
+    out.detail = "a WAV file without a readable \"data\" chunk, and the audio decoder cannot read it";
   return out;
 }
 

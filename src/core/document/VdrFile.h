@@ -21,6 +21,7 @@
 #include "document/ColorSlots.h"
 #include "document/FrameTable.h"
 #include "document/ParameterSet.h"
+#include "util/AtomicFile.h"
 
 namespace vandrel {
 
@@ -50,7 +51,8 @@ std::string writeVdr(const CVandrelDoc& doc, VdrKind kind);
 
 // Writes the text atomically: the previous file survives any failure.
 // Returns an empty string on success, otherwise what went wrong.
-std::string saveVdrFile(const std::string& path, const CVandrelDoc& doc, VdrKind kind);
+std::string saveVdrFile(const std::string& path, const CVandrelDoc& doc, VdrKind kind,
+                        const WriteOptions& options = {});
 
 // Everything a parameter file holds, read back.
 struct VdrContent {

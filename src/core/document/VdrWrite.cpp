@@ -142,14 +142,15 @@ std::string writeVdr(const CVandrelDoc& doc, VdrKind kind) {
   return s;
 }
 
-std::string saveVdrFile(const std::string& path, const CVandrelDoc& doc, VdrKind kind) {
+std::string saveVdrFile(const std::string& path, const CVandrelDoc& doc, VdrKind kind,
+                        const WriteOptions& options) {
   std::string text;
   try {
     text = writeVdr(doc, kind);
   } catch (const std::bad_alloc&) {
     return "Not enough memory to write " + path + ".";
   }
-  return writeFileAtomically(path, text);
+  return writeFileAtomically(path, text, options);
 }
 
 }  // namespace vandrel

@@ -29,7 +29,9 @@ SynthesisSetup synthesisSetup(const ParameterSet& ps) {
   SynthesisSetup s{};
   s.sampleRate = static_cast<int>(ps.sampleRate());
   s.cascadeFormants = ps.cascadeFormants();
-  s.samplesPerFrame = s.sampleRate * ps.intervalMs / 1000;
+  // In 64 bits: 22050 Hz x 100000 ms is beyond an int before the division.
+  s.samplesPerFrame = static_cast<int>(std::int64_t{s.sampleRate} * ps.intervalMs / 1000);
+  s.sampleCount = s.sampleRate * ps.fileLengthMs / 1000.0;
   return s;
 }
 
@@ -45,7 +47,7 @@ bool render(const ParameterSet& ps, const FrameTable& table, std::uint8_t select
   std::vector<std::int32_t> work;
   std::unique_ptr<CKlattEngine> engine;
   std::vector<std::int16_t> samples;
-  const double sampleCount = setup.sampleRate * ps.fileLengthMs / 1000.0;
+  const double sampleCount = setup.sampleCount;
   // The block is twice the sample count in bytes, truncated; an odd byte count
   // keeps its last byte as the low half of one more sample. Samples the frames
   // do not reach (a file length that is not whole frames) stay zero.

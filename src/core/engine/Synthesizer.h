@@ -16,6 +16,7 @@ struct SynthesisSetup {
   int sampleRate;       // 11025, or 22050 when a high-formant row is shown
   int cascadeFormants;  // 5 or 8
   int samplesPerFrame;  // rate x interval / 1000, truncated
+  double sampleCount;   // rate x file length / 1000: the length of the sound
 };
 
 // What a synthesis of `doc` would use, without running it.

@@ -29,7 +29,9 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
                         {kF6, 10, 200, 22050.0, 220, 8, 20, 4410},
                         {kB8f, 10, 200, 22050.0, 220, 8, 20, 4410},
                         {-1, 7, 200, 11025.0, 77, 5, 28, 2205},
-                        {-1, 10, 200.05, 11025.0, 110, 5, 20, 2206}};
+                        {-1, 10, 200.05, 11025.0, 110, 5, 20, 2206},
+                        // 22050 x 100000 overflows 32 bits before the division by 1000.
+                        {kF6, 100000, 100000, 22050.0, 2205000, 8, 1, 2205000}};
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.shownRow << " " << c.interval << " " << c.lengthMs);
     CVandrelDoc doc;

@@ -1,0 +1,150 @@
+// Runs that are interrupted, that overlap, or that cannot write what they
+// would: a folder always holds one whole run's files, never a mixture, never
+// a temporary, and nothing reports success it did not have.
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CliFixture.h"
+#include "document/VandrelDoc.h"
+#include "document/VdrFile.h"
+
+namespace vandrel {
+namespace {
+
+using namespace clitest;
+
+class InterruptedRunsTest : public VandrelCliTest {
+ protected:
+  std::string table(const std::string& name, double f1, int frames = 20, int intervalMs = 10) {
+    CVandrelDoc doc;
+    doc.params().intervalMs = intervalMs;
+    doc.params().frameCount = frames;
+    doc.params().fileLengthMs = static_cast<double>(frames) * intervalMs;
+    doc.table.reset(frames, doc.params());
+    for (int c = 0; c < frames; ++c) doc.table.setValue(kF1, c, f1);
+    const std::string path = file(name + ".vdr");
+    EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
+    return path;
+  }
+
+  // The folder's files by name with their contents.
+  static std::map<std::string, std::string> contents(const std::string& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& e : fs::directory_iterator(folder))
+      readWholeFile(e.path().string(), files[e.path().filename()]);
+    return files;
+  }
+
+  // vandrel-cli started without waiting for it.
+  static pid_t start(const std::vector<std::string>& args) {
+    std::vector<std::string> all{VANDREL_CLI};
+    all.insert(all.end(), args.begin(), args.end());
+    all.push_back("--quiet");
+    std::vector<char*> argv;
+    for (auto& a : all) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    posix_spawn(&pid, VANDREL_CLI, nullptr, nullptr, argv.data(), environ);
+    return pid;
+  }
+  static int finish(pid_t pid) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+};
+
+TEST_F(InterruptedRunsTest, FolderHoldsOneWholeRunAfterSignalsAndOverlappingRuns) {
+  const std::string a = table("a", 300), b = table("b", 800);
+  const std::string out = file("steps");
+  const auto continuum = [&](const std::string& from, const std::string& to, const std::string& dir) {
+    return std::vector<std::string>{"continuum", from, to, "--steps", "6", "--wav", "-o", dir};
+  };
+  // What each run writes, alone.
+  ASSERT_EQ(run(continuum(a, b, file("ab"))).code, 0);
+  ASSERT_EQ(run(continuum(b, a, file("ba"))).code, 0);
+  const auto ab = contents(file("ab")), ba = contents(file("ba"));
+  ASSERT_EQ(ab.size(), 13u);
+  const auto whole = [&](const std::string& what) {
+    const auto now = contents(out);
+    EXPECT_TRUE(now == ab || now == ba) << what << ": " << now.size() << " files, a mixture or temporaries";
+    return now == ab || now == ba;
+  };
+
+  const auto began = std::chrono::steady_clock::now();
+  ASSERT_EQ(run(continuum(a, b, out)).code, 0);
+  const auto runUs =
+      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - began);
+  std::mt19937 random(29);
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    const pid_t pid = start(attempt % 2 ? continuum(a, b, out) : continuum(b, a, out));
+    std::this_thread::sleep_for(
+        std::chrono::microseconds(random() % static_cast<unsigned>(runUs.count() + 1)));
+    ::kill(pid, attempt % 3 == 0 ? SIGINT : SIGTERM);
+    const int code = finish(pid);
+    EXPECT_TRUE(code == 0 || code == 128 + SIGTERM || code == 128 + SIGINT) << code;
+    if (!whole("signal " + std::to_string(attempt))) break;
+  }
+
+  for (int attempt = 0; attempt < 10; ++attempt) {
+    const pid_t first = start(continuum(a, b, out)), second = start(continuum(b, a, out));
+    EXPECT_EQ(finish(first), 0);
+    EXPECT_EQ(finish(second), 0);
+    if (!whole("overlap " + std::to_string(attempt))) break;
+  }
+}
+
+TEST_F(InterruptedRunsTest, NothingIsSaidWrittenThatCannotBeWrittenWhole) {
+  // 1949 frames of 100 s at 11025 Hz: 2,148,772,500 samples, past a WAV's 4 GiB.
+  const std::string huge = table("huge", 500, 1949, 100000);
+  const Result r = run({"synth", huge, "-o", file("huge.wav")});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.err, "vandrel-cli synth: " + huge +
+                       ": The sound would be 2148772500 samples (54:08:20 at 11025 Hz, 4.0 GiB); a WAV file "
+                       "holds at most 4 GiB.\n");
+  EXPECT_FALSE(fs::exists(file("huge.wav")));
+
+  // A read-only file is replaced only with --force, and stays read-only.
+  const std::string small = table("small", 500);
+  const std::string kept = file("kept.wav");
+  ASSERT_EQ(run({"synth", small, "-o", kept}).code, 0);
+  fs::permissions(kept, fs::perms::owner_read | fs::perms::group_read);
+  const std::string before = [&] {
+    std::string b;
+    readWholeFile(kept, b);
+    return b;
+  }();
+  const Result refused = run({"export", small, "--to", "tsv", "-o", kept});
+  EXPECT_EQ(refused.code, 1);
+  EXPECT_EQ(refused.err,
+            "vandrel-cli export: Cannot save " + kept +
+                ": the file is read-only. The previous file is unchanged. Add --force to replace it.\n");
+  std::string after;
+  readWholeFile(kept, after);
+  EXPECT_EQ(after, before);
+  EXPECT_EQ(run({"export", small, "--to", "tsv", "-o", kept, "--force"}).code, 0);
+  EXPECT_EQ(fs::status(kept).permissions(), fs::perms::owner_read | fs::perms::group_read);
+  readWholeFile(kept, after);
+  EXPECT_EQ(after.rfind("time_ms\tparameter\tvalue", 0), 0u);
+
+  const Result zero = run({"info", "/dev/zero"});
+  EXPECT_EQ(zero.code, 1);
+  EXPECT_EQ(zero.err, "vandrel-cli info: /dev/zero: Cannot open /dev/zero: it is not a regular file.\n");
+}
+
+}  // namespace
+}  // namespace vandrel
