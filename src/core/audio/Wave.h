@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "audio/SampleSet.h"
-#include "util/AtomicFile.h"
+#include "util/WriteOptions.h"
 
 namespace vandrel {
 

@@ -21,7 +21,7 @@
 #include "document/ColorSlots.h"
 #include "document/FrameTable.h"
 #include "document/ParameterSet.h"
-#include "util/AtomicFile.h"
+#include "util/WriteOptions.h"
 
 namespace vandrel {
 

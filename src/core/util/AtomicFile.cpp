@@ -121,15 +121,6 @@ bool readFd(int fd, std::string& bytes, std::size_t maxBytes) {
   return true;
 }
 
-// The folder's own record of the rename reaches the disk too; a file
-// system that cannot flush a folder (some network ones) is no failure.
-void syncFolder(const std::string& path) {
-  const int fd = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
-  ::close(fd);
-}
-
 // Writes `bytes` over the file at `path` in place, its inode and every name
 // of it kept. 0 or the errno.
 int rewriteInPlace(const std::string& path, std::string_view bytes) {
@@ -143,6 +134,13 @@ int rewriteInPlace(const std::string& path, std::string_view bytes) {
 }
 
 }  // namespace
+
+void syncFolder(const std::string& path) {
+  const int fd = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
 
 bool isReadOnlyFile(const std::string& path) {
   std::string target;
@@ -177,7 +175,8 @@ void StagedFile::discard() {
   finish();
 }
 
-std::string StagedFile::stage(const std::string& path, std::string_view bytes, const WriteOptions& options) {
+std::string StagedFile::stage(const std::string& path, std::string_view bytes, const WriteOptions& options,
+                              bool flush) {
   discard();
   path_ = path;
   committed_ = inPlace_ = existed_ = false;
@@ -198,7 +197,7 @@ std::string StagedFile::stage(const std::string& path, std::string_view bytes, c
     if (::fchmod(fd, st.st_mode & 07777) != 0) error = errno;
   }
   if (error == 0) error = writeAll(fd, bytes);
-  if (error == 0 && ::fsync(fd) != 0) error = errno;
+  if (error == 0 && flush && ::fsync(fd) != 0) error = errno;
   if (::close(fd) != 0 && error == 0) error = errno;
   if (error != 0) {
     removeTemporary(temp_);
@@ -219,7 +218,7 @@ std::string StagedFile::stage(const std::string& path, std::string_view bytes, c
   return {};
 }
 
-std::string StagedFile::commit(bool keepPrevious) {
+std::string StagedFile::commit(bool keepPrevious, bool flushFolder) {
   if (temp_.empty()) return failure(path_, EINVAL, existed_);
   if (inPlace_) {
     std::string bytes;
@@ -253,7 +252,7 @@ std::string StagedFile::commit(bool keepPrevious) {
   untrackTemporary(temp_);
   temp_.clear();
   committed_ = true;
-  syncFolder(target_);
+  if (flushFolder) syncFolder(target_);
   if (!keepPrevious) finish();
   return {};
 }

@@ -17,11 +17,9 @@
 #include <string>
 #include <string_view>
 
-namespace vandrel {
+#include "util/WriteOptions.h"
 
-struct WriteOptions {
-  bool replaceReadOnly = false;  // the user agreed to replace a read-only file
-};
+namespace vandrel {
 
 // Returns an empty string on success, otherwise a sentence for the user that
 // names the file and the system's reason ("Cannot save /a/b.vdr: no space
@@ -40,6 +38,10 @@ bool isReadOnlyFile(const std::string& path);
 bool readWholeFile(const std::string& path, std::string& bytes,
                    std::size_t maxBytes = static_cast<std::size_t>(-1));
 
+// Flushes the record of the folder holding `path` (its renames) to the disk;
+// a file system that cannot flush a folder (some network ones) is no failure.
+void syncFolder(const std::string& path);
+
 // One file written under a temporary name beside its target, complete and on
 // the disk, waiting to be put in place. Several of them make an OutputSet.
 class StagedFile {
@@ -51,15 +53,20 @@ class StagedFile {
   StagedFile& operator=(const StagedFile&) = delete;
   ~StagedFile();  // a temporary not yet in place is removed
 
-  // Writes `bytes` to the temporary. Empty string on success, else why.
-  std::string stage(const std::string& path, std::string_view bytes, const WriteOptions& options = {});
+  // Writes `bytes` to the temporary and, with `flush`, to the disk (a set
+  // flushes its whole file system once instead). Empty string on success,
+  // else why.
+  std::string stage(const std::string& path, std::string_view bytes, const WriteOptions& options = {},
+                    bool flush = true);
   // Puts the file in place. With `keepPrevious`, the file it replaced can be
-  // put back by restore() until finish() is called.
-  std::string commit(bool keepPrevious = false);
+  // put back by restore() until finish() is called. With `flushFolder`, the
+  // folder's record of the rename goes to the disk at once.
+  std::string commit(bool keepPrevious = false, bool flushFolder = true);
   void restore();
   void finish();
 
   const std::string& path() const { return path_; }
+  const std::string& temporary() const { return temp_; }
 
  private:
   void discard();

@@ -75,7 +75,7 @@ std::string OutputSet::useFolder(const std::string& dir) {
 
 std::string OutputSet::add(const std::string& path, std::string_view bytes) {
   StagedFile file;
-  if (std::string error = file.stage(path, bytes, options_); !error.empty()) return error;
+  if (std::string error = file.stage(path, bytes, options_, false); !error.empty()) return error;
   files_.push_back(std::move(file));
   return {};
 }
@@ -90,18 +90,29 @@ std::string OutputSet::commit() {
     locks.emplace(dir, nullptr);
   }
   for (auto& [dir, lock] : locks) lock = std::make_unique<FolderLock>(dir);
+  // Every file reaches the disk before any takes its place: one flush of
+  // each file system rather than one per file (a continuum is 2,001 files).
+  for (const auto& [dir, lock] : locks) {
+    const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) continue;
+    const bool flushed = ::syncfs(fd) == 0;
+    const int error = errno;
+    ::close(fd);
+    if (!flushed) return "cannot write into " + dir + ": " + std::generic_category().message(error);
+  }
 
   const SignalsHeld held;
   std::size_t done = 0;
   std::string error;
   for (; done < files_.size(); ++done) {
-    error = files_[done].commit(true);
+    error = files_[done].commit(true, false);
     if (!error.empty()) break;
   }
   if (!error.empty()) {
     while (done > 0) files_[--done].restore();
     return error;
   }
+  for (const auto& [dir, lock] : locks) syncFolder(dir + "/.");
   for (StagedFile& f : files_) f.finish();
   committed_ = true;
   for (const std::string& d : madeFolders_) untrackMadeFolder(d);

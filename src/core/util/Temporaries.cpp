@@ -90,6 +90,7 @@ void untrackMadeFolder(const std::string& path) {
 
 void removeTemporariesOnSignals() {
   files().reserve(4096);
+  folders().reserve(16);
   struct sigaction sa {};
   sa.sa_handler = removeAndEnd;
   sigemptyset(&sa.sa_mask);
