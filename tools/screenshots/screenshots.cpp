@@ -6,8 +6,11 @@
 #include <QAction>
 #include <QApplication>
 #include <QDir>
+#include <QFile>
+#include <QMdiArea>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QToolBar>
@@ -21,8 +24,12 @@
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CProgressDialog.h"
+#include "app/CVandrelApp.h"
 #include "app/CommandIds.h"
+#include "app/DocumentRecovery.h"
 #include "app/OpenDocument.h"
+#include "common/Messages.h"
+#include "document/VdrFile.h"
 #include "editing/Interpolation.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
@@ -100,8 +107,43 @@ int main(int argc, char** argv) {
   progress.setProgress(3, 5);
   pictures.emplace_back(QStringLiteral("progress.png"), progress.grab());
 
-  for (const auto& [name, pixmap] : pictures) shots::save(pixmap.toImage(), folder + QLatin1Char('/') + name);
   // Quit without the close questions of a real session.
   frame.activeDocument()->setModified(false);
+
+  // A start after a crash: the question naming the kept documents, and the
+  // documents back in windows of the usual size.
+  setenv("XDG_STATE_HOME", qPrintable(scratch.path() + QStringLiteral("/state")), 1);
+  const QString run = DocumentRecovery::defaultRoot() + QStringLiteral("/1-1");
+  QDir().mkpath(run);
+  for (const auto& [n, name] : {std::pair{1, "vowels.vdr"}, std::pair{2, ""}}) {
+    vandrel::CVandrelDoc kept;
+    vandrel::saveVdrFile(qPrintable(run + QStringLiteral("/%1.vdr").arg(n)), kept,
+                         vandrel::VdrKind::kAllParameters);
+    QFile path(run + QStringLiteral("/%1.path").arg(n));
+    if (path.open(QIODevice::WriteOnly) && *name)
+      path.write(qPrintable(QDir::homePath() + "/stimuli/" + name));
+  }
+  setMessagePresenter([&pictures](const MessageRequest& r) {
+    QMessageBox box(r.icon, QStringLiteral("Vandrel"), r.text, r.buttons);
+    box.show();
+    QApplication::processEvents();
+    pictures.emplace_back(QStringLiteral("recovery-question.png"), box.grab());
+    return QMessageBox::Yes;
+  });
+  {
+    CVandrelApp restarted;
+    restarted.initInstance({QStringLiteral("vandrel")});
+    QApplication::processEvents();
+    CMainFrame& again = *restarted.mainFrame();
+    pictures.emplace_back(QStringLiteral("recovered.png"), again.grab());
+    for (CChildFrame* f : again.childFrames()) {
+      std::printf("recovered window %s: %d x %d in an area of %d x %d\n", qPrintable(f->windowTitle()),
+                  f->width(), f->height(), again.mdiArea()->width(), again.mdiArea()->height());
+      f->document().setModified(false);
+    }
+  }
+  setMessagePresenter({});
+
+  for (const auto& [name, pixmap] : pictures) shots::save(pixmap.toImage(), folder + QLatin1Char('/') + name);
   return shots::exitCode();
 }

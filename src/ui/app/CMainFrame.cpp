@@ -82,7 +82,7 @@ CMainFrame::CMainFrame(ShellEnvironment environment, QWidget* parent)
   actions_.value(ID_VIEW_TOOLBAR)->setChecked(d.toolbarVisible != 0);
   actions_.value(ID_VIEW_STATUS_BAR)->setChecked(d.statusBarVisible != 0);
 
-  if (!env_.tempFolder.isEmpty()) recovery_ = new DocumentRecovery(*this, env_.tempFolder);
+  if (!env_.tempFolder.isEmpty()) recovery_ = new DocumentRecovery(*this, DocumentRecovery::defaultRoot());
 
   qApp->installEventFilter(this);
   updateCommandStates();

@@ -1,6 +1,7 @@
 #include "app/CVandrelApp.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QScreen>
 
 #include "app/AppProfile.h"
@@ -36,11 +37,25 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
   env.tempFolder = folder;
   env.applicationFolder = QCoreApplication::applicationDirPath();
   env.profile = profile_.get();
-  // A missing, short or foreign file leaves the built-in configuration in
-  // force; the file itself stays until the user saves options again.
+  // A missing or damaged file leaves the built-in configuration in force. A
+  // damaged one is put aside under its own name with ".damaged", where it
+  // can still be looked at, and the status bar says so; one written by a
+  // later version stays for that version.
   vandrel::ConfigRecord loaded;
-  configStatus_ = vandrel::loadConfigFile(env.configPath().toStdString(), loaded);
+  configStatus_ = vandrel::loadConfigFile(QFile::encodeName(env.configPath()).toStdString(), loaded);
   if (configStatus_ == vandrel::ConfigStatus::kOk) env.config = loaded;
+  QString configNote;
+  if (configStatus_ == vandrel::ConfigStatus::kWrongSize ||
+      configStatus_ == vandrel::ConfigStatus::kBadMagic ||
+      configStatus_ == vandrel::ConfigStatus::kBadField) {
+    const QString aside = env.configPath() + QStringLiteral(".damaged");
+    QFile::remove(aside);
+    configNote = QFile::rename(env.configPath(), aside)
+                     ? QStringLiteral(
+                           "VandrelConf.cfg was damaged and is kept as VandrelConf.cfg.damaged; the "
+                           "default settings are in use")
+                     : QStringLiteral("VandrelConf.cfg is damaged; the default settings are in use");
+  }
 
   mainFrame_ = std::make_unique<CMainFrame>(std::move(env));
   installTestEditHook(*mainFrame_);
@@ -66,12 +81,11 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
 
   if (file.isEmpty()) {
     if (recovered == 0) mainFrame_->newDocument();
-    return true;
-  }
-  if (!mainFrame_->openFile(file)) {
+  } else if (!mainFrame_->openFile(file)) {
     mainFrame_->hide();
     return false;
   }
+  if (!configNote.isEmpty()) mainFrame_->showStatus(configNote, 30000);
   return true;
 }
 

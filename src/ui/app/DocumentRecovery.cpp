@@ -5,34 +5,63 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSet>
+#include <QLocale>
+
+#include <algorithm>
+#include <new>
 
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
 #include "document/VdrFile.h"
+#include "util/AtomicFile.h"
 
 namespace vandrel::ui {
 
-DocumentRecovery::DocumentRecovery(CMainFrame& frame, const QString& tempFolder)
-    : QObject(&frame), frame_(frame), recoveryRoot_(tempFolder + QStringLiteral("/recovery")) {
+namespace {
+
+int setting(const char* name, int fallback) {
+  bool set = false;
+  const int value = qEnvironmentVariableIntValue(name, &set);
+  return set && value >= 0 ? value : fallback;
+}
+
+std::string native(const QString& path) { return QFile::encodeName(path).toStdString(); }
+
+}  // namespace
+
+QString DocumentRecovery::defaultRoot() {
+  QString state = qEnvironmentVariable("XDG_STATE_HOME");
+  if (!QDir::isAbsolutePath(state)) state = QDir::homePath() + QStringLiteral("/.local/state");
+  return state + QStringLiteral("/vandrel/recovery");
+}
+
+DocumentRecovery::DocumentRecovery(CMainFrame& frame, const QString& root)
+    : QObject(&frame), frame_(frame), recoveryRoot_(root) {
   runFolder_ = recoveryRoot_ + QStringLiteral("/%1-%2")
                                    .arg(QCoreApplication::applicationPid())
                                    .arg(QDateTime::currentMSecsSinceEpoch());
   if (QDir().mkpath(runFolder_)) {
+    QFile::setPermissions(runFolder_, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     lock_ = std::make_unique<QLockFile>(runFolder_ + QStringLiteral("/lock"));
     lock_->tryLock(0);
   }
-  bool set = false;
-  const int interval = qEnvironmentVariableIntValue("VANDREL_RECOVERY_INTERVAL_MS", &set);
-  timer_.setInterval(set && interval > 0 ? interval : kIntervalMs);
-  connect(&timer_, &QTimer::timeout, this, &DocumentRecovery::saveNow);
+  writer_.setMaxThreadCount(1);
+  timer_.setInterval(setting("VANDREL_RECOVERY_INTERVAL_MS", kIntervalMs));
+  connect(&timer_, &QTimer::timeout, this, [this] { startCopies(false); });
   timer_.start();
+  quiet_.setSingleShot(true);
+  connect(&quiet_, &QTimer::timeout, this, [this] {
+    waitingSince_.invalidate();
+    startCopies(false);
+  });
 }
 
 DocumentRecovery::~DocumentRecovery() {
   timer_.stop();
+  quiet_.stop();
+  writer_.waitForDone();
   if (lock_) lock_->unlock();
   QDir(runFolder_).removeRecursively();
 }
@@ -41,7 +70,15 @@ QString DocumentRecovery::copyPath(int serial, const char* suffix) const {
   return runFolder_ + QStringLiteral("/%1.%2").arg(serial).arg(QLatin1String(suffix));
 }
 
-void DocumentRecovery::saveNow() {
+OpenDocument* DocumentRecovery::documentOf(int serial) const {
+  for (CChildFrame* f : frame_.childFrames())
+    if (f->document().serial() == serial) return &f->document();
+  return nullptr;
+}
+
+void DocumentRecovery::saveNow() { startCopies(true); }
+
+void DocumentRecovery::startCopies(bool wait) {
   QList<OpenDocument*> seen;
   for (CChildFrame* f : frame_.childFrames()) {
     OpenDocument* doc = &f->document();
@@ -51,19 +88,61 @@ void DocumentRecovery::saveNow() {
       forget(doc->serial());
       continue;
     }
-    const auto last = copied_.find(doc->serial());
-    if (last != copied_.end() && last.value() == doc->revision()) continue;
-    const QString vdr = copyPath(doc->serial(), "vdr");
-    const std::string error =
-        vandrel::saveVdrFile(vdr.toStdString(), doc->doc(), vandrel::VdrKind::kAllParameters);
-    if (!error.empty()) {
-      copyFailed(*doc, QString::fromStdString(error));
+    const int serial = doc->serial();
+    const auto last = copied_.find(serial);
+    if ((last != copied_.end() && last.value() == doc->revision()) || writing_.contains(serial)) continue;
+    // The snapshot is what the file holds: the table, its settings and its
+    // colours, without the sounds. Formatting and writing it, the slow part
+    // for a long table, happen on the writer's thread.
+    auto snapshot = std::make_shared<vandrel::CVandrelDoc>();
+    const vandrel::CVandrelDoc& d = doc->doc();
+    snapshot->paramSets = d.paramSets;
+    snapshot->table = d.table;
+    snapshot->sampleRate = d.sampleRate;
+    snapshot->colors = d.colors;
+    const std::uint64_t revision = doc->revision();
+    const std::string vdr = native(copyPath(serial, "vdr"));
+    const std::string pathFile = native(copyPath(serial, "path"));
+    const QByteArray belongsTo = QFile::encodeName(doc->path());
+    writing_.insert(serial);
+    writer_.start([this, snapshot, serial, revision, vdr, pathFile, belongsTo] {
+      std::string error = vandrel::writeFileAtomically(
+          pathFile, std::string_view(belongsTo.constData(), static_cast<std::size_t>(belongsTo.size())));
+      if (error.empty()) error = vandrel::saveVdrFile(vdr, *snapshot, vandrel::VdrKind::kAllParameters);
+      {
+        const QMutexLocker locker(&doneMutex_);
+        done_.append(Written{serial, revision, QString::fromStdString(error)});
+      }
+      QMetaObject::invokeMethod(this, &DocumentRecovery::collect, Qt::QueuedConnection);
+    });
+  }
+  if (!wait) return;
+  writer_.waitForDone();
+  collect();
+}
+
+void DocumentRecovery::collect() {
+  QList<Written> done;
+  {
+    const QMutexLocker locker(&doneMutex_);
+    done.swap(done_);
+  }
+  for (const Written& w : done) {
+    writing_.remove(w.serial);
+    if (dropWhenWritten_.remove(w.serial)) {
+      QFile::remove(copyPath(w.serial, "vdr"));
+      QFile::remove(copyPath(w.serial, "path"));
       continue;
     }
-    QFile path(copyPath(doc->serial(), "path"));
-    if (path.open(QIODevice::WriteOnly | QIODevice::Truncate)) path.write(doc->path().toUtf8());
-    copied_.insert(doc->serial(), doc->revision());
+    OpenDocument* doc = documentOf(w.serial);
+    if (!w.error.isEmpty()) {
+      if (doc) copyFailed(*doc, w.error);
+      continue;
+    }
+    copied_.insert(w.serial, w.revision);
     failureShown_ = false;
+    dropRecoveredCopy(w.serial);  // its own copy now stands in for it
+    if (doc && doc->isModified() && doc->revision() != w.revision) edited(*doc);
   }
 }
 
@@ -82,12 +161,45 @@ void DocumentRecovery::copyFailed(OpenDocument& doc, const QString& error) {
 void DocumentRecovery::watch(OpenDocument& document) {
   connect(&document, &OpenDocument::aboutToSynthesize, this, &DocumentRecovery::saveNow,
           Qt::UniqueConnection);
+  // One connection per document however many windows it has: the
+  // document's address is the key.
+  if (document.property("vandrelRecoveryWatched").toBool()) return;
+  document.setProperty("vandrelRecoveryWatched", true);
+  OpenDocument* d = &document;
+  connect(&document, &OpenDocument::cellsChanged, this, [this, d] { edited(*d); });
+  connect(&document, &OpenDocument::structureChanged, this, [this, d] { edited(*d); });
+}
+
+void DocumentRecovery::edited(OpenDocument& document) {
+  if (!document.isModified()) return;
+  if (!waitingSince_.isValid()) waitingSince_.start();
+  const qint64 left = kMaxDelayMs - waitingSince_.elapsed();
+  const qint64 quiet = setting("VANDREL_RECOVERY_QUIET_MS", kQuietMs);
+  quiet_.start(static_cast<int>(std::clamp<qint64>(left, 0, quiet)));
 }
 
 void DocumentRecovery::forget(int serial) {
-  if (!copied_.remove(serial)) return;
+  copied_.remove(serial);
+  if (writing_.contains(serial)) dropWhenWritten_.insert(serial);
   QFile::remove(copyPath(serial, "vdr"));
   QFile::remove(copyPath(serial, "path"));
+  dropRecoveredCopy(serial);
+}
+
+void DocumentRecovery::dropRecoveredCopy(int serial) {
+  const QString old = recoveredFrom_.take(serial);
+  if (old.isEmpty()) return;
+  const QFileInfo info(old);
+  QFile::remove(old);
+  QFile::remove(info.absolutePath() + QLatin1Char('/') + info.completeBaseName() + QStringLiteral(".path"));
+  const QDir folder = info.absoluteDir();
+  if (!folder.entryList({QStringLiteral("*.vdr")}, QDir::Files).isEmpty()) return;
+  for (auto it = adopted_.begin(); it != adopted_.end(); ++it)
+    if (QFileInfo((*it)->fileName()).absoluteDir() == folder) {
+      adopted_.erase(it);
+      break;
+    }
+  QDir(folder).removeRecursively();
 }
 
 QList<DocumentRecovery::Abandoned> DocumentRecovery::findAbandoned() const {
@@ -99,14 +211,17 @@ QList<DocumentRecovery::Abandoned> DocumentRecovery::findAbandoned() const {
     QLockFile lock(folder + QStringLiteral("/lock"));
     if (!lock.tryLock(0)) continue;  // another editor is running with it
     lock.unlock();
+    bool any = false;
     for (const QString& copy : QDir(folder).entryList({QStringLiteral("*.vdr")}, QDir::Files, QDir::Name)) {
       Abandoned a;
       a.copy = folder + QLatin1Char('/') + copy;
       QFile path(folder + QLatin1Char('/') + QFileInfo(copy).completeBaseName() + QStringLiteral(".path"));
-      if (path.open(QIODevice::ReadOnly)) a.originalPath = QString::fromUtf8(path.readAll());
+      if (path.open(QIODevice::ReadOnly)) a.originalPath = QFile::decodeName(path.readAll());
+      a.when = QLocale::c().toString(QFileInfo(a.copy).lastModified(), QStringLiteral("d MMM yyyy HH:mm:ss"));
       found << a;
+      any = true;
     }
-    if (found.isEmpty()) QDir(folder).removeRecursively();  // an empty run left behind
+    if (!any) QDir(folder).removeRecursively();  // an empty run left behind
   }
   return found;
 }
@@ -114,19 +229,35 @@ QList<DocumentRecovery::Abandoned> DocumentRecovery::findAbandoned() const {
 int DocumentRecovery::offerAbandoned() {
   const QList<Abandoned> found = findAbandoned();
   if (found.isEmpty()) return 0;
-  const QString question =
-      QStringLiteral(
-          "Vandrel did not close normally last time. Unsaved changes to %1 document(s) were kept.\n"
-          "Recover them now?")
-          .arg(found.size());
+  QString list;
+  for (const Abandoned& a : found)
+    list += QStringLiteral("\n    %1, copied %2")
+                .arg(a.originalPath.isEmpty() ? QStringLiteral("an untitled table")
+                                              : QDir::toNativeSeparators(a.originalPath),
+                     a.when);
+  const QString question = QStringLiteral(
+                               "Vandrel did not close normally last time. Unsaved changes to %1 document(s) "
+                               "were kept:%2\nRecover them now?")
+                               .arg(found.size())
+                               .arg(list);
+  // "No" leaves the copies where they are: they are offered again next time.
+  if (!askYesNo(&frame_, question)) return 0;
   int reopened = 0;
-  if (askYesNo(&frame_, question)) {
-    for (const Abandoned& a : found)
-      if (frame_.openRecoveredCopy(a.copy, a.originalPath)) ++reopened;
+  for (const Abandoned& a : found) {
+    if (!frame_.openRecoveredCopy(a.copy, a.originalPath)) continue;
+    ++reopened;
+    if (OpenDocument* doc = frame_.activeDocument()) recoveredFrom_.insert(doc->serial(), a.copy);
+    // This run answers for the old copies now: no other editor offers them.
+    const QString lockPath = QFileInfo(a.copy).absolutePath() + QStringLiteral("/lock");
+    bool held = false;
+    for (const auto& l : adopted_) held = held || l->fileName() == lockPath;
+    if (!held) {
+      auto lock = std::make_unique<QLockFile>(lockPath);
+      if (lock->tryLock(0)) adopted_.push_back(std::move(lock));
+    }
   }
-  QSet<QString> folders;
-  for (const Abandoned& a : found) folders.insert(QFileInfo(a.copy).absolutePath());
-  for (const QString& f : folders) QDir(f).removeRecursively();
+  // Each old copy goes once the new run has its own.
+  saveNow();
   return reopened;
 }
 

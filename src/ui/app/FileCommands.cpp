@@ -16,6 +16,7 @@
 #include "app/OpenDocument.h"
 #include "audio/Wave.h"
 #include "common/Messages.h"
+#include "common/ReplaceFile.h"
 #include "config/ConfigFile.h"
 #include "document/OpenFile.h"
 #include "document/VdrFile.h"
@@ -29,7 +30,7 @@ const QString kVdrFilter = QStringLiteral("Vandrel Files (*.vdr);;All files (*)"
 const QString kWaveFilter = QStringLiteral("Wave files (*.wav);;All files (*)");
 const QString kConfigFilter = QStringLiteral("Vandrel configuration (*.cfg);;All files (*)");
 
-std::string toStd(const QString& s) { return s.toStdString(); }
+std::string toStd(const QString& s) { return nativePath(s); }
 QString fromStd(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
 
 QString startFolder(const CommandContext& ctx) {
@@ -94,8 +95,9 @@ void exportParameters(CommandContext& ctx, vandrel::VdrKind kind) {
       ctx.dialogParent(), QStringLiteral("Save As"), folder.isEmpty() ? suggested : folder + "/" + suggested,
       kVdrFilter);
   path = withSuffix(path, QStringLiteral(".vdr"));
-  if (path.isEmpty()) return;
-  const std::string error = vandrel::saveVdrFile(toStd(path), ctx.document->doc(), kind);
+  vandrel::WriteOptions options;
+  if (path.isEmpty() || !mayReplace(ctx.dialogParent(), path, options)) return;
+  const std::string error = vandrel::saveVdrFile(toStd(path), ctx.document->doc(), kind, options);
   if (!error.empty()) {
     warn(ctx.dialogParent(), QStringLiteral("The file could not be saved.\n%1").arg(fromStd(error)));
     return;
@@ -126,8 +128,9 @@ void saveAsAudio(CommandContext& ctx) {
   QString path = ctx.mainFrame->environment().hooks.saveFileName(
       ctx.dialogParent(), QStringLiteral("Save As Audio"), suggested, kWaveFilter);
   path = withSuffix(path, QStringLiteral(".wav"));
-  if (path.isEmpty()) return;
-  const std::string error = vandrel::saveWaveFile(toStd(path), doc.synthesized);
+  vandrel::WriteOptions options;
+  if (path.isEmpty() || !mayReplace(ctx.dialogParent(), path, options)) return;
+  const std::string error = vandrel::saveWaveFile(toStd(path), doc.synthesized, options);
   if (!error.empty()) {
     warn(ctx.dialogParent(), QStringLiteral("The audio file could not be saved.\n%1").arg(fromStd(error)));
     return;
@@ -248,8 +251,10 @@ bool CMainFrame::saveDocument(OpenDocument& document, bool askName) {
                       QStringLiteral(".vdr"));
     if (path.isEmpty()) return false;
   }
+  vandrel::WriteOptions options;
+  if (!mayReplace(this, path, options)) return false;
   const std::string error =
-      vandrel::saveVdrFile(toStd(path), document.doc(), vandrel::VdrKind::kAllParameters);
+      vandrel::saveVdrFile(toStd(path), document.doc(), vandrel::VdrKind::kAllParameters, options);
   if (!error.empty()) {
     warn(this, QStringLiteral("The file could not be saved.\n%1").arg(fromStd(error)));
     return false;

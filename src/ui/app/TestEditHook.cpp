@@ -14,11 +14,14 @@ void installTestEditHook(CMainFrame& frame) {
   bool ok = false;
   const int every = qEnvironmentVariableIntValue("VANDREL_TEST_EDIT_EVERY_MS", &ok);
   if (!ok || every <= 0) return;
+  bool counted = false;
+  const int count = qEnvironmentVariableIntValue("VANDREL_TEST_EDITS", &counted);
+  const int last = counted && count > 0 ? count : 999;
   auto* timer = new QTimer(&frame);
   timer->setInterval(every);
-  QObject::connect(timer, &QTimer::timeout, &frame, [&frame, edits = 0]() mutable {
+  QObject::connect(timer, &QTimer::timeout, &frame, [&frame, last, edits = 0]() mutable {
     OpenDocument* doc = frame.activeDocument();
-    if (!doc || doc->doc().table.columns() == 0 || edits >= 999) return;
+    if (!doc || doc->doc().table.columns() == 0 || edits >= last) return;
     vandrel::TableViewState view;
     ++edits;
     vandrel::editCell(doc->doc(), view, vandrel::kF0, (edits - 1) % doc->doc().table.columns(), 4000 + edits);

@@ -4,7 +4,8 @@
 // that interval, as a user typing away would, and prints "edit <n>" on
 // standard output after each. Edit n puts 4000 + n into f0 at column
 // (n - 1) modulo the column count, so a copy of the table tells which edits
-// it holds; it stops after 999 edits. Without the variable nothing is
+// it holds; it stops after VANDREL_TEST_EDITS edits (999 when unset).
+// Without the variable nothing is
 // installed.
 
 namespace vandrel::ui {

@@ -1,5 +1,6 @@
 #include "print/PrintCommands.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -24,6 +25,7 @@
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
 #include "common/Printable.h"
+#include "common/ReplaceFile.h"
 
 namespace vandrel::ui {
 
@@ -32,19 +34,22 @@ namespace {
 const QString kPictureFilter = QStringLiteral("Bitmap (*.bmp);;PNG image (*.png)");
 const QString kDrawingFilter = QStringLiteral(";;SVG drawing (*.svg);;PDF document (*.pdf)");
 
-// An SVG or a one-page PDF of `printable`'s own drawing, at its size.
-bool saveDrawing(Printable& printable, const QString& path, bool pdf) {
+// An SVG or a one-page PDF of `printable`'s own drawing, at its size, into
+// `bytes`.
+bool drawVector(Printable& printable, QByteArray& bytes, bool pdf) {
   const QSizeF size = printable.vectorSize();
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::WriteOnly);
   QPainter painter;
   QSvgGenerator svg;
-  QPdfWriter writer(pdf ? path : QString());
+  QPdfWriter writer(&buffer);
   if (pdf) {
     writer.setResolution(96);
     writer.setPageSize(QPageSize(size / 96.0, QPageSize::Inch));
     writer.setPageMargins(QMarginsF(0, 0, 0, 0));
     if (!painter.begin(&writer)) return false;
   } else {
-    svg.setFileName(path);
+    svg.setOutputDevice(&buffer);
     svg.setSize(size.toSize());
     svg.setViewBox(QRectF(QPointF(0, 0), size));
     svg.setResolution(96);
@@ -52,6 +57,20 @@ bool saveDrawing(Printable& printable, const QString& path, bool pdf) {
   }
   printable.paintVector(painter);
   return painter.end();
+}
+
+// Writes a picture's bytes in one piece, so a failing write leaves the
+// previous picture as it was; a read-only one is replaced only when the user
+// agrees. False when nothing was written; the user was told why.
+bool writePicture(CommandContext& ctx, const QString& path, const QByteArray& bytes) {
+  vandrel::WriteOptions options;
+  if (!mayReplace(ctx.dialogParent(), path, options)) return false;
+  const std::string error = vandrel::writeFileAtomically(
+      nativePath(path), std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())), options);
+  if (error.empty()) return true;
+  warn(ctx.dialogParent(), QStringLiteral("The picture could not be saved to %1.\n%2")
+                               .arg(QDir::toNativeSeparators(path), QString::fromStdString(error)));
+  return false;
 }
 
 // How long Save Screen As bmp lets the screen settle before it is taken.
@@ -106,10 +125,11 @@ void savePicture(CommandContext& ctx, const QString& caption, const QString& sug
   if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".bmp");
   const QString suffix = QFileInfo(path).suffix().toLower();
   if (drawing && (suffix == QStringLiteral("svg") || suffix == QStringLiteral("pdf"))) {
-    if (!saveDrawing(*drawing, path, suffix == QStringLiteral("pdf")))
+    QByteArray bytes;
+    if (!drawVector(*drawing, bytes, suffix == QStringLiteral("pdf")))
       warn(ctx.dialogParent(),
            QStringLiteral("The picture could not be saved to %1.").arg(QDir::toNativeSeparators(path)));
-    else
+    else if (writePicture(ctx, path, bytes))
       ctx.mainFrame->showStatus(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(path)));
     return;
   }
@@ -117,14 +137,18 @@ void savePicture(CommandContext& ctx, const QString& caption, const QString& sug
   QGuiApplication::setOverrideCursor(Qt::WaitCursor);
   const QImage image = take();
   // 24 bits per pixel: every program that opens a BMP reads those.
-  const bool saved =
-      !image.isNull() && image.convertToFormat(QImage::Format_RGB888).save(path, png ? "PNG" : "BMP");
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::WriteOnly);
+  const bool encoded =
+      !image.isNull() && image.convertToFormat(QImage::Format_RGB888).save(&buffer, png ? "PNG" : "BMP");
   QGuiApplication::restoreOverrideCursor();
-  if (!saved) {
+  if (!encoded) {
     warn(ctx.dialogParent(),
          QStringLiteral("The picture could not be saved to %1.").arg(QDir::toNativeSeparators(path)));
     return;
   }
+  if (!writePicture(ctx, path, bytes)) return;
   QString status = QStringLiteral("Saved %1 (%2 x %3 pixels)")
                        .arg(QDir::toNativeSeparators(path))
                        .arg(image.width())

@@ -39,6 +39,7 @@ class ShellFixture : public ::testing::Test {
     oldTmp_ = qEnvironmentVariable("TMPDIR");
     qputenv("TMPDIR", systemTemp().toUtf8());
     qputenv("XDG_CONFIG_HOME", path("config").toUtf8());
+    qputenv("XDG_STATE_HOME", path("state").toUtf8());
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, path("config"));
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, path("config"));
     setMessagePresenter([this](const MessageRequest& r) {
@@ -57,6 +58,7 @@ class ShellFixture : public ::testing::Test {
 
   QString path(const QString& sub) const { return root_->path() + QLatin1Char('/') + sub; }
   QString systemTemp() const { return path(QStringLiteral("systemp")); }
+  QString recoveryRoot() const { return path(QStringLiteral("state/vandrel/recovery")); }
 
   // Dialogs that answer from the test's fields and record what they were asked.
   ShellHooks hooks() {

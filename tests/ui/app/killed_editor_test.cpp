@@ -4,7 +4,9 @@
 
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
+#include <QTest>
 
 #include <csignal>
 
@@ -25,8 +27,7 @@ class KilledEditorTest : public ShellFixture {
  protected:
   // The newest copy of unsaved work under the temp folder, or empty.
   QString findCopy() const {
-    QDirIterator it(systemTemp() + QStringLiteral("/tmp/recovery"), {QStringLiteral("*.vdr")}, QDir::Files,
-                    QDirIterator::Subdirectories);
+    QDirIterator it(recoveryRoot(), {QStringLiteral("*.vdr")}, QDir::Files, QDirIterator::Subdirectories);
     return it.hasNext() ? it.next() : QString();
   }
 
@@ -40,6 +41,49 @@ class KilledEditorTest : public ShellFixture {
     return last;
   }
 
+  // A real editor on `file` making edits at kEditEveryMs; `more` adds to its
+  // environment.
+  void startEditor(QProcess& editor, const QString& file, const QList<QPair<QString, QString>>& more) {
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("TMPDIR"), systemTemp());
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+    env.insert(QStringLiteral("XDG_STATE_HOME"), path(QStringLiteral("state")));
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(QStringLiteral("VANDREL_TEST_EDIT_EVERY_MS"), QString::number(kEditEveryMs));
+    for (const auto& [name, value] : more) env.insert(name, value);
+    editor.setProcessEnvironment(env);
+    editor.setProcessChannelMode(QProcess::SeparateChannels);
+    editor.start(QStringLiteral(VANDREL_EDITOR), {file});
+    ASSERT_TRUE(editor.waitForStarted(30000)) << editor.errorString().toStdString();
+  }
+
+  // The recovered document after a start that answers Yes, as a file's text.
+  std::string recoverAtStartUp(const QString& original) {
+    answers = {QMessageBox::Yes};
+    messages.clear();
+    CVandrelApp app(hooks());
+    EXPECT_TRUE(app.initInstance({QStringLiteral("vandrel")}));
+    EXPECT_FALSE(messages.empty());
+    OpenDocument* doc = app.mainFrame()->activeDocument();
+    if (messages.empty() || !doc) return {};
+    EXPECT_TRUE(messages[0].startsWith(QStringLiteral("Vandrel did not close normally last time.")));
+    EXPECT_EQ(doc->path(), original);
+    EXPECT_TRUE(doc->isModified());
+    const std::string text = vandrel::writeVdr(doc->doc(), vandrel::VdrKind::kAllParameters);
+    // Killed again now: what is on disk at this moment is all the next start has.
+    const QString again = path(QStringLiteral("state-after-second-kill"));
+    QDirIterator it(recoveryRoot(), QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+      const QString f = it.next();
+      if (f.endsWith(QStringLiteral("/lock"))) continue;  // a dead editor's lock is no lock
+      const QString to = again + f.mid(path(QStringLiteral("state")).size());
+      QDir().mkpath(QFileInfo(to).absolutePath());
+      EXPECT_TRUE(QFile::copy(f, to));
+    }
+    doc->setModified(false);
+    return text;
+  }
+
   static int lastEditPrinted(const QByteArray& out) {
     const QList<QByteArray> lines = out.trimmed().split('\n');
     return lines.isEmpty() || !lines.last().startsWith("edit ") ? 0 : lines.last().mid(5).toInt();
@@ -51,16 +95,9 @@ TEST_F(KilledEditorTest, WorkIsOfferedBackAsTheLastCopyHeldIt) {
   ASSERT_TRUE(QFile::copy(QStringLiteral(VANDREL_SOURCE_DIR "/examples/vowels_aiu.vdr"), original));
 
   QProcess editor;
-  QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-  env.insert(QStringLiteral("TMPDIR"), systemTemp());
-  env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
-  env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-  env.insert(QStringLiteral("VANDREL_RECOVERY_INTERVAL_MS"), QString::number(kCopyEveryMs));
-  env.insert(QStringLiteral("VANDREL_TEST_EDIT_EVERY_MS"), QString::number(kEditEveryMs));
-  editor.setProcessEnvironment(env);
-  editor.setProcessChannelMode(QProcess::SeparateChannels);
-  editor.start(QStringLiteral(VANDREL_EDITOR), {original});
-  ASSERT_TRUE(editor.waitForStarted(30000)) << editor.errorString().toStdString();
+  startEditor(editor, original,
+              {{QStringLiteral("VANDREL_RECOVERY_INTERVAL_MS"), QString::number(kCopyEveryMs)},
+               {QStringLiteral("VANDREL_RECOVERY_QUIET_MS"), QStringLiteral("100000")}});
 
   // Work until a copy holds a few edits, then on for about two copy
   // intervals, so the kill falls at no particular moment between copies.
@@ -93,17 +130,28 @@ TEST_F(KilledEditorTest, WorkIsOfferedBackAsTheLastCopyHeldIt) {
   // interval's worth of edits can be missing from the last copy.
   EXPECT_LE(lost, kCopyEveryMs / kEditEveryMs + 2);
 
-  answers = {QMessageBox::Yes};
-  CVandrelApp app(hooks());
-  ASSERT_TRUE(app.initInstance({QStringLiteral("vandrel")}));
-  ASSERT_FALSE(messages.empty());
-  EXPECT_TRUE(messages[0].startsWith(QStringLiteral("Vandrel did not close normally last time.")));
-  OpenDocument* doc = app.mainFrame()->activeDocument();
-  ASSERT_NE(doc, nullptr);
-  EXPECT_EQ(doc->path(), original);
-  EXPECT_TRUE(doc->isModified());
-  EXPECT_EQ(vandrel::writeVdr(doc->doc(), vandrel::VdrKind::kAllParameters), lastCopy.toStdString());
-  doc->setModified(false);
+  EXPECT_EQ(recoverAtStartUp(original), lastCopy.toStdString());
+}
+
+TEST_F(KilledEditorTest, TwoSecondsAfterTheLastEditNothingIsLostThoughKilledTwice) {
+  const QString original = path(QStringLiteral("files/vowels.vdr"));
+  ASSERT_TRUE(QFile::copy(QStringLiteral(VANDREL_SOURCE_DIR "/examples/vowels_aiu.vdr"), original));
+  QProcess editor;
+  startEditor(editor, original, {{QStringLiteral("VANDREL_TEST_EDITS"), QStringLiteral("10")}});
+  QByteArray out;
+  for (int wait = 0; wait < 300 && lastEditPrinted(out) < 10 && editor.state() == QProcess::Running; ++wait) {
+    editor.waitForReadyRead(100);
+    out += editor.readAllStandardOutput();
+  }
+  ASSERT_EQ(lastEditPrinted(out), 10) << editor.readAllStandardError().toStdString();
+  QTest::qWait(2000);
+  ASSERT_EQ(::kill(static_cast<pid_t>(editor.processId()), SIGKILL), 0);
+  ASSERT_TRUE(editor.waitForFinished(30000));
+
+  const std::string recovered = recoverAtStartUp(original);
+  EXPECT_EQ(lastEditIn(QByteArray::fromStdString(recovered)), 10);
+  qputenv("XDG_STATE_HOME", path(QStringLiteral("state-after-second-kill")).toUtf8());
+  EXPECT_EQ(recoverAtStartUp(original), recovered);
 }
 
 }  // namespace

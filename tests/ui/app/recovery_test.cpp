@@ -23,7 +23,7 @@ class RecoveryTest : public ShellFixture {
  protected:
   // A run folder as an editor leaves it, with one copy of a document.
   QString leaveRun(const QString& name, double f0, const QString& belongsTo) {
-    const QString folder = systemTemp() + QStringLiteral("/tmp/recovery/") + name;
+    const QString folder = recoveryRoot() + QLatin1Char('/') + name;
     EXPECT_TRUE(QDir().mkpath(folder));
     vandrel::CVandrelDoc doc;
     doc.table.setValue(vandrel::kF0, 2, f0);
@@ -79,12 +79,13 @@ TEST_F(RecoveryTest, WorkOfAnAbandonedRunIsOfferedAtStartUp) {
     QMessageBox::StandardButton answer;
     bool reopened;
   };
-  for (const Case& c :
-       {Case{"Yes reopens", QMessageBox::Yes, true}, Case{"No discards", QMessageBox::No, false}}) {
+  for (const Case& c : {Case{"No keeps them for next time", QMessageBox::No, false},
+                        Case{"Yes reopens", QMessageBox::Yes, true}}) {
     SCOPED_TRACE(c.what);
     messages.clear();
     const QString original = path(QStringLiteral("files/vowel.vdr"));
-    const QString dead = leaveRun(QStringLiteral("dead-run"), 1234.0, original);
+    const QString dead = c.reopened ? recoveryRoot() + QStringLiteral("/dead-run")
+                                    : leaveRun(QStringLiteral("dead-run"), 1234.0, original);
     // A run whose editor still lives keeps its lock and is left alone.
     const QString live = leaveRun(QStringLiteral("live-run"), 999.0, QString());
     QLockFile liveLock(live + QStringLiteral("/lock"));
@@ -95,8 +96,11 @@ TEST_F(RecoveryTest, WorkOfAnAbandonedRunIsOfferedAtStartUp) {
     ASSERT_TRUE(app.initInstance({QStringLiteral("vandrel")}));
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_TRUE(messages[0].startsWith(QStringLiteral("Vandrel did not close normally last time.")));
-    EXPECT_TRUE(messages[0].contains(QStringLiteral("1 document(s)")));
-    EXPECT_FALSE(QDir(dead).exists());
+    EXPECT_TRUE(
+        messages[0].contains(QStringLiteral("1 document(s) were kept:\n    %1, copied ").arg(original)))
+        << messages[0].toStdString();
+    // The old copy goes only once the new run holds its own.
+    EXPECT_EQ(QDir(dead).exists(), !c.reopened);
     EXPECT_TRUE(QDir(live).exists());
 
     CMainFrame& frame = *app.mainFrame();
@@ -106,6 +110,11 @@ TEST_F(RecoveryTest, WorkOfAnAbandonedRunIsOfferedAtStartUp) {
       EXPECT_EQ(doc->path(), original);
       EXPECT_TRUE(doc->isModified());
       EXPECT_EQ(doc->doc().table.value(vandrel::kF0, 2), 1234.0);
+      const QString copy =
+          app.mainFrame()->recovery()->runFolder() + QStringLiteral("/%1.vdr").arg(doc->serial());
+      vandrel::VdrReadResult read = vandrel::readVdrFile(copy.toStdString(), vandrel::ParameterSet{});
+      ASSERT_TRUE(read.ok());
+      EXPECT_EQ(read.content.table.value(vandrel::kF0, 2), 1234.0);
     } else {
       EXPECT_TRUE(doc->path().isEmpty());
       EXPECT_FALSE(doc->isModified());

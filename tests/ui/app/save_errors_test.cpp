@@ -26,7 +26,7 @@ namespace {
 
 const QByteArray kPrevious = "the previous contents\n";
 const QString kFiles[] = {QStringLiteral("table.vdr"), QStringLiteral("sound.wav"),
-                          QStringLiteral("VandrelConf.cfg")};
+                          QStringLiteral("VandrelConf.cfg"), QStringLiteral("picture.bmp")};
 
 class SaveErrorsTest : public ShellFixture {
  protected:
@@ -62,6 +62,7 @@ class SaveErrorsTest : public ShellFixture {
     messages.clear();
     ShellEnvironment env = environment();
     env.tempFolder = dir;
+    qputenv("XDG_STATE_HOME", dir.toUtf8());
     CMainFrame frame(env);
     OpenDocument& doc = frame.newDocument()->document();
     doc.setPath(dir + QStringLiteral("/table.vdr"));
@@ -79,8 +80,10 @@ class SaveErrorsTest : public ShellFixture {
     EXPECT_FALSE(frame.writeConfigurationFile(nullptr));
     ASSERT_NE(frame.recovery(), nullptr);
     frame.recovery()->saveNow();  // later failures go to the status bar only
+    nextFile = dir + QStringLiteral("/picture.bmp");
+    frame.runCommand(ID_FILE_SAVE_BMP);
 
-    ASSERT_EQ(messages.size(), 4u);
+    ASSERT_EQ(messages.size(), 5u);
     EXPECT_EQ(messages[0],
               QStringLiteral("The file could not be saved.\n") + cannot(QStringLiteral("table.vdr")));
     EXPECT_TRUE(messages[1].startsWith(
@@ -90,6 +93,8 @@ class SaveErrorsTest : public ShellFixture {
               QStringLiteral("The audio file could not be saved.\n") + cannot(QStringLiteral("sound.wav")));
     EXPECT_EQ(messages[3], QStringLiteral("The configuration could not be saved in the temp folder.\n") +
                                cannot(QStringLiteral("VandrelConf.cfg")));
+    EXPECT_EQ(messages[4], QStringLiteral("The picture could not be saved to %1/picture.bmp.\n").arg(dir) +
+                               cannot(QStringLiteral("picture.bmp")));
     EXPECT_TRUE(doc.isModified());
     for (const QString& name : kFiles) {
       QFile f(dir + QLatin1Char('/') + name);
@@ -102,6 +107,36 @@ class SaveErrorsTest : public ShellFixture {
   std::optional<QString> mounted_;
   QString readOnly_;
 };
+
+TEST_F(SaveErrorsTest, ReadOnlyFileIsReplacedOnlyWhenTheUserSaysSo) {
+  const QString file = path(QStringLiteral("files/kept.vdr"));
+  {
+    QFile f(file);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(kPrevious);
+  }
+  const auto readOnly = QFile::ReadOwner | QFile::ReadGroup;
+  ASSERT_TRUE(QFile::setPermissions(file, readOnly));
+  CMainFrame frame(environment());
+  OpenDocument& doc = frame.newDocument()->document();
+  doc.setPath(file);
+  doc.doc().markEdited();
+  const QString question = QStringLiteral("%1 is read-only.\nReplace it anyway?").arg(file);
+  for (const auto answer : {QMessageBox::No, QMessageBox::Yes}) {
+    messages.clear();
+    answers = {answer};
+    frame.runCommand(ID_FILE_SAVE);
+    EXPECT_EQ(messages, std::vector<QString>{question});
+    QFile f(file);
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(f.readAll() == kPrevious, answer == QMessageBox::No);
+    EXPECT_EQ(doc.isModified(), answer == QMessageBox::No);
+  }
+  const auto mask = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup |
+                    QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther |
+                    QFile::ExeOther;
+  EXPECT_EQ(QFile::permissions(file) & mask, readOnly);
+}
 
 TEST_F(SaveErrorsTest, FolderThatIsAFile) {
   const QString file = path(QStringLiteral("files/plain"));

@@ -4,6 +4,7 @@
 #include <unistd.h>
 #include <QFile>
 #include <QSettings>
+#include <QStatusBar>
 
 #include "ShellFixture.h"
 #include "app/CChildFrame.h"
@@ -157,7 +158,7 @@ TEST_F(StartupTest, UnreadableCommandLineFileEndsStartUpWithItsMessage) {
   EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("File type not recorgnized.")});
 }
 
-TEST_F(StartupTest, ConfigurationFileIsLoadedOrIgnoredButNeverOverwritten) {
+TEST_F(StartupTest, DamagedConfigurationFileIsPutAsideAndSaidSo) {
   const QString folder = systemTemp() + QStringLiteral("/tmp");
   QDir().mkpath(folder);
   const QString cfg = folder + QStringLiteral("/VandrelConf.cfg");
@@ -192,11 +193,18 @@ TEST_F(StartupTest, ConfigurationFileIsLoadedOrIgnoredButNeverOverwritten) {
       ASSERT_TRUE(app.initInstance({QStringLiteral("vandrel")}));
       EXPECT_EQ(app.configStatus(), c.status);
       EXPECT_EQ(app.mainFrame()->activeDocument()->doc().table.columns(), c.columns);
+      EXPECT_EQ(
+          app.mainFrame()->statusBar()->currentMessage(),
+          c.status == vandrel::ConfigStatus::kOk
+              ? QString()
+              : QStringLiteral("VandrelConf.cfg was damaged and is kept as VandrelConf.cfg.damaged; the "
+                               "default settings are in use"));
       app.mainFrame()->close();
     }
-    QFile f(cfg);
+    QFile f(c.status == vandrel::ConfigStatus::kOk ? cfg : cfg + QStringLiteral(".damaged"));
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     EXPECT_EQ(f.readAll().toStdString(), c.bytes);
+    EXPECT_EQ(QFile::exists(cfg), c.status == vandrel::ConfigStatus::kOk);
     EXPECT_TRUE(messages.empty());
   }
 }
