@@ -122,7 +122,8 @@ std::string saveWaveFile(const std::string& path, const SampleSet& set, const Wr
   const double wanted = std::max(0.0, 2.0 * set.sampleCount);
   const std::size_t bytes = std::min(static_cast<std::size_t>(wanted), set.byteSize());
   std::string image;
-  if (const std::string why = waveTooLarge(wanted / 2.0, set.sampleRate); !why.empty()) return why;
+  if (const std::string why = waveTooLarge(static_cast<double>(bytes) / 2.0, set.sampleRate); !why.empty())
+    return why;
   if (CWave::write(image, set.samples.data(), set.byteSize(), WaveFormat::pcm16Mono(rate), 0, bytes) != 0)
     return "The sound is too large for a WAV file.";
   return writeFileAtomically(path, image, options);

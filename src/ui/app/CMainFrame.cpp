@@ -320,6 +320,10 @@ CChildFrame* CMainFrame::addWindow(std::shared_ptr<OpenDocument> document) {
   const bool maximise = env_.config.display.childMaximized != 0;
   auto* frame = new CChildFrame(*this, std::move(document));
   mdi_->addSubWindow(frame);
+  // Its size whenever it is not maximised (behind a window opened after it,
+  // which un-maximises it, as at a start that recovers several documents):
+  // most of the area rather than the table's smallest.
+  frame->resize(mdi_->viewport()->size() * 4 / 5);
   // The frame leaves the area's list only after its destruction has begun.
   connect(frame, &QObject::destroyed, this,
           [this] { QTimer::singleShot(0, this, &CMainFrame::onSubWindowActivated); });

@@ -194,11 +194,11 @@ TEST_F(CWaveTest, FailedSaveLeavesTheOldFileAlone) {
     return n;
   };
 
-  // The longest name the file system takes leaves no room for the name of the
-  // temporary file beside it, so the save fails on a file that exists (even
-  // for root, whom permissions do not stop).
-  const std::string kept = (dir / (std::string(251, 'k') + ".wav")).string();
+  // A read-only file is refused unless the user agreed (even for root, whom
+  // permissions do not stop).
+  const std::string kept = (dir / "kept.wav").string();
   std::ofstream(kept, std::ios::binary) << "previous contents";
+  std::filesystem::permissions(kept, std::filesystem::perms::owner_read);
   ASSERT_EQ(slurp(kept), "previous contents");
   EXPECT_NE(saveWaveFile(kept, s), "");
   EXPECT_EQ(slurp(kept), "previous contents");

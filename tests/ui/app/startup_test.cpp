@@ -193,12 +193,10 @@ TEST_F(StartupTest, DamagedConfigurationFileIsPutAsideAndSaidSo) {
       ASSERT_TRUE(app.initInstance({QStringLiteral("vandrel")}));
       EXPECT_EQ(app.configStatus(), c.status);
       EXPECT_EQ(app.mainFrame()->activeDocument()->doc().table.columns(), c.columns);
-      EXPECT_EQ(
-          app.mainFrame()->statusBar()->currentMessage(),
-          c.status == vandrel::ConfigStatus::kOk
-              ? QString()
-              : QStringLiteral("VandrelConf.cfg was damaged and is kept as VandrelConf.cfg.damaged; the "
-                               "default settings are in use"));
+      EXPECT_EQ(app.mainFrame()->statusBar()->currentMessage() ==
+                    QStringLiteral("VandrelConf.cfg was damaged and is kept as VandrelConf.cfg.damaged; the "
+                                   "default settings are in use"),
+                c.status != vandrel::ConfigStatus::kOk);
       app.mainFrame()->close();
     }
     QFile f(c.status == vandrel::ConfigStatus::kOk ? cfg : cfg + QStringLiteral(".damaged"));
