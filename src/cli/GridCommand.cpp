@@ -114,7 +114,7 @@ int gridCommand(const Args& args) {
                       output.c_str());
   }
 
-  OutputSet out;
+  OutputSet out(writeOptions());
   if (const std::string err = out.useFolder(output); !err.empty())
     return complain(kExitInput, kCmd, "%s", err.c_str());
   std::string manifest = gridManifestHeader(plan, interval);
@@ -122,20 +122,21 @@ int gridCommand(const Args& args) {
     const std::vector<int> at = plan.indices(n);
     const std::string stem = plan.pointName(at);
     doc.table = gridPoint(base, plan, at);
-    if (const std::string err = out.write(target(stem + ".vdr"), writeVdr(doc, VdrKind::kAllParameters));
+    if (const std::string err = out.add(target(stem + ".vdr"), writeVdr(doc, VdrKind::kAllParameters));
         !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     manifest += gridManifestLine(plan, at, stem + ".vdr");
     if (!wav) continue;
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
     if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
-    if (const std::string err = out.write(target(stem + ".wav"), waveImage(doc.synthesized)); !err.empty())
-      return complain(kExitInput, kCmd, "%s", err.c_str());
+    if (const std::string err = out.add(target(stem + ".wav"), waveImage(doc.synthesized)); !err.empty())
+      return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   }
-  if (const std::string err = out.write(target("manifest.tsv"), manifest); !err.empty())
-    return complain(kExitInput, kCmd, "%s", err.c_str());
-  out.commit();
+  if (const std::string err = out.add(target("manifest.tsv"), manifest); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
+  if (const std::string err = out.commit(); !err.empty())
+    return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet) {
     std::printf("wrote %zu tables%s to %s:", count, wav ? " with WAVs" : "", output.c_str());
     for (const auto& a : plan.axes)
