@@ -31,7 +31,12 @@ CAnalysisFrame::CAnalysisFrame(CMainFrame& mainFrame, std::shared_ptr<OpenDocume
   updateTitle();
 }
 
-CAnalysisFrame::~CAnalysisFrame() = default;
+CAnalysisFrame::~CAnalysisFrame() {
+  // QMdiSubWindow's destructor hands activation to another window, and the
+  // main frame announces that while this frame is already half destroyed:
+  // the slot must not be called on what is left of it.
+  disconnect(&mainFrame_, nullptr, this, nullptr);
+}
 
 void CAnalysisFrame::addToArea() {
   mainFrame_.mdiArea()->addSubWindow(this);
