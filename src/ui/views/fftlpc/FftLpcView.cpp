@@ -17,6 +17,7 @@
 #include <cmath>
 
 #include "app/OpenDocument.h"
+#include "common/PicturePage.h"
 #include "common/RunOnWorker.h"
 #include "engine/Synthesizer.h"
 #include "views/common/DocumentCursor.h"
@@ -359,43 +360,21 @@ void FftLpcView::paintVector(QPainter& painter) {
 
 QImage FftLpcView::picture() {
   finishTrack();
-  const QSizeF logical = printSize();
-  const double scale = kPictureDpi / 96.0;
-  QImage image((logical * scale).toSize(), QImage::Format_RGB32);
-  image.setDotsPerMeterX(static_cast<int>(kPictureDpi / 0.0254));
-  image.setDotsPerMeterY(static_cast<int>(kPictureDpi / 0.0254));
-  image.fill(Qt::white);
-  QPainter p(&image);
-  p.setRenderHint(QPainter::TextAntialiasing);
-  p.scale(scale, scale);
   FftLpcPicture pic = picture_;
   pic.crosshair.reset();
-  paintFftLpc(p, QRectF(QPointF(0, 0), logical), pic);
-  return image;
+  return renderPicture(printSize(), kPictureDpi, [&](QPainter& p, const QRectF& area) {
+    p.setRenderHint(QPainter::TextAntialiasing);
+    paintFftLpc(p, area, pic);
+  });
 }
 
 void FftLpcView::printTo(QPrinter& printer, const QString& title) {
   finishTrack();
-  QPainter p(&printer);
-  if (!p.isActive()) return;
-  const QRectF page = printer.pageLayout().paintRectPixels(printer.resolution());
-  const double scale = printer.resolution() / 96.0;
-  p.scale(scale, scale);
-  const QRectF area(0, 0, page.width() / scale, page.height() / scale);
-  QFont f = p.font();
-  f.setPixelSize(11);
-  p.setFont(f);
-  const QRectF head(area.left(), area.top(), area.width(), 20);
-  p.drawText(head, Qt::AlignLeft | Qt::AlignVCenter, title + QStringLiteral("::FFT/LPC"));
-  p.drawText(head, Qt::AlignHCenter | Qt::AlignVCenter, QStringLiteral("Page 1"));
-  p.drawText(head, Qt::AlignRight | Qt::AlignVCenter, QDate::currentDate().toString(Qt::ISODate));
-  // The options' size, made smaller only when the page cannot hold it.
-  QSizeF size = printSize();
-  const double fit = std::min({1.0, area.width() / size.width(), (area.height() - 28) / size.height()});
-  size *= fit;
   FftLpcPicture pic = picture_;
   pic.crosshair.reset();
-  paintFftLpc(p, QRectF(QPointF(area.left(), head.bottom() + 8), size), pic);
+  // The options' size, made smaller only when the page cannot hold it.
+  printOnePage(printer, title + QStringLiteral("::FFT/LPC"), printSize(),
+               [&](QPainter& p, const QRectF& area) { paintFftLpc(p, area, pic); });
 }
 
 }  // namespace vandrel::ui

@@ -19,6 +19,7 @@
 #include "app/OpenDocument.h"
 #include "batch/Continuum.h"
 #include "common/Messages.h"
+#include "common/PicturePage.h"
 #include "editing/TableSelection.h"
 #include "util/AtomicFile.h"
 #include "views/common/DocumentCursor.h"
@@ -377,37 +378,18 @@ void VowelSpaceView::paintVector(QPainter& painter) {
 }
 
 QImage VowelSpaceView::picture() {
-  const QSizeF logical = vectorSize();
-  const double scale = kPictureDpi / 96.0;
-  QImage image((logical * scale).toSize(), QImage::Format_RGB32);
-  image.setDotsPerMeterX(static_cast<int>(kPictureDpi / 0.0254));
-  image.setDotsPerMeterY(static_cast<int>(kPictureDpi / 0.0254));
-  image.fill(Qt::white);
-  QPainter p(&image);
-  p.setRenderHint(QPainter::Antialiasing);
-  p.scale(scale, scale);
-  paint(p, QRectF(QPointF(0, 0), logical), false);
-  return image;
+  return renderPicture(vectorSize(), kPictureDpi, [this](QPainter& p, const QRectF& area) {
+    p.setRenderHint(QPainter::Antialiasing);
+    paint(p, area, false);
+  });
 }
 
 void VowelSpaceView::printTo(QPrinter& printer, const QString& title) {
-  QPainter p(&printer);
-  if (!p.isActive()) return;
-  p.setRenderHint(QPainter::Antialiasing);
-  const QRectF page = printer.pageLayout().paintRectPixels(printer.resolution());
-  const double scale = printer.resolution() / 96.0;
-  p.scale(scale, scale);
-  const QRectF area(0, 0, page.width() / scale, page.height() / scale);
-  QFont f = p.font();
-  f.setPixelSize(11);
-  p.setFont(f);
-  const QRectF head(area.left(), area.top(), area.width(), 20);
-  p.drawText(head, Qt::AlignLeft | Qt::AlignVCenter, title + QStringLiteral("::Vowel Space"));
-  p.drawText(head, Qt::AlignHCenter | Qt::AlignVCenter, QStringLiteral("Page 1"));
-  p.drawText(head, Qt::AlignRight | Qt::AlignVCenter, QDate::currentDate().toString(Qt::ISODate));
-  QSizeF size = vectorSize();
-  size *= std::min({1.0, area.width() / size.width(), (area.height() - 28) / size.height()});
-  paint(p, QRectF(QPointF(area.left(), head.bottom() + 8), size), false);
+  printOnePage(printer, title + QStringLiteral("::Vowel Space"), vectorSize(),
+               [this](QPainter& p, const QRectF& area) {
+                 p.setRenderHint(QPainter::Antialiasing);
+                 paint(p, area, false);
+               });
 }
 
 }  // namespace vandrel::ui
