@@ -27,10 +27,10 @@ struct LongTable {
     for (int r = 0; r < kParamCount; ++r)
       for (int c = 0; c < kFrames; ++c) doc.table.setValue(r, c, ps.at(r).lower + (c % 997) / 3.0);
     for (int r = 0; r < kParamCount; ++r) rows.push_back(r);
-    afterEditStep(doc, view);
+    afterEditStep(doc);
   }
   CVandrelDoc doc;
-  TableViewState view;
+  TableSelection selection;
   std::vector<int> rows;
 };
 
@@ -50,7 +50,7 @@ void BM_PasteWholeTable(benchmark::State& state) {
   LongTable t;
   const std::string text = copySelection(t.doc, selectAll(t.doc.table), t.rows);
   for (auto _ : state) {
-    const PasteResult r = pasteText(t.doc, t.view, 0, 0, text, t.rows);
+    const PasteResult r = pasteText(t.doc, 0, 0, text, t.rows);
     benchmark::DoNotOptimize(r.written);
   }
 }

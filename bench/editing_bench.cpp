@@ -62,7 +62,7 @@ std::unique_ptr<CVandrelDoc> longDocument() {
 
 void BM_CellEditWithSnapshot(benchmark::State& st) {
   auto doc = longDocument();
-  TableViewState view;
+  TableSelection selection;
   std::mt19937 rng(7);
   std::uniform_int_distribution<int> col(0, kFrames - 1);
   std::uniform_int_distribution<int> val(300, 1200);
@@ -71,7 +71,7 @@ void BM_CellEditWithSnapshot(benchmark::State& st) {
     const int c = col(rng);
     const double v = val(rng);
     const auto t0 = Clock::now();
-    editCell(*doc, view, kF1, c, v);
+    editCell(*doc, kF1, c, v);
     const double ms = msSince(t0);
     st.SetIterationTime(ms / 1000.0);
     times.push_back(ms);
@@ -86,25 +86,25 @@ BENCHMARK(BM_CellEditWithSnapshot)->UseManualTime()->Unit(benchmark::kMicrosecon
 void BM_ThousandEditsThenUndoRedo(benchmark::State& st) {
   for (auto _ : st) {
     auto doc = longDocument();
-    TableViewState view;
+    TableSelection selection;
     std::mt19937 rng(11);
     std::uniform_int_distribution<int> row(0, kParamCount - 1);
     std::uniform_int_distribution<int> col(0, kFrames - 1);
     const std::size_t heap0 = heapInUse();
     const std::size_t stored0 = doc->undo.storageBytes();
-    for (int i = 0; i < 1000; ++i) editCell(*doc, view, row(rng), col(rng), 500.5 + i);
+    for (int i = 0; i < 1000; ++i) editCell(*doc, row(rng), col(rng), 500.5 + i);
     const std::size_t heap1 = heapInUse();
     const std::size_t stored1 = doc->undo.storageBytes();
 
     std::vector<double> undo, redo;
     for (int i = 0; i < 200; ++i) {
       auto t0 = Clock::now();
-      undoCommand(*doc, view);
+      undoCommand(*doc);
       undo.push_back(msSince(t0));
     }
     for (int i = 0; i < 200; ++i) {
       auto t0 = Clock::now();
-      redoCommand(*doc, view);
+      redoCommand(*doc);
       redo.push_back(msSince(t0));
     }
     st.SetIterationTime((median(undo) + median(redo)) / 1000.0);
@@ -123,17 +123,17 @@ BENCHMARK(BM_ThousandEditsThenUndoRedo)->UseManualTime()->Unit(benchmark::kMilli
 // is rewritten and the table changes shape.
 void BM_UndoAcrossAddedTime(benchmark::State& st) {
   auto doc = longDocument();
-  TableViewState view;
+  TableSelection selection;
   doc->addColumnTimeMs = 10000;
   doc->addColumnPlace = AddColumnPlace::kBeginning;
-  addTime(*doc, view);
+  addTime(*doc, selection);
   std::vector<double> times;
   for (auto _ : st) {
     auto t0 = Clock::now();
-    undoCommand(*doc, view);
+    undoCommand(*doc);
     const double undoMs = msSince(t0);
     t0 = Clock::now();
-    redoCommand(*doc, view);
+    redoCommand(*doc);
     const double redoMs = msSince(t0);
     st.SetIterationTime((undoMs + redoMs) / 1000.0);
     times.push_back(std::max(undoMs, redoMs));
@@ -151,7 +151,7 @@ void interpolateAllBench(benchmark::State& st, bool command) {
     doc->table.setAnchor(r, 0, true);
     doc->table.setAnchor(r, kFrames - 1, true);
   }
-  TableViewState view;
+  TableSelection selection;
   std::vector<double> times;
   for (auto _ : st) {
     st.PauseTiming();
@@ -160,7 +160,7 @@ void interpolateAllBench(benchmark::State& st, bool command) {
     st.ResumeTiming();
     const auto t0 = Clock::now();
     if (command)
-      interpolateAllCommand(*doc, view);
+      interpolateAllCommand(*doc);
     else
       interpolateAll(*doc);
     const double ms = msSince(t0);
@@ -181,13 +181,13 @@ void BM_AddTenSecondsAtTheBeginning(benchmark::State& st) {
   for (auto _ : st) {
     st.PauseTiming();
     auto doc = longDocument();
-    TableViewState view;
+    TableSelection selection;
     doc->addColumnTimeMs = 10000;
     doc->addColumnPlace = AddColumnPlace::kBeginning;
     int steps = 0;
     st.ResumeTiming();
     const auto t0 = Clock::now();
-    addTime(*doc, view, [&](int, int) { ++steps; });
+    addTime(*doc, selection, [&](int, int) { ++steps; });
     const double ms = msSince(t0);
     st.SetIterationTime(ms / 1000.0);
     times.push_back(ms);

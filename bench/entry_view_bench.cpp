@@ -20,7 +20,6 @@
 #include "editing/AfterEdit.h"
 #include "entry/CFreqInputWnd.h"
 #include "entry/CGraphicalInputChild.h"
-#include "table/CVandrelView.h"
 
 namespace vandrel::ui {
 namespace {
@@ -47,7 +46,7 @@ struct Drawing {
     }
     d.undo.noteAllChanged();
     d.notifyStructureChanged();
-    afterEditStep(d, qobject_cast<CVandrelView*>(table->view())->state());
+    afterEditStep(d);
     d.drawing.selected = DrawTrack::kF1;  // strokes go over the formant strip
     frame->runCommand(ID_ENTRY_GRAPHICAL);
     auto* child = qobject_cast<CGraphicalInputChild*>(frame->mdiArea()->activeSubWindow());

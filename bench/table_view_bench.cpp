@@ -114,7 +114,7 @@ struct Sixty {
     fill(d, 60000);
     d.undo.noteAllChanged();
     d.notifyStructureChanged();
-    afterEditStep(d, view->state());
+    afterEditStep(d);
     paintNow(view);
   }
 };

@@ -86,8 +86,8 @@ int main(int argc, char** argv) {
       doc.table.setAnchor(row, 2, true);
       doc.table.setAnchor(row, 11, true);
     }
-    vandrel::interpolateAllCommand(doc, view->state());
-    view->state().selection = vandrel::TableSelection::block(5, vandrel::kF2, 9, vandrel::kF1);
+    vandrel::interpolateAllCommand(doc);
+    view->selection() = vandrel::TableSelection::block(5, vandrel::kF2, 9, vandrel::kF1);
     view->showStoredSelection();
     view->table()->setCurrentCell(vandrel::kF1, 9);
     QApplication::processEvents();

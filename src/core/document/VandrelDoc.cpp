@@ -17,6 +17,7 @@ void CVandrelDoc::initialise() {
   changedSinceSynthesis = true;
   changedCompanion = true;
   untouched = true;
+  tableChanged = false;
   colors = kDefaultColors;
   applyGroupColors();
   rowsInUse = kParamCount;

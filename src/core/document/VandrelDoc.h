@@ -84,6 +84,9 @@ class CVandrelDoc {
   bool changedSinceSynthesis = true;  // set by every edit, cleared by synthesis
   bool changedCompanion = true;       // cleared together with the flag above
   bool untouched = true;              // cleared by the first edit or load
+  // Set by every after-edit step and by the commands that change the table,
+  // cleared by undo and redo.
+  bool tableChanged = false;
 
   ColorSlots colors = kDefaultColors;
 

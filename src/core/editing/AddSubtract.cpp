@@ -7,13 +7,13 @@
 
 namespace vandrel {
 
-void addSubtract(CVandrelDoc& doc, TableViewState& view, int amount) {
+void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount) {
   doc.addSubtractAmount = amount;
-  afterEditStep(doc, view);
+  afterEditStep(doc);
 
   FrameTable& t = doc.table;
   const double add = amount;
-  TableSelection& sel = view.selection;
+  TableSelection& sel = selection;
   if (sel.kind == SelectionKind::kRow) {
     if (sel.row >= 0 && sel.row < t.rows() && t.columns() > 0) {
       double* row = t.row(sel.row);
@@ -26,7 +26,7 @@ void addSubtract(CVandrelDoc& doc, TableViewState& view, int amount) {
     forColumnOrBlock(doc, sel, [&](int r, int c) { t.setValue(r, c, std::trunc(t.value(r, c)) + add); });
   }
   doc.markEdited();
-  view.tableChanged = true;
+  doc.tableChanged = true;
 }
 
 }  // namespace vandrel

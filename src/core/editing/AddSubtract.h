@@ -20,6 +20,6 @@ inline constexpr std::string_view kAddSubtractField =
 // block: after the exchange of its stored columns (BlockWalk.h). Finally the
 // document is marked modified and for synthesis and the table-changed flag is
 // set.
-void addSubtract(CVandrelDoc& doc, TableViewState& view, int amount);
+void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount);
 
 }  // namespace vandrel

@@ -30,11 +30,11 @@ std::string lengthenMessage(long long asked, int interval, long long total) {
 UserMessage beepWith(std::string text) { return UserMessage{std::move(text), true}; }
 
 // Common ending of both modes once the table has its new shape.
-void finishTimeChange(CVandrelDoc& doc, TableViewState& view) {
+void finishTimeChange(CVandrelDoc& doc) {
   doc.undo.noteAllChanged();
   doc.notifyStructureChanged();
   doc.markEdited();
-  afterEditStep(doc, view);
+  afterEditStep(doc);
 }
 
 // n copies of column `source` of the old table inserted at index p (0..old
@@ -85,7 +85,7 @@ std::string columnHeading(int intervalMs, int column) {
   return std::to_string(static_cast<long long>(intervalMs) * (static_cast<long long>(column) + 1));
 }
 
-UserMessages addTime(CVandrelDoc& doc, TableViewState& view, const ProgressFn& progress) {
+UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const ProgressFn& progress) {
   UserMessages out;
   if (doc.hasAudio()) {
     out.push_back(beepWith(std::string(kMsgTimeLockedByAudio)));
@@ -119,11 +119,11 @@ UserMessages addTime(CVandrelDoc& doc, TableViewState& view, const ProgressFn& p
       p = 1;
       break;
     case AddColumnPlace::kSelectedColumn:
-      if (view.selection.kind != SelectionKind::kColumn) {
+      if (selection.kind != SelectionKind::kColumn) {
         out.push_back(beepWith(std::string(kMsgSelectColumnFirst)));
         return out;
       }
-      p = view.selection.column + 1;
+      p = selection.column + 1;
       break;
     case AddColumnPlace::kEnd:
       p = oldCols - 1;
@@ -135,12 +135,11 @@ UserMessages addTime(CVandrelDoc& doc, TableViewState& view, const ProgressFn& p
   const int source = p < oldCols ? p : p - 1;
 
   doc.table = withInsertedColumns(doc.table, ps, p, n, source, progress);
-  finishTimeChange(doc, view);
+  finishTimeChange(doc);
   return out;
 }
 
-UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLengthMs,
-                              const ProgressFn& progress) {
+UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressFn& progress) {
   UserMessages out;
   ParameterSet& ps = doc.params();
   const int interval = ps.intervalMs;
@@ -200,13 +199,13 @@ UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLen
     }
     t = std::move(next);
   }
-  finishTimeChange(doc, view);
+  finishTimeChange(doc);
   return out;
 }
 
-UserMessages adjustTime(CVandrelDoc& doc, TableViewState& view, bool add, int newLengthMs,
+UserMessages adjustTime(CVandrelDoc& doc, TableSelection& selection, bool add, int newLengthMs,
                         const ProgressFn& progress) {
-  return add ? addTime(doc, view, progress) : changeFileLength(doc, view, newLengthMs, progress);
+  return add ? addTime(doc, selection, progress) : changeFileLength(doc, newLengthMs, progress);
 }
 
 }  // namespace vandrel

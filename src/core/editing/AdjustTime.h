@@ -44,17 +44,16 @@ using ProgressFn = std::function<void(int done, int total)>;
 // the end of the file". Each new column is a copy (values and anchor flags) of
 // the column that the insertion pushed to the right; with no column to the
 // right (inserting after the last one) it copies the column to its left.
-UserMessages addTime(CVandrelDoc& doc, TableViewState& view, const ProgressFn& progress = {});
+UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const ProgressFn& progress = {});
 
 // The File options' new length. Shortening deletes whole frames from the end;
 // lengthening appends whole frames whose cells take their row's default held
 // to its limits and are not anchors. Equal length does nothing; a negative
 // length counts as 0. Refused while an audio file is open.
-UserMessages changeFileLength(CVandrelDoc& doc, TableViewState& view, int newLengthMs,
-                              const ProgressFn& progress = {});
+UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressFn& progress = {});
 
 // The one routine of both modes: add ? addTime : changeFileLength(newLengthMs).
-UserMessages adjustTime(CVandrelDoc& doc, TableViewState& view, bool add, int newLengthMs,
+UserMessages adjustTime(CVandrelDoc& doc, TableSelection& selection, bool add, int newLengthMs,
                         const ProgressFn& progress = {});
 
 }  // namespace vandrel

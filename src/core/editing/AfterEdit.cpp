@@ -1,17 +1,15 @@
 #include "editing/AfterEdit.h"
 
-#include "editing/Interpolation.h"
-
 namespace vandrel {
 
-void afterEditStep(CVandrelDoc& doc, TableViewState& view) {
+void afterEditStep(CVandrelDoc& doc) {
   doc.undo.append(doc.table, doc.params().intervalMs);
-  view.tableChanged = true;
+  doc.tableChanged = true;
 }
 
-void afterEditStep(CVandrelDoc& doc, TableViewState& view, const CellRange& written) {
+void afterEditStep(CVandrelDoc& doc, const CellRange& written) {
   doc.undo.noteChanged(written);
-  afterEditStep(doc, view);
+  afterEditStep(doc);
 }
 
 void keepTableBeforeEdit(CVandrelDoc& doc, std::initializer_list<int> rows) {
@@ -24,17 +22,6 @@ void keepTableBeforeEdit(CVandrelDoc& doc, std::initializer_list<int> rows) {
   if (same) return;
   h.noteAllChanged();
   h.append(doc.table, doc.params().intervalMs);
-}
-
-void afterCellEdit(CVandrelDoc& doc, TableViewState& view, int row, int column) {
-  if (doc.anchorAfterEdit && row >= 0 && row < doc.table.rows() && column >= 0 &&
-      column < doc.table.columns()) {
-    doc.table.setAnchor(row, column, true);
-    doc.notifyCellsChanged(CellRange{row, row, column, column});
-  }
-  if (doc.autoInterpolate) interpolateAll(doc);
-  doc.markEdited();
-  afterEditStep(doc, view);
 }
 
 }  // namespace vandrel

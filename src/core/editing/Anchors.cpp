@@ -18,8 +18,8 @@ void setRange(CVandrelDoc& doc, int r0, int r1, int c0, int c1, bool on) {
   doc.notifyCellsChanged(CellRange{r0, r1, c0, c1});
 }
 
-void setSelection(CVandrelDoc& doc, TableViewState& view, bool on) {
-  const TableSelection& sel = view.selection;
+void setSelection(CVandrelDoc& doc, TableSelection& selection, bool on) {
+  const TableSelection& sel = selection;
   const int lastColumn = doc.table.columns() - 1;
   switch (sel.kind) {
     case SelectionKind::kRow:
@@ -36,7 +36,7 @@ void setSelection(CVandrelDoc& doc, TableViewState& view, bool on) {
       return;
   }
   doc.setModified(true);
-  view.tableChanged = true;
+  doc.tableChanged = true;
 }
 
 }  // namespace
@@ -45,16 +45,20 @@ void setCellAnchor(CVandrelDoc& doc, int row, int column, bool on) {
   setRange(doc, row, row, column, column, on);
 }
 
-void addAnchorsToSelection(CVandrelDoc& doc, TableViewState& view) { setSelection(doc, view, true); }
+void addAnchorsToSelection(CVandrelDoc& doc, TableSelection& selection) {
+  setSelection(doc, selection, true);
+}
 
-void removeAnchorsFromSelection(CVandrelDoc& doc, TableViewState& view) { setSelection(doc, view, false); }
+void removeAnchorsFromSelection(CVandrelDoc& doc, TableSelection& selection) {
+  setSelection(doc, selection, false);
+}
 
-void removeAllAnchors(CVandrelDoc& doc, TableViewState& view) {
+void removeAllAnchors(CVandrelDoc& doc) {
   doc.table.clearAnchors();
   if (doc.table.columns() > 0)
     doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, doc.table.columns() - 1});
   doc.setModified(true);
-  view.tableChanged = true;
+  doc.tableChanged = true;
 }
 
 }  // namespace vandrel

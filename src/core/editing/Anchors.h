@@ -20,10 +20,10 @@ void setCellAnchor(CVandrelDoc& doc, int row, int column, bool on);
 // left as it is). The anchors are saved with the file, so the document is
 // marked modified; the sound does not change, so it is not marked for
 // synthesis.
-void addAnchorsToSelection(CVandrelDoc& doc, TableViewState& view);
-void removeAnchorsFromSelection(CVandrelDoc& doc, TableViewState& view);
+void addAnchorsToSelection(CVandrelDoc& doc, TableSelection& selection);
+void removeAnchorsFromSelection(CVandrelDoc& doc, TableSelection& selection);
 
 // Anchors > "Remove All": no cell of the table stays an anchor.
-void removeAllAnchors(CVandrelDoc& doc, TableViewState& view);
+void removeAllAnchors(CVandrelDoc& doc);
 
 }  // namespace vandrel

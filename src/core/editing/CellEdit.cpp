@@ -3,7 +3,8 @@
 #include <charconv>
 #include <cmath>
 
-#include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
+#include "editing/Interpolation.h"
 
 namespace vandrel {
 
@@ -13,13 +14,14 @@ double clampToLimits(const ParamDef& def, double typed) {
   return typed;
 }
 
-bool editCell(CVandrelDoc& doc, TableViewState& view, int row, int column, double typed) {
+bool editCell(CVandrelDoc& doc, int row, int column, double typed) {
   FrameTable& t = doc.table;
   if (typed != typed || row < 0 || row >= t.rows() || column < 0 || column >= t.columns()) return false;
-  t.setValue(row, column, clampToLimits(doc.params().at(row), typed));
-  doc.undo.noteRowChanged(row, column, column);
-  doc.notifyCellsChanged(CellRange{row, row, column, column});
-  afterCellEdit(doc, view, row, column);
+  EditTransaction edit(doc);
+  edit.setValue(row, column, clampToLimits(doc.params().at(row), typed));
+  if (doc.anchorAfterEdit) edit.setAnchor(row, column, true);
+  if (doc.autoInterpolate) interpolateAll(doc);
+  edit.commit();
   return true;
 }
 
@@ -42,9 +44,9 @@ std::optional<double> parseTypedValue(std::string_view text) {
   return negative ? -v : v;
 }
 
-bool editCellText(CVandrelDoc& doc, TableViewState& view, int row, int column, std::string_view text) {
+bool editCellText(CVandrelDoc& doc, int row, int column, std::string_view text) {
   const std::optional<double> v = parseTypedValue(text);
-  return v.has_value() && editCell(doc, view, row, column, *v);
+  return v.has_value() && editCell(doc, row, column, *v);
 }
 
 }  // namespace vandrel

@@ -16,7 +16,7 @@ double clampToLimits(const ParamDef& def, double typed);
 // Stores `typed`, held to the row's limits, in the cell and runs the
 // after-cell-edit hook (AfterEdit.h). A value that is not a number, or a cell
 // outside the table, stores nothing and returns false.
-bool editCell(CVandrelDoc& doc, TableViewState& view, int row, int column, double typed);
+bool editCell(CVandrelDoc& doc, int row, int column, double typed);
 
 // The number at the start of typed text: blanks, an optional sign, digits
 // with an optional fraction and exponent; whatever follows is ignored ("12ms"
@@ -26,6 +26,6 @@ std::optional<double> parseTypedValue(std::string_view text);
 
 // editCell with the text typed into the cell; text without a number stores
 // nothing and returns false.
-bool editCellText(CVandrelDoc& doc, TableViewState& view, int row, int column, std::string_view text);
+bool editCellText(CVandrelDoc& doc, int row, int column, std::string_view text);
 
 }  // namespace vandrel

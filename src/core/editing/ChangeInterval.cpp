@@ -68,10 +68,10 @@ UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs) {
   return {};
 }
 
-UserMessages changeInterval(CVandrelDoc& doc, TableViewState& view, int newIntervalMs) {
+UserMessages changeInterval(CVandrelDoc& doc, int newIntervalMs) {
   const int before = doc.params().intervalMs;
   UserMessages out = resampleToInterval(doc, newIntervalMs);
-  if (doc.params().intervalMs != before) afterEditStep(doc, view);
+  if (doc.params().intervalMs != before) afterEditStep(doc);
   return out;
 }
 

@@ -29,6 +29,6 @@ UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs);
 
 // resampleToInterval as one undo step: the after-edit step follows. Undo
 // brings back the old interval with the old columns.
-UserMessages changeInterval(CVandrelDoc& doc, TableViewState& view, int newIntervalMs);
+UserMessages changeInterval(CVandrelDoc& doc, int newIntervalMs);
 
 }  // namespace vandrel

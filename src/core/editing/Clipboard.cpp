@@ -136,7 +136,7 @@ std::string copySelection(const CVandrelDoc& doc, const TableSelection& selectio
   return text;
 }
 
-std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const TableSelection& selection,
+std::string cutSelection(CVandrelDoc& doc, const TableSelection& selection,
                          const std::vector<int>& shownRows) {
   std::string text = copySelection(doc, selection, shownRows);
   if (text.empty()) return text;
@@ -147,7 +147,7 @@ std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const TableSele
   }
   doc.notifyCellsChanged(cells);
   doc.markEdited();
-  afterEditStep(doc, view, cells);
+  afterEditStep(doc, cells);
   return text;
 }
 
@@ -160,7 +160,7 @@ std::pair<int, int> pasteTarget(const TableSelection& selection, const FrameTabl
   return {currentRow, currentColumn};
 }
 
-PasteResult pasteText(CVandrelDoc& doc, TableViewState& view, int row, int column, std::string_view text,
+PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view text,
                       const std::vector<int>& shownRows) {
   FrameTable& t = doc.table;
   PasteResult result;
@@ -196,7 +196,7 @@ PasteResult pasteText(CVandrelDoc& doc, TableViewState& view, int row, int colum
   doc.undo.noteChanged(written);
   if (doc.autoInterpolate) interpolateAll(doc);
   doc.markEdited();
-  afterEditStep(doc, view);
+  afterEditStep(doc);
   return result;
 }
 

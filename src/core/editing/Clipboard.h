@@ -41,7 +41,7 @@ std::string copySelection(const CVandrelDoc& doc, const TableSelection& selectio
 // Copy, then every copied cell takes its row's default (as it is, not held
 // to the limits) as one undo step. Returns the copied text; nothing changes
 // when it is empty.
-std::string cutSelection(CVandrelDoc& doc, TableViewState& view, const TableSelection& selection,
+std::string cutSelection(CVandrelDoc& doc, const TableSelection& selection,
                          const std::vector<int>& shownRows);
 
 // Where Paste puts its first cell: the top left cell of the selection when
@@ -65,7 +65,7 @@ struct PasteResult {
 // of it is one undo step; nothing changes when no cell was written. A cell is
 // a number only when its whole text is one ("12", "-3.5", "1e3", blanks
 // around allowed); "12ms", "12,5" and "abc" are skipped.
-PasteResult pasteText(CVandrelDoc& doc, TableViewState& view, int row, int column, std::string_view text,
+PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view text,
                       const std::vector<int>& shownRows);
 
 }  // namespace vandrel

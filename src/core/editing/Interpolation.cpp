@@ -69,8 +69,8 @@ void interpolateRange(CVandrelDoc& doc, int c1, int r1, int c2, int r2, bool anc
 
 void interpolateAll(CVandrelDoc& doc) { interpolateRange(doc, -1, -1, -1, -1, true); }
 
-void interpolateSelectionCommand(CVandrelDoc& doc, TableViewState& view) {
-  TableSelection& sel = view.selection;
+void interpolateSelectionCommand(CVandrelDoc& doc, TableSelection& selection) {
+  TableSelection& sel = selection;
   switch (sel.kind) {
     case SelectionKind::kRow:
       interpolateRange(doc, 0, sel.row, doc.table.columns(), sel.row, false);
@@ -85,13 +85,13 @@ void interpolateSelectionCommand(CVandrelDoc& doc, TableViewState& view) {
       break;
   }
   doc.markEdited();
-  afterEditStep(doc, view);
+  afterEditStep(doc);
 }
 
-void interpolateAllCommand(CVandrelDoc& doc, TableViewState& view) {
+void interpolateAllCommand(CVandrelDoc& doc) {
   interpolateAll(doc);
   doc.markEdited();
-  afterEditStep(doc, view);
+  afterEditStep(doc);
 }
 
 }  // namespace vandrel

@@ -47,9 +47,9 @@ void interpolateAll(CVandrelDoc& doc);
 // row down to the end row with open ends (an end row above the start row does
 // nothing); a whole column or no selection changes nothing. In every case the
 // document is marked modified and for synthesis and the after-edit step runs.
-void interpolateSelectionCommand(CVandrelDoc& doc, TableViewState& view);
+void interpolateSelectionCommand(CVandrelDoc& doc, TableSelection& selection);
 
 // Interpolate All (Ctrl+B): interpolateAll, the marks, the after-edit step.
-void interpolateAllCommand(CVandrelDoc& doc, TableViewState& view);
+void interpolateAllCommand(CVandrelDoc& doc);
 
 }  // namespace vandrel

@@ -4,17 +4,17 @@
 
 namespace vandrel {
 
-void removeRow(CVandrelDoc& doc, TableViewState& view) {
+void removeRow(CVandrelDoc& doc) {
   if (doc.rowsInUse > 0) --doc.rowsInUse;
   doc.markEdited();
-  view.tableChanged = true;
-  afterEditStep(doc, view);
+  doc.tableChanged = true;
+  afterEditStep(doc);
 }
 
-void removeColumn(CVandrelDoc& doc, TableViewState& view) {
+void removeColumn(CVandrelDoc& doc, TableSelection& selection) {
   doc.markEdited();
-  if (view.selection.kind == SelectionKind::kColumn) view.selection = TableSelection::none();
-  view.tableChanged = true;
+  if (selection.kind == SelectionKind::kColumn) selection = TableSelection::none();
+  doc.tableChanged = true;
 }
 
 }  // namespace vandrel

@@ -12,11 +12,11 @@ namespace vandrel {
 // of the column forms of Add/Subtract and Set to Default Values - marks the
 // document modified and for synthesis, sets the table-changed flag and runs
 // the after-edit step.
-void removeRow(CVandrelDoc& doc, TableViewState& view);
+void removeRow(CVandrelDoc& doc);
 
 // Marks the document modified and for synthesis, drops a whole-column
 // selection and sets the table-changed flag. No column goes and no snapshot is
 // taken.
-void removeColumn(CVandrelDoc& doc, TableViewState& view);
+void removeColumn(CVandrelDoc& doc, TableSelection& selection);
 
 }  // namespace vandrel

@@ -7,10 +7,10 @@
 
 namespace vandrel {
 
-void setToDefaultValues(CVandrelDoc& doc, TableViewState& view) {
+void setToDefaultValues(CVandrelDoc& doc, TableSelection& selection) {
   FrameTable& t = doc.table;
   const ParameterSet& ps = doc.params();
-  TableSelection& sel = view.selection;
+  TableSelection& sel = selection;
   if (sel.kind == SelectionKind::kRow) {
     if (sel.row >= 0 && sel.row < t.rows() && t.columns() > 0) {
       // Each parameter's default in turn overwrites the whole row; only the
@@ -25,8 +25,8 @@ void setToDefaultValues(CVandrelDoc& doc, TableViewState& view) {
     forColumnOrBlock(doc, sel, [&](int r, int c) { t.setValue(r, c, ps.at(r).defaultValue); });
   }
   doc.markEdited();
-  view.tableChanged = true;
-  afterEditStep(doc, view);
+  doc.tableChanged = true;
+  afterEditStep(doc);
 }
 
 }  // namespace vandrel

@@ -16,6 +16,6 @@ namespace vandrel {
 //    of the last parameter (gain, row 47) in every column.
 // Then the document is marked modified and for synthesis, the table-changed
 // flag is set and the after-edit step runs.
-void setToDefaultValues(CVandrelDoc& doc, TableViewState& view);
+void setToDefaultValues(CVandrelDoc& doc, TableSelection& selection);
 
 }  // namespace vandrel

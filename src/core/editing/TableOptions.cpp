@@ -40,8 +40,7 @@ std::optional<UserMessage> checkFileOptions(const FileOptions& current, const Fi
   return std::nullopt;
 }
 
-UserMessages applyFileOptions(CVandrelDoc& doc, TableViewState& view, const FileOptions& options,
-                              const ProgressFn& progress) {
+UserMessages applyFileOptions(CVandrelDoc& doc, const FileOptions& options, const ProgressFn& progress) {
   ParameterSet& ps = doc.params();
   const int now = static_cast<int>(ps.fileLengthMs);
   if (auto refused = checkFileOptions(fileOptionsOf(doc), options)) return {*refused};
@@ -52,7 +51,7 @@ UserMessages applyFileOptions(CVandrelDoc& doc, TableViewState& view, const File
   // whole number of frames (a file saved so, or an interval just changed).
   if (options.fileLengthMs != now) {
     const int wanted = std::max(options.fileLengthMs, 0) / ps.intervalMs * ps.intervalMs;
-    UserMessages more = changeFileLength(doc, view, wanted, progress);
+    UserMessages more = changeFileLength(doc, wanted, progress);
     out.insert(out.end(), more.begin(), more.end());
   }
 
@@ -63,8 +62,8 @@ UserMessages applyFileOptions(CVandrelDoc& doc, TableViewState& view, const File
     doc.setModified(true);  // the parameter file keeps the colours
     doc.notifyStructureChanged();
   }
-  view.tableChanged = true;
-  afterEditStep(doc, view);
+  doc.tableChanged = true;
+  afterEditStep(doc);
   return out;
 }
 
@@ -129,7 +128,7 @@ std::optional<UserMessage> checkAnchorColor(Colorref chosen,
   return UserMessage{std::string(kMsgColorIsAnchorColor), true};
 }
 
-UserMessages applyParameterOptions(CVandrelDoc& doc, TableViewState& view, const ParameterOptions& options) {
+UserMessages applyParameterOptions(CVandrelDoc& doc, const ParameterOptions& options) {
   if (auto refused = checkLimits(options.limits)) return {*refused};
   const bool changed = options != parameterOptionsOf(doc);
   ParameterSet& ps = doc.params();
@@ -146,7 +145,7 @@ UserMessages applyParameterOptions(CVandrelDoc& doc, TableViewState& view, const
   doc.rowsInUse = kParamCount;
   doc.notifyStructureChanged();
   if (changed) doc.markEdited();
-  afterEditStep(doc, view);
+  afterEditStep(doc);
   return {};
 }
 

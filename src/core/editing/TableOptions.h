@@ -46,8 +46,7 @@ std::optional<UserMessage> checkFileOptions(const FileOptions& current, const Fi
 // stored; the table-changed flag is set and the after-edit step runs. What
 // checkFileOptions refuses stops everything before any change. The messages come in
 // the order they are to be shown.
-UserMessages applyFileOptions(CVandrelDoc& doc, TableViewState& view, const FileOptions& options,
-                              const ProgressFn& progress = {});
+UserMessages applyFileOptions(CVandrelDoc& doc, const FileOptions& options, const ProgressFn& progress = {});
 
 // --- "Parameters Selection" and "Parameter Settings" ------------------------
 
@@ -95,6 +94,6 @@ std::optional<UserMessage> checkAnchorColor(Colorref chosen, const std::array<Co
 // parameter set; the count of rows in use is reset to all rows; the views are
 // told the structure changed; the document is marked edited when anything
 // differs; the after-edit step runs. Hidden rows keep their values.
-UserMessages applyParameterOptions(CVandrelDoc& doc, TableViewState& view, const ParameterOptions& options);
+UserMessages applyParameterOptions(CVandrelDoc& doc, const ParameterOptions& options);
 
 }  // namespace vandrel

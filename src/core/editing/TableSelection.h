@@ -1,5 +1,5 @@
 #pragma once
-// What the table view has selected, and the view's own editing state.
+// What a table view has selected.
 //
 // A block is kept exactly as the grid reports it: the cell where the
 // selection began (start) and the cell where it ended (end), in either order.
@@ -35,13 +35,5 @@ struct TableSelection {
 
 // "Select All": the whole table as one block from its first cell to its last.
 TableSelection selectAll(const FrameTable& table);
-
-// State that belongs to one table view rather than to the document.
-struct TableViewState {
-  TableSelection selection;
-  // Set by the after-edit step and by the commands that change the table,
-  // cleared by undo and redo.
-  bool tableChanged = false;
-};
 
 }  // namespace vandrel

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "editing/AfterEdit.h"
-
 namespace vandrel {
 
 CellRange TraceStroke::add(CVandrelDoc& doc, double ms, double hz) {
@@ -16,7 +14,10 @@ CellRange TraceStroke::add(CVandrelDoc& doc, double ms, double hz) {
   const ParamDef& def = doc.params().at(row_);
   const double value = std::clamp(std::trunc(row_ == kF0 ? hz * 10.0 : hz), static_cast<double>(def.lower),
                                   static_cast<double>(def.upper));
-  if (!wrote() && lastColumn_ < 0) keepTableBeforeEdit(doc, {row_});
+  if (!edit_) {
+    edit_.emplace(doc);
+    edit_->keepTableBefore({row_});
+  }
   const int from = lastColumn_ < 0 ? column : std::min(lastColumn_, column);
   const int to = lastColumn_ < 0 ? column : std::max(lastColumn_, column);
   for (int c = from; c <= to; ++c) {
@@ -25,26 +26,17 @@ CellRange TraceStroke::add(CVandrelDoc& doc, double ms, double hz) {
       const double share = static_cast<double>(c - lastColumn_) / (column - lastColumn_);
       v = std::trunc(lastValue_ + share * (value - lastValue_));
     }
-    doc.table.setValue(row_, c, v);
+    edit_->setValue(row_, c, v);
   }
   lastColumn_ = column;
   lastValue_ = value;
-  if (!wrote()) {
-    first_ = from;
-    last_ = to;
-  } else {
-    first_ = std::min(first_, from);
-    last_ = std::max(last_, to);
-  }
-  const CellRange cells{row_, row_, from, to};
-  doc.notifyCellsChanged(cells);
-  return cells;
+  edit_->flush();
+  return CellRange{row_, row_, from, to};
 }
 
-void TraceStroke::finish(CVandrelDoc& doc, TableViewState& view) {
-  if (!wrote()) return;
-  doc.markEdited();
-  afterEditStep(doc, view, written());
+void TraceStroke::finish() {
+  if (edit_) edit_->commit();
+  edit_.reset();
   lastColumn_ = -1;
 }
 

@@ -6,9 +6,10 @@
 // tenths of a hertz, the formants in hertz; values are held to the row's
 // limits. The stroke ends as one edit (one undo step).
 
+#include <optional>
 #include "document/DocObserver.h"
 #include "document/VandrelDoc.h"
-#include "editing/TableSelection.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 
@@ -24,15 +25,14 @@ class TraceStroke {
 
   // Ends the stroke: the document is marked edited and the written frames go
   // to the undo history as one step. Nothing happens when nothing was written.
-  void finish(CVandrelDoc& doc, TableViewState& view);
+  void finish();
 
-  bool wrote() const { return first_ <= last_; }
-  CellRange written() const { return CellRange{row_, row_, first_, last_}; }
+  bool wrote() const { return edit_ && edit_->wrote(); }
+  CellRange written() const { return edit_ ? edit_->written() : CellRange{row_, row_, 1, 0}; }
 
  private:
   int row_;
-  int first_ = 1;  // columns written so far; empty while first_ > last_
-  int last_ = 0;
+  std::optional<EditTransaction> edit_;  // from the first write to finish()
   int lastColumn_ = -1;
   double lastValue_ = 0;
 };

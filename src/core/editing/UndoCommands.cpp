@@ -4,7 +4,7 @@
 
 namespace vandrel {
 
-UndoStatus restoreSnapshot(CVandrelDoc& doc, TableViewState& view, int index) {
+UndoStatus restoreSnapshot(CVandrelDoc& doc, int index) {
   const int before = doc.table.columns();
   if (!doc.undo.restore(index, doc.table)) return UndoStatus::kInvalidArgument;
   ParameterSet& ps = doc.params();
@@ -19,18 +19,18 @@ UndoStatus restoreSnapshot(CVandrelDoc& doc, TableViewState& view, int index) {
     doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, before - 1});
   }
   doc.markEdited();
-  view.tableChanged = false;
+  doc.tableChanged = false;
   return UndoStatus::kRestored;
 }
 
-UndoStatus undoCommand(CVandrelDoc& doc, TableViewState& view) {
+UndoStatus undoCommand(CVandrelDoc& doc) {
   doc.undo.setCurrent(std::max(doc.undo.current() - 1, 0));
-  return restoreSnapshot(doc, view, doc.undo.current());
+  return restoreSnapshot(doc, doc.undo.current());
 }
 
-UndoStatus redoCommand(CVandrelDoc& doc, TableViewState& view) {
+UndoStatus redoCommand(CVandrelDoc& doc) {
   doc.undo.setCurrent(std::min(doc.undo.current() + 1, doc.undo.count() - 1));
-  return restoreSnapshot(doc, view, doc.undo.current());
+  return restoreSnapshot(doc, doc.undo.current());
 }
 
 }  // namespace vandrel

@@ -17,14 +17,14 @@ enum class UndoStatus {
 // becomes the one the snapshot was taken at, the file length follows the
 // restored column count, and the shown and hidden rows stay as
 // they are now.
-UndoStatus restoreSnapshot(CVandrelDoc& doc, TableViewState& view, int index);
+UndoStatus restoreSnapshot(CVandrelDoc& doc, int index);
 
 // The current index minus one, but not below 0, then restore. In a new
 // document (index -5) this reaches 0 of an empty list and fails.
-UndoStatus undoCommand(CVandrelDoc& doc, TableViewState& view);
+UndoStatus undoCommand(CVandrelDoc& doc);
 
 // The current index plus one, but not above the last entry, then restore.
 // Before any snapshot this reaches -4 and fails.
-UndoStatus redoCommand(CVandrelDoc& doc, TableViewState& view);
+UndoStatus redoCommand(CVandrelDoc& doc);
 
 }  // namespace vandrel

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "editing/AfterEdit.h"
-
 namespace vandrel {
 
 std::optional<DrawPoint> drawPointAt(const DrawingLayout& layout, DrawTrack track, int frames, int x, int y) {
@@ -21,23 +19,18 @@ std::optional<DrawPoint> drawPointAt(const DrawingLayout& layout, DrawTrack trac
 
 bool DrawStroke::write(CVandrelDoc& doc, const DrawPoint& point) {
   if (point.column < 0 || point.column >= doc.table.columns()) return false;
-  if (!drew()) {
-    keepTableBeforeEdit(doc, {row_});
-    first_ = last_ = point.column;
+  if (!edit_) {
+    edit_.emplace(doc);
+    edit_->keepTableBefore({row_});
   }
-  doc.table.setValue(row_, point.column, point.value);
-  first_ = std::min(first_, point.column);
-  last_ = std::max(last_, point.column);
-  doc.notifyCellsChanged(CellRange{row_, row_, point.column, point.column});
+  edit_->setValue(row_, point.column, point.value);
+  edit_->flush();
   return true;
 }
 
-void DrawStroke::finish(CVandrelDoc& doc, TableViewState& view) {
-  if (!drew()) return;
-  doc.markEdited();
-  afterEditStep(doc, view, written());
-  first_ = 1;
-  last_ = 0;
+void DrawStroke::finish() {
+  if (edit_) edit_->commit();
+  edit_.reset();
 }
 
 }  // namespace vandrel

@@ -15,6 +15,7 @@
 #include <optional>
 
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 #include "editing/TableSelection.h"
 #include "entry/DrawTracks.h"
 
@@ -60,15 +61,14 @@ class DrawStroke {
   // Writes one point; false (nothing written) for a column outside the table.
   bool write(CVandrelDoc& doc, const DrawPoint& point);
   // Nothing happens when nothing was written.
-  void finish(CVandrelDoc& doc, TableViewState& view);
+  void finish();
 
-  bool drew() const { return first_ <= last_; }
-  CellRange written() const { return CellRange{row_, row_, first_, last_}; }
+  bool drew() const { return edit_ && edit_->wrote(); }
+  CellRange written() const { return edit_ ? edit_->written() : CellRange{row_, row_, 1, 0}; }
 
  private:
   int row_;
-  int first_ = 1;  // empty while first_ > last_
-  int last_ = 0;
+  std::optional<EditTransaction> edit_;  // from the first write to finish()
 };
 
 }  // namespace vandrel

@@ -80,7 +80,7 @@ bool fillGaps(std::vector<double>& track) {
   return true;
 }
 
-void enterTracks(CVandrelDoc& doc, TableViewState& view, const RecordingTracks& tracks) {
+void enterTracks(CVandrelDoc& doc, const RecordingTracks& tracks) {
   const int frames = doc.table.columns();
   const int interval = doc.params().intervalMs;
   if (frames <= 0 || interval <= 0) return;
@@ -103,16 +103,15 @@ void enterTracks(CVandrelDoc& doc, TableViewState& view, const RecordingTracks& 
   }
   if (!wrote) return;
   doc.markEdited();
-  afterEditStep(doc, view);
+  afterEditStep(doc);
 }
 
-UserMessages enterAllData(CVandrelDoc& doc, TableViewState& view, const EntryAnalysis& analysis,
-                          const AnalysisProgress& progress) {
+UserMessages enterAllData(CVandrelDoc& doc, const EntryAnalysis& analysis, const AnalysisProgress& progress) {
   if (!analysis.spectrogram.displayFormants) return {UserMessage{kFormantTrackingOffMessage}};
   if (!doc.hasAudio()) return {UserMessage{kNoRecordingMessage}};
   const RecordingTracks tracks = trackRecording(doc.audio, analysis, progress);
   if (tracks.f0.empty()) return {UserMessage{kRecordingTooShortMessage}};
-  enterTracks(doc, view, tracks);
+  enterTracks(doc, tracks);
   return {};
 }
 

@@ -61,10 +61,10 @@ bool fillGaps(std::vector<double>& track);
 
 // The whole command. Messages: formant tracking off (nothing computed), no
 // recording, a recording too short.
-UserMessages enterAllData(CVandrelDoc& doc, TableViewState& view, const EntryAnalysis& analysis,
+UserMessages enterAllData(CVandrelDoc& doc, const EntryAnalysis& analysis,
                           const AnalysisProgress& progress = {});
 
 // The part after the analysis, on tracks already computed.
-void enterTracks(CVandrelDoc& doc, TableViewState& view, const RecordingTracks& tracks);
+void enterTracks(CVandrelDoc& doc, const RecordingTracks& tracks);
 
 }  // namespace vandrel

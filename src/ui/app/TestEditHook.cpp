@@ -22,9 +22,8 @@ void installTestEditHook(CMainFrame& frame) {
   QObject::connect(timer, &QTimer::timeout, &frame, [&frame, last, edits = 0]() mutable {
     OpenDocument* doc = frame.activeDocument();
     if (!doc || doc->doc().table.columns() == 0 || edits >= last) return;
-    vandrel::TableViewState view;
     ++edits;
-    vandrel::editCell(doc->doc(), view, vandrel::kF0, (edits - 1) % doc->doc().table.columns(), 4000 + edits);
+    vandrel::editCell(doc->doc(), vandrel::kF0, (edits - 1) % doc->doc().table.columns(), 4000 + edits);
     std::printf("edit %d\n", edits);
     std::fflush(stdout);
   });

@@ -13,7 +13,6 @@
 #include "app/OpenDocument.h"
 #include "common/RunOnWorker.h"
 #include "document/ColorSlots.h"
-#include "table/CVandrelView.h"
 #include "views/spectrogram/SpectrogramCommands.h"
 
 namespace vandrel::ui {
@@ -140,17 +139,12 @@ void CFreqInputWnd::cellsChanged(const vandrel::CellRange& cells) {
   update(QRect(x0, 0, x1 - x0 + 1, height()));
 }
 
-CVandrelView* CFreqInputWnd::tableView() const {
-  for (CChildFrame* frame : mainFrame_.windowsOf(document_))
-    if (auto* view = qobject_cast<CVandrelView*>(frame->view())) return view;
-  return nullptr;
-}
+bool CFreqInputWnd::hasTableWindow() const { return !mainFrame_.windowsOf(document_).isEmpty(); }
 
 void CFreqInputWnd::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
-  CVandrelView* table = tableView();
-  if (!table) return;
-  table_ = table;
+  if (!hasTableWindow()) return;
+  stroking_ = true;
   drawn_ = false;
   last_ = event->position().toPoint();
   stroke_.emplace(document_.doc().drawing.selected);
@@ -160,7 +154,7 @@ void CFreqInputWnd::mousePressEvent(QMouseEvent* event) {
 void CFreqInputWnd::mouseMoveEvent(QMouseEvent* event) {
   const QPoint p = event->position().toPoint();
   showReadout(p);
-  if (!table_ || !stroke_) return;
+  if (!stroking_ || !stroke_) return;
   if (!layout_.area.contains(p.x(), p.y())) return;
   if (event->buttons() != Qt::LeftButton || (event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier)))
     return;
@@ -175,13 +169,12 @@ void CFreqInputWnd::mouseMoveEvent(QMouseEvent* event) {
 
 void CFreqInputWnd::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || !stroke_) return;
-  if (drawn_ && table_) {
-    stroke_->finish(document_.doc(), table_->state());
-    table_->grid()->viewport()->update();
+  if (drawn_) {
+    stroke_->finish();
     drawn_ = false;
   }
   stroke_.reset();
-  table_ = nullptr;
+  stroking_ = false;
   ink_.clear();
   update();
 }

@@ -61,7 +61,9 @@ class CFreqInputWnd : public QWidget {
 
   // The table view the strokes write through: the document's first table
   // window's; null when it has none.
-  CVandrelView* tableView() const;
+  // Drawing needs a table window of the document open (a stroke writes
+  // through the document either way).
+  bool hasTableWindow() const;
 
   QSize sizeHint() const override { return {900, 640}; }
 
@@ -98,7 +100,7 @@ class CFreqInputWnd : public QWidget {
   std::array<QPen, kPenCount> pens_;
 
   // The mouse protocol's state.
-  QPointer<CVandrelView> table_;  // found at button down; null: no stroke
+  bool stroking_ = false;  // a stroke began at button down
   QPoint last_;
   bool drawn_ = false;
   std::optional<vandrel::DrawStroke> stroke_;

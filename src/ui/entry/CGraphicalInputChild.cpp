@@ -18,7 +18,6 @@
 #include "entry/CFreqInputWnd.h"
 #include "entry/CGraphicalInput.h"
 #include "entry/EnterAllData.h"
-#include "table/CVandrelView.h"
 #include "views/spectrogram/SpectrogramCommands.h"
 
 namespace vandrel::ui {
@@ -90,16 +89,15 @@ CGraphicalInputChild::CGraphicalInputChild(CMainFrame& mainFrame, std::shared_pt
 }
 
 void CGraphicalInputChild::enterAllData() {
-  CVandrelView* table = drawing_->tableView();
-  if (!table) return;
+  if (!drawing_->hasTableWindow()) return;
   vandrel::CVandrelDoc& doc = document().doc();
   const vandrel::EntryAnalysis analysis = analysisFor(mainFrame(), doc);
   vandrel::UserMessages messages;
   if (!analysis.spectrogram.displayFormants || !doc.hasAudio()) {
-    messages = vandrel::enterAllData(doc, table->state(), analysis);
+    messages = vandrel::enterAllData(doc, analysis);
   } else {
     CProgressDialog::run(this, CProgressDialog::kPitch, [&](const CProgressDialog::Progress& progress) {
-      messages = vandrel::enterAllData(doc, table->state(), analysis, progress);
+      messages = vandrel::enterAllData(doc, analysis, progress);
     });
   }
   for (const auto& m : messages)

@@ -37,7 +37,7 @@ constexpr const char* kNowPlaying = "vandrel-now-playing";
 std::optional<TimeSpan> tableSpan(const CommandContext& ctx) {
   CVandrelView* table = CVandrelView::active(ctx);
   if (!table) return std::nullopt;
-  const TableSelection& s = table->state().selection;
+  const TableSelection& s = table->selection();
   const int interval = ctx.document->doc().params().intervalMs;
   if (s.kind == SelectionKind::kColumn) return columnsSpan(s.column, s.column, interval);
   // One cell is where the cursor is, not a stretch to listen to.

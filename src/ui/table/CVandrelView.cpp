@@ -35,7 +35,7 @@ constexpr const char* kCellStatusName = "vandrel-cell-status";
 CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
     : QWidget(parent),
       document_(document),
-      model_(new FrameTableModel(document, state_, this)),
+      model_(new FrameTableModel(document, this)),
       grid_(new MyCug(document, this)) {
   grid_->setModel(model_);
   grid_->setSideHeadingWidth(grid_->fontMetrics().horizontalAdvance(QStringLiteral("gainMM")) + 12);
@@ -45,8 +45,7 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   setFocusProxy(grid_);
   grid_->installEventFilter(this);
 
-  connect(grid_, &CUGExcel::userSelectionChanged, this,
-          [this] { state_.selection = grid_->tableSelection(); });
+  connect(grid_, &CUGExcel::userSelectionChanged, this, [this] { selection_ = grid_->tableSelection(); });
   connect(grid_, &CUGExcel::currentCellChanged, this, &CVandrelView::updateCellStatus);
   connect(model_, &FrameTableModel::dataChanged, this, &CVandrelView::updateCellStatus);
   // A rebuild forgets the grid's cursor; the user's place in the table is
@@ -114,7 +113,7 @@ void CVandrelView::showMessages(const vandrel::UserMessages& messages) {
 
 QTableView* CVandrelView::grid() { return grid_; }
 
-void CVandrelView::showStoredSelection() { grid_->showTableSelection(state_.selection); }
+void CVandrelView::showStoredSelection() { grid_->showTableSelection(selection_); }
 
 void CVandrelView::applyShownRows() {
   // The selection in the document's own colour, with the values still black

@@ -1,12 +1,11 @@
 #pragma once
 // CVandrelView: the table of one document window - the 48 parameter rows over
 // the frames, in a spreadsheet grid (MyCug) over the document's frame table.
-// It keeps the view's own editing state (the selection as the user made it,
-// the table-changed flag) and answers the questions the table's commands ask;
+// It keeps the view's own selection (as the user made it) and answers the questions the table's commands ask;
 // the commands themselves are installed by TableCommands.cpp, and each calls
 // one core operation.
 //
-// The selection kept in state() changes only when the user changes the
+// The selection kept in selection() changes only when the user changes the
 // selection in the grid (or runs Select All) - never when a command runs -
 // so the stored block survives from one use of a command to the next.
 
@@ -44,8 +43,8 @@ class CVandrelView : public QWidget, public Printable {
 
   OpenDocument& document() { return document_; }
 
-  // The stored selection and the table-changed flag that core commands take.
-  vandrel::TableViewState& state() { return state_; }
+  // The stored selection that the selection commands of core take.
+  vandrel::TableSelection& selection() { return selection_; }
 
   // The current cell: a parameter index (0..47) and a frame.
   int currentParam() const;
@@ -61,7 +60,7 @@ class CVandrelView : public QWidget, public Printable {
   MyCug* table() { return grid_; }
   FrameTableModel* model() { return model_; }
 
-  // Shows state().selection in the grid after a command chose it (Select
+  // Shows selection() in the grid after a command chose it (Select
   // All, Remove Column), without treating it as the user's.
   void showStoredSelection();
 
@@ -81,7 +80,7 @@ class CVandrelView : public QWidget, public Printable {
   void updateCellStatus();
 
   OpenDocument& document_;
-  vandrel::TableViewState state_;
+  vandrel::TableSelection selection_;
   FrameTableModel* model_;
   MyCug* grid_;
   GridCell kept_;  // the cursor across a rebuild

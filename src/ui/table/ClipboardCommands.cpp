@@ -19,7 +19,7 @@ namespace {
 
 // The stored selection, or the current cell when nothing is selected.
 vandrel::TableSelection selectionOrCurrentCell(CVandrelView& view) {
-  const vandrel::TableSelection& sel = view.state().selection;
+  const vandrel::TableSelection& sel = view.selection();
   if (sel.kind != vandrel::SelectionKind::kNone) return sel;
   return vandrel::TableSelection::block(view.currentColumn(), view.currentParam(), view.currentColumn(),
                                         view.currentParam());
@@ -35,7 +35,7 @@ void copyOrCut(CommandContext& ctx, bool cut) {
   CVandrelView* view = CVandrelView::active(ctx);
   if (!view) return;
   const vandrel::TableSelection sel = selectionOrCurrentCell(*view);
-  const std::string text = cut ? vandrel::cutSelection(*ctx.doc(), view->state(), sel, view->shownParams())
+  const std::string text = cut ? vandrel::cutSelection(*ctx.doc(), sel, view->shownParams())
                                : vandrel::copySelection(*ctx.doc(), sel, view->shownParams());
   if (text.empty()) {
     ctx.mainFrame->showStatus(QStringLiteral("Nothing shown is selected"));
@@ -55,9 +55,9 @@ void paste(CommandContext& ctx) {
   }
   vandrel::CVandrelDoc& doc = *ctx.doc();
   const auto [row, column] =
-      vandrel::pasteTarget(view->state().selection, doc.table, view->currentParam(), view->currentColumn());
+      vandrel::pasteTarget(view->selection(), doc.table, view->currentParam(), view->currentColumn());
   const vandrel::PasteResult r =
-      vandrel::pasteText(doc, view->state(), row, column, text.toStdString(), view->shownParams());
+      vandrel::pasteText(doc, row, column, text.toStdString(), view->shownParams());
   QString status = QStringLiteral("Pasted %1 cells").arg(r.written);
   if (r.skipped > 0) status += QStringLiteral("; skipped %1 that were not numbers").arg(r.skipped);
   if (r.outside > 0) status += QStringLiteral("; %1 fell beyond the table").arg(r.outside);

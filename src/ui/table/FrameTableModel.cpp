@@ -17,11 +17,8 @@ QString fromView(std::string_view s) { return QString::fromUtf8(s.data(), static
 
 }  // namespace
 
-FrameTableModel::FrameTableModel(OpenDocument& document, vandrel::TableViewState& state, QObject* parent)
-    : QAbstractTableModel(parent),
-      document_(document),
-      state_(state),
-      columns_(document.doc().table.columns()) {
+FrameTableModel::FrameTableModel(OpenDocument& document, QObject* parent)
+    : QAbstractTableModel(parent), document_(document), columns_(document.doc().table.columns()) {
   connect(&document_, &OpenDocument::cellsChanged, this, &FrameTableModel::onCellsChanged);
   connect(&document_, &OpenDocument::structureChanged, this, &FrameTableModel::onStructureChanged);
 }
@@ -61,8 +58,7 @@ bool FrameTableModel::setData(const QModelIndex& index, const QVariant& value, i
   if (!index.isValid() || role != Qt::EditRole) return false;
   // The core clamps, runs the after-edit hook and tells every view; the cell
   // is repainted from that notification, not from here.
-  return vandrel::editCellText(document_.doc(), state_, index.row(), index.column(),
-                               value.toString().toStdString());
+  return vandrel::editCellText(document_.doc(), index.row(), index.column(), value.toString().toStdString());
 }
 
 Qt::ItemFlags FrameTableModel::flags(const QModelIndex& index) const {

@@ -11,7 +11,6 @@
 #include <QColor>
 
 namespace vandrel {
-struct TableViewState;
 struct CellRange;
 }  // namespace vandrel
 
@@ -22,7 +21,7 @@ class OpenDocument;
 class FrameTableModel : public QAbstractTableModel {
   Q_OBJECT
  public:
-  FrameTableModel(OpenDocument& document, vandrel::TableViewState& state, QObject* parent = nullptr);
+  FrameTableModel(OpenDocument& document, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = {}) const override;
   int columnCount(const QModelIndex& parent = {}) const override;
@@ -48,7 +47,6 @@ class FrameTableModel : public QAbstractTableModel {
   void onStructureChanged();
 
   OpenDocument& document_;
-  vandrel::TableViewState& state_;
   int columns_ = 0;  // as the views know it, until the next reset
 };
 

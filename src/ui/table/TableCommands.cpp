@@ -17,11 +17,11 @@ namespace vandrel::ui {
 
 namespace {
 
-using TableOp = std::function<void(CVandrelDoc&, TableViewState&)>;
+using TableOp = std::function<void(CVandrelDoc&, TableSelection&)>;
 
 bool tableActive(const CommandContext& ctx) { return CVandrelView::active(ctx) != nullptr; }
 
-// Each handler reads the view's state, runs one core operation on it and
+// Each handler reads the view's stored selection, runs one core operation on it and
 // lets the document's notifications repaint the table.
 void attach(CommandRouter& router, int id, TableOp op) {
   router.setHandler(
@@ -29,7 +29,7 @@ void attach(CommandRouter& router, int id, TableOp op) {
       [op = std::move(op)](CommandContext& ctx) {
         CVandrelView* view = CVandrelView::active(ctx);
         if (!view) return;
-        op(view->document().doc(), view->state());
+        op(view->document().doc(), view->selection());
       },
       &tableActive);
 }
@@ -38,7 +38,7 @@ void undoRedo(CommandContext& ctx, bool undo) {
   CVandrelView* view = CVandrelView::active(ctx);
   if (!view) return;
   CVandrelDoc& doc = view->document().doc();
-  const UndoStatus status = undo ? undoCommand(doc, view->state()) : redoCommand(doc, view->state());
+  const UndoStatus status = undo ? undoCommand(doc) : redoCommand(doc);
   if (status == UndoStatus::kInvalidArgument)
     ctx.mainFrame->showStatus(undo ? QStringLiteral("Nothing to undo") : QStringLiteral("Nothing to redo"));
 }
@@ -53,13 +53,13 @@ void installTableCommands(CommandRouter& router) {
       ID_EDIT_UNDO, [](CommandContext& ctx) { undoRedo(ctx, true); }, &tableActive);
   router.setHandler(
       ID_EDIT_REDO, [](CommandContext& ctx) { undoRedo(ctx, false); }, &tableActive);
-  attach(router, ID_EDIT_REMOVE_ROW, &removeRow);
+  attach(router, ID_EDIT_REMOVE_ROW, [](CVandrelDoc& doc, TableSelection&) { removeRow(doc); });
   router.setHandler(
       ID_EDIT_REMOVE_COLUMN,
       [](CommandContext& ctx) {
         CVandrelView* view = CVandrelView::active(ctx);
         if (!view) return;
-        removeColumn(view->document().doc(), view->state());
+        removeColumn(view->document().doc(), view->selection());
         view->showStoredSelection();  // a whole-column selection is gone
       },
       &tableActive);
@@ -69,15 +69,15 @@ void installTableCommands(CommandRouter& router) {
       [](CommandContext& ctx) {
         CVandrelView* view = CVandrelView::active(ctx);
         if (!view) return;
-        view->state().selection = selectAll(view->document().doc().table);
+        view->selection() = selectAll(view->document().doc().table);
         view->showStoredSelection();
       },
       &tableActive);
   attach(router, ID_ANCHORS_ADD, &addAnchorsToSelection);
   attach(router, ID_ANCHORS_REMOVE, &removeAnchorsFromSelection);
-  attach(router, ID_ANCHORS_REMOVE_ALL, &removeAllAnchors);
+  attach(router, ID_ANCHORS_REMOVE_ALL, [](CVandrelDoc& doc, TableSelection&) { removeAllAnchors(doc); });
   attach(router, ID_INTERPOLATE_SELECTION, &interpolateSelectionCommand);
-  attach(router, ID_INTERPOLATE_ALL, &interpolateAllCommand);
+  attach(router, ID_INTERPOLATE_ALL, [](CVandrelDoc& doc, TableSelection&) { interpolateAllCommand(doc); });
 }
 
 }  // namespace vandrel::ui

@@ -100,14 +100,14 @@ TEST_F(ReaderLimits, RefusedWithTheLimitInTheMessage) {
 // the same way, before anything changes.
 TEST_F(ReaderLimits, EditsStopAtTheFrameLimit) {
   CVandrelDoc doc;
-  TableViewState view;
+  TableSelection selection;
   const std::string before = writeVdr(doc, VdrKind::kAllParameters);
-  const UserMessages longer = changeFileLength(doc, view, 2'000'000'000);
+  const UserMessages longer = changeFileLength(doc, 2'000'000'000);
   ASSERT_EQ(longer.size(), 1u);
   EXPECT_EQ(longer[0].text, tooManyFramesMessage(200'000'000));
   doc.addColumnTimeMs = 10'000'000;
-  ASSERT_EQ(addTime(doc, view).size(), 1u);
-  EXPECT_EQ(addTime(doc, view)[0].text, tooManyFramesMessage(1'000'020));
+  ASSERT_EQ(addTime(doc, selection).size(), 1u);
+  EXPECT_EQ(addTime(doc, selection)[0].text, tooManyFramesMessage(1'000'020));
   EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters), before);
 }
 

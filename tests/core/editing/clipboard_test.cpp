@@ -29,10 +29,10 @@ struct Fixture {
     doc.table.reset(6, doc.params());
     for (int r = 0; r < kParamCount; ++r)
       for (int c = 0; c < 6; ++c) doc.table.setValue(r, c, 100 * r + c);
-    afterEditStep(doc, view);  // the state that undo goes back to
+    afterEditStep(doc);  // the state that undo goes back to
   }
   CVandrelDoc doc;
-  TableViewState view;
+  TableSelection selection;
   std::vector<int> shown = shownRowsForTest();
 };
 
@@ -54,11 +54,11 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
        {std::tuple{kF6, 1, 1701.0}, {kF6, 2, 1702.0}, {kF4, 1, 1901.0}, {kF4, 2, 3500.5}})
     f.doc.table.setValue(r, c, v);
   // Dragged from bottom right to top left across the hidden f5 row.
-  f.view.selection = TableSelection::block(2, kF4, 1, kF6);
-  const std::string text = copySelection(f.doc, f.view.selection, f.shown);
+  f.selection = TableSelection::block(2, kF4, 1, kF6);
+  const std::string text = copySelection(f.doc, f.selection, f.shown);
   EXPECT_EQ(text, "1701\t1702\n1901\t3500.5\n");
 
-  const PasteResult pasted = pasteText(f.doc, f.view, kF6, 4, text, f.shown);
+  const PasteResult pasted = pasteText(f.doc, kF6, 4, text, f.shown);
   EXPECT_EQ(pasted.written, 4);
   EXPECT_EQ(pasted.skipped + pasted.outside, 0);
   EXPECT_EQ(f.doc.table.value(kF6, 4), 1701);
@@ -66,9 +66,9 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   EXPECT_EQ(f.doc.table.value(kF5, 4), 804);  // hidden: passed over
   EXPECT_EQ(f.doc.table.value(kF4, 5), 3500.5);
   EXPECT_EQ(f.doc.undo.count(), 2);
-  EXPECT_TRUE(f.doc.modified && f.view.tableChanged);
+  EXPECT_TRUE(f.doc.modified && f.doc.tableChanged);
 
-  ASSERT_EQ(undoCommand(f.doc, f.view), UndoStatus::kRestored);
+  ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
   EXPECT_EQ(f.doc.table.value(kF6, 4), 704);
   EXPECT_EQ(f.doc.table.value(kF4, 5), 905);
   // Rows, columns and a selection outside the table.
@@ -110,7 +110,7 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Fixture f;
-    const PasteResult r = pasteText(f.doc, f.view, c.row, c.column, c.text, f.shown);
+    const PasteResult r = pasteText(f.doc, c.row, c.column, c.text, f.shown);
     EXPECT_EQ(r.written, c.written);
     EXPECT_EQ(r.skipped, c.skipped);
     EXPECT_EQ(r.outside, c.outside);
@@ -123,7 +123,7 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
 TEST(ClipboardTest, PasteFollowsTheAfterEditOptions) {
   Fixture f;
   f.doc.anchorAfterEdit = f.doc.autoInterpolate = true;
-  ASSERT_EQ(pasteText(f.doc, f.view, kAv, 0, "10\t\t\t40", f.shown).written, 2);
+  ASSERT_EQ(pasteText(f.doc, kAv, 0, "10\t\t\t40", f.shown).written, 2);
   EXPECT_TRUE(f.doc.table.anchor(kAv, 0) && f.doc.table.anchor(kAv, 3) && !f.doc.table.anchor(kAv, 1));
   EXPECT_EQ(f.doc.table.value(kAv, 1), 20);
   EXPECT_EQ(f.doc.table.value(kAv, 2), 30);
@@ -133,19 +133,19 @@ TEST(ClipboardTest, PasteFollowsTheAfterEditOptions) {
 
 TEST(ClipboardTest, CutCopiesThenLeavesDefaultsInShownRowsAsOneStep) {
   Fixture f;
-  f.view.selection = TableSelection::block(1, kF6, 2, kF4);
-  EXPECT_EQ(cutSelection(f.doc, f.view, f.view.selection, f.shown), "701\t702\n901\t902\n");
+  f.selection = TableSelection::block(1, kF6, 2, kF4);
+  EXPECT_EQ(cutSelection(f.doc, f.selection, f.shown), "701\t702\n901\t902\n");
   const ParameterSet& ps = f.doc.params();
   EXPECT_EQ(f.doc.table.value(kF6, 1), ps.at(kF6).defaultValue);
   EXPECT_EQ(f.doc.table.value(kF4, 2), ps.at(kF4).defaultValue);
   EXPECT_EQ(f.doc.table.value(kF5, 1), 801);  // hidden, not copied: kept
   EXPECT_EQ(f.doc.table.value(kF6, 3), 703);
   EXPECT_EQ(f.doc.undo.count(), 2);
-  ASSERT_EQ(undoCommand(f.doc, f.view), UndoStatus::kRestored);
+  ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
   EXPECT_EQ(f.doc.table.value(kF6, 1), 701);
 
-  f.view.selection = TableSelection::wholeRow(kF5);
-  EXPECT_EQ(cutSelection(f.doc, f.view, f.view.selection, f.shown), "");
+  f.selection = TableSelection::wholeRow(kF5);
+  EXPECT_EQ(cutSelection(f.doc, f.selection, f.shown), "");
   EXPECT_EQ(f.doc.undo.count(), 2);
 }
 

@@ -88,16 +88,16 @@ TEST(InterpolationTest, TableOfCases) {
     for (int a : c.anchors) doc.table.setAnchor(kF2, a, true);
     FrameTable expected = doc.table;
     setRowValues(expected, kF2, c.expected);
-    TableViewState view;
-    if (c.op == Op::kRow) view.selection = TableSelection::wholeRow(kF2);
-    if (c.op == Op::kBlock) view.selection = TableSelection::block(c.blockStart, kF2, c.blockEnd, kF2);
-    if (c.op == Op::kColumn) view.selection = TableSelection::wholeColumn(1);
+    TableSelection selection;
+    if (c.op == Op::kRow) selection = TableSelection::wholeRow(kF2);
+    if (c.op == Op::kBlock) selection = TableSelection::block(c.blockStart, kF2, c.blockEnd, kF2);
+    if (c.op == Op::kColumn) selection = TableSelection::wholeColumn(1);
     for (int i = 0; i < c.times; ++i)
-      c.op == Op::kAll ? interpolateAllCommand(doc, view) : interpolateSelectionCommand(doc, view);
+      c.op == Op::kAll ? interpolateAllCommand(doc) : interpolateSelectionCommand(doc, selection);
     EXPECT_EQ(rowValues(doc.table, kF2), c.expected);
     EXPECT_EQ(doc.table, expected);  // other rows and every anchor as they were
     // Every form, even one that changes nothing, ends with the marks and a snapshot.
-    EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && view.tableChanged);
+    EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged);
     EXPECT_EQ(doc.undo.count(), c.times);
   }
 }
@@ -106,9 +106,9 @@ TEST(InterpolationTest, BlockOfRowsTableEdgesAndAnEmptyTable) {
   CVandrelDoc doc;
   shapeDoc(doc, 5);
   for (int r = 0; r < kParamCount; ++r) setRowValues(doc.table, r, {0, 1, 1, 1, 40});
-  TableViewState view;
-  view.selection = TableSelection::block(4, kF2, 0, kF1);
-  interpolateSelectionCommand(doc, view);
+  TableSelection selection;
+  selection = TableSelection::block(4, kF2, 0, kF1);
+  interpolateSelectionCommand(doc, selection);
   for (int r = 0; r < kParamCount; ++r) EXPECT_EQ(doc.table.value(r, 1), r >= kF2 && r <= kF1 ? 10 : 1) << r;
   // -1 stands for the table's edges: every row, hidden ones too, becomes a line.
   doc.params().setSelected(kF2, false);
@@ -117,8 +117,8 @@ TEST(InterpolationTest, BlockOfRowsTableEdgesAndAnEmptyTable) {
     EXPECT_EQ(rowValues(doc.table, r), (std::vector<double>{0, 10, 20, 30, 40}));
   CVandrelDoc empty;
   shapeDoc(empty, 0);
-  view.selection = TableSelection::wholeRow(kF2);
-  interpolateSelectionCommand(empty, view);
+  selection = TableSelection::wholeRow(kF2);
+  interpolateSelectionCommand(empty, selection);
   EXPECT_EQ(interpolationValue(empty.table, kF2, 0), 0.0);
 }
 
@@ -135,12 +135,11 @@ TEST(CellEditTest, TypedTextIsHeldToTheRowLimits) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     CVandrelDoc doc;
-    TableViewState view;
-    EXPECT_EQ(editCellText(doc, view, c.row, 3, c.text), c.stored.has_value());
+    TableSelection selection;
+    EXPECT_EQ(editCellText(doc, c.row, 3, c.text), c.stored.has_value());
     EXPECT_EQ(doc.table.value(c.row, 3), c.stored.value_or(builtinParams()[std::size_t(c.row)].defaultValue));
     EXPECT_EQ(doc.undo.count(), c.stored ? 1 : 0);
-    EXPECT_FALSE(editCell(doc, view, kF1, doc.table.columns(), 600) ||
-                 editCell(doc, view, kParamCount, 0, 600));
+    EXPECT_FALSE(editCell(doc, kF1, doc.table.columns(), 600) || editCell(doc, kParamCount, 0, 600));
   }
 }
 
@@ -155,15 +154,23 @@ TEST(CellEditTest, AfterEditHookFollowsTheOptions) {
       doc.autoInterpolate = autoInterpolate;
       setRowValues(doc.table, kAv, {0, 1, 1, 1, 1, 50});
       for (auto [r, col] : {std::pair{kF1, 0}, {kAv, 0}, {kAv, 5}}) doc.table.setAnchor(r, col, true);
-      TableViewState view;
-      ASSERT_TRUE(editCell(doc, view, kF1, 4, 900));
+      // The edited cell is told once, its anchor with its value.
+      struct Told : DocObserver {
+        int cell = 0;
+        void notifyCellsChanged(const CellRange& r) override {
+          cell += r.firstRow <= kF1 && kF1 <= r.lastRow && r.firstColumn <= 4 && 4 <= r.lastColumn;
+        }
+      } told;
+      doc.addObserver(&told);
+      ASSERT_TRUE(editCell(doc, kF1, 4, 900));
+      EXPECT_EQ(told.cell, autoInterpolate ? 2 : 1);           // and the interpolated rows
       const bool filled = anchorAfterEdit && autoInterpolate;  // the new anchor closes a span
       EXPECT_EQ(rowValues(doc.table, kF1), (filled ? std::vector<double>{500, 600, 700, 800, 900, 500}
                                                    : std::vector<double>{500, 500, 500, 500, 900, 500}));
       EXPECT_EQ(anchorColumns(doc.table, kF1),
                 (anchorAfterEdit ? std::vector<int>{0, 4} : std::vector<int>{0}));
       EXPECT_EQ(doc.table.value(kAv, 1), autoInterpolate ? 10.0 : 1.0);
-      EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && view.tableChanged && doc.undo.count() == 1);
+      EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged && doc.undo.count() == 1);
       EXPECT_EQ(doc.undo.valueAt(0, kF1, 2), filled ? 700 : 500);  // taken after the hook
     }
   }
@@ -198,9 +205,9 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
       for (int r = 0; r < kParamCount; ++r) setRowValues(doc.table, r, start);
       doc.rowsInUse = c.rowsInUse;
       const FrameTable before = doc.table;
-      TableViewState view;
-      view.selection = c.selection;
-      defaults ? setToDefaultValues(doc, view) : addSubtract(doc, view, 7);
+      TableSelection selection;
+      selection = c.selection;
+      defaults ? setToDefaultValues(doc, selection) : addSubtract(doc, selection, 7);
       FrameTable expected = before;
       for (auto [r, col] : c.changed) {
         // Set to Default Values on a whole row leaves the last parameter's (gain's) default.
@@ -209,7 +216,7 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
       }
       EXPECT_EQ(doc.table, expected);
       EXPECT_EQ(doc.addSubtractAmount, defaults ? 0 : 7);
-      EXPECT_TRUE(doc.modified && view.tableChanged && doc.undo.count() == 1);
+      EXPECT_TRUE(doc.modified && doc.tableChanged && doc.undo.count() == 1);
       // Add/Subtract snapshots the table before its addition, Set to Default Values after.
       for (auto [r, col] : c.changed)
         EXPECT_EQ(doc.undo.valueAt(0, r, col),
@@ -225,21 +232,21 @@ TEST(AnchorCommandsTest, BlockGivesTheSameAnchorsWhicheverWayItWasDragged) {
     SCOPED_TRACE(std::to_string(drag.startColumn) + "," + std::to_string(drag.startRow));
     CVandrelDoc doc;
     shapeDoc(doc, 5);
-    TableViewState view;
-    view.selection = drag;
-    addAnchorsToSelection(doc, view);
+    TableSelection selection;
+    selection = drag;
+    addAnchorsToSelection(doc, selection);
     for (int r = 0; r < kParamCount; ++r)
       EXPECT_EQ(anchorColumns(doc.table, r),
                 (r >= kF3 && r <= kF1 ? std::vector<int>{1, 2, 3} : std::vector<int>{}));
-    EXPECT_EQ(view.selection, drag);  // ordered for use, not in the stored selection
+    EXPECT_EQ(selection, drag);  // ordered for use, not in the stored selection
     EXPECT_TRUE(doc.modified && doc.undo.count() == 0);
-    view.selection = TableSelection::wholeColumn(2);
-    removeAnchorsFromSelection(doc, view);
+    selection = TableSelection::wholeColumn(2);
+    removeAnchorsFromSelection(doc, selection);
     EXPECT_EQ(anchorColumns(doc.table, kF2), (std::vector<int>{1, 3}));
-    view.selection = TableSelection::wholeRow(kF3);
-    removeAnchorsFromSelection(doc, view);
+    selection = TableSelection::wholeRow(kF3);
+    removeAnchorsFromSelection(doc, selection);
     EXPECT_EQ(doc.table.anchorCount(), 4);
-    removeAllAnchors(doc, view);
+    removeAllAnchors(doc);
     EXPECT_EQ(doc.table.anchorCount(), 0);
   }
 }
@@ -249,14 +256,14 @@ TEST(TableCommandsTest, CellAnchorRemoveColumnAndRemoveRow) {
   setCellAnchor(doc, kF0, 4, true);  // the cell menu does not mark the document
   EXPECT_TRUE(doc.table.anchorCount() == 1 && doc.table.anchor(kF0, 4) && !doc.modified);
   const FrameTable before = doc.table;
-  TableViewState view;
-  view.selection = TableSelection::wholeColumn(3);
-  removeColumn(doc, view);  // takes nothing out
-  EXPECT_TRUE(doc.table == before && view.tableChanged && view.selection.kind == SelectionKind::kNone);
-  for (int i = 0; i < 2; ++i) removeRow(doc, view);
+  TableSelection selection;
+  selection = TableSelection::wholeColumn(3);
+  removeColumn(doc, selection);  // takes nothing out
+  EXPECT_TRUE(doc.table == before && doc.tableChanged && selection.kind == SelectionKind::kNone);
+  for (int i = 0; i < 2; ++i) removeRow(doc);
   EXPECT_TRUE(doc.rowsInUse == kParamCount - 2 && doc.modified && doc.undo.count() == 2);
   doc.rowsInUse = 0;  // nothing left to remove
-  removeRow(doc, view);
+  removeRow(doc);
   EXPECT_EQ(doc.rowsInUse, 0);
 }
 
@@ -304,8 +311,8 @@ TEST(AdjustTimeTest, AddTimeAndChangeLengthRoundToWholeIntervals) {
     numberedDoc(doc, 200);
     if (c.audioOpen) doc.audio.samples.assign(100, 0);
     doc.addColumnTimeMs = c.asked;
-    TableViewState view;
-    EXPECT_EQ(c.add ? addTime(doc, view) : changeFileLength(doc, view, c.asked), c.messages);
+    TableSelection selection;
+    EXPECT_EQ(c.add ? addTime(doc, selection) : changeFileLength(doc, c.asked), c.messages);
     EXPECT_TRUE(doc.table.columns() == c.columnsAfter && doc.params().frameCount == c.columnsAfter);
     EXPECT_EQ(doc.params().fileLengthMs, 5 * c.columnsAfter);
     for (int col = 0; col < std::min(c.columnsAfter, 200); ++col)  // the columns kept hold what they held
@@ -342,13 +349,13 @@ TEST(AdjustTimeTest, PlacementsCopyTheColumnPushedRight) {
     doc.table.setAnchor(kF1, 1, true);
     doc.addColumnTimeMs = 12;
     doc.addColumnPlace = c.place;
-    TableViewState view;
-    if (c.selected != -1) view.selection = TableSelection::wholeColumn(c.selected);
-    if (c.selected == -2) view.selection = TableSelection::wholeRow(2);
+    TableSelection selection;
+    if (c.selected != -1) selection = TableSelection::wholeColumn(c.selected);
+    if (c.selected == -2) selection = TableSelection::wholeRow(2);
     const bool refused = c.f1.size() == 4;
     UserMessages expected = {{kRounded12, true}};
     if (refused) expected.push_back({"Please select a column first", true});
-    EXPECT_EQ(addTime(doc, view), expected);
+    EXPECT_EQ(addTime(doc, selection), expected);
     EXPECT_EQ(rowValues(doc.table, kF1), c.f1);
     EXPECT_EQ(anchorColumns(doc.table, kF1), c.anchors);
     EXPECT_TRUE(doc.params().frameCount == 6 && doc.params().fileLengthMs == 30);
@@ -363,9 +370,9 @@ TEST(AdjustTimeTest, NewColumnsHoldDefaultsWithinLimitsAndHeadingsFollow) {
   doc.params().setDefault(kF1, 100);  // below its lower limit of 200
   doc.table.setValue(kF2, 1, 999);
   doc.table.setAnchor(kF2, 1, true);
-  TableViewState view;
+  TableSelection selection;
   std::vector<int> steps;  // progress as done * 10 + total
-  adjustTime(doc, view, false, 25, [&](int done, int total) { steps.push_back(done * 10 + total); });
+  adjustTime(doc, selection, false, 25, [&](int done, int total) { steps.push_back(done * 10 + total); });
   EXPECT_EQ(steps, (std::vector<int>{13, 23, 33}));
   EXPECT_EQ(rowValues(doc.table, kAv), (std::vector<double>{60, 60, 87, 87, 87}));
   EXPECT_EQ(rowValues(doc.table, kF1), (std::vector<double>{500, 500, 200, 200, 200}));
@@ -378,36 +385,36 @@ TEST(AdjustTimeTest, NewColumnsHoldDefaultsWithinLimitsAndHeadingsFollow) {
 TEST(UndoTest, StepsFailBeforeAnySnapshotClampAtBothEndsAndANewEditGoesLast) {
   for (const bool redo : {true, false}) {
     CVandrelDoc doc;
-    TableViewState view;
-    view.tableChanged = true;
-    EXPECT_EQ(redo ? redoCommand(doc, view) : undoCommand(doc, view), UndoStatus::kInvalidArgument);
+    TableSelection selection;
+    doc.tableChanged = true;
+    EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kInvalidArgument);
     EXPECT_EQ(doc.undo.current(), redo ? -4 : 0) << redo;
-    EXPECT_TRUE(doc.table == CVandrelDoc().table && !doc.modified && view.tableChanged) << redo;
+    EXPECT_TRUE(doc.table == CVandrelDoc().table && !doc.modified && doc.tableChanged) << redo;
   }
   CVandrelDoc doc;
-  TableViewState view;
-  for (double v : {300.0, 400.0, 600.0}) editCell(doc, view, kF1, 0, v);
+  TableSelection selection;
+  for (double v : {300.0, 400.0, 600.0}) editCell(doc, kF1, 0, v);
   // clang-format off
   for (auto [redo, index, f1] : {std::tuple{true, 2, 600.0}, {false, 1, 400.0}, {false, 0, 300.0}, {false, 0, 300.0},
                                  {true, 1, 400.0}, {true, 2, 600.0}, {true, 2, 600.0}, {false, 1, 400.0}}) {
     // clang-format on
     SCOPED_TRACE(std::string(redo ? "redo to " : "undo to ") + std::to_string(index));
-    view.tableChanged = true;
+    doc.tableChanged = true;
     doc.modified = false;
-    EXPECT_EQ(redo ? redoCommand(doc, view) : undoCommand(doc, view), UndoStatus::kRestored);
+    EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kRestored);
     EXPECT_EQ(doc.undo.current(), index);
     EXPECT_EQ(doc.table.value(kF1, 0), f1);
     // Restoring marks the document, keeps the view and takes no snapshot.
-    EXPECT_TRUE(!view.tableChanged && doc.modified && doc.changedSinceSynthesis && doc.undo.count() == 3);
+    EXPECT_TRUE(!doc.tableChanged && doc.modified && doc.changedSinceSynthesis && doc.undo.count() == 3);
   }
   // A new edit after an undo goes behind the newest entry; redo no longer
   // reaches the entry between, undo walks back through it.
-  editCell(doc, view, kF1, 0, 999);
+  editCell(doc, kF1, 0, 999);
   EXPECT_TRUE(doc.undo.count() == 4 && doc.undo.current() == 3);
-  redoCommand(doc, view);
+  redoCommand(doc);
   EXPECT_EQ(doc.table.value(kF1, 0), 999);
   for (double v : {600.0, 400.0, 300.0}) {
-    undoCommand(doc, view);
+    undoCommand(doc);
     EXPECT_EQ(doc.table.value(kF1, 0), v);
   }
 }
@@ -415,31 +422,31 @@ TEST(UndoTest, StepsFailBeforeAnySnapshotClampAtBothEndsAndANewEditGoesLast) {
 TEST(UndoTest, RestoreGivesWholeNumbersKeepsAnchorsAndHiddenRowsAndFollowsLength) {
   CVandrelDoc doc;
   shapeDoc(doc, 4, 10);
-  TableViewState view;
-  editCell(doc, view, kF1, 1, 333.75);
-  editCell(doc, view, kF1, 3, 1e12);  // held to the row's upper limit
+  TableSelection selection;
+  editCell(doc, kF1, 1, 333.75);
+  editCell(doc, kF1, 3, 1e12);  // held to the row's upper limit
   doc.addColumnTimeMs = 30;
-  addTime(doc, view);
+  addTime(doc, selection);
   doc.params().setSelected(kF1, false);
   doc.params().setSelected(kF8, true);
   setCellAnchor(doc, kF2, 3, true);
-  undoCommand(doc, view);
+  undoCommand(doc);
   EXPECT_TRUE(doc.table.columns() == 4 && doc.params().frameCount == 4 && doc.params().fileLengthMs == 40);
   EXPECT_EQ(rowValues(doc.table, kF1), (std::vector<double>{500, 333, 500, 1300}));
   EXPECT_TRUE(doc.params().at(kF1).selected == 0 && doc.params().at(kF8).selected == 1);  // as shown now
   EXPECT_TRUE(doc.table.anchor(kF2, 3));
-  redoCommand(doc, view);
+  redoCommand(doc);
   EXPECT_TRUE(doc.table.columns() == 7 && doc.params().fileLengthMs == 70);
 }
 
 TEST(UndoTest, MemoryGrowsWithWhatChanged) {
   CVandrelDoc doc;
   shapeDoc(doc, 20000, 1);
-  TableViewState view;
-  editCell(doc, view, kF1, 0, 600);
+  TableSelection selection;
+  editCell(doc, kF1, 0, 600);
   const std::size_t first = doc.undo.storageBytes();
   // A whole snapshot is 3.84 MB; one changed cell must cost a few kilobytes at most.
-  for (int i = 0; i < 200; ++i) editCell(doc, view, kF1, (i * 97) % 20000, 300 + i);
+  for (int i = 0; i < 200; ++i) editCell(doc, kF1, (i * 97) % 20000, 300 + i);
   EXPECT_LT(doc.undo.storageBytes() - first, 200U * 16U * 1024U);
 }
 
@@ -459,25 +466,25 @@ TEST(UndoTest, EditsEndingAtLeafBordersAreKept) {
                      std::to_string(first) + ".." + std::to_string(last));
         CVandrelDoc doc;
         shapeDoc(doc, width, 1);
-        TableViewState view;
-        view.selection = TableSelection::wholeRow(kF1);
-        addSubtract(doc, view, 7);         // the row reads 507 ...
-        editCell(doc, view, kF2, 0, 999);  // ... in the snapshot this edit takes
+        TableSelection selection;
+        selection = TableSelection::wholeRow(kF1);
+        addSubtract(doc, selection, 7);  // the row reads 507 ...
+        editCell(doc, kF2, 0, 999);      // ... in the snapshot this edit takes
         if (single) {
-          editCell(doc, view, kF1, last, 300);
+          editCell(doc, kF1, last, 300);
         } else {
           // Set to Default Values exchanges a block's columns before it walks them.
-          view.selection = TableSelection::block(last, kF1, first, kF1);
-          setToDefaultValues(doc, view);  // back to 500
+          selection = TableSelection::block(last, kF1, first, kF1);
+          setToDefaultValues(doc, selection);  // back to 500
         }
         const double edited = single ? 300.0 : 500.0;
         ASSERT_EQ(doc.table.value(kF1, last), edited);
         const int now = doc.undo.current();
         for (int c = std::max(0, first - 1); c <= std::min(width - 1, last + 1); ++c)
           ASSERT_EQ(doc.undo.valueAt(now, kF1, c), doc.table.value(kF1, c)) << "column " << c;
-        ASSERT_EQ(undoCommand(doc, view), UndoStatus::kRestored);
+        ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
         EXPECT_EQ(rowValues(doc.table, kF1), std::vector<double>(static_cast<std::size_t>(width), 507.0));
-        ASSERT_EQ(redoCommand(doc, view), UndoStatus::kRestored);
+        ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
         EXPECT_EQ(doc.table.value(kF1, last), edited);
       }
     }
@@ -509,7 +516,7 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
     shapeDoc(doc, pick(1, 700), 1);
     doc.autoInterpolate = pick(0, 1) == 1;
     doc.anchorAfterEdit = pick(0, 1) == 1;
-    TableViewState view;
+    TableSelection selection;
     std::vector<Picture> pictures;
     const auto at = [&](int i) -> const Picture& { return pictures[static_cast<std::size_t>(i)]; };
     for (int step = 0; step < 60; ++step) {
@@ -519,33 +526,33 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
       bool snapshotBefore = false;  // Add/Subtract snapshots the table before its addition
       const int kind = pick(0, 10);
       if (kind <= 2) {
-        editCell(doc, view, row, col, pick(-100000, 100000) / 7.0);
+        editCell(doc, row, col, pick(-100000, 100000) / 7.0);
       } else if (kind == 3) {
-        view.selection = pick(0, 1) ? TableSelection::wholeRow(row) : TableSelection::wholeColumn(col);
-        addSubtract(doc, view, pick(-50, 50));
+        selection = pick(0, 1) ? TableSelection::wholeRow(row) : TableSelection::wholeColumn(col);
+        addSubtract(doc, selection, pick(-50, 50));
         snapshotBefore = true;
       } else if (kind == 4) {
-        view.selection = TableSelection::block(col, row, pick(0, cols - 1), pick(0, kParamCount - 1));
+        selection = TableSelection::block(col, row, pick(0, cols - 1), pick(0, kParamCount - 1));
         snapshotBefore = pick(0, 1) == 1;
-        snapshotBefore ? addSubtract(doc, view, pick(-50, 50)) : addAnchorsToSelection(doc, view);
-        if (!snapshotBefore) interpolateSelectionCommand(doc, view);
+        snapshotBefore ? addSubtract(doc, selection, pick(-50, 50)) : addAnchorsToSelection(doc, selection);
+        if (!snapshotBefore) interpolateSelectionCommand(doc, selection);
       } else if (kind == 5) {
-        view.selection = TableSelection::wholeRow(row);
-        pick(0, 1) ? setToDefaultValues(doc, view) : interpolateSelectionCommand(doc, view);
+        selection = TableSelection::wholeRow(row);
+        pick(0, 1) ? setToDefaultValues(doc, selection) : interpolateSelectionCommand(doc, selection);
       } else if (kind == 6) {
         setCellAnchor(doc, row, col, true);
-        interpolateAllCommand(doc, view);
+        interpolateAllCommand(doc);
       } else if (kind == 7) {
         doc.addColumnTimeMs = pick(-2, 40);
         doc.addColumnPlace = static_cast<AddColumnPlace>(pick(0, 2));
-        view.selection = TableSelection::wholeColumn(col);
-        addTime(doc, view);
+        selection = TableSelection::wholeColumn(col);
+        addTime(doc, selection);
       } else if (kind == 8) {
-        changeFileLength(doc, view, pick(1, 700));
+        changeFileLength(doc, pick(1, 700));
       } else {
         // Undo or redo in the middle; later edits go on from the restored table.
         if (pictures.empty()) continue;
-        ASSERT_EQ(step % 2 ? undoCommand(doc, view) : redoCommand(doc, view), UndoStatus::kRestored);
+        ASSERT_EQ(step % 2 ? undoCommand(doc) : redoCommand(doc), UndoStatus::kRestored);
         ASSERT_EQ(pictureOf(doc.table, true), at(doc.undo.current()));
         continue;
       }
@@ -554,13 +561,13 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
       pictures.push_back(snapshotBefore ? before : pictureOf(doc.table));
     }
     const int last = static_cast<int>(pictures.size()) - 1;
-    while (doc.undo.current() < last) ASSERT_EQ(redoCommand(doc, view), UndoStatus::kRestored);
+    while (doc.undo.current() < last) ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
     for (int i = last - 1; i >= -1; --i) {  // the last undo is clamped at the first entry
-      ASSERT_EQ(undoCommand(doc, view), UndoStatus::kRestored);
+      ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
       ASSERT_EQ(pictureOf(doc.table, true), at(std::max(i, 0))) << "undo to " << i;
     }
     for (int i = 1; i <= last + 1; ++i) {
-      ASSERT_EQ(redoCommand(doc, view), UndoStatus::kRestored);
+      ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
       ASSERT_EQ(pictureOf(doc.table, true), at(std::min(i, last))) << "redo to " << i;
     }
   }

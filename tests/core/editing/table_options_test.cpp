@@ -48,12 +48,12 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
   for (const auto& c : cases) {
     SCOPED_TRACE(c.interval);
     CVandrelDoc doc;
-    TableViewState view;
+    TableSelection selection;
     shapeDoc(doc, 6, 10);
     doc.table.setAnchor(kF1, 1, true);  // ends at 20 ms, holds 510
     doc.table.setAnchor(kF1, 5, true);  // ends at 60 ms, holds 550
     doc.table.setValue(kAv, 3, 33);
-    EXPECT_TRUE(changeInterval(doc, view, c.interval).empty());
+    EXPECT_TRUE(changeInterval(doc, c.interval).empty());
     EXPECT_EQ(doc.params().intervalMs, c.interval);
     EXPECT_EQ(doc.params().fileLengthMs, 60.0);
     EXPECT_EQ(doc.params().frameCount, doc.table.columns());
@@ -79,24 +79,24 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
 
 TEST(ChangeIntervalTest, UndoBringsBackTheOldTimingAndRefusalsChangeNothing) {
   CVandrelDoc doc;
-  TableViewState view;
+  TableSelection selection;
   shapeDoc(doc, 20, 10);
   doc.undo.append(doc.table, 10);
-  ASSERT_TRUE(changeInterval(doc, view, 4).empty());
+  ASSERT_TRUE(changeInterval(doc, 4).empty());
   EXPECT_EQ(doc.table.columns(), 50);
-  ASSERT_EQ(undoCommand(doc, view), UndoStatus::kRestored);
+  ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.params().intervalMs, 10);
   EXPECT_EQ(doc.table.columns(), 20);
   EXPECT_EQ(doc.params().fileLengthMs, 200.0);
   EXPECT_EQ(row(doc.table, kF1)[19], 690.0);
-  ASSERT_EQ(redoCommand(doc, view), UndoStatus::kRestored);
+  ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.params().intervalMs, 4);
   EXPECT_EQ(doc.table.columns(), 50);
 
   const FrameTable before = doc.table;
   for (int bad : {0, -3, 201}) {
     SCOPED_TRACE(bad);
-    const UserMessages m = changeInterval(doc, view, bad);
+    const UserMessages m = changeInterval(doc, bad);
     ASSERT_EQ(m.size(), 1u);
     EXPECT_NE(m[0].text.find("from 1 to 200 ms"), std::string::npos) << m[0].text;
     EXPECT_EQ(doc.params().intervalMs, 4);
@@ -133,7 +133,7 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     CVandrelDoc doc;
-    TableViewState view;
+    TableSelection selection;
     shapeDoc(doc, c.columns, c.interval);
     if (c.audio) doc.audio.samples.assign(100, 0);
     FileOptions o = fileOptionsOf(doc);
@@ -143,7 +143,7 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     o.sampleRate = 22050;
     o.autoInterpolate = o.anchorAfterEdit = true;
     o.anchorColor = rgb(1, 2, 3);
-    const UserMessages m = applyFileOptions(doc, view, o);
+    const UserMessages m = applyFileOptions(doc, o);
     EXPECT_EQ(texts(m), c.messages);
     EXPECT_EQ(doc.table.columns(), c.columnsAfter);
     EXPECT_EQ(doc.params().fileLengthMs, c.lengthAfter);
@@ -151,7 +151,7 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     EXPECT_EQ(doc.sampleRate, refused ? 11025.0 : 22050.0);
     EXPECT_EQ(doc.autoInterpolate, !refused);
     EXPECT_EQ(doc.anchorColor(), refused ? kDefaultColors[kAnchorColorSlot] : rgb(1, 2, 3));
-    EXPECT_EQ(view.tableChanged, !refused);
+    EXPECT_EQ(doc.tableChanged, !refused);
   }
 }
 
@@ -183,11 +183,11 @@ TEST(ParameterOptionsTest, LimitsAreCheckedRowByRowAndNameTheParameter) {
 
     // Refused as a whole: the document keeps every setting.
     CVandrelDoc doc;
-    TableViewState view;
+    TableSelection selection;
     ParameterOptions o = parameterOptionsOf(doc);
     o.limits = t;
     o.shown.fill(true);
-    EXPECT_EQ(texts(applyParameterOptions(doc, view, o)), std::vector<std::string>{c.message});
+    EXPECT_EQ(texts(applyParameterOptions(doc, o)), std::vector<std::string>{c.message});
     EXPECT_EQ(parameterOptionsOf(doc), parameterOptionsOf(CVandrelDoc{}));
     EXPECT_EQ(doc.undo.count(), 0);
   }
@@ -195,7 +195,7 @@ TEST(ParameterOptionsTest, LimitsAreCheckedRowByRowAndNameTheParameter) {
 
 TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTheUsualRows) {
   CVandrelDoc doc;
-  TableViewState view;
+  TableSelection selection;
   doc.table.setValue(kF3, 4, 2700);
   doc.rowsInUse = 10;
   ParameterOptions o = parameterOptionsOf(doc);
@@ -205,7 +205,7 @@ TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTh
   o.groupColors[kGroupNasal] = rgb(9, 9, 9);
   o.cascadeParallel = false;
   o.limits[kF1] = {100, 2000, 400};
-  EXPECT_TRUE(applyParameterOptions(doc, view, o).empty());
+  EXPECT_TRUE(applyParameterOptions(doc, o).empty());
   const ParameterSet& ps = doc.params();
   EXPECT_EQ(ps.at(kF3).selected, 0);
   EXPECT_EQ(ps.at(kGain).selected, 1);

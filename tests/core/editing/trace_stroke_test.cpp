@@ -62,28 +62,27 @@ TEST(TraceStrokeTest, EachStrokeIsOneUndoStepEvenAfterAnUnrecordedChange) {
   doc.undo.append(doc.table, 10);
   doc.table.reset(30, doc.params());  // as when a recording gives the blank table its length
   const FrameTable lengthened = doc.table;
-  TableViewState view;
 
   TraceStroke first(kF0);
   for (double ms = 0; ms < 200; ms += 3) first.add(doc, ms, 110);
-  first.finish(doc, view);
+  first.finish();
   const FrameTable afterFirst = doc.table;
   TraceStroke second(kF2);
   second.add(doc, 150, 1700);
   second.add(doc, 250, 1900);
-  second.finish(doc, view);
+  second.finish();
   EXPECT_TRUE(doc.modified);
   EXPECT_TRUE(doc.changedSinceSynthesis);
 
-  undoCommand(doc, view);
+  undoCommand(doc);
   EXPECT_EQ(doc.table, afterFirst);
-  undoCommand(doc, view);
+  undoCommand(doc);
   EXPECT_EQ(doc.table, lengthened);
 
   TraceStroke nothing(kF1);  // a click beyond the table: no step at all
   const int steps = doc.undo.count();
   nothing.add(doc, 1e6, 500);
-  nothing.finish(doc, view);
+  nothing.finish();
   EXPECT_EQ(doc.undo.count(), steps);
 }
 

@@ -60,7 +60,6 @@ TEST(DrawStrokeTest, PointerPositionsMapToFrameAndValue) {
 TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
   CVandrelDoc doc;
   doc.table.reset(600, doc.params());
-  TableViewState view;
   const FrameTable before = doc.table;
   DrawStroke stroke(DrawTrack::kF2);
   EXPECT_FALSE(stroke.write(doc, DrawPoint{600, 1500}));
@@ -70,18 +69,18 @@ TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
     ASSERT_TRUE(stroke.write(doc, p));
     after.setValue(kF2, p.column, p.value);
   }
-  stroke.finish(doc, view);
+  stroke.finish();
   EXPECT_EQ(doc.table, after);
-  EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && view.tableChanged);
+  EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged);
 
-  EXPECT_EQ(undoCommand(doc, view), UndoStatus::kRestored);
+  EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table, before);
-  EXPECT_EQ(redoCommand(doc, view), UndoStatus::kRestored);
+  EXPECT_EQ(redoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table, after);
 
   // A stroke that wrote nothing takes no snapshot.
   const int count = doc.undo.count();
-  DrawStroke(DrawTrack::kAv).finish(doc, view);
+  DrawStroke(DrawTrack::kAv).finish();
   EXPECT_EQ(doc.undo.count(), count);
 }
 
@@ -115,11 +114,11 @@ TEST(EnterAllDataTest, ResamplesToFrameMiddlesAndFillsGaps) {
 
 TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRows) {
   CVandrelDoc doc;
-  TableViewState view;
+  TableSelection selection;
   EntryAnalysis analysis;
-  EXPECT_EQ(enterAllData(doc, view, analysis), UserMessages{UserMessage{kFormantTrackingOffMessage}});
+  EXPECT_EQ(enterAllData(doc, analysis), UserMessages{UserMessage{kFormantTrackingOffMessage}});
   analysis.spectrogram.displayFormants = true;
-  EXPECT_EQ(enterAllData(doc, view, analysis), UserMessages{UserMessage{kNoRecordingMessage}});
+  EXPECT_EQ(enterAllData(doc, analysis), UserMessages{UserMessage{kNoRecordingMessage}});
   EXPECT_EQ(doc.undo.count(), 0);
 
   doc.paramSets[0].setSelected(kF4, false);
@@ -128,13 +127,13 @@ TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRow
   tracks.frameMs = {5, 105};
   tracks.f0 = {0, 150};
   tracks.formants = {{700, 1200, 2500, 3500, 4500}, {700, 1200, 2500, 3500, 4500}};
-  enterTracks(doc, view, tracks);
+  enterTracks(doc, tracks);
   for (int c = 0; c < doc.table.columns(); ++c) {
     EXPECT_EQ(doc.table.value(kF0, c), 1500);  // the leading unvoiced frames take the first voiced value
     EXPECT_EQ(doc.table.value(kF2, c), 1200);
     EXPECT_EQ(doc.table.value(kF4, c), before.value(kF4, c));
   }
-  EXPECT_EQ(undoCommand(doc, view), UndoStatus::kRestored);
+  EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table, before);
 }
 

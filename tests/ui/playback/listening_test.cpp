@@ -113,7 +113,7 @@ TEST_P(SelectionTest, ASelectedStretchLoopsUntilStopped) {
   auto* table = qobject_cast<CVandrelView*>(child->view());
   ASSERT_NE(table, nullptr);
   if (GetParam()) {
-    table->state().selection = TableSelection::block(30, 5, 49, 5);
+    table->selection() = TableSelection::block(30, 5, 49, 5);
   } else {
     frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
     ASSERT_NE(frame->mdiArea()->activeSubWindow(), child);

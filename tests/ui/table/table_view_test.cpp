@@ -156,7 +156,7 @@ TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
   doc().table.setValue(kAv, 0, 0.0);
   doc().table.setAnchor(kAv, 0, true);
   doc().notifyCellsChanged(CellRange{kAv, kAv, 0, 0});
-  afterEditStep(doc(), view->state());
+  afterEditStep(doc());
 
   grid->setCurrentCell(kAv, 8);
   type(QStringLiteral("80"));
@@ -205,7 +205,7 @@ TEST_P(BlockTest, ReachesTheCoreAsMadeAndCommandsWorkEverySecondUse) {
       QTest::keyClick(grid, c.rightToLeft ? Qt::Key_Left : Qt::Key_Right, Qt::ShiftModifier);
     QTest::keyClick(grid, Qt::Key_Down, Qt::ShiftModifier);
   }
-  EXPECT_EQ(view->state().selection, TableSelection::block(from, kAv, to, kAh));
+  EXPECT_EQ(view->selection(), TableSelection::block(from, kAv, to, kAh));
   EXPECT_EQ(grid->selectionModel()->selectedIndexes().size(), 10);
 
   // Column 4 of av holds 40, on the straight line already: give it 0.
@@ -263,18 +263,18 @@ TEST_F(TableViewTest, AnchorsMenuItemsWorkOnTheSelectionAndTheWholeTable) {
 TEST_F(TableViewTest, HeadingsSelectAllAndTheCellMenu) {
   const QHeaderView* side = grid->verticalHeader();
   QTest::mouseClick(side->viewport(), Qt::LeftButton, {}, QPoint(5, side->sectionViewportPosition(kF2) + 5));
-  EXPECT_EQ(view->state().selection, TableSelection::wholeRow(kF2));
+  EXPECT_EQ(view->selection(), TableSelection::wholeRow(kF2));
   const QHeaderView* top = grid->horizontalHeader();
   QTest::mouseClick(top->viewport(), Qt::LeftButton, Qt::ShiftModifier,
                     QPoint(top->sectionViewportPosition(3) + 5, 5));
-  EXPECT_EQ(view->state().selection, TableSelection::wholeColumn(3));
+  EXPECT_EQ(view->selection(), TableSelection::wholeColumn(3));
   frame->action(ID_EDIT_REMOVE_COLUMN)->trigger();
-  EXPECT_EQ(view->state().selection.kind, SelectionKind::kNone);
+  EXPECT_EQ(view->selection().kind, SelectionKind::kNone);
   EXPECT_TRUE(grid->selectionModel()->selectedIndexes().isEmpty());
 
   grid->setFocus();
   QTest::keyClick(grid, Qt::Key_A, Qt::ControlModifier);
-  EXPECT_EQ(view->state().selection, selectAll(doc().table));
+  EXPECT_EQ(view->selection(), selectAll(doc().table));
 
   doc().setModified(false);
   QStringList items;

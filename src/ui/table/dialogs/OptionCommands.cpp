@@ -32,7 +32,7 @@ void addColumn(CommandContext& ctx) {
   vandrel::CVandrelDoc& doc = view->document().doc();
   if (doc.hasAudio()) {
     // Refused before the dialog opens: the time is locked to the recording.
-    view->showMessages(vandrel::addTime(doc, view->state()));
+    view->showMessages(vandrel::addTime(doc, view->selection()));
     return;
   }
   CAddColumn dialog(doc.addColumnTimeMs, doc.addColumnPlace, ctx.dialogParent());
@@ -40,7 +40,7 @@ void addColumn(CommandContext& ctx) {
   doc.addColumnTimeMs = dialog.timeMs();
   doc.addColumnPlace = dialog.place();
   LazyProgress progress(ctx.dialogParent());
-  view->showMessages(vandrel::addTime(doc, view->state(), progress.callback()));
+  view->showMessages(vandrel::addTime(doc, view->selection(), progress.callback()));
 }
 
 void addSubtract(CommandContext& ctx) {
@@ -49,7 +49,7 @@ void addSubtract(CommandContext& ctx) {
   vandrel::CVandrelDoc& doc = view->document().doc();
   CDialogAddSubtract dialog(doc.addSubtractAmount, ctx.dialogParent());
   if (runDialog(dialog) != QDialog::Accepted) return;
-  vandrel::addSubtract(doc, view->state(), dialog.amount());
+  vandrel::addSubtract(doc, view->selection(), dialog.amount());
 }
 
 void fileOptions(CommandContext& ctx) {
@@ -61,7 +61,7 @@ void fileOptions(CommandContext& ctx) {
   COptionFile dialog(vandrel::fileOptionsOf(doc), doc.hasAudio(), groups, ctx.dialogParent());
   if (runDialog(dialog) != QDialog::Accepted) return;
   LazyProgress progress(ctx.dialogParent());
-  const auto messages = vandrel::applyFileOptions(doc, view->state(), dialog.options(), progress.callback());
+  const auto messages = vandrel::applyFileOptions(doc, dialog.options(), progress.callback());
   view->showMessages(messages);
   ctx.mainFrame->writeConfigurationFile(&doc);
 }
@@ -72,7 +72,7 @@ void parameterOptions(CommandContext& ctx) {
   vandrel::CVandrelDoc& doc = view->document().doc();
   COptionParameters dialog(vandrel::parameterOptionsOf(doc), doc.anchorColor(), ctx.dialogParent());
   if (runDialog(dialog) != QDialog::Accepted) return;
-  const auto messages = vandrel::applyParameterOptions(doc, view->state(), dialog.options());
+  const auto messages = vandrel::applyParameterOptions(doc, dialog.options());
   view->showMessages(messages);
   if (messages.empty()) ctx.mainFrame->writeConfigurationFile(&doc);
 }

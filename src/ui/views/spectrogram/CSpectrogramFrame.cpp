@@ -53,10 +53,6 @@ CSpectrogramFrame::CSpectrogramFrame(CMainFrame& mainFrame, std::shared_ptr<Open
   view->canvas()->statusSink = [frame = &mainFrame](const QString& text) {
     frame->statusBar()->showMessage(text);
   };
-  view->tableState = [frame = &mainFrame]() -> vandrel::TableViewState* {
-    CVandrelView* table = CVandrelView::active(frame->context(ID_ENTRY_TRACE));
-    return table ? &table->state() : nullptr;
-  };
   setWidget(view);
   followTable(mainFrame, *view);
   resize(960, 680);

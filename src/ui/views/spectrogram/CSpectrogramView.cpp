@@ -102,8 +102,7 @@ CSpectrogramView::CSpectrogramView(OpenDocument& document, vandrel::SampleSlot o
     stroke_->add(document_.doc(), ms, hz);
   };
   canvas_->traceEnd = [this] {
-    vandrel::TableViewState* state = tableState ? tableState() : nullptr;
-    if (stroke_ && state) stroke_->finish(document_.doc(), *state);
+    if (stroke_) stroke_->finish();
     stroke_.reset();
   };
   updateTracing();

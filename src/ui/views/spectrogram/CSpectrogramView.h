@@ -50,9 +50,6 @@ class CSpectrogramView : public QWidget, public Printable {
   void stopTracing();
   bool tracing() const;
   int traceRow() const;
-  // The table view's editing state that a stroke ends with; null when the
-  // document has no table window.
-  std::function<vandrel::TableViewState*()> tableState;
 
   // The printed size: the spectrogram options' height for the waveform and
   // the spectrogram, the pitch options' height for pitch and intensity, the
