@@ -27,12 +27,12 @@ CellRange FormantDrag::moveTo(CVandrelDoc& doc, double f1, double f2) {
   return cells;
 }
 
-void FormantDrag::finish(CVandrelDoc& doc, TableViewState& view) {
+void FormantDrag::finish(CVandrelDoc& doc) {
   if (!wrote_) return;
   wrote_ = false;
   if (doc.autoInterpolate) interpolateAll(doc);
   doc.markEdited();
-  afterEditStep(doc, view, CellRange{kF2, kF1, frame_, frame_});
+  afterEditStep(doc, CellRange{kF2, kF1, frame_, frame_});
 }
 
 }  // namespace vandrel

@@ -21,7 +21,7 @@ class FormantDrag {
   CellRange moveTo(CVandrelDoc& doc, double f1, double f2);
 
   // Ends the drag. Nothing happens when nothing was written.
-  void finish(CVandrelDoc& doc, TableViewState& view);
+  void finish(CVandrelDoc& doc);
 
   int frame() const { return frame_; }
   bool wrote() const { return wrote_; }

@@ -70,19 +70,18 @@ TEST(VowelSpaceTest, DraggingAHandleMovesOnlyItsAnchorsAsOneUndoStep) {
   doc.table.setAnchor(kF1, 5, true);
   doc.table.setAnchor(kF2, 5, true);
   doc.table.setAnchor(kF1, 12, true);  // f1 alone: moves up and down only
-  TableViewState view;
   const FrameTable before = doc.table;
 
   FormantDrag drag(5);
   drag.moveTo(doc, 400.4, 2000);
   drag.moveTo(doc, 350.6, 2200);
-  drag.finish(doc, view);
+  drag.finish(doc);
   FormantDrag single(12);
   single.moveTo(doc, 9999, 900);  // held at f1's upper limit
-  single.finish(doc, view);
+  single.finish(doc);
   FormantDrag none(7);  // no anchor: nothing happens
   EXPECT_EQ(none.moveTo(doc, 300, 900).firstColumn, 1);
-  none.finish(doc, view);
+  none.finish(doc);
 
   for (int r = 0; r < kParamCount; ++r)
     for (int c = 0; c < doc.table.columns(); ++c) {
@@ -96,17 +95,17 @@ TEST(VowelSpaceTest, DraggingAHandleMovesOnlyItsAnchorsAsOneUndoStep) {
   EXPECT_EQ(doc.table.value(kF1, 12), 1300);
   EXPECT_TRUE(doc.modified);
 
-  ASSERT_EQ(undoCommand(doc, view), UndoStatus::kRestored);  // the f1-only drag
+  ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);  // the f1-only drag
   EXPECT_EQ(doc.table.value(kF1, 12), 500);
   EXPECT_EQ(doc.table.value(kF2, 5), 2200);
-  ASSERT_EQ(undoCommand(doc, view), UndoStatus::kRestored);  // the first drag, as one step
+  ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);  // the first drag, as one step
   EXPECT_EQ(doc.table, before);
 
   // With automatic interpolation the frames between the anchors follow.
   doc.autoInterpolate = true;
   FormantDrag follow(5);
   follow.moveTo(doc, 300, 1500);
-  follow.finish(doc, view);
+  follow.finish(doc);
   EXPECT_EQ(doc.table.value(kF1, 5), 300);
   EXPECT_NEAR(doc.table.value(kF1, 8), 300 + 3 * 200 / 7.0, 1e-9);
 }

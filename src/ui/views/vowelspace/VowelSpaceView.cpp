@@ -341,9 +341,7 @@ void VowelSpaceView::moveTo(QPointF pos) {
 
 void VowelSpaceView::release() {
   if (!drag_) return;
-  vandrel::TableViewState fallback;
-  vandrel::TableViewState* state = tableState ? tableState() : nullptr;
-  drag_->finish(document_.doc(), state ? *state : fallback);
+  drag_->finish(document_.doc());
   drag_.reset();
   f1High_.reset();
   canvas_->update();

@@ -22,10 +22,6 @@
 class QLabel;
 class QToolBar;
 
-namespace vandrel {
-struct TableViewState;
-}
-
 namespace vandrel::ui {
 
 class OpenDocument;
@@ -37,9 +33,6 @@ class VowelSpaceView : public QWidget, public Printable {
   explicit VowelSpaceView(OpenDocument& document, QWidget* parent = nullptr);
   ~VowelSpaceView() override;
 
-  // Where a drag's edit ends: the document's table view state (null when no
-  // table window is open, and the drag then writes nothing).
-  std::function<vandrel::TableViewState*()> tableState;
   // Asks for the reference vowels' file; empty when cancelled.
   std::function<QString()> chooseReferenceFile;
 
