@@ -18,9 +18,9 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "common/Workspace.h"
 #include "engine/Synthesizer.h"
 #include "playback/Listening.h"
-#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
@@ -73,7 +73,7 @@ Session& session() { return *gSession; }
 
 void BM_PlaySelectionOf10sTable(benchmark::State& state) {
   Session& s = session();
-  DocumentCursor::of(*s.document).setSelection(4000, 6000);
+  Workspace::of(*s.document).setSelection(4000, 6000);
   for (auto _ : state) {
     s.document->doc().changedSinceSynthesis = true;  // an edit: Play synthesizes first
     const std::int64_t from = s.capture.size();

@@ -31,8 +31,8 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "common/Workspace.h"
 #include "engine/Synthesizer.h"
-#include "views/common/DocumentCursor.h"
 #include "views/fftlpc/CFormFFTLPCChild.h"
 #include "views/fftlpc/FftLpcView.h"
 #include "views/options/COptionPitchDialog.h"
@@ -158,7 +158,7 @@ void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir)
   shot("/spectrogram-samples.png");
   view->canvas()->axis().setVisible(400, 1400);
   save(view->picture(), dir + QStringLiteral("/spectrogram-picture.png"));
-  DocumentCursor::of(table->document()).setSelection(700, 1000);
+  Workspace::of(table->document()).setSelection(700, 1000);
   saveSvgAndBack(*view, dir + QStringLiteral("/spectrogram-drawing.svg"),
                  dir + QStringLiteral("/spectrogram-drawing-svg.png"));
 

@@ -25,10 +25,9 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
-#include "playback/PlayHead.h"
+#include "common/Workspace.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
-#include "views/common/DocumentCursor.h"
 
 using namespace vandrel;
 using namespace vandrel::ui;
@@ -59,13 +58,13 @@ int main(int argc, char** argv) {
   frame.runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
   frame.mdiArea()->tileSubWindows();
   const double length = document.doc().params().fileLengthMs;
-  DocumentCursor::of(document).setSelection(0.25 * length, 0.7 * length);
+  Workspace::of(document).setSelection(0.25 * length, 0.7 * length);
 
   frame.action(ID_PLAY_LOOP)->trigger();
   frame.findChild<QAction*>(QStringLiteral("command_%1").arg(ID_LISTEN_TO_FIRST + 3))->trigger();
   frame.mdiArea()->setActiveSubWindow(frame.mdiArea()->subWindowList().front());
   if (table) table->table()->setCurrentCell(table->table()->currentCell().row, 0);
-  PlayHead::of(document).setMs(0.45 * length);
+  Workspace::of(document).setPlayHeadMs(0.45 * length);
   QTest::qWait(1500);  // the spectrogram's analysis
   save(frame.grab().toImage(), folder + QStringLiteral("/listening.png"));
 
@@ -86,7 +85,7 @@ int main(int argc, char** argv) {
     listen->hide();
     play->hide();
   }
-  PlayHead::of(document).clear();
+  Workspace::of(document).clearPlayHead();
   for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);
   return shots::exitCode();
 }

@@ -14,7 +14,7 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
-#include "views/common/DocumentCursor.h"
+#include "common/Workspace.h"
 #include "views/vowelspace/CVowelSpaceFrame.h"
 #include "views/vowelspace/VowelSpaceView.h"
 
@@ -44,12 +44,12 @@ int main(int argc, char** argv) {
   child->showMaximized();
   VowelSpaceView* view = child->view();
   view->loadReferenceVowels(examples + QStringLiteral("reference_vowels_men.tsv"));
-  DocumentCursor::of(child->document()).setTimeMs(300);
+  Workspace::of(child->document()).setTimeMs(300);
   QTest::qWait(100);
   save(frame.grab().toImage(), folder + QStringLiteral("/vowelspace-hz.png"));
 
   view->setScale(FormantScale::kBark);
-  DocumentCursor::of(child->document()).setSelection(220, 520);
+  Workspace::of(child->document()).setSelection(220, 520);
   QTest::qWait(100);
   save(frame.grab().toImage(), folder + QStringLiteral("/vowelspace-bark.png"));
 

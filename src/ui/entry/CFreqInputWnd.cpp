@@ -13,7 +13,7 @@
 #include "app/OpenDocument.h"
 #include "common/RunOnWorker.h"
 #include "document/ColorSlots.h"
-#include "views/spectrogram/SpectrogramCommands.h"
+#include "views/common/AnalysisViewOptions.h"
 
 namespace vandrel::ui {
 

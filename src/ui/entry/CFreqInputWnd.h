@@ -20,7 +20,7 @@
 #include <utility>
 
 #include "entry/DrawStroke.h"
-#include "views/spectrogram/SignalAnalysis.h"
+#include "views/common/SignalAnalysis.h"
 
 namespace vandrel::ui {
 

@@ -18,7 +18,7 @@
 #include "entry/CFreqInputWnd.h"
 #include "entry/CGraphicalInput.h"
 #include "entry/EnterAllData.h"
-#include "views/spectrogram/SpectrogramCommands.h"
+#include "views/common/AnalysisViewOptions.h"
 
 namespace vandrel::ui {
 

@@ -6,9 +6,9 @@
 #include <cmath>
 
 #include "app/OpenDocument.h"
+#include "common/Workspace.h"
 #include "engine/SineWave.h"
 #include "playback/ListenTo.h"
-#include "playback/PlayHead.h"
 
 namespace vandrel::ui {
 
@@ -93,7 +93,7 @@ int Listening::start(PlayWhich which, std::uint8_t solo, std::size_t from, QWidg
     emit sideChanged();
   } else if (tick_->isActive()) {
     tick_->stop();
-    PlayHead::of(document_).clear();
+    Workspace::of(document_).clearPlayHead();
     emit stopped();
   }
   return rc;
@@ -139,7 +139,7 @@ void Listening::stop() {
   }
   if (!tick_->isActive()) return;
   tick_->stop();
-  PlayHead::of(document_).clear();
+  Workspace::of(document_).clearPlayHead();
   emit stopped();
 }
 
@@ -149,11 +149,11 @@ void Listening::tick() {
                     (!now_.loop && player_->PlayPosition() >= static_cast<std::int64_t>(player_->Length()));
   if (over) {
     tick_->stop();
-    PlayHead::of(document_).clear();
+    Workspace::of(document_).clearPlayHead();
     emit stopped();
     return;
   }
-  PlayHead::of(document_).setMs(now_.msAt(player_->SourcePosition()));
+  Workspace::of(document_).setPlayHeadMs(now_.msAt(player_->SourcePosition()));
 }
 
 }  // namespace vandrel::ui

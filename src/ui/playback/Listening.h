@@ -2,7 +2,7 @@
 // Listening: what one document is playing and how - which sample set (and,
 // for the synthesized sound, which of the synthesizer's signals), which
 // stretch of time, once or in a loop - with the document's one player. It
-// moves the document's PlayHead while the sound plays, switches between the
+// moves the document's play head (Workspace) while the sound plays, switches between the
 // copy and its original at the same moment (A/B), and keeps the signal of a
 // "Listen to" choice in a buffer of its own: the document's synthesized and
 // previous buffers and its undo history never see it.

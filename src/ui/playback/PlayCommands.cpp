@@ -19,12 +19,11 @@
 #include "app/CommandIds.h"
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
+#include "common/LazyProgress.h"
+#include "common/Workspace.h"
 #include "engine/Synthesizer.h"
 #include "playback/ListenTo.h"
 #include "playback/Listening.h"
-#include "table/CVandrelView.h"
-#include "table/LazyProgress.h"
-#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
@@ -35,15 +34,10 @@ constexpr const char* kListenButton = "vandrel-listen-to-button";
 constexpr const char* kNowPlaying = "vandrel-now-playing";
 
 std::optional<TimeSpan> tableSpan(const CommandContext& ctx) {
-  CVandrelView* table = CVandrelView::active(ctx);
-  if (!table) return std::nullopt;
-  const TableSelection& s = table->selection();
-  const int interval = ctx.document->doc().params().intervalMs;
-  if (s.kind == SelectionKind::kColumn) return columnsSpan(s.column, s.column, interval);
-  // One cell is where the cursor is, not a stretch to listen to.
-  if (s.kind == SelectionKind::kBlock && s.startColumn != s.endColumn)
-    return columnsSpan(s.startColumn, s.endColumn, interval);
-  return std::nullopt;
+  if (!ctx.document || ctx.mainFrame->windowsOf(*ctx.document).isEmpty()) return std::nullopt;
+  const auto& frames = Workspace::of(*ctx.document).tableFrames();
+  if (!frames) return std::nullopt;
+  return columnsSpan(frames->first, frames->last, ctx.document->doc().params().intervalMs);
 }
 
 std::optional<TimeSpan> viewSpan(const CommandContext& ctx) {
@@ -53,7 +47,7 @@ std::optional<TimeSpan> viewSpan(const CommandContext& ctx) {
     if (auto* view = dynamic_cast<DocumentWindow*>(w); view && &view->document() == ctx.document)
       shown = true;
   if (!shown) return std::nullopt;
-  const auto& s = DocumentCursor::of(*ctx.document).selection();
+  const auto& s = Workspace::of(*ctx.document).selection();
   if (!s) return std::nullopt;
   return TimeSpan{s->startMs, s->endMs};
 }

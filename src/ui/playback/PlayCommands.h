@@ -29,7 +29,7 @@ void installPlayCommands(CommandRouter& router);
 void decoratePlayMenu(CMainFrame& frame);
 
 // The player of `document`, or null before its first Play. Views follow its
-// sound through the document's PlayHead.
+// sound through the document's play head (Workspace).
 CSoundOut* documentPlayer(OpenDocument& document);
 
 }  // namespace vandrel::ui

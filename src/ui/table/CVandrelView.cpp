@@ -14,9 +14,9 @@
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
+#include "common/Workspace.h"
 #include "editing/AdjustTime.h"
 #include "editing/Clipboard.h"
-#include "playback/PlayHead.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
 #include "table/TablePrintout.h"
@@ -45,7 +45,19 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   setFocusProxy(grid_);
   grid_->installEventFilter(this);
 
-  connect(grid_, &CUGExcel::userSelectionChanged, this, [this] { selection_ = grid_->tableSelection(); });
+  connect(grid_, &CUGExcel::userSelectionChanged, this, [this] {
+    selection_ = grid_->tableSelection();
+    publishSelection();
+  });
+  // The current frame is the document's: this table writes it and follows
+  // it when another window (a spectrogram with "Follow" on) moves it.
+  connect(grid_, &CUGExcel::currentCellChanged, this,
+          [this](int, int column) { Workspace::of(document_).setCurrentFrame(column); });
+  connect(&Workspace::of(document), &Workspace::currentFrameChanged, this, [this](int frame) {
+    const int columns = model_->columnCount();
+    if (columns > 0 && frame != currentColumn())
+      grid_->setCurrentCell(grid_->currentCell().row, std::clamp(frame, 0, columns - 1));
+  });
   connect(grid_, &CUGExcel::currentCellChanged, this, &CVandrelView::updateCellStatus);
   connect(model_, &FrameTableModel::dataChanged, this, &CVandrelView::updateCellStatus);
   // A rebuild forgets the grid's cursor; the user's place in the table is
@@ -61,7 +73,7 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   });
 
   // While the document's sound plays, the current column is the frame heard.
-  connect(&PlayHead::of(document), &PlayHead::moved, this, [this](double ms) {
+  connect(&Workspace::of(document), &Workspace::playHeadMoved, this, [this](double ms) {
     const int interval = document_.doc().params().intervalMs;
     const int columns = model_->columnCount();
     if (ms < 0 || interval <= 0 || columns <= 0) return;
@@ -113,7 +125,21 @@ void CVandrelView::showMessages(const vandrel::UserMessages& messages) {
 
 QTableView* CVandrelView::grid() { return grid_; }
 
-void CVandrelView::showStoredSelection() { grid_->showTableSelection(selection_); }
+void CVandrelView::showStoredSelection() {
+  grid_->showTableSelection(selection_);
+  publishSelection();
+}
+
+void CVandrelView::publishSelection() {
+  // A column, or a block wider than one cell (one cell is where the cursor
+  // is, not a stretch to listen to).
+  std::optional<FrameSpan> frames;
+  const vandrel::TableSelection& s = selection_;
+  if (s.kind == vandrel::SelectionKind::kColumn) frames = FrameSpan{s.column, s.column};
+  if (s.kind == vandrel::SelectionKind::kBlock && s.startColumn != s.endColumn)
+    frames = FrameSpan{s.startColumn, s.endColumn};
+  Workspace::of(document_).setTableFrames(frames);
+}
 
 void CVandrelView::applyShownRows() {
   // The selection in the document's own colour, with the values still black
@@ -178,7 +204,10 @@ void CVandrelView::updateCellStatus() {
 }
 
 bool CVandrelView::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == grid_ && event->type() == QEvent::FocusIn) updateCellStatus();
+  if (watched == grid_ && event->type() == QEvent::FocusIn) {
+    updateCellStatus();
+    publishSelection();  // the table in front speaks for the document
+  }
   return QWidget::eventFilter(watched, event);
 }
 

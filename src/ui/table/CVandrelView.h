@@ -78,6 +78,7 @@ class CVandrelView : public QWidget, public Printable {
   void applyShownRows();
   void fitColumnWidth();
   void updateCellStatus();
+  void publishSelection();  // the selected frames into the document's workspace
 
   OpenDocument& document_;
   vandrel::TableSelection selection_;

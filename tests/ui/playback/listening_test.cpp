@@ -17,11 +17,10 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "common/Workspace.h"
 #include "playback/ListenTo.h"
 #include "playback/Listening.h"
-#include "playback/PlayHead.h"
 #include "table/CVandrelView.h"
-#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 namespace {
@@ -114,10 +113,11 @@ TEST_P(SelectionTest, ASelectedStretchLoopsUntilStopped) {
   ASSERT_NE(table, nullptr);
   if (GetParam()) {
     table->selection() = TableSelection::block(30, 5, 49, 5);
+    table->showStoredSelection();
   } else {
     frame->runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
     ASSERT_NE(frame->mdiArea()->activeSubWindow(), child);
-    DocumentCursor::of(child->document()).setSelection(500, 300);
+    Workspace::of(child->document()).setSelection(500, 300);
   }
   const std::size_t first = 300 * kSinkRate / 1000, n = 200 * kSinkRate / 1000;
 
@@ -129,7 +129,7 @@ TEST_P(SelectionTest, ASelectedStretchLoopsUntilStopped) {
   double lowMs = 1e9, highMs = -1, lastMs = -1;
   int lowColumn = 1 << 30, highColumn = -1, wraps = 0;
   ASSERT_TRUE(waitFor([&] {
-    const double ms = PlayHead::of(child->document()).ms();
+    const double ms = Workspace::of(child->document()).playHeadMs();
     lowMs = std::min(lowMs, ms), highMs = std::max(highMs, ms);
     lowColumn = std::min(lowColumn, table->currentColumn());
     highColumn = std::max(highColumn, table->currentColumn());
@@ -139,7 +139,7 @@ TEST_P(SelectionTest, ASelectedStretchLoopsUntilStopped) {
   })) << "the play head did not go round twice";
   trigger(ID_PLAY_STOP);
   EXPECT_FALSE(listening().playing());
-  EXPECT_LT(PlayHead::of(child->document()).ms(), 0);
+  EXPECT_LT(Workspace::of(child->document()).playHeadMs(), 0);
   const auto cap = finishRecording();
 
   EXPECT_GE(lowMs, 300.0);

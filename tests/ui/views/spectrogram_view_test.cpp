@@ -24,12 +24,12 @@
 #include "../app/ShellFixture.h"
 #include "audio/SampleSet.h"
 #include "audio/Wave.h"
+#include "common/Workspace.h"
 #include "document/VandrelDoc.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
 #include "table/TableCommands.h"
 #include "views/common/CAnalysisFrame.h"
-#include "views/common/DocumentCursor.h"
 #include "views/common/TimeAxis.h"
 #include "views/options/COptionPitchDialog.h"
 #include "views/options/COptionSpectrogramDialog.h"
@@ -80,12 +80,12 @@ class SpectrogramViewTest : public FrameFixture {
 
 TEST_F(SpectrogramViewTest, OneCursorPerDocumentWithOrderedSelection) {
   OpenDocument a(1), b(2);
-  DocumentCursor& cursor = DocumentCursor::of(a);
-  EXPECT_EQ(&cursor, &DocumentCursor::of(a));
-  EXPECT_NE(&cursor, &DocumentCursor::of(b));
+  Workspace& cursor = Workspace::of(a);
+  EXPECT_EQ(&cursor, &Workspace::of(a));
+  EXPECT_NE(&cursor, &Workspace::of(b));
 
-  QSignalSpy moved(&cursor, &DocumentCursor::cursorChanged);
-  QSignalSpy selected(&cursor, &DocumentCursor::selectionChanged);
+  QSignalSpy moved(&cursor, &Workspace::cursorChanged);
+  QSignalSpy selected(&cursor, &Workspace::selectionChanged);
   cursor.setTimeMs(120);
   cursor.setTimeMs(120);
   cursor.setTimeMs(-5);
@@ -204,7 +204,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   const Pane spectro = canvas->panes()[1];
   ASSERT_EQ(spectro.kind, PaneKind::kSpectrogram);
   QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(300)), spectro.rect.center().y()));
-  EXPECT_NEAR(DocumentCursor::of(table->document()).timeMs(), 300, 2);
+  EXPECT_NEAR(Workspace::of(table->document()).timeMs(), 300, 2);
   EXPECT_TRUE(status.contains(QStringLiteral("Frequency:"))) << status.toStdString();
 
   // The table's current column is marked; with Follow it moves with the pointer.
@@ -221,7 +221,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(100)), 200));
   QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(200)), 200));
   QTest::mouseRelease(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(200)), 200));
-  const auto sel = DocumentCursor::of(table->document()).selection();
+  const auto sel = Workspace::of(table->document()).selection();
   ASSERT_TRUE(sel);
   EXPECT_NEAR(sel->startMs, 100, 2);
   EXPECT_NEAR(sel->endMs, 200, 2);
@@ -232,7 +232,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   // Zoomed in to fewer samples than pixels, the waveform is one connected
   // line: every pixel column of its pane holds some of it.
   canvas->axis().setVisible(100, 120);
-  DocumentCursor::of(table->document()).setSelection(0, 0);  // no tint over the line
+  Workspace::of(table->document()).setSelection(0, 0);  // no tint over the line
   const QImage zoomed = canvas->grab().toImage();
   const Pane wave = canvas->panes()[0];
   ASSERT_EQ(wave.kind, PaneKind::kWave);

@@ -12,7 +12,7 @@
 #include <cmath>
 
 #include "../app/ShellFixture.h"
-#include "views/common/DocumentCursor.h"
+#include "common/Workspace.h"
 #include "views/vowelspace/CVowelSpaceFrame.h"
 #include "views/vowelspace/VowelSpaceCommands.h"
 #include "views/vowelspace/VowelSpaceView.h"
@@ -66,7 +66,7 @@ TEST_F(VowelSpaceTest, DraggingAHandleIsOneEditAndAClickMovesTheCursor) {
   EXPECT_NEAR(doc().table.value(kF1, 5), 380, 10);
   EXPECT_EQ(view->trajectory()[5].f2, doc().table.value(kF2, 5));
   EXPECT_TRUE(doc().modified);
-  EXPECT_EQ(DocumentCursor::of(*frame->activeDocument()).timeMs(), 50.0);  // the press took the cursor along
+  EXPECT_EQ(Workspace::of(*frame->activeDocument()).timeMs(), 50.0);  // the press took the cursor along
 
   frame->action(ID_EDIT_UNDO)->trigger();  // one step takes the whole drag back
   EXPECT_EQ(doc().table, before);
@@ -74,7 +74,7 @@ TEST_F(VowelSpaceTest, DraggingAHandleIsOneEditAndAClickMovesTheCursor) {
 
   // A click on the line away from any handle moves every window's cursor.
   QTest::mouseClick(canvas, Qt::LeftButton, {}, pointOf(*view, 500, 1000 + 50 * 15));
-  EXPECT_EQ(DocumentCursor::of(*frame->activeDocument()).timeMs(), 150.0);
+  EXPECT_EQ(Workspace::of(*frame->activeDocument()).timeMs(), 150.0);
   EXPECT_EQ(doc().table, before);
 
   const QImage picture = view->picture();

@@ -14,11 +14,11 @@
 #include "app/CommandIds.h"
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
+#include "common/LazyProgress.h"
 #include "editing/AddSubtract.h"
 #include "editing/AdjustTime.h"
 #include "editing/TableOptions.h"
 #include "table/CVandrelView.h"
-#include "table/LazyProgress.h"
 
 namespace vandrel::ui {
 

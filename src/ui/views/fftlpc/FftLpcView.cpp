@@ -19,8 +19,8 @@
 #include "app/OpenDocument.h"
 #include "common/PicturePage.h"
 #include "common/RunOnWorker.h"
+#include "common/Workspace.h"
 #include "engine/Synthesizer.h"
-#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
@@ -148,9 +148,9 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   connect(&document, &OpenDocument::flagsChanged, this, &FftLpcView::tableEdited);
   connect(&document, &OpenDocument::samplesChanged, this, &FftLpcView::samplesChanged);
   // The time and range are the document's, shared with its other views.
-  DocumentCursor& cursor = DocumentCursor::of(document);
-  connect(&cursor, &DocumentCursor::cursorChanged, this, &FftLpcView::followCursor);
-  connect(&cursor, &DocumentCursor::selectionChanged, this, &FftLpcView::followCursor);
+  Workspace& cursor = Workspace::of(document);
+  connect(&cursor, &Workspace::cursorChanged, this, &FftLpcView::followCursor);
+  connect(&cursor, &Workspace::selectionChanged, this, &FftLpcView::followCursor);
   connect(&document, &OpenDocument::titleChanged, this, [this] {
     picture_.title = document_ ? document_->title() : QString();
     canvas_->update();
@@ -203,20 +203,20 @@ void FftLpcView::updateSlider() {
 }
 
 void FftLpcView::setTimeMs(double ms) {
-  if (document_) DocumentCursor::of(*document_).setTimeMs(std::clamp(ms, 0.0, lengthMs()));
+  if (document_) Workspace::of(*document_).setTimeMs(std::clamp(ms, 0.0, lengthMs()));
 }
 
 void FftLpcView::setSelection(double startMs, double endMs) {
-  if (document_) DocumentCursor::of(*document_).setSelection(startMs, endMs);
+  if (document_) Workspace::of(*document_).setSelection(startMs, endMs);
 }
 
 void FftLpcView::clearSelection() {
-  if (document_) DocumentCursor::of(*document_).clearSelection();
+  if (document_) Workspace::of(*document_).clearSelection();
 }
 
 void FftLpcView::followCursor() {
   if (!document_) return;
-  const DocumentCursor& cursor = DocumentCursor::of(*document_);
+  const Workspace& cursor = Workspace::of(*document_);
   const double len = lengthMs();
   picture_.timeMs = std::min(cursor.timeMs(), len);
   picture_.selection.reset();

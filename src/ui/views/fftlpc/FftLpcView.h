@@ -5,7 +5,7 @@
 // the synthetic copy (its synthesized buffer) over each other, the fit meter
 // of the two envelopes, and beneath them the fit over the whole utterance,
 // measured on a worker thread. The time and the range averaged over are the
-// document's (DocumentCursor), shared with its spectrogram; the slider and a
+// document's (Workspace), shared with its spectrogram; the slider and a
 // click on the strip move that time, a drag on the strip selects the range.
 //
 // The copy follows the table: while the table has changed since the

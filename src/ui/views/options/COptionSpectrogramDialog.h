@@ -6,7 +6,7 @@
 
 #include <QDialog>
 
-#include "views/spectrogram/SpectrogramScene.h"
+#include "views/common/AnalysisViewOptions.h"
 
 class QCheckBox;
 class QComboBox;

@@ -9,10 +9,8 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "common/Workspace.h"
 #include "document/VandrelDoc.h"
-#include "table/CVandrelView.h"
-#include "table/MyCug.h"
-#include "views/common/DocumentCursor.h"
 #include "views/spectrogram/CSpectrogramView.h"
 #include "views/spectrogram/SpectrogramCanvas.h"
 
@@ -20,25 +18,17 @@ namespace vandrel::ui {
 
 namespace {
 
-// The table's current column is marked in the view; with "Follow" on it
-// moves to the frame under the pointer.
-void followTable(CMainFrame& mainFrame, CSpectrogramView& view) {
-  CVandrelView* table = CVandrelView::active(mainFrame.context(ID_ENTRY_TRACE));
-  if (!table) return;
+// The document's current frame is marked in the view; with "Follow" on
+// (one switch for the document) it moves to the frame under the pointer.
+void followTable(CSpectrogramView& view, OpenDocument& document) {
+  Workspace& workspace = Workspace::of(document);
   SpectrogramCanvas* canvas = view.canvas();
-  canvas->setTableColumn(table->currentColumn());
-  QObject::connect(table->table(), &CUGExcel::currentCellChanged, canvas,
-                   [canvas](int, int column) { canvas->setTableColumn(column); });
+  canvas->setTableColumn(workspace.currentFrame());
+  QObject::connect(&workspace, &Workspace::currentFrameChanged, canvas, &SpectrogramCanvas::setTableColumn);
   QAction* follow = view.action(QStringLiteral("Follow"));
-  QObject::connect(&DocumentCursor::of(table->document()), &DocumentCursor::cursorChanged, table,
-                   [table, follow](double ms) {
-                     const vandrel::CVandrelDoc& doc = table->document().doc();
-                     const int columns = doc.table.columns();
-                     const int interval = doc.params().intervalMs;
-                     if (!follow->isChecked() || columns <= 0 || interval <= 0) return;
-                     const int column = std::clamp(static_cast<int>(ms) / interval, 0, columns - 1);
-                     table->table()->setCurrentCell(table->table()->currentCell().row, column);
-                   });
+  follow->setChecked(workspace.follow());
+  QObject::connect(follow, &QAction::toggled, &workspace, &Workspace::setFollow);
+  QObject::connect(&workspace, &Workspace::followChanged, follow, &QAction::setChecked);
 }
 
 }  // namespace
@@ -54,7 +44,7 @@ CSpectrogramFrame::CSpectrogramFrame(CMainFrame& mainFrame, std::shared_ptr<Open
     frame->statusBar()->showMessage(text);
   };
   setWidget(view);
-  followTable(mainFrame, *view);
+  followTable(*view, *document);
   resize(960, 680);
 }
 

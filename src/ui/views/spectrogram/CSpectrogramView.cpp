@@ -15,7 +15,7 @@
 #include <cmath>
 
 #include "app/OpenDocument.h"
-#include "views/common/DocumentCursor.h"
+#include "common/Workspace.h"
 #include "views/spectrogram/SpectrogramCanvas.h"
 
 namespace vandrel::ui {

@@ -13,9 +13,8 @@
 #include "app/CProgressDialog.h"
 #include "app/OpenDocument.h"
 #include "common/RunOnWorker.h"
+#include "common/Workspace.h"
 #include "document/VandrelDoc.h"
-#include "playback/PlayHead.h"
-#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
@@ -94,17 +93,17 @@ SpectrogramCanvas::SpectrogramCanvas(OpenDocument& document, vandrel::SampleSlot
   connect(&document, &OpenDocument::cellsChanged, this, redraw);
   connect(&document, &OpenDocument::structureChanged, this, redraw);
 
-  DocumentCursor& cursor = DocumentCursor::of(document);
+  Workspace& cursor = Workspace::of(document);
   scene_.selection = cursor.selection();
-  connect(&cursor, &DocumentCursor::selectionChanged, this, [this, &cursor] {
+  connect(&cursor, &Workspace::selectionChanged, this, [this, &cursor] {
     scene_.selection = cursor.selection();
     invalidate();
   });
-  connect(&cursor, &DocumentCursor::cursorChanged, this, [this](double ms) {
+  connect(&cursor, &Workspace::cursorChanged, this, [this](double ms) {
     cursorMs_ = ms;
     update();
   });
-  connect(&PlayHead::of(document), &PlayHead::moved, this, [this](double ms) {
+  connect(&Workspace::of(document), &Workspace::playHeadMoved, this, [this](double ms) {
     if ((ms < 0) != (playMs_ < 0)) {
       if (ms >= 0)
         playedOverColumn_ = std::exchange(scene_.tableColumn, -1);
@@ -350,7 +349,7 @@ void SpectrogramCanvas::updateCrosshair(const QPoint& at) {
   crosshair_ = at;
   update();
   if (at.x() < time.left || at.x() >= time.right) return;
-  DocumentCursor::of(document_).setTimeMs(time.msAt(at.x()));
+  Workspace::of(document_).setTimeMs(time.msAt(at.x()));
   if (statusSink) statusSink(scene_.readout(scene_.layout(rect()), time, at.x(), at.y()));
 }
 
@@ -365,7 +364,7 @@ void SpectrogramCanvas::mousePressEvent(QMouseEvent* event) {
   }
   dragging_ = true;
   dragStartMs_ = std::clamp(time.msAt(at.x()), 0.0, axis_.lengthMs());
-  DocumentCursor::of(document_).clearSelection();
+  Workspace::of(document_).clearSelection();
 }
 
 void SpectrogramCanvas::mouseMoveEvent(QMouseEvent* event) {
@@ -386,7 +385,7 @@ void SpectrogramCanvas::mouseMoveEvent(QMouseEvent* event) {
     }
     return;
   }
-  DocumentCursor::of(document_).setSelection(dragStartMs_, ms);
+  Workspace::of(document_).setSelection(dragStartMs_, ms);
 }
 
 void SpectrogramCanvas::mouseReleaseEvent(QMouseEvent* event) {
@@ -423,7 +422,7 @@ void SpectrogramCanvas::keyPressEvent(QKeyEvent* event) {
       zoomToSelection();
       break;
     case Qt::Key_Escape:
-      DocumentCursor::of(document_).clearSelection();
+      Workspace::of(document_).clearSelection();
       break;
     case Qt::Key_Left:
     case Qt::Key_Right: {

@@ -4,18 +4,12 @@
 // "Spectrogram..." and "Pitch...", and "Trace From Spectrogram/Pitch"
 // (Ctrl+D). Installed by every main frame.
 
-#include "analysis/AnalysisOptions.h"
-#include "config/ConfigFile.h"
-#include "views/spectrogram/SpectrogramScene.h"
+#include "views/common/AnalysisViewOptions.h"
 
 namespace vandrel::ui {
 
 class CommandRouter;
 
 void installSpectrogramCommands(CommandRouter& router);
-
-// The view's settings in the configuration record and back.
-SpectrogramViewOptions viewOptionsOf(const vandrel::ConfigRecord& record);
-void storeViewOptions(const SpectrogramViewOptions& options, vandrel::ConfigRecord& record);
 
 }  // namespace vandrel::ui

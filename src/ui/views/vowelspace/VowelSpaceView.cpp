@@ -20,9 +20,9 @@
 #include "batch/Continuum.h"
 #include "common/Messages.h"
 #include "common/PicturePage.h"
+#include "common/Workspace.h"
 #include "editing/TableSelection.h"
 #include "util/AtomicFile.h"
-#include "views/common/DocumentCursor.h"
 
 namespace vandrel::ui {
 
@@ -118,9 +118,9 @@ VowelSpaceView::VowelSpaceView(OpenDocument& document, QWidget* parent)
       reread(cells.firstColumn, cells.lastColumn);
   });
   connect(&document_, &OpenDocument::structureChanged, this, [this] { reread(); });
-  DocumentCursor& cursor = DocumentCursor::of(document_);
-  connect(&cursor, &DocumentCursor::cursorChanged, canvas_, qOverload<>(&QWidget::update));
-  connect(&cursor, &DocumentCursor::selectionChanged, canvas_, qOverload<>(&QWidget::update));
+  Workspace& cursor = Workspace::of(document_);
+  connect(&cursor, &Workspace::cursorChanged, canvas_, qOverload<>(&QWidget::update));
+  connect(&cursor, &Workspace::selectionChanged, canvas_, qOverload<>(&QWidget::update));
   reread();
 }
 
@@ -199,12 +199,12 @@ VowelSpaceMap VowelSpaceView::canvasMap() const { return mapFor(QRectF(canvas_->
 int VowelSpaceView::cursorFrame() const {
   const int interval = document_.doc().params().intervalMs;
   if (points_.empty() || interval <= 0) return -1;
-  const double ms = DocumentCursor::of(document_).timeMs();
+  const double ms = Workspace::of(document_).timeMs();
   return std::clamp(static_cast<int>(ms) / interval, 0, static_cast<int>(points_.size()) - 1);
 }
 
 std::optional<std::pair<int, int>> VowelSpaceView::selectedFrames() const {
-  const auto& sel = DocumentCursor::of(document_).selection();
+  const auto& sel = Workspace::of(document_).selection();
   const int interval = document_.doc().params().intervalMs;
   if (!sel || points_.empty() || interval <= 0) return std::nullopt;
   const int last = static_cast<int>(points_.size()) - 1;
@@ -324,7 +324,7 @@ void VowelSpaceView::pressAt(QPointF pos) {
   const int frame =
       handle >= 0 ? handle : vandrel::nearestFrame(points_, m, pos.x(), pos.y(), kHandleRadius, false);
   if (frame < 0) return;
-  DocumentCursor& cursor = DocumentCursor::of(document_);
+  Workspace& cursor = Workspace::of(document_);
   cursor.clearSelection();
   cursor.setTimeMs(static_cast<double>(frame) * document_.doc().params().intervalMs);
   if (handle < 0) return;

@@ -1,4 +1,4 @@
-#include "views/spectrogram/SignalAnalysis.h"
+#include "views/common/SignalAnalysis.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "table/LazyProgress.h"
+#include "common/LazyProgress.h"
 
 namespace vandrel::ui {
 
