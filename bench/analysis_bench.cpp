@@ -160,7 +160,7 @@ void BM_FormantTracks60s(benchmark::State& st) {
   const int rate = static_cast<int>(st.range(0));
   const auto& x = speech(rate);
   const auto frames = static_cast<int>(x.size() * 100 / static_cast<std::size_t>(rate));
-  const auto s = FormantTrackSettings::forFrames(COptionSpectrogram(rate), frames, rate / 100.0);
+  const auto s = FormantTrackSettings::forFrames(frames, rate / 100.0);
   FormantTrackResult r;
   for (auto _ : st) {
     r = computeFormantTracks(x, rate, s);

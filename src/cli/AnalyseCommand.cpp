@@ -26,8 +26,8 @@ const char* const kAnalyseHelp =
     "pitch frame; the formants come from a formant-tracking spectrogram with\n"
     "one column per pitch frame, so the two line up. 0 means no value (an\n"
     "unvoiced frame, or no formant found). time_ms is the frame's start.\n"
-    "With --tracked the formants are chosen for continuity over the whole\n"
-    "recording instead, and b1 .. b5 (their bandwidths, Hz) follow f1 .. f5.\n"
+    "With --tracked the formants are estimated for copying instead, and\n"
+    "b1 .. b5 (their bandwidths, Hz) follow f1 .. f5.\n"
     "\n"
     "AUDIO is a 16-bit mono PCM WAV file, or any other file the audio decoder\n"
     "reads (converted to 16-bit mono at its own rate).\n"
@@ -37,8 +37,13 @@ const char* const kAnalyseHelp =
     "  --method M       pitch method: cepstral (the default, as the editor's\n"
     "                   default) or ac (autocorrelation, best path through the\n"
     "                   candidates; --deviation and --threshold do not apply)\n"
-    "  --tracked        formants by continuity (F1..F5 chosen together, frame\n"
-    "                   to frame, 25 ms windows), with b1 .. b5\n"
+    "  --tracked        formants that hold on high voices too: LPC paths under\n"
+    "                   five vocal-tract lengths (ceilings 4500..6500 Hz), the\n"
+    "                   one that fits the harmonics best and runs smoothest,\n"
+    "                   refined where voiced by fitting the synthesizer's\n"
+    "                   resonators to the harmonics; each frame measures the\n"
+    "                   middle of a 25 ms window from its start; with b1 .. b5.\n"
+    "                   --size, --preemph and --lpc-order do not apply\n"
     "  -o, --output F   write to F instead of standard output\n"
     "\n"
     "Pitch options (defaults as in the editor's pitch options):\n"
@@ -203,12 +208,8 @@ int analyseCommand(const Args& args) {
   auto spectrogram = std::make_unique<CSpectrogram>();
   FormantTrackResult formants;
   if (wantFormants && !f0.empty() && tracked) {
-    COptionSpectrogram so(fs);
-    if (preemph >= 0.0) so.preEmphasis = preemph;
-    if (lpcOrder != -1) so.formantCoefficients = COptionSpectrogram::acceptFormantCoefficients(lpcOrder);
     formants = computeFormantTracks(
-        audio.samples, fs,
-        FormantTrackSettings::forFrames(so, static_cast<int>(f0.size()), track.stepSamples));
+        audio.samples, fs, FormantTrackSettings::forFrames(static_cast<int>(f0.size()), track.stepSamples));
     if (formants.status != FormantTrackResult::Status::kOk) {
       std::fprintf(stderr, "vandrel-cli analyse: %s: the formant tracks could not be computed\n",
                    input.c_str());

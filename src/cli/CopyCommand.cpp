@@ -31,17 +31,24 @@ const char* const kCopyHelp =
     "brightness by synthesizing the table and comparing frame by frame.\n"
     "\n"
     "Each of those rows is then simplified (Ramer-Douglas-Peucker) to the\n"
-    "fewest anchors whose straight lines stay within 2 Hz of f0, 20 Hz of a\n"
-    "formant, 40 Hz of a bandwidth and 2 dB of an amplitude; the frames\n"
-    "between anchors are refilled by the editor's Interpolate All. It prints\n"
-    "how many anchors each row got.\n"
+    "fewest anchors whose straight lines stay, in the units a listener\n"
+    "hears, within 0.5 semitone of f0, 0.3 Bark of a formant, a third of a\n"
+    "bandwidth (0.3 in ln B) and 2 dB of an amplitude; a row that would\n"
+    "still hold more than 35% of its frames as anchors gets wider\n"
+    "tolerances. The frames between anchors are refilled by the editor's\n"
+    "Interpolate All. When the thinned copy's spectral distance to the\n"
+    "recording (the median over its frames of the fit meter's LPC envelope\n"
+    "distance) exceeds the dense copy's by more than 0.5 dB, the tolerances\n"
+    "are narrowed and the rows thinned again. It prints how many anchors\n"
+    "each row got and the copy's distance to the recording.\n"
     "\n"
     "  -o, --output F   the parameter file to write (all parameters), replaced\n"
     "                   atomically\n"
     "  --interval MS    frame interval, 1..100 ms (10)\n"
     "  --rate R         synthesis rate: 11025 (default) or 22050, which shows\n"
     "                   f6 and so synthesizes eight cascade formants\n"
-    "  --tolerances T   the four tolerances, Hz, Hz, Hz and dB (2,20,40,2);\n"
+    "  --tolerances T   the four tolerances: semitones, Bark, ln B and dB\n"
+    "                   (0.5,0.3,0.3,2);\n"
     "                   wider ones give fewer anchors (oq keeps 2 samples)\n"
     "  --textgrid FILE  the recording's labels (a Praat TextGrid), when they\n"
     "                   are not beside it as AUDIO's name with .TextGrid;\n"
@@ -82,10 +89,10 @@ int copyCommand(const Args& args) {
               kExitOptions, kCmd,
               "--tolerances wants four numbers 0 or more, F0,FORMANT,BANDWIDTH,AMPLITUDE, not '%s'",
               v.c_str());
-        settings.f0ToleranceTenths = 10.0 * t[0];
-        settings.formantToleranceHz = t[1];
-        settings.bandwidthToleranceHz = t[2];
-        settings.amplitudeToleranceDb = t[3];
+        settings.tolerances.f0Semitones = t[0];
+        settings.tolerances.formantBark = t[1];
+        settings.tolerances.bandwidthRatio = t[2];
+        settings.tolerances.amplitudeDb = t[3];
       } else if (a == "--rate") {
         if (v != "11025" && v != "22050")
           return complain(kExitOptions, kCmd, "--rate wants 11025 or 22050, not '%s'", v.c_str());
@@ -134,6 +141,8 @@ int copyCommand(const Args& args) {
   for (int n : r.anchors) total += n;
   std::printf("wrote %s: %d frames of %d ms, %d voiced, %d anchors\n", output.c_str(), r.frames,
               settings.intervalMs, r.voicedFrames, total);
+  std::printf("distance to the recording: %.1f dB median (%.1f dB before thinning)\n", r.distanceDb,
+              r.denseDistanceDb);
   std::printf("row\tanchors\n");
   for (std::size_t k = 0; k < r.anchors.size(); ++k)
     std::printf("%s\t%d\n", builtinParams()[static_cast<std::size_t>(copiedRows()[k])].name.data(),

@@ -248,11 +248,12 @@ TEST_F(BatchCommandsTest, CopyWritesATableTheEditorReadsAndSynthesizes) {
     const Result r = run({"copy", file("src.wav"), "-o", file("copy.vdr"), "--rate", rate});
     ASSERT_EQ(r.code, 0) << r.err;
     const auto out = lines(r.out);
-    ASSERT_EQ(out.size(), 2 + copiedRows().size());
+    ASSERT_EQ(out.size(), 3 + copiedRows().size());
     EXPECT_EQ(out[0].substr(0, out[0].find(" voiced")).substr(0, 40),
               ("wrote " + file("copy.vdr")).substr(0, 40));
-    EXPECT_EQ(out[1], "row\tanchors");
-    EXPECT_EQ(out[2].substr(0, 3), "f0\t");
+    EXPECT_EQ(out[1].substr(0, 26), "distance to the recording:");
+    EXPECT_EQ(out[2], "row\tanchors");
+    EXPECT_EQ(out[3].substr(0, 3), "f0\t");
 
     CVandrelDoc doc;
     const VdrReadResult read = readVdrFile(file("copy.vdr"), doc.params());

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "analysis/AutocorrelationPitch.h"
-#include "analysis/FormantTracker.h"
+#include "analysis/FormantEstimator.h"
 
 namespace vandrel {
 namespace {
@@ -90,25 +90,19 @@ PitchTrackResult computePitchTrack(std::span<const std::int16_t> samples, double
   }
 }
 
-FormantTrackSettings FormantTrackSettings::forColumns(const COptionSpectrogram& o, int columns,
-                                                      std::size_t sampleCount, double offset) {
+FormantTrackSettings FormantTrackSettings::forColumns(int columns, std::size_t sampleCount, double offset) {
   FormantTrackSettings s;
   s.frames = columns;
   s.firstSample = offset;
   s.spacing = columns > 0 ? static_cast<double>(sampleCount) / columns : 0.0;
-  s.lpcCoefficients = o.formantCoefficients;
-  s.preEmphasis = o.preEmphasis;
   return s;
 }
 
-FormantTrackSettings FormantTrackSettings::forFrames(const COptionSpectrogram& o, int frames,
-                                                     double stepSamples, double offset) {
+FormantTrackSettings FormantTrackSettings::forFrames(int frames, double stepSamples, double offset) {
   FormantTrackSettings s;
   s.frames = frames;
   s.firstSample = offset;
   s.spacing = stepSamples;
-  s.lpcCoefficients = o.formantCoefficients;
-  s.preEmphasis = o.preEmphasis;
   return s;
 }
 
@@ -116,17 +110,37 @@ FormantTrackResult computeFormantTracks(std::span<const std::int16_t> samples, d
                                         const FormantTrackSettings& settings,
                                         const AnalysisProgress& progress) {
   FormantTrackResult r;
-  try {
-    auto tracker = std::make_unique<CFormantTracker>();
-    r.status = tracker->compute(samples, fs, settings, progress);
-    if (r.status == FormantTrackResult::Status::kOk) {
-      r.frequency = tracker->frequency();
-      r.bandwidth = tracker->bandwidth();
-    }
-  } catch (const std::bad_alloc&) {
-    r = FormantTrackResult{};
-    r.status = FormantTrackResult::Status::kNoMemory;
+  if (!(fs > 0.0) || settings.frames < 0 || !(settings.spacing > 0.0) || !(settings.firstSample >= 0.0) ||
+      !(settings.windowMs > 0.0) || settings.windowMs * fs / 1000.0 > static_cast<double>(1 << 20)) {
+    r.status = FormantTrackResult::Status::kBadOptions;
+    return r;
   }
+  FormantEstimateSettings es;
+  es.frames = settings.frames;
+  es.spacing = settings.spacing;
+  es.firstCentre = settings.firstSample + settings.windowMs * fs / 2000.0;
+  es.f0 = settings.f0;
+  const FormantEstimate e = estimateFormants(samples, fs, es, progress);
+  switch (e.status) {
+    case FormantEstimate::Status::kOk:
+      break;
+    case FormantEstimate::Status::kTooShort:
+      r.status = FormantTrackResult::Status::kTooShort;
+      return r;
+    case FormantEstimate::Status::kNoMemory:
+      r.status = FormantTrackResult::Status::kNoMemory;
+      return r;
+    default:
+      r.status = FormantTrackResult::Status::kBadOptions;
+      return r;
+  }
+  r.frequency.resize(e.frames.size());
+  r.bandwidth.resize(e.frames.size());
+  for (std::size_t i = 0; i < e.frames.size(); ++i) {
+    r.frequency[i] = e.frames[i].f;
+    r.bandwidth[i] = e.frames[i].b;
+  }
+  r.status = FormantTrackResult::Status::kOk;
   return r;
 }
 

@@ -63,18 +63,16 @@ struct FormantTrackSettings {
   int frames = 0;                      // how many frames
   double firstSample = 0.0;            // start of frame 0
   double spacing = 0.0;                // samples from one frame's start to the next
-  int lpcCoefficients = 14;            // predictor order
-  double preEmphasis = 0.98;           // 0 adds nothing
-  double windowMs = kDefaultWindowMs;  // Hamming window from each frame's start
+  double windowMs = kDefaultWindowMs;  // each frame measures the middle of this window from its start
+  // f0 on the same frames (Hz, 0 = unvoiced), when the caller has it; else
+  // the estimate tracks its own.
+  std::vector<double> f0;
 
   // Frames at the columns of a spectrogram: `columns` frames spread evenly
-  // over `sampleCount` samples from `offset`, the order and pre-emphasis of
-  // the spectrogram options (as the per-column formants use them).
-  static FormantTrackSettings forColumns(const COptionSpectrogram& o, int columns, std::size_t sampleCount,
-                                         double offset = 0.0);
+  // over `sampleCount` samples from `offset`.
+  static FormantTrackSettings forColumns(int columns, std::size_t sampleCount, double offset = 0.0);
   // Frames at the frames of a pitch track (stepSamples apart).
-  static FormantTrackSettings forFrames(const COptionSpectrogram& o, int frames, double stepSamples,
-                                        double offset = 0.0);
+  static FormantTrackSettings forFrames(int frames, double stepSamples, double offset = 0.0);
 };
 
 struct FormantTrackResult {

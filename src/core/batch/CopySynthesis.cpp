@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <future>
 #include <limits>
 #include <memory>
@@ -11,8 +10,6 @@
 #include "analysis/AnalysisTracks.h"
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/SpectralSlice.h"
-#include "batch/LineSimplify.h"
-#include "editing/Interpolation.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
@@ -186,16 +183,6 @@ const std::vector<int>& copiedRows() {
   return rows;
 }
 
-double copyTolerance(const CopySettings& s, int row) {
-  if (row == kF0) return s.f0ToleranceTenths;
-  if (row == kAv || row == kAh || row == kAf || row == kTl || (row >= kA5f && row <= kA2f))
-    return s.amplitudeToleranceDb;
-  if (row >= kF5 && row <= kF1) return s.formantToleranceHz;
-  if (row >= kB5 && row <= kB1) return s.bandwidthToleranceHz;
-  if (row == kOq) return s.openPhaseToleranceSamples;
-  return 0.0;
-}
-
 CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out) {
   CopyResult r;
   const double fs = audio.sampleRate;
@@ -222,7 +209,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   po.calcHighHz = static_cast<int>(kHighestF0);
   const Alignment pa = align(pitchWindow, step);
   const Alignment fa = align(kFormantWindowMs * fs / 1000.0, step);
-  FormantTrackSettings fts = FormantTrackSettings::forFrames(COptionSpectrogram(fs), frames, step, fa.offset);
+  FormantTrackSettings fts = FormantTrackSettings::forFrames(frames, step, fa.offset);
   fts.windowMs = kFormantWindowMs;
   // The two analyses share nothing: the formants are tracked on a second
   // thread while this one tracks the pitch and measures the levels (on one
@@ -360,22 +347,19 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   fillGaps(tl, voiced, ps.at(kTl).defaultValue);
   for (int c = 0; c < frames; ++c) t.setValue(kTl, c, std::round(tl[static_cast<std::size_t>(c)]));
 
-  // Anchors where the tracks bend; the editor's interpolation fills the rest.
-  std::vector<double> row(static_cast<std::size_t>(frames));
-  for (const int p : copiedRows()) {
-    std::copy(t.row(p), t.row(p) + frames, row.begin());
-    int count = 0;
-    if (std::adjacent_find(row.begin(), row.end(), std::not_equal_to<>()) != row.end()) {
-      for (const int c : simplifyLine(row, copyTolerance(settings, p))) {
-        t.setAnchor(p, c, true);
-        ++count;
-      }
-    }
-    r.anchors.push_back(count);
+  // Few anchors, as long as the copy stays as close to the recording.
+  const FrameTable dense = t;
+  r.denseDistanceDb = copyDistance(audio, *doc);
+  AnchorTolerances tolerances = settings.tolerances;
+  for (int round = 0;; ++round) {
+    r.anchors = placeAnchors(*doc, copiedRows(), tolerances);
+    r.distanceDb = copyDistance(audio, *doc);
+    if (round == CopySettings::kNarrowings ||
+        !(r.distanceDb > r.denseDistanceDb + CopySettings::kMaxDistanceLossDb))
+      break;
+    t = dense;
+    tolerances = tolerances.scaled(CopySettings::kNarrowing);
   }
-  interpolateAll(*doc);
-  for (const int p : copiedRows())
-    for (int c = 0; c < frames; ++c) t.setValue(p, c, std::round(t.value(p, c)));
 
   doc->synthesized = {};
   doc->previous = {};

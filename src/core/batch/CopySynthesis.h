@@ -26,30 +26,30 @@
 // In silent frames the formants do not sound: they are filled in straight
 // lines from the sounding frames around them, which costs no anchors.
 //
-// Last, each copied row is simplified (LineSimplify.h) with its tolerance;
-// the points kept become anchors and the editor's own Interpolate All fills
-// the frames between them. Values are whole numbers, as the file holds them.
+// Last, each copied row is thinned to few anchors in perceptual units
+// (CopyAnchors.h) and the editor's own Interpolate All fills the frames
+// between them. The thinned copy is then measured against the recording; if
+// it lies more than kMaxDistanceLossDb further from it than the dense copy,
+// the tolerances are narrowed (times kNarrowing, at most kNarrowings times).
+// Values are whole numbers, as the file holds them.
 
 #include <string>
 #include <vector>
 
 #include "audio/SampleSet.h"
+#include "batch/CopyAnchors.h"
 #include "document/VandrelDoc.h"
 
 namespace vandrel {
 
 struct CopySettings {
+  static constexpr double kMaxDistanceLossDb = 0.5;
+  static constexpr double kNarrowing = 0.6;
+  static constexpr int kNarrowings = 2;
   int intervalMs = 10;
-  int sampleRate = 11025;           // 22050 shows f6, which makes synthesis run at the high rate
-  double f0ToleranceTenths = 20.0;  // 2 Hz
-  double formantToleranceHz = 20.0;
-  double bandwidthToleranceHz = 40.0;
-  double amplitudeToleranceDb = 2.0;
-  double openPhaseToleranceSamples = 2.0;
+  int sampleRate = 11025;  // 22050 shows f6, which makes synthesis run at the high rate
+  AnchorTolerances tolerances;
 };
-
-// The tolerance of `row` under `s` (0 for rows the copy does not set).
-double copyTolerance(const CopySettings& s, int row);
 
 // The rows a copy sets, in storage order.
 const std::vector<int>& copiedRows();
@@ -61,6 +61,10 @@ struct CopyResult {
   int frames = 0;
   int voicedFrames = 0;
   std::vector<int> anchors;  // per row of copiedRows()
+  // The median distance (dB, CopyAnchors.h) of the copy, and of the dense
+  // copy before thinning, to the recording; NaN when no frame sounds.
+  double distanceDb = 0.0;
+  double denseDistanceDb = 0.0;
 };
 
 // Fills `doc` (timing, table, anchors, shown rows) with the copy of `audio`.

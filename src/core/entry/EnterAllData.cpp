@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "editing/AfterEdit.h"
+#include "editing/CellEdit.h"
 
 namespace vandrel {
 
@@ -26,8 +27,7 @@ RecordingTracks trackRecording(const SampleSet& recording, const EntryAnalysis& 
   const auto frames = static_cast<int>(pitch.f0.size());
   const double formantWindow = FormantTrackSettings::kDefaultWindowMs * fs / 1000.0;
   const double offset = std::max(0.0, (pitch.windowSamples - formantWindow) / 2.0);
-  const FormantTrackSettings settings =
-      FormantTrackSettings::forFrames(analysis.spectrogram, frames, pitch.stepSamples, offset);
+  const FormantTrackSettings settings = FormantTrackSettings::forFrames(frames, pitch.stepSamples, offset);
   const FormantTrackResult formants = computeFormantTracks(samples, fs, settings, half(1));
   if (formants.status != FormantTrackResult::Status::kOk) return out;
 
@@ -89,7 +89,9 @@ void enterTracks(CVandrelDoc& doc, const RecordingTracks& tracks) {
   const auto enter = [&](int row, std::vector<double> values, double scale) {
     if (!doc.params().at(row).selected || !fillGaps(values)) return;
     for (int c = 0; c < frames; ++c)
-      doc.table.setValue(row, c, std::trunc(scale * values[static_cast<std::size_t>(c)]));
+      doc.table.setValue(
+          row, c,
+          clampToLimits(doc.params().at(row), std::trunc(scale * values[static_cast<std::size_t>(c)])));
     doc.undo.noteRowChanged(row, 0, frames - 1);
     doc.notifyCellsChanged(CellRange{row, row, 0, frames - 1});
     wrote = true;

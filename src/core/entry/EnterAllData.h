@@ -10,6 +10,8 @@
 // frame the end values hold. Gaps are then filled (fillGaps): an unvoiced
 // frame holds the voiced value before it, and a leading unvoiced run takes the
 // first voiced value. A track with no value at all leaves its row alone.
+// Every value is held to its row's limits, as a typed value is (an f5 the
+// tracker put at 5400 Hz is entered as the row's upper limit).
 
 #include <array>
 #include <vector>

@@ -170,12 +170,11 @@ TEST(CAutocorrelationPitchTest, UnvoicedSoundsAndRefusals) {
   EXPECT_EQ(computePitchTrack(quiet, 11025, opt, PitchMethod::kAutocorrelation).status,
             PitchTrackResult::Status::kBadOptions);
 
-  FormantTrackSettings fs = FormantTrackSettings::forFrames(COptionSpectrogram(11025), 10, 110.25);
+  FormantTrackSettings fs = FormantTrackSettings::forFrames(10, 110.25);
   EXPECT_EQ(computeFormantTracks(std::vector<std::int16_t>(99), 11025, fs).status,
             FormantTrackResult::Status::kTooShort);
   for (auto spoil : {+[](FormantTrackSettings& s) { s.spacing = 0.0; },
-                     +[](FormantTrackSettings& s) { s.windowMs = 1e12; },
-                     +[](FormantTrackSettings& s) { s.lpcCoefficients = 400; }}) {
+                     +[](FormantTrackSettings& s) { s.windowMs = 1e12; }}) {
     FormantTrackSettings bad = fs;
     spoil(bad);
     EXPECT_EQ(computeFormantTracks(quiet, 11025, bad).status, FormantTrackResult::Status::kBadOptions);
@@ -193,7 +192,7 @@ struct Vowel {
 // F1..F3 of a frame (window from `start`): each within 5% or 60 Hz of the
 // table's mean over the window, and never nearer another formant (F1..F4,
 // F4 at its default 3250 Hz) than its own.
-TEST(CFormantTrackerTest, SynthesizedVowelsAndDiphthongs) {
+TEST(FormantEstimateTest, SynthesizedVowelsAndDiphthongs) {
   const Vowel i{270, 2290, 3010}, a{730, 1090, 2440}, u{300, 870, 2240}, ae{660, 1720, 2410},
       oh{570, 840, 2410};
   const struct {
@@ -232,8 +231,7 @@ TEST(CFormantTrackerTest, SynthesizedVowelsAndDiphthongs) {
     const COptionSpectrogram so(fs);
     const double step = fs * c.stepMs / 1000.0;
     const int frames = static_cast<int>(static_cast<double>(utt.audio.samples.size()) / step);
-    const auto r =
-        computeFormantTracks(utt.audio.samples, fs, FormantTrackSettings::forFrames(so, frames, step));
+    const auto r = computeFormantTracks(utt.audio.samples, fs, FormantTrackSettings::forFrames(frames, step));
     ASSERT_EQ(r.status, FormantTrackResult::Status::kOk);
     const double window = FormantTrackSettings::kDefaultWindowMs * fs / 1000.0;
     int counted = 0, swaps = 0;
@@ -271,7 +269,7 @@ TEST(AnalysisTracksTest, CepstralIsTheTrackerAsItStandsAndConcurrentRunsMatchSer
   const Utterance voice(50, [](double t) { return Column{100 + 150 * t, 60, 0, 0, 700, 1200, 2500}; });
   const auto& x = voice.audio.samples;
   const double fs = voice.audio.sampleRate;
-  const auto formantSettings = FormantTrackSettings::forColumns(COptionSpectrogram(fs), 120, x.size());
+  const auto formantSettings = FormantTrackSettings::forColumns(120, x.size());
 
   COptionPitch cepstralOptions, trackerOptions;
   const auto cepstral = computePitchTrack(x, fs, cepstralOptions, PitchMethod::kCepstral);

@@ -126,12 +126,13 @@ TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRow
   RecordingTracks tracks;
   tracks.frameMs = {5, 105};
   tracks.f0 = {0, 150};
-  tracks.formants = {{700, 1200, 2500, 3500, 4500}, {700, 1200, 2500, 3500, 4500}};
+  tracks.formants = {{700, 1200, 2500, 3500, 5400}, {700, 1200, 2500, 3500, 5400}};
   enterTracks(doc, tracks);
   for (int c = 0; c < doc.table.columns(); ++c) {
     EXPECT_EQ(doc.table.value(kF0, c), 1500);  // the leading unvoiced frames take the first voiced value
     EXPECT_EQ(doc.table.value(kF2, c), 1200);
     EXPECT_EQ(doc.table.value(kF4, c), before.value(kF4, c));
+    EXPECT_EQ(doc.table.value(kF5, c), doc.params().at(kF5).upper);  // held to the row's limit, as typed
   }
   EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table, before);

@@ -1,0 +1,354 @@
+#include "analysis/FormantEstimator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+#include "analysis/AutocorrelationPitch.h"
+#include "analysis/HarmonicFit.h"
+#include "analysis/MathFunc.h"
+
+namespace vandrel {
+namespace {
+
+using S = FormantEstimateSettings;
+constexpr double kPi = 3.14159265358979323846;
+constexpr std::size_t kFormants = FormantFrame::kFormants;
+// The ceiling whose resampled signal also serves the harmonic fit: its rate,
+// 11 kHz, holds every harmonic below the fit's top.
+constexpr double kFitCeiling = 5500.0;
+
+// Burg's method: the predictor a[0..p] (a[0] = 1) of y[0..n-1].
+void burg(const std::vector<double>& y, int p, std::vector<double>& a, std::vector<double>& f,
+          std::vector<double>& b, std::vector<double>& prev) {
+  const std::size_t n = y.size();
+  f = y;
+  b = y;
+  a.assign(static_cast<std::size_t>(p) + 1, 0.0);
+  a[0] = 1.0;
+  for (std::size_t m = 0; m < static_cast<std::size_t>(p) && m + 1 < n; ++m) {
+    double num = 0.0, den = 0.0;
+    for (std::size_t i = m + 1; i < n; ++i) {
+      num += f[i] * b[i - 1];
+      den += f[i] * f[i] + b[i - 1] * b[i - 1];
+    }
+    if (!(den > 0.0)) break;
+    const double k = -2.0 * num / den;
+    prev = a;
+    for (std::size_t j = 1; j <= m + 1; ++j) a[j] = prev[j] + k * prev[m + 1 - j];
+    for (std::size_t i = n - 1; i > m; --i) {
+      const double fi = f[i];
+      f[i] = fi + k * b[i - 1];
+      b[i] = b[i - 1] + k * fi;
+    }
+  }
+}
+
+struct CeilingTrack {
+  double ceiling = 0.0;
+  std::vector<FormantFrame> path;
+  std::vector<double> fit;  // the harmonic fit's objective per voiced frame (dB^2), else 0
+};
+
+class Estimator {
+ public:
+  Estimator(std::span<const std::int16_t> samples, double fs, const S& s, const AnalysisProgress& progress,
+            const std::atomic<bool>* cancel)
+      : x_(samples.begin(), samples.end()), fs_(fs), s_(s), progress_(progress), cancel_(cancel) {}
+
+  FormantEstimate run() {
+    FormantEstimate out;
+    const auto m = static_cast<std::size_t>(s_.frames);
+    pitch();
+    loudness();
+    std::vector<double> ceilings;
+    for (double c : S::kCeilings)
+      if (2.0 * c <= fs_ * 1.0001) ceilings.push_back(c);
+    if (ceilings.empty()) ceilings.push_back(std::floor(fs_ / 2.0));
+    total_ = static_cast<int>((ceilings.size() + 1) * m);
+    std::vector<CeilingTrack> tracks;
+    for (double c : ceilings) {
+      tracks.push_back({c, track(c), {}});
+      if (cancelled()) return cancelledResult();
+    }
+    out.frames.assign(m, {});
+    out.ceiling.assign(m, 0.0);
+    scoreTracks(tracks);
+    choose(tracks, out);
+    refine(out);
+    if (cancelled()) return cancelledResult();
+    smooth(out);
+    out.f0 = f0_;
+    out.status = FormantEstimate::Status::kOk;
+    return out;
+  }
+
+ private:
+  bool cancelled() const { return cancel_ != nullptr && cancel_->load(std::memory_order_relaxed); }
+  static FormantEstimate cancelledResult() {
+    FormantEstimate r;
+    r.status = FormantEstimate::Status::kCancelled;
+    return r;
+  }
+  void step() {
+    if (progress_) progress_(++done_, total_);
+  }
+  double centre(std::size_t i) const { return s_.firstCentre + static_cast<double>(i) * s_.spacing; }
+
+  // The given f0, or the autocorrelation track with its windows centred on
+  // the frames (frames whose window would start before the recording take
+  // the first window's value).
+  void pitch() {
+    const auto m = static_cast<std::size_t>(s_.frames);
+    if (s_.f0.size() == m) {
+      f0_ = s_.f0;
+      return;
+    }
+    f0_.assign(m, 0.0);
+    if (m == 0) return;
+    const double window = std::ceil(CAutocorrelationPitch::kPeriodsPerWindow * fs_ / S::kLowestF0);
+    const double lead = window / 2.0 - s_.firstCentre;
+    const int shift = lead > 0.0 ? static_cast<int>(std::ceil(lead / s_.spacing)) : 0;
+    CAutocorrelationPitch::Settings ps;
+    ps.fmin = S::kLowestF0;
+    ps.fmax = S::kHighestF0;
+    ps.stepSamples = s_.spacing;
+    ps.offset = s_.firstCentre + shift * s_.spacing - window / 2.0;
+    CAutocorrelationPitch tracker;
+    std::vector<std::int16_t> samples(x_.size());
+    for (std::size_t i = 0; i < x_.size(); ++i) samples[i] = static_cast<std::int16_t>(x_[i]);
+    if (tracker.compute(samples, fs_, ps) != CAutocorrelationPitch::Status::kOk || tracker.track().empty())
+      return;
+    const auto& t = tracker.track();
+    for (std::size_t i = 0; i < m; ++i)
+      f0_[i] = t[static_cast<std::size_t>(
+          std::clamp(static_cast<int>(i) - shift, 0, static_cast<int>(t.size()) - 1))];
+  }
+
+  void loudness() {
+    const auto m = static_cast<std::size_t>(s_.frames);
+    sounding_.assign(m, 0);
+    std::vector<double> e(m, 0.0);
+    const double half = S::kLpcWindowMs * fs_ / 2000.0;
+    const auto n = static_cast<std::ptrdiff_t>(x_.size());
+    for (std::size_t i = 0; i < m; ++i) {
+      const auto from = std::clamp(static_cast<std::ptrdiff_t>(centre(i) - half), std::ptrdiff_t{0}, n);
+      const auto to = std::clamp(static_cast<std::ptrdiff_t>(centre(i) + half), std::ptrdiff_t{0}, n);
+      double sum = 0.0;
+      for (auto j = from; j < to; ++j)
+        sum += x_[static_cast<std::size_t>(j)] * x_[static_cast<std::size_t>(j)];
+      e[i] = to > from ? sum / static_cast<double>(to - from) : 0.0;
+    }
+    const double loudest = m > 0 ? *std::max_element(e.begin(), e.end()) : 0.0;
+    const double gate = loudest * std::pow(10.0, -S::kSilenceDb / 10.0);
+    for (std::size_t i = 0; i < m; ++i) sounding_[i] = e[i] > 0.0 && e[i] >= gate ? 1 : 0;
+  }
+
+  std::vector<FormantFrame> track(double ceiling) {
+    const auto m = static_cast<std::size_t>(s_.frames);
+    const double rate = 2.0 * ceiling;
+    std::vector<double> y = std::fabs(rate - fs_) < 1e-6 ? x_ : resampleSignal(x_, fs_, rate);
+    const double ratio = rate / fs_;
+    const int pairs = std::clamp(static_cast<int>(std::lround(ceiling / 1000.0)), 2, 5);
+    const auto w = static_cast<std::size_t>(S::kLpcWindowMs * rate / 1000.0);
+    const double alpha = std::exp(-2.0 * kPi * S::kPreEmphasisHz / rate);
+    std::vector<std::vector<FormantCandidate>> cand(m);
+    std::vector<double> frame(w), a, f, b, prev,
+        coeffs(static_cast<std::size_t>(CMathFunc::kMaxLpcOrder) + 1);
+    CMathFunc math;
+    const auto size = static_cast<std::ptrdiff_t>(y.size());
+    for (std::size_t i = 0; i < m; ++i) {
+      step();
+      if (cancelled()) return {};
+      if (sounding_[i] == 0 || size < static_cast<std::ptrdiff_t>(w) + 1) continue;
+      const auto first =
+          std::clamp(static_cast<std::ptrdiff_t>(centre(i) * ratio - static_cast<double>(w) / 2.0),
+                     std::ptrdiff_t{1}, size - static_cast<std::ptrdiff_t>(w));
+      for (std::size_t j = 0; j < w; ++j) {
+        const auto at = static_cast<std::size_t>(first) + j;
+        frame[j] = (y[at] - alpha * y[at - 1]) *
+                   (0.54 - 0.46 * std::cos(2.0 * kPi * static_cast<double>(j) / static_cast<double>(w - 1)));
+      }
+      burg(frame, 2 * pairs, a, f, b, prev);
+      std::copy(a.begin(), a.end(), coeffs.begin());
+      const FormantCandidates* fc =
+          math.formantCandidates(2 * pairs, S::kMaxCandidateBandwidth, coeffs.data(), rate);
+      if (fc == nullptr) continue;
+      for (int k = 0; k < fc->count; ++k) {
+        const double F = fc->frequency[static_cast<std::size_t>(k)],
+                     B = fc->bandwidth[static_cast<std::size_t>(k)];
+        if (F > 50.0 && F < ceiling - 50.0 && B > 0.0) cand[i].push_back({F, B});
+      }
+    }
+    if (std::fabs(ceiling - kFitCeiling) < 1.0) fitSignal_ = std::move(y), fitRate_ = rate;
+    return formantPath(cand, ceiling, s_.spacing * 1000.0 / fs_);
+  }
+
+  void scoreTracks(std::vector<CeilingTrack>& tracks) {
+    const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
+    const double rate = fitSignal_.empty() ? fs_ : fitRate_;
+    CHarmonicFit fit;
+    for (auto& t : tracks) t.fit.assign(t.path.size(), 0.0);
+    for (std::size_t i = 0; i < f0_.size(); ++i) {
+      if (sounding_[i] == 0 || !(f0_[i] > 0.0) || !fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i]))
+        continue;
+      for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
+    }
+  }
+
+  // Per sounding stretch, the track that fits the harmonics best and runs
+  // smoothest.
+  void choose(const std::vector<CeilingTrack>& tracks, FormantEstimate& out) const {
+    const auto m = static_cast<std::size_t>(s_.frames);
+    const auto reach = static_cast<std::ptrdiff_t>(std::max(1.0, S::kSmoothMs * fs_ / 1000.0 / s_.spacing));
+    for (std::size_t i = 0; i < m;) {
+      if (sounding_[i] == 0) {
+        ++i;
+        continue;
+      }
+      std::size_t end = i;
+      while (end < m && sounding_[end] != 0) ++end;
+      double bestCost = 1e300;
+      const CeilingTrack* best = &tracks.front();
+      for (const CeilingTrack& t : tracks) {
+        double cost = 0.0;
+        for (std::size_t k = 0; k < 3; ++k) {
+          for (std::size_t j = i; j < end; ++j) {
+            const double v = t.path[j].f[k];
+            if (!(v > 0.0)) {
+              cost += S::kMissingCost;
+              continue;
+            }
+            double sum = 0.0;
+            int n = 0;
+            const auto lo = std::max(static_cast<std::ptrdiff_t>(i), static_cast<std::ptrdiff_t>(j) - reach);
+            const auto hi =
+                std::min(static_cast<std::ptrdiff_t>(end) - 1, static_cast<std::ptrdiff_t>(j) + reach);
+            for (auto q = lo; q <= hi; ++q) {
+              const double u = t.path[static_cast<std::size_t>(q)].f[k];
+              if (u > 0.0) {
+                sum += std::log(u);
+                ++n;
+              }
+            }
+            const double d = std::log(v) - sum / n;
+            cost += d * d;
+          }
+        }
+        for (std::size_t j = i; j < end; ++j) cost += S::kFitWeight * t.fit[j];
+        if (cost < bestCost) {
+          bestCost = cost;
+          best = &t;
+        }
+      }
+      for (std::size_t j = i; j < end; ++j) {
+        out.frames[j] = best->path[j];
+        out.ceiling[j] = best->ceiling;
+      }
+      i = end;
+    }
+  }
+
+  void refine(FormantEstimate& out) {
+    const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
+    const double rate = fitSignal_.empty() ? fs_ : fitRate_;
+    CHarmonicFit fit;
+    for (std::size_t i = 0; i < out.frames.size(); ++i) {
+      step();
+      if (cancelled()) return;
+      if (sounding_[i] == 0 || !(f0_[i] > 0.0)) continue;
+      if (fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i])) fit.refine(out.frames[i]);
+    }
+  }
+
+  // A running median of kMedianFrames over each formant within runs of frames
+  // that have it.
+  static void smooth(FormantEstimate& out) {
+    const std::size_t m = out.frames.size();
+    const std::size_t h = S::kMedianFrames / 2;
+    const std::vector<FormantFrame> in = out.frames;
+    std::vector<double> w;
+    for (std::size_t k = 0; k < kFormants; ++k)
+      for (std::size_t i = 0; i < m; ++i) {
+        if (!(in[i].f[k] > 0.0)) continue;
+        w.clear();
+        for (std::size_t j = i >= h ? i - h : 0; j <= std::min(m - 1, i + h); ++j)
+          if (in[j].f[k] > 0.0) w.push_back(in[j].f[k]);
+        std::nth_element(w.begin(), w.begin() + static_cast<std::ptrdiff_t>(w.size() / 2), w.end());
+        out.frames[i].f[k] = w[w.size() / 2];
+      }
+  }
+
+  std::vector<double> x_;
+  double fs_;
+  const S& s_;
+  const AnalysisProgress& progress_;
+  const std::atomic<bool>* cancel_;
+  std::vector<double> f0_;
+  std::vector<char> sounding_;
+  std::vector<double> fitSignal_;
+  double fitRate_ = 0.0;
+  int done_ = 0, total_ = 0;
+};
+
+}  // namespace
+
+std::vector<double> resampleSignal(const std::vector<double>& x, double from, double to) {
+  if (x.empty() || !(from > 0.0) || !(to > 0.0)) return {};
+  const double ratio = to / from;
+  const double narrow = std::min(1.0, ratio);  // the narrower band, in input Nyquists
+  const double cut = 0.95 * 0.5 * narrow;      // cycles per input sample
+  constexpr int kCrossings = 16;
+  constexpr int kPerSample = 256;           // table points per input sample
+  const double half = kCrossings / narrow;  // input samples either side
+  const auto points = static_cast<std::size_t>(std::ceil(half * kPerSample)) + 2;
+  std::vector<double> table(points);
+  for (std::size_t i = 0; i < points; ++i) {
+    const double d = static_cast<double>(i) / kPerSample;
+    const double sinc = d == 0.0 ? 2.0 * cut : std::sin(2.0 * kPi * cut * d) / (kPi * d);
+    const double t = std::min(d / half, 1.0);
+    table[i] = sinc * (0.42 + 0.5 * std::cos(kPi * t) + 0.08 * std::cos(2.0 * kPi * t));
+  }
+  const auto n = static_cast<std::size_t>(static_cast<double>(x.size()) * ratio);
+  std::vector<double> y(n);
+  const auto last = static_cast<std::ptrdiff_t>(x.size()) - 1;
+  for (std::size_t j = 0; j < n; ++j) {
+    const double t = static_cast<double>(j) / ratio;
+    const auto lo = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(std::ceil(t - half)));
+    const auto hi = std::min<std::ptrdiff_t>(last, static_cast<std::ptrdiff_t>(std::floor(t + half)));
+    double acc = 0.0, gain = 0.0;
+    for (auto k = lo; k <= hi; ++k) {
+      const double pos = std::fabs(t - static_cast<double>(k)) * kPerSample;
+      const auto i = static_cast<std::size_t>(pos);
+      const double frac = pos - static_cast<double>(i);
+      const double h = table[i] + frac * (table[i + 1] - table[i]);
+      acc += h * x[static_cast<std::size_t>(k)];
+      gain += h;
+    }
+    y[j] = gain != 0.0 ? acc / gain : 0.0;
+  }
+  return y;
+}
+
+FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double fs,
+                                 const FormantEstimateSettings& settings, const AnalysisProgress& progress,
+                                 const std::atomic<bool>* cancel) {
+  FormantEstimate r;
+  if (!(fs > 0.0) || settings.frames < 0 || !(settings.spacing > 0.0) ||
+      !std::isfinite(settings.firstCentre)) {
+    r.status = FormantEstimate::Status::kBadOptions;
+    return r;
+  }
+  if (samples.size() < 100) {
+    r.status = FormantEstimate::Status::kTooShort;
+    return r;
+  }
+  try {
+    return Estimator(samples, fs, settings, progress, cancel).run();
+  } catch (const std::bad_alloc&) {
+    r.status = FormantEstimate::Status::kNoMemory;
+    return r;
+  }
+}
+
+}  // namespace vandrel

@@ -1,0 +1,75 @@
+#pragma once
+// Formant estimates that hold on high voices as on low ones, in three steps:
+//
+// 1. Candidates under several vocal tracts. For each ceiling of kCeilings
+//    (up to the recording's Nyquist frequency) the recording is resampled to
+//    twice the ceiling and every frame analysed by Burg's method with five
+//    pole pairs (a 25 ms Hamming window, pre-emphasis from 50 Hz); the roots
+//    give each frame's candidates and formantPath picks a path through them.
+// 2. One ceiling per sounding stretch (as Praat's FormantPath and Barreda's
+//    Fast Track choose one per token): the ceiling whose F1..F3 run
+//    smoothest - the least mean squared difference in log frequency from
+//    their own running mean over kSmoothMs either side, plus kMissingCost for
+//    every frame a formant is missing.
+// 3. Analysis by synthesis in voiced frames (CHarmonicFit): the formants of
+//    the chosen path are moved until the resonators, sounded by a source of
+//    fitted level and slope, meet the levels of the recording's harmonics.
+//    A median over kMedianFrames frames then removes single-frame slips.
+//
+// Frame i is centred on sample firstCentre + i * spacing. Runs on any thread
+// (it owns its working state).
+
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "analysis/FormantPath.h"
+#include "analysis/PitchTrack.h"
+
+namespace vandrel {
+
+struct FormantEstimateSettings {
+  static constexpr double kCeilings[] = {4500.0, 5000.0, 5500.0, 6000.0, 6500.0};
+  static constexpr double kLpcWindowMs = 25.0;
+  static constexpr double kPreEmphasisHz = 50.0;
+  static constexpr double kMaxCandidateBandwidth = 1500.0;  // wider poles are the source's slope
+  static constexpr double kSilenceDb = 50.0;                // quieter frames get no formants
+  static constexpr double kSmoothMs = 20.0;
+  static constexpr double kMissingCost = 0.01;  // per missing formant and frame, in (ln Hz)^2
+  // Weighs the harmonic fit (dB^2 per voiced frame) against smoothness: a
+  // 1 dB^2 worse fit counts as much as a formant 10% off its neighbours'
+  // mean in one frame.
+  static constexpr double kFitWeight = 0.01;
+  static constexpr int kMedianFrames = 3;
+  static constexpr double kLowestF0 = 60.0, kHighestF0 = 500.0;  // the pitch searched when none is given
+
+  int frames = 0;
+  double firstCentre = 0.0;  // samples
+  double spacing = 0.0;      // samples
+  // f0 per frame (Hz, 0 = unvoiced) on the same frames; computed by
+  // autocorrelation when empty.
+  std::vector<double> f0;
+};
+
+struct FormantEstimate {
+  enum class Status { kOk, kTooShort, kBadOptions, kNoMemory, kCancelled };
+  Status status = Status::kBadOptions;
+  std::vector<FormantFrame> frames;
+  std::vector<double> f0;       // the f0 used, Hz
+  std::vector<double> ceiling;  // chosen per frame, Hz (0 where silent)
+};
+
+// `progress` is called on the calling thread; `cancel`, when set, stops the
+// work between frames (kCancelled, no frames).
+FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double fs,
+                                 const FormantEstimateSettings& settings,
+                                 const AnalysisProgress& progress = {},
+                                 const std::atomic<bool>* cancel = nullptr);
+
+// x resampled from rate `from` to rate `to` by a windowed sinc (Blackman,
+// 16 zero crossings of the narrower band either side), cut at 95% of the
+// lower Nyquist frequency.
+std::vector<double> resampleSignal(const std::vector<double>& x, double from, double to);
+
+}  // namespace vandrel

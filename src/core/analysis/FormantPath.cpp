@@ -1,0 +1,152 @@
+#include "analysis/FormantPath.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace vandrel {
+namespace {
+
+using C = FormantPathCosts;
+constexpr int kFormants = FormantFrame::kFormants;
+
+struct State {
+  std::array<std::int8_t, kFormants> pick{};  // candidate index per formant, -1 = absent
+  double cost = 0.0;
+};
+
+class PathSearch {
+ public:
+  PathSearch(const std::vector<std::vector<FormantCandidate>>& cand, double ceiling, double stepMs)
+      : cand_(cand), stepScale_(std::clamp(C::kReferenceStepMs / stepMs, 0.01, 100.0)) {
+    for (int k = 0; k < kFormants; ++k)
+      reference_[static_cast<std::size_t>(k)] = (2 * k + 1) * ceiling / 10.0;
+  }
+
+  std::vector<FormantFrame> run() {
+    const std::size_t m = cand_.size();
+    std::vector<FormantFrame> out(m);
+    states_.assign(m, {});
+    for (std::size_t i = 0; i < m; ++i) statesOf(i);
+    for (std::size_t i = 0; i < m;) {
+      if (states_[i].empty()) {
+        ++i;
+        continue;
+      }
+      std::size_t end = i;
+      while (end < m && !states_[end].empty()) ++end;
+      bestPath(i, end, out);
+      i = end;
+    }
+    return out;
+  }
+
+ private:
+  std::size_t count(std::size_t frame) const {
+    return std::min<std::size_t>(cand_[frame].size(), C::kMaxCandidates);
+  }
+
+  void enumerate(std::size_t frame, int formant, std::size_t next, State& s) {
+    if (formant == kFormants) {
+      all_.push_back(s);
+      return;
+    }
+    const auto k = static_cast<std::size_t>(formant);
+    const double saved = s.cost;
+    s.pick[k] = -1;
+    s.cost = saved + C::kMissingCost;
+    enumerate(frame, formant + 1, next, s);
+    const auto& c = cand_[frame];
+    for (std::size_t j = next; j < count(frame); ++j) {
+      const double f = c[j].f;
+      if (f < C::kLowest[k]) continue;
+      if (f > C::kHighest[k]) break;
+      s.pick[k] = static_cast<std::int8_t>(j);
+      s.cost = saved + C::kFrequencyWeight * std::fabs(f - reference_[k]) / reference_[k] +
+               C::kBandwidthWeight * c[j].b / f;
+      enumerate(frame, formant + 1, j + 1, s);
+    }
+    s.cost = saved;
+  }
+
+  void statesOf(std::size_t frame) {
+    if (count(frame) == 0) return;
+    all_.clear();
+    State s;
+    enumerate(frame, 0, 0, s);
+    const auto keep = static_cast<std::ptrdiff_t>(std::min<std::size_t>(all_.size(), C::kBeam));
+    std::partial_sort(all_.begin(), all_.begin() + keep, all_.end(),
+                      [](const State& a, const State& b) { return a.cost < b.cost; });
+    states_[frame].assign(all_.begin(), all_.begin() + keep);
+  }
+
+  double transition(std::size_t prev, const State& a, std::size_t frame, const State& b) const {
+    double cost = 0.0;
+    for (std::size_t k = 0; k < kFormants; ++k) {
+      const int i = a.pick[k], j = b.pick[k];
+      if (i < 0 && j < 0) continue;
+      if (i < 0 || j < 0) {
+        cost += C::kSwitchCost;
+        continue;
+      }
+      const double fa = cand_[prev][static_cast<std::size_t>(i)].f;
+      const double fb = cand_[frame][static_cast<std::size_t>(j)].f;
+      cost += std::min(C::kMaxTransition, C::kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb)));
+    }
+    return cost * stepScale_;
+  }
+
+  void bestPath(std::size_t first, std::size_t end, std::vector<FormantFrame>& out) {
+    std::vector<std::vector<double>> delta(end - first);
+    std::vector<std::vector<int>> back(end - first);
+    delta[0].resize(states_[first].size());
+    for (std::size_t j = 0; j < states_[first].size(); ++j) delta[0][j] = states_[first][j].cost;
+    for (std::size_t i = first + 1; i < end; ++i) {
+      const auto& cur = states_[i];
+      const auto& prev = states_[i - 1];
+      auto& d = delta[i - first];
+      auto& bk = back[i - first];
+      d.resize(cur.size());
+      bk.resize(cur.size());
+      for (std::size_t j = 0; j < cur.size(); ++j) {
+        double best = 1e300;
+        int from = 0;
+        for (std::size_t p = 0; p < prev.size(); ++p) {
+          const double v = delta[i - 1 - first][p] + transition(i - 1, prev[p], i, cur[j]);
+          if (v < best) {
+            best = v;
+            from = static_cast<int>(p);
+          }
+        }
+        d[j] = best + cur[j].cost;
+        bk[j] = from;
+      }
+    }
+    const auto& last = delta[end - 1 - first];
+    auto at = static_cast<std::size_t>(std::min_element(last.begin(), last.end()) - last.begin());
+    for (std::size_t i = end; i-- > first;) {
+      const State& s = states_[i][at];
+      for (std::size_t k = 0; k < kFormants; ++k) {
+        const int j = s.pick[k];
+        out[i].f[k] = j < 0 ? 0.0 : cand_[i][static_cast<std::size_t>(j)].f;
+        out[i].b[k] = j < 0 ? 0.0 : cand_[i][static_cast<std::size_t>(j)].b;
+      }
+      if (i > first) at = static_cast<std::size_t>(back[i - first][at]);
+    }
+  }
+
+  const std::vector<std::vector<FormantCandidate>>& cand_;
+  double stepScale_;
+  std::array<double, kFormants> reference_{};
+  std::vector<State> all_;
+  std::vector<std::vector<State>> states_;
+};
+
+}  // namespace
+
+std::vector<FormantFrame> formantPath(const std::vector<std::vector<FormantCandidate>>& candidates,
+                                      double ceilingHz, double stepMs) {
+  return PathSearch(candidates, ceilingHz, stepMs).run();
+}
+
+}  // namespace vandrel

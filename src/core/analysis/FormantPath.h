@@ -1,0 +1,66 @@
+#pragma once
+// The best path through per-frame formant candidates, in the manner of
+// Talkin (1987): a frame's "state" is one assignment of its candidates
+// (frequency, bandwidth) to F1..F5 in increasing frequency, any formant
+// possibly absent, and dynamic programming picks one state per frame that
+// minimises
+//
+//   sum over frames and formants of  local(F, B) + transition(F_prev, F)
+//
+//   local      = kFrequencyWeight |F - R_k| / R_k + kBandwidthWeight B / F,
+//                or kMissingCost for an absent formant;
+//   transition = kTransitionWeight |F - F_prev| / ((F + F_prev) / 2), at most
+//                kMaxTransition, or kSwitchCost when the formant appears or
+//                disappears; scaled by 10 ms / step.
+//
+// R_k = (2k - 1) ceiling / 10 are the resonances of a uniform tube whose
+// fifth resonance lies at the analysis ceiling, so the path follows the
+// vocal tract the ceiling assumes. Because a state holds all five formants
+// at once, two tracks can never swap or cross. A frame without candidates
+// ends a path; the next sounding frame starts a new one.
+
+#include <array>
+#include <vector>
+
+namespace vandrel {
+
+struct FormantCandidate {
+  double f = 0.0;  // Hz
+  double b = 0.0;  // Hz
+};
+
+struct FormantFrame {
+  static constexpr int kFormants = 5;
+  std::array<double, kFormants> f{};  // Hz, 0 = none
+  std::array<double, kFormants> b{};  // Hz, 0 where f is 0
+};
+
+struct FormantPathCosts {
+  // The band each formant may occupy at all, generous enough for children.
+  static constexpr std::array<double, FormantFrame::kFormants> kLowest = {150.0, 450.0, 1200.0, 2000.0,
+                                                                          2600.0};
+  static constexpr std::array<double, FormantFrame::kFormants> kHighest = {1400.0, 3400.0, 4400.0, 5400.0,
+                                                                           6500.0};
+  // The frequency term only breaks ties between plausible assignments;
+  // continuity and bandwidth decide the rest.
+  static constexpr double kFrequencyWeight = 0.3;
+  static constexpr double kBandwidthWeight = 0.5;
+  static constexpr double kTransitionWeight = 3.0;
+  // A jump costs at most this: at a consonant a formant may well move far
+  // between two frames, and it should then move, not vanish.
+  static constexpr double kMaxTransition = 1.0;
+  static constexpr double kMissingCost = 1.5;
+  static constexpr double kSwitchCost = 0.5;
+  static constexpr double kReferenceStepMs = 10.0;
+  // States kept per frame (the cheapest by local cost); the rest are pruned.
+  static constexpr int kBeam = 48;
+  // At most this many candidates (the lowest) per frame.
+  static constexpr int kMaxCandidates = 10;
+};
+
+// One frame per element of `candidates` (each list sorted by frequency),
+// frames `stepMs` apart, for a vocal tract of `ceilingHz`.
+std::vector<FormantFrame> formantPath(const std::vector<std::vector<FormantCandidate>>& candidates,
+                                      double ceilingHz, double stepMs);
+
+}  // namespace vandrel

@@ -1,0 +1,293 @@
+#include "analysis/HarmonicFit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <utility>
+
+namespace vandrel {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr std::size_t kFormants = FormantFrame::kFormants;
+
+}  // namespace
+
+double CHarmonicFit::resonanceDb(double f, double F, double B) {
+  const double w = 2.0 * kPi * f / kModelRate;
+  const double c = -std::exp(-2.0 * kPi * B / kModelRate);
+  const double b = 2.0 * std::exp(-kPi * B / kModelRate) * std::cos(2.0 * kPi * F / kModelRate);
+  const double a = 1.0 - b - c;
+  const double re = 1.0 - b * std::cos(w) - c * std::cos(2.0 * w);
+  const double im = b * std::sin(w) + c * std::sin(2.0 * w);
+  return 10.0 * std::log10(a * a / (re * re + im * im));
+}
+
+double CHarmonicFit::sourceDb(double f, double open) {
+  // d(t) = 2 t / T - 3 t^2 / T^2 on [0, T]: the derivative of the flow
+  // a t^2 - b t^3 that closes at T. Its transform, from the integrals of
+  // t e^(st) and t^2 e^(st) with s = -i w.
+  using C = std::complex<double>;
+  const C s(0.0, -2.0 * kPi * f);
+  const C e = std::exp(s * open);
+  const C i1 = e * (open / s - 1.0 / (s * s)) + 1.0 / (s * s);
+  const C i2 = e * (open * open / s - 2.0 * open / (s * s) + 2.0 / (s * s * s)) - 2.0 / (s * s * s);
+  const C d = 2.0 / open * i1 - 3.0 / (open * open) * i2;
+  return 10.0 * std::log10(std::norm(d) + 1e-300);
+}
+
+void CHarmonicFit::resonance(double F, double B, std::vector<double>& out) const {
+  const double c = -std::exp(-2.0 * kPi * B / kModelRate);
+  const double b = 2.0 * std::exp(-kPi * B / kModelRate) * std::cos(2.0 * kPi * F / kModelRate);
+  const double a2 = (1.0 - b - c) * (1.0 - b - c);
+  out.resize(hz_.size());
+  for (std::size_t h = 0; h < hz_.size(); ++h) {
+    const Trig& t = trig_[h];
+    const double re = 1.0 - b * t.c1 - c * t.c2;
+    const double im = b * t.s1 + c * t.s2;
+    out[h] = 10.0 * std::log10(a2 / (re * re + im * im));
+  }
+}
+
+bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centre, double f0) {
+  hz_.clear();
+  db_.clear();
+  top_ = std::min(kTopHz, 0.4 * fs);
+  if (!(f0 > 0.0) || !(fs > 0.0) || kMinHarmonics * f0 > top_ || x.empty()) return false;
+  const double length =
+      std::clamp(kPeriods * fs / f0, kMinWindowMs * fs / 1000.0, kMaxWindowMs * fs / 1000.0);
+  const auto n = std::min(static_cast<std::size_t>(length), x.size());
+  if (n < 16) return false;
+  int order = 4;
+  while ((std::size_t{1} << order) < 4 * n) ++order;
+  const std::size_t size = std::size_t{1} << order;
+  re_.assign(size, 0.0);
+  im_.assign(size, 0.0);
+  const auto first = static_cast<std::size_t>(
+      std::clamp(centre - static_cast<double>(n) / 2.0, 0.0, static_cast<double>(x.size() - n)));
+  double mean = 0.0;
+  for (std::size_t i = 0; i < n; ++i) mean += x[first + i];
+  mean /= static_cast<double>(n);
+  for (std::size_t i = 0; i < n; ++i)
+    re_[i] = (x[first + i] - mean) *
+             (0.5 - 0.5 * std::cos(2.0 * kPi * (static_cast<double>(i) + 0.5) / static_cast<double>(n)));
+  fft_.transform(re_.data(), im_.data(), order);
+  const std::size_t half = size / 2;
+  for (std::size_t i = 0; i <= half; ++i)
+    re_[i] = 10.0 * std::log10(re_[i] * re_[i] + im_[i] * im_[i] + 1e-20);
+  const double binHz = fs / static_cast<double>(size);
+  double loudest = -1e300;
+  for (int h = 1; h * f0 <= top_; ++h) {
+    const double at = h * f0 / binHz, reach = f0 / 3.0 / binHz;
+    auto lo = static_cast<std::size_t>(std::max(1.0, std::floor(at - reach)));
+    auto hi = std::min(half - 1, static_cast<std::size_t>(std::ceil(at + reach)));
+    if (lo > hi) break;
+    std::size_t best = lo;
+    for (std::size_t i = lo + 1; i <= hi; ++i)
+      if (re_[i] > re_[best]) best = i;
+    const double a = re_[best - 1], b = re_[best], c = re_[best + 1];
+    const double den = a - 2.0 * b + c;
+    const double p = den < 0.0 ? std::clamp(0.5 * (a - c) / den, -0.5, 0.5) : 0.0;
+    hz_.push_back((static_cast<double>(best) + p) * binHz);
+    db_.push_back(b - 0.25 * (a - c) * p);
+    loudest = std::max(loudest, db_.back());
+  }
+  if (hz_.size() < static_cast<std::size_t>(kMinHarmonics)) return false;
+  for (double& v : db_) v = std::max(v, loudest - kFloorBelowPeakDb);
+  f0_ = f0;
+  for (std::size_t q = 0; q < kScoreQuotients.size(); ++q) {
+    gridSource_[q].resize(hz_.size());
+    for (std::size_t h = 0; h < hz_.size(); ++h)
+      gridSource_[q][h] = sourceDb(hz_[h], kScoreQuotients[q] / f0);
+  }
+  // An orthonormal basis of the source's shape (level, slope and curvature
+  // in log frequency) over these harmonics, by Gram-Schmidt.
+  const std::size_t count = hz_.size();
+  trig_.resize(count);
+  for (std::size_t j = 0; j < kSourceTerms; ++j) basis_[j].resize(count);
+  for (std::size_t h = 0; h < count; ++h) {
+    const double w = 2.0 * kPi * hz_[h] / kModelRate;
+    trig_[h] = {std::cos(w), std::sin(w), std::cos(2.0 * w), std::sin(2.0 * w)};
+    const double u = std::log2(hz_[h] / 1000.0);
+    for (std::size_t j = 0; j < kSourceTerms; ++j) basis_[j][h] = std::pow(u, static_cast<double>(j));
+  }
+  for (std::size_t j = 0; j < kSourceTerms; ++j) {
+    auto& v = basis_[j];
+    for (std::size_t i = 0; i < j; ++i) {
+      double dot = 0.0;
+      for (std::size_t h = 0; h < count; ++h) dot += v[h] * basis_[i][h];
+      for (std::size_t h = 0; h < count; ++h) v[h] -= dot * basis_[i][h];
+    }
+    double norm = 0.0;
+    for (double e : v) norm += e * e;
+    norm = std::sqrt(norm);
+    for (double& e : v) e = norm > 0.0 ? e / norm : 0.0;
+  }
+  return true;
+}
+
+// Mean squared difference after the best source shape, plus the pull of the
+// bandwidths.
+double CHarmonicFit::objective() {
+  const std::size_t n = hz_.size();
+  resid_.resize(n);
+  double sse = 0.0;
+  for (std::size_t h = 0; h < n; ++h) {
+    double r = db_[h] - source_[h];
+    for (std::size_t k = 0; k < kFormants; ++k)
+      if (!r_[k].empty()) r -= r_[k][h];
+    resid_[h] = r;
+    sse += r * r;
+  }
+  for (std::size_t j = 0; j < kSourceTerms; ++j) {
+    double dot = 0.0;
+    for (std::size_t h = 0; h < n; ++h) dot += resid_[h] * basis_[j][h];
+    sse -= dot * dot;
+  }
+  double pull = 0.0;
+  for (std::size_t k = 0; k < kFormants; ++k)
+    if (!r_[k].empty()) {
+      const double l = std::log(bw_[k] / kTypicalBandwidth[k]);
+      pull += l * l;
+    }
+  return std::max(sse, 0.0) / static_cast<double>(n) + kBandwidthPull * pull;
+}
+
+void CHarmonicFit::setOpenQuotient(double q) {
+  open_ = q;
+  source_.resize(hz_.size());
+  for (std::size_t h = 0; h < hz_.size(); ++h) source_[h] = sourceDb(hz_[h], q / f0_);
+}
+
+// The open quotient of the grid that fits best, then refined by halving
+// steps as the formants are.
+double CHarmonicFit::chooseOpenQuotient() {
+  double best = 1e300, pick = kMinOpenQuotient;
+  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q += kOpenQuotientGrid) {
+    setOpenQuotient(q);
+    const double e = objective();
+    if (e < best) {
+      best = e;
+      pick = q;
+    }
+  }
+  for (double step = kOpenQuotientGrid / 2.0; step > 0.004; step /= 2.0)
+    for (const double q : {pick - step, pick + step}) {
+      if (q < kMinOpenQuotient || q > kMaxOpenQuotient) continue;
+      setOpenQuotient(q);
+      const double e = objective();
+      if (e < best) {
+        best = e;
+        pick = q;
+      }
+    }
+  setOpenQuotient(pick);
+  return best;
+}
+
+double CHarmonicFit::score(const FormantFrame& fr) {
+  if (hz_.empty()) return 0.0;
+  for (std::size_t k = 0; k < kFormants; ++k) {
+    r_[k].clear();
+    if (!(fr.f[k] > 0.0)) continue;
+    bw_[k] = std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth);
+    resonance(fr.f[k], bw_[k], r_[k]);
+  }
+  double best = 1e300;
+  for (const auto& g : gridSource_) {
+    source_ = g;
+    best = std::min(best, objective());
+  }
+  return best;
+}
+
+// A high voice's F1 may sit a harmonic away from where the LPC put it, with a
+// valley of the objective between: the descent starts from the given F1 and
+// from half a harmonic spacing either side, and the best end wins.
+double CHarmonicFit::refine(FormantFrame& fr) {
+  if (hz_.empty()) return 0.0;
+  std::array<double, kFormants> lo{}, hi{};
+  for (std::size_t k = 0; k < kFormants; ++k) {
+    lo[k] = fr.f[k] * (1.0 - kMaxShift);
+    hi[k] = std::min(fr.f[k] * (1.0 + kMaxShift), top_);
+  }
+  FormantFrame best = fr;
+  double bestCost = 1e300, bestOpen = open_;
+  for (const double shift : {0.0, -0.5, 0.5}) {
+    FormantFrame trial = fr;
+    if (shift != 0.0) {
+      if (!(fr.f[0] > 0.0)) break;
+      trial.f[0] = std::clamp(fr.f[0] + shift * f0_, lo[0], hi[0]);
+    }
+    const double cost = descend(trial, lo, hi);
+    if (cost < bestCost) {
+      bestCost = cost;
+      best = trial;
+      bestOpen = open_;
+    }
+  }
+  fr = best;
+  setOpenQuotient(bestOpen);
+  return bestCost;
+}
+
+double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormants>& lo,
+                             const std::array<double, kFormants>& hi) {
+  std::array<bool, kFormants> active{};
+  for (std::size_t k = 0; k < kFormants; ++k) {
+    r_[k].clear();
+    if (!(fr.f[k] > 0.0)) continue;
+    bw_[k] = std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth);
+    resonance(fr.f[k], bw_[k], r_[k]);
+    active[k] = fr.f[k] < top_;
+  }
+  double best = chooseOpenQuotient();
+  double step = kFirstStep, logStep = 10.0 * kFirstStep;
+  for (int sweep = 0; sweep < kMaxSweeps && step >= kLastStep; ++sweep) {
+    bool gained = false;
+    for (std::size_t k = 0; k < kFormants; ++k) {
+      if (!active[k]) continue;
+      double below = lo[k], above = hi[k];
+      for (std::size_t j = k; j-- > 0;)
+        if (fr.f[j] > 0.0) {
+          below = std::max(below, fr.f[j] + kMinGapHz);
+          break;
+        }
+      for (std::size_t j = k + 1; j < kFormants; ++j)
+        if (fr.f[j] > 0.0) {
+          above = std::min(above, fr.f[j] - kMinGapHz);
+          break;
+        }
+      const double tries[4][2] = {{step, 0.0}, {-step, 0.0}, {0.0, logStep}, {0.0, -logStep}};
+      for (const auto& t : tries) {
+        const double F = fr.f[k] * (1.0 + t[0]);
+        const double B = std::clamp(bw_[k] * std::exp(t[1]), kMinBandwidth, kMaxBandwidth);
+        if (F < below || F > above || (t[0] == 0.0 && B == bw_[k])) continue;
+        resonance(F, B, trial_);
+        std::swap(r_[k], trial_);
+        const double keptB = bw_[k];
+        bw_[k] = B;
+        const double e = objective();
+        if (e < best - 1e-9) {
+          best = e;
+          fr.f[k] = F;
+          gained = true;
+        } else {
+          std::swap(r_[k], trial_);
+          bw_[k] = keptB;
+        }
+      }
+    }
+    if (!gained) {
+      step *= 0.5;
+      logStep *= 0.5;
+      best = std::min(best, chooseOpenQuotient());
+    }
+  }
+  for (std::size_t k = 0; k < kFormants; ++k)
+    if (active[k]) fr.b[k] = bw_[k];
+  chooseOpenQuotient();
+  return objective();
+}
+
+}  // namespace vandrel

@@ -1,0 +1,115 @@
+#pragma once
+// Refinement of one voiced frame's formants by analysis by synthesis: the
+// formants are moved until the cascade of the synthesizer's resonators,
+// sounded by a source of some level and slope, meets the recording's
+// harmonics.
+//
+// A high voice samples its spectral envelope only at multiples of f0, and an
+// LPC envelope fitted to those few peaks bends towards the strongest harmonic
+// near each formant (F1 of /i/ at 350 Hz reads 405 Hz, the second harmonic
+// of a 203 Hz voice). The model fitted here is evaluated exactly at the
+// harmonics, so it has nothing to bend to: only the levels of the harmonics
+// around a formant, and how they fall off on either side, place it.
+//
+// Measured: the level in dB of each harmonic h f0 below the fit's top, from
+// a Hann window kPeriods periods long (the peak of the zero-padded spectrum
+// within a third of f0 of h f0, refined by a parabola through its three
+// bins). Model, at each harmonic's frequency f:
+//
+//   M(f) = S(f; q) + sum_k R(f; F_k, B_k) + g + s log2(f / 1 kHz)
+//   S    = the level of the synthesizer's glottal pulse, the derivative of a
+//          flow a t^2 - b t^3 open for q periods (the open quotient)
+//   R    = the level of one of the synthesizer's digital resonators at
+//          kModelRate (unity at 0 Hz)
+//
+// with g and s (level, and a slope for tilt and recording) solved by least
+// squares for every trial and q chosen from a grid, then refined, between
+// sweeps. The objective is the mean squared difference in dB (the fit
+// meter's distance, at the harmonics) plus a weak pull of each bandwidth
+// towards kTypicalBandwidth, which decides between fits the harmonics cannot
+// tell apart. Search: coordinate descent on each formant's frequency and log
+// bandwidth, steps halved when a sweep gains nothing; no formant leaves
+// kMaxShift of its start, none comes closer to its neighbour than kMinGapHz.
+
+#include <array>
+#include <vector>
+
+#include "analysis/Fft.h"
+#include "analysis/FormantPath.h"
+
+namespace vandrel {
+
+class CHarmonicFit {
+ public:
+  static constexpr double kPeriods = 3.0;  // resolves the harmonics of a Hann window (main lobe 2 / length)
+  static constexpr double kMinWindowMs = 10.0, kMaxWindowMs = 40.0;
+  static constexpr double kTopHz = 5000.0;
+  // The rate of the synthesizer the copy is played by: its digital
+  // resonators, not ideal analogue ones, are what the fit places.
+  static constexpr double kModelRate = 11025.0;      // harmonics fitted up to here
+  static constexpr double kFloorBelowPeakDb = 60.0;  // harmonics lower than this are noise: held at the floor
+  static constexpr int kMinHarmonics = 4;            // fewer leave g, s and a formant undetermined
+  static constexpr std::array<double, FormantFrame::kFormants> kTypicalBandwidth = {80.0, 100.0, 150.0, 200.0,
+                                                                                    250.0};
+  static constexpr double kBandwidthPull = 0.5;  // dB^2 per (ln B / typical)^2
+  static constexpr double kMinBandwidth = 30.0, kMaxBandwidth = 600.0;
+  static constexpr double kMaxShift = 0.25;  // of the start frequency
+  static constexpr double kMinGapHz = 150.0;
+  static constexpr double kFirstStep = 0.03, kLastStep = 0.004;  // relative frequency steps
+  static constexpr int kMaxSweeps = 40;
+  // The open quotients tried: a grid, then halved steps around the best.
+  static constexpr double kMinOpenQuotient = 0.1, kMaxOpenQuotient = 0.9, kOpenQuotientGrid = 0.1;
+
+  // The harmonic levels of the frame centred on sample `centre` of x (rate
+  // fs) for a voice of f0; false when fewer than kMinHarmonics lie below the
+  // top (min(kTopHz, 0.45 fs)).
+  bool measure(const std::vector<double>& x, double fs, double centre, double f0);
+
+  // Refines the formants of `frame` (those below the top; the rest sound as
+  // given) on the last measured harmonics. Returns the objective at the end.
+  double refine(FormantFrame& frame);
+
+  const std::vector<double>& harmonicHz() const { return hz_; }
+  const std::vector<double>& harmonicDb() const { return db_; }
+
+  // The objective of `frame` as it stands (the best of a few open
+  // quotients), on the last measured harmonics: how well a path's formants
+  // fit before any refinement.
+  double score(const FormantFrame& frame);
+
+  // The open quotient of the source that fitted best (after refine()).
+  double openQuotient() const { return open_; }
+
+  // The level S above, in dB, of a pulse open for `open` seconds.
+  static double sourceDb(double f, double open);
+  // The level R above, in dB.
+  static double resonanceDb(double f, double F, double B);
+
+ private:
+  double objective();
+  void resonance(double F, double B, std::vector<double>& out) const;
+  struct Trig {
+    double c1, s1, c2, s2;  // cos and sin of w and 2w at a harmonic
+  };
+  static constexpr std::size_t kSourceTerms = 2;
+  static constexpr std::array<double, 4> kScoreQuotients = {0.2, 0.4, 0.6, 0.8};
+  std::array<std::vector<double>, kScoreQuotients.size()> gridSource_;
+  void setOpenQuotient(double q);
+  double descend(FormantFrame& frame, const std::array<double, FormantFrame::kFormants>& lo,
+                 const std::array<double, FormantFrame::kFormants>& hi);
+  double chooseOpenQuotient();
+
+  FftTables fft_;
+  std::vector<double> re_, im_, hann_;
+  std::vector<double> hz_, db_, resid_;
+  std::vector<Trig> trig_;
+  std::vector<double> source_;  // the source's level at the harmonics
+  double open_ = 0.5, f0_ = 0.0;
+  std::array<std::vector<double>, kSourceTerms> basis_;
+  std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
+  std::vector<double> trial_;
+  std::array<double, FormantFrame::kFormants> bw_{};
+  double top_ = 0.0;
+};
+
+}  // namespace vandrel

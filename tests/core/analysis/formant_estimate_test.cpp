@@ -1,0 +1,86 @@
+// The two new parts of the formant estimate on inputs whose answer is known by
+// construction: the path search on hand-made candidate lists, and the
+// harmonic fit on a sum of harmonics with levels from a known vocal tract.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "analysis/FormantPath.h"
+#include "analysis/HarmonicFit.h"
+
+namespace vandrel {
+namespace {
+
+using Frames = std::vector<std::vector<FormantCandidate>>;
+
+// A neutral vowel (F1 500, F2 1500 ... F5 4500) with narrow bandwidths, and
+// one wide spurious pole at 1000 Hz in every frame.
+std::vector<FormantCandidate> vowel(double f1 = 500.0) {
+  return {{f1, 60.0}, {1000.0, 900.0}, {1500.0, 80.0}, {2500.0, 120.0}, {3500.0, 200.0}, {4500.0, 250.0}};
+}
+
+TEST(FormantPathTest, MissingFormantKeepsTheOthersInPlaceAndTheStepDoesNotMatter) {
+  // Frame 3 lost its F1: F2 must not slide down to F1, nor the spurious pole
+  // be taken; F1 is simply absent there.
+  Frames frames(7, vowel());
+  frames[3].erase(frames[3].begin());
+  const auto path = formantPath(frames, 5000.0, 10.0);
+  ASSERT_EQ(path.size(), 7u);
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(path[i].f[0], i == 3 ? 0.0 : 500.0);
+    EXPECT_EQ(path[i].f[1], 1500.0);
+    EXPECT_EQ(path[i].f[2], 2500.0);
+    EXPECT_EQ(path[i].b[1], 80.0);
+  }
+
+  // A glide of F1 from 400 to 700 Hz over 100 ms gives the same path whether
+  // it is sampled every 3 ms or every 10 ms (at the frames both have).
+  const auto glide = [](double stepMs) {
+    Frames g;
+    for (double t = 0.0; t <= 90.0 + 1e-9; t += stepMs) g.push_back(vowel(400.0 + 300.0 * t / 90.0));
+    return formantPath(g, 5000.0, stepMs);
+  };
+  const auto fine = glide(3.0), coarse = glide(10.0);
+  for (std::size_t i = 0; i < coarse.size(); ++i) {
+    EXPECT_DOUBLE_EQ(coarse[i].f[0], 400.0 + 300.0 * static_cast<double>(i) * 10.0 / 90.0);
+    EXPECT_EQ(coarse[i].f[1], 1500.0);
+  }
+  for (std::size_t i = 0; i < fine.size(); ++i) EXPECT_EQ(fine[i].f[1], 1500.0);
+  // Silence (no candidates) splits the path and stays empty.
+  frames[5].clear();
+  EXPECT_EQ(formantPath(frames, 5000.0, 10.0)[5].f, (std::array<double, 5>{}));
+}
+
+// A 210 Hz voice whose F1 (350 Hz) lies between its first two harmonics: the
+// LPC would put it near the second (420 Hz). From there the fit must find
+// it again, and the open quotient of the source the harmonics were made with.
+TEST(HarmonicFitTest, HighVoiceFirstFormantBetweenHarmonics) {
+  const double fs = 11025.0, f0 = 210.0, oq = 0.4;
+  const FormantFrame truth{{350.0, 2200.0, 2900.0, 3500.0, 4200.0}, {60.0, 90.0, 150.0, 200.0, 200.0}};
+  std::vector<double> x(2048);
+  for (int h = 1; h * f0 < 0.5 * fs; ++h) {
+    double db = CHarmonicFit::sourceDb(h * f0, oq / f0);
+    for (std::size_t k = 0; k < 5; ++k) db += CHarmonicFit::resonanceDb(h * f0, truth.f[k], truth.b[k]);
+    const double amp = std::pow(10.0, db / 20.0);
+    for (std::size_t i = 0; i < x.size(); ++i)
+      x[i] += amp * std::cos(2.0 * 3.141592653589793 * h * f0 * static_cast<double>(i) / fs + h);
+  }
+  CHarmonicFit fit;
+  ASSERT_TRUE(fit.measure(x, fs, 1024.0, f0));
+  FormantFrame start = truth;
+  start.f[0] = 420.0;
+  start.f[1] = 2100.0;
+  EXPECT_LT(fit.refine(start), 0.5);
+  EXPECT_NEAR(start.f[0], 350.0, 10.0);
+  EXPECT_NEAR(start.f[1], 2200.0, 30.0);
+  EXPECT_NEAR(start.b[0], 60.0, 25.0);
+  EXPECT_NEAR(fit.openQuotient(), oq, 0.05);
+  // Too few harmonics below the top: nothing to fit.
+  EXPECT_FALSE(fit.measure(x, fs, 1024.0, 1500.0));
+}
+
+}  // namespace
+}  // namespace vandrel
