@@ -73,6 +73,7 @@ class Estimator {
     }
     out.frames.assign(m, {});
     out.ceiling.assign(m, 0.0);
+    out.openQuotient.assign(m, 0.0);
     scoreTracks(tracks);
     choose(tracks, out);
     refine(out);
@@ -257,7 +258,9 @@ class Estimator {
       step();
       if (cancelled()) return;
       if (sounding_[i] == 0 || !(f0_[i] > 0.0)) continue;
-      if (fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i])) fit.refine(out.frames[i]);
+      if (!fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i])) continue;
+      fit.refine(out.frames[i]);
+      out.openQuotient[i] = fit.openQuotient();
     }
   }
 

@@ -58,6 +58,9 @@ struct FormantEstimate {
   std::vector<FormantFrame> frames;
   std::vector<double> f0;       // the f0 used, Hz
   std::vector<double> ceiling;  // chosen per frame, Hz (0 where silent)
+  // The open quotient of the source that fitted the harmonics (0..1), 0
+  // where no fit was made.
+  std::vector<double> openQuotient;
 };
 
 // `progress` is called on the calling thread; `cancel`, when set, stops the

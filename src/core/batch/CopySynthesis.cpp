@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "analysis/AnalysisTracks.h"
+#include "analysis/FormantEstimator.h"
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/SpectralSlice.h"
 #include "engine/Synthesizer.h"
@@ -32,7 +33,6 @@ constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the fou
 constexpr double kOpenQuotient = 0.5;
 constexpr int kMatchPasses = 2;   // the resonators carry level across frames: a second round settles it
 constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-frame jitter is not a bend
-constexpr double kFormantWindowMs = FormantTrackSettings::kDefaultWindowMs;
 const double kMinusInf = -std::numeric_limits<double>::infinity();
 
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
@@ -183,8 +183,16 @@ const std::vector<int>& copiedRows() {
   return rows;
 }
 
-CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out) {
+CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out,
+                         const CopyProgress& progress, const std::atomic<bool>* cancel) {
   CopyResult r;
+  const auto cancelled = [cancel] { return cancel != nullptr && cancel->load(std::memory_order_relaxed); };
+  const auto cancelledResult = [] {
+    CopyResult c;
+    c.status = CopyResult::Status::kCancelled;
+    c.message = "cancelled";
+    return c;
+  };
   const double fs = audio.sampleRate;
   const int interval = settings.intervalMs;
   if (!(fs > 0.0) || interval < 1 || (settings.sampleRate != 11025 && settings.sampleRate != 22050)) {
@@ -208,19 +216,24 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   po.calcLowHz = static_cast<int>(kLowestF0);
   po.calcHighHz = static_cast<int>(kHighestF0);
   const Alignment pa = align(pitchWindow, step);
-  const Alignment fa = align(kFormantWindowMs * fs / 1000.0, step);
-  FormantTrackSettings fts = FormantTrackSettings::forFrames(frames, step, fa.offset);
-  fts.windowMs = kFormantWindowMs;
-  // The two analyses share nothing: the formants are tracked on a second
-  // thread while this one tracks the pitch and measures the levels (on one
-  // core, one after the other).
-  const auto trackFormants = [&] { return computeFormantTracks(audio.samples, fs, fts); };
-  std::future<FormantTrackResult> formantJob;
+  // The formants are estimated on the table's frames, centred on their
+  // middles. The two analyses share nothing: the formants are estimated on a
+  // second thread while this one tracks the pitch and measures the levels
+  // (on one core, one after the other).
+  FormantEstimateSettings fes;
+  fes.frames = frames;
+  fes.firstCentre = step / 2.0;
+  fes.spacing = step;
+  const auto trackFormants = [&] {
+    return estimateFormants(audio.samples, fs, fes, {}, cancel);
+  };
+  std::future<FormantEstimate> formantJob;
   try {
     formantJob = std::async(std::launch::async, trackFormants);
   } catch (const std::system_error&) {
     formantJob = std::async(std::launch::deferred, trackFormants);
   }
+  if (progress) progress(10);
   const PitchTrackResult pitch =
       computePitchTrack(audio.samples, fs, po, PitchMethod::kAutocorrelation, pa.offset);
   const std::vector<double> x = asDoubles(audio.samples);
@@ -229,9 +242,11 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   const std::vector<double> high = fs > 2.2 * kFricationHz
                                        ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
                                        : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
-  const FormantTrackResult formants = formantJob.get();
+  const FormantEstimate formants = formantJob.get();
+  if (cancelled()) return cancelledResult();
+  if (progress) progress(60);
   if (pitch.status != PitchTrackResult::Status::kOk || pitch.f0.empty() ||
-      formants.status != FormantTrackResult::Status::kOk || formants.frequency.empty()) {
+      formants.status != FormantEstimate::Status::kOk || formants.frames.size() != static_cast<std::size_t>(frames)) {
     r.status = CopyResult::Status::kAnalysisFailed;
     r.message = "the pitch or formant tracks of the recording could not be computed";
     return r;
@@ -271,7 +286,8 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       ++r.voicedFrames;
       t.setValue(kF0, c, held(ps.at(kF0), f0 * 10.0));
       t.setValue(kAv, c, held(ps.at(kAv), level[uc] - kFirstGuessDb));
-      oq[uc] = kOpenQuotient * settings.sampleRate / f0;
+      const double q = formants.openQuotient[uc];
+      oq[uc] = (q > 0.0 ? q : kOpenQuotient) * settings.sampleRate / f0;
       voiced[uc] = 1;
     } else {
       t.setValue(kF0, c, 0.0);
@@ -281,11 +297,11 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       fricative[uc] = !silent && high[uc] > level[uc] - kFricationShareDb ? 1 : 0;
     }
     for (int k = 0; k < 5; ++k) {
-      const double f = frameOf(formants.frequency, c, fa.shift)[static_cast<std::size_t>(k)];
+      const double f = formants.frames[uc].f[static_cast<std::size_t>(k)];
       tracked[static_cast<std::size_t>(k)][uc] = !silent && f > 0.0 ? 1 : 0;
       fv[static_cast<std::size_t>(k)][uc] = f;
       bv[static_cast<std::size_t>(k)][uc] =
-          frameOf(formants.bandwidth, c, fa.shift)[static_cast<std::size_t>(k)];
+          formants.frames[uc].b[static_cast<std::size_t>(k)];
     }
   }
   // A frame's noise is frication when most of the five frames around it say
@@ -329,6 +345,10 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   }
   for (int k = 0; k < 4; ++k)
     fillGaps(av[static_cast<std::size_t>(k)], fricative, ps.at(kParallelRows[k]).defaultValue);
+  // The open phase is heard only where voiced, and a fit's open quotient
+  // wanders from frame to frame more than a voice's does.
+  fillGaps(oq, voiced, ps.at(kOq).defaultValue);
+  medianSmooth(oq, kSmoothFrames);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
     for (int k = 0; k < 5; ++k) {
@@ -341,6 +361,8 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   }
 
   for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high);
+  if (cancelled()) return cancelledResult();
+  if (progress) progress(75);
   // The tilt shapes voicing only: where unvoiced it follows the voiced frames
   // around, so that it bends nowhere it is not heard.
   std::vector<double> tl(t.row(kTl), t.row(kTl) + frames);
@@ -354,6 +376,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   for (int round = 0;; ++round) {
     r.anchors = placeAnchors(*doc, copiedRows(), tolerances);
     r.distanceDb = copyDistance(audio, *doc);
+    if (cancelled()) return cancelledResult();
     if (round == CopySettings::kNarrowings ||
         !(r.distanceDb > r.denseDistanceDb + CopySettings::kMaxDistanceLossDb))
       break;
@@ -361,6 +384,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     tolerances = tolerances.scaled(CopySettings::kNarrowing);
   }
 
+  if (progress) progress(100);
   doc->synthesized = {};
   doc->previous = {};
   doc->changedSinceSynthesis = true;

@@ -11,9 +11,11 @@
 //            third of the frame's energy or more (in most of the five frames
 //            around it) it is frication, af from that band's level;
 //            otherwise aspiration, ah from the whole frame's level
-//   f1..f5, b1..b5   the formant tracks (chosen for continuity), with a
+//   f1..f5, b1..b5   the formant estimates (FormantEstimator.h), with a
 //            running median of five frames against frame-to-frame jitter
-//   oq       half the period (an open quotient of 0.5) where voiced
+//   oq       the open quotient of the source that fitted the harmonics
+//            (FormantEstimator.h), in samples at the synthesis rate; half
+//            the period where no fit was made
 //   a2f..a5f the spectral envelope at f2..f5 in frames with frication,
 //            relative to its strongest; held from the nearest such frame
 //            elsewhere, where the frication is off and they are not heard
@@ -33,6 +35,8 @@
 // the tolerances are narrowed (times kNarrowing, at most kNarrowings times).
 // Values are whole numbers, as the file holds them.
 
+#include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -55,7 +59,7 @@ struct CopySettings {
 const std::vector<int>& copiedRows();
 
 struct CopyResult {
-  enum class Status { kOk, kTooShort, kBadSettings, kAnalysisFailed };
+  enum class Status { kOk, kTooShort, kBadSettings, kAnalysisFailed, kCancelled };
   Status status = Status::kBadSettings;
   std::string message;  // why, when not kOk
   int frames = 0;
@@ -67,8 +71,14 @@ struct CopyResult {
   double denseDistanceDb = 0.0;
 };
 
+// Percent done, 0..100; called on the calling thread.
+using CopyProgress = std::function<void(int percent)>;
+
 // Fills `doc` (timing, table, anchors, shown rows) with the copy of `audio`.
-// The recording is analysed at its own rate. On failure `doc` is untouched.
-CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& doc);
+// The recording is analysed at its own rate. On failure or when `cancel` is
+// set (polled between the steps and between the analysis frames) `doc` is
+// untouched. Runs on any thread.
+CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& doc,
+                         const CopyProgress& progress = {}, const std::atomic<bool>* cancel = nullptr);
 
 }  // namespace vandrel

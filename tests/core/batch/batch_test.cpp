@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include <cmath>
 #include <sstream>
 #include <string>
@@ -199,13 +201,16 @@ TEST(TableExportTest, KlattGridAndLongTable) {
   EXPECT_EQ(std::count(tsv.begin(), tsv.end(), '\n'), 13);
 }
 
-// A known table: a vowel gliding in f0 and F1, a silence, then frication.
-// Its sound copied back gives the same tracks with few anchors.
+// A known table: a vowel gliding in f0 and F1, a silence, then frication,
+// synthesized at 22050 Hz with an open quotient of 0.4. Its sound copied back
+// at 11025 Hz gives the same tracks, the same open quotient in samples of the
+// lower rate, and few anchors.
 TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   CVandrelDoc src;
   ParameterSet& ps = src.params();
   ps.fileLengthMs = 600;
   ps.frameCount = 60;
+  ps.setSelected(kF6, true);  // synthesized at 22050 Hz
   src.table.reset(60, ps);
   for (int c = 0; c < 60; ++c) {
     const bool vowel = c < 35, fric = c >= 42;
@@ -214,13 +219,22 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
     src.table.setValue(kF1, c, 500 + 6 * std::min(c, 30));
     src.table.setValue(kAf, c, fric ? 60 : 0);
     src.table.setValue(kA5f, c, fric ? 60 : 0);
+    src.table.setValue(kOq, c, std::round(0.4 * 22050.0 / (100.0 + 1.5 * c)));
   }
   KlattState state;
   state.reset(1);
   ASSERT_TRUE(synthesize(src, {}, state));
 
+  ASSERT_EQ(src.synthesized.sampleRate, 22050);
+
   CVandrelDoc copy;
-  const CopyResult r = copySynthesis(src.synthesized, CopySettings{}, copy);
+  std::atomic<bool> cancel{true};
+  EXPECT_EQ(copySynthesis(src.synthesized, CopySettings{}, copy, {}, &cancel).status,
+            CopyResult::Status::kCancelled);
+  EXPECT_EQ(copy.table, CVandrelDoc{}.table);  // a cancelled copy leaves the document alone
+  std::vector<int> percent;
+  const CopyResult r = copySynthesis(src.synthesized, CopySettings{}, copy, [&](int p) { percent.push_back(p); });
+  EXPECT_EQ(percent.back(), 100);
   ASSERT_EQ(r.status, CopyResult::Status::kOk) << r.message;
   ASSERT_EQ(r.frames, 60);
   const FrameTable& t = copy.table;
@@ -230,6 +244,7 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
     EXPECT_NEAR(t.value(kF0, c), src.table.value(kF0, c), 0.05 * src.table.value(kF0, c));
     EXPECT_NEAR(t.value(kF1, c), src.table.value(kF1, c), 0.10 * src.table.value(kF1, c));
     EXPECT_GT(t.value(kAv, c), 0);
+    EXPECT_NEAR(t.value(kOq, c), 0.4 * 11025.0 / (100.0 + 1.5 * c), 3.0);
   }
   for (int c = 45; c < 58; ++c) {
     SCOPED_TRACE("frame " + std::to_string(c));
