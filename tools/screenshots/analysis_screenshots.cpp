@@ -106,8 +106,8 @@ void copyTracks(CVandrelDoc& doc) {
   const auto& x = doc.audio.samples;
   const double fs = doc.audio.sampleRate;
   const auto f0 = computePitchTrack(x, fs, pitch, PitchMethod::kCepstral);
-  const auto formants = computeFormantTracks(
-      x, fs, FormantTrackSettings::forFrames(COptionSpectrogram(fs), doc.table.columns(), f0.stepSamples));
+  const auto formants =
+      computeFormantTracks(x, fs, FormantTrackSettings::forFrames(doc.table.columns(), f0.stepSamples));
   const std::array rows{kF1, kF2, kF3, kF4, kF5};
   for (int c = 0; c < doc.table.columns(); ++c) {
     const auto i = static_cast<std::size_t>(c);

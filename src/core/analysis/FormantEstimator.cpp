@@ -301,7 +301,7 @@ std::vector<double> resampleSignal(const std::vector<double>& x, double from, do
   const double ratio = to / from;
   const double narrow = std::min(1.0, ratio);  // the narrower band, in input Nyquists
   const double cut = 0.95 * 0.5 * narrow;      // cycles per input sample
-  constexpr int kCrossings = 16;
+  constexpr int kCrossings = 8;
   constexpr int kPerSample = 256;           // table points per input sample
   const double half = kCrossings / narrow;  // input samples either side
   const auto points = static_cast<std::size_t>(std::ceil(half * kPerSample)) + 2;

@@ -71,7 +71,7 @@ FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double f
                                  const std::atomic<bool>* cancel = nullptr);
 
 // x resampled from rate `from` to rate `to` by a windowed sinc (Blackman,
-// 16 zero crossings of the narrower band either side), cut at 95% of the
+// 8 zero crossings of the narrower band either side), cut at 95% of the
 // lower Nyquist frequency.
 std::vector<double> resampleSignal(const std::vector<double>& x, double from, double to);
 

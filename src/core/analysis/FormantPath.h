@@ -53,7 +53,7 @@ struct FormantPathCosts {
   static constexpr double kSwitchCost = 0.5;
   static constexpr double kReferenceStepMs = 10.0;
   // States kept per frame (the cheapest by local cost); the rest are pruned.
-  static constexpr int kBeam = 48;
+  static constexpr int kBeam = 20;
   // At most this many candidates (the lowest) per frame.
   static constexpr int kMaxCandidates = 10;
 };

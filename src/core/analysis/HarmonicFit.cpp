@@ -26,13 +26,15 @@ double CHarmonicFit::resonanceDb(double f, double F, double B) {
 double CHarmonicFit::sourceDb(double f, double open) {
   // d(t) = 2 t / T - 3 t^2 / T^2 on [0, T]: the derivative of the flow
   // a t^2 - b t^3 that closes at T. Its transform, from the integrals of
-  // t e^(st) and t^2 e^(st) with s = -i w.
+  // t e^(st) and t^2 e^(st) with s = -i w (1 / s = i / w).
   using C = std::complex<double>;
-  const C s(0.0, -2.0 * kPi * f);
-  const C e = std::exp(s * open);
-  const C i1 = e * (open / s - 1.0 / (s * s)) + 1.0 / (s * s);
-  const C i2 = e * (open * open / s - 2.0 * open / (s * s) + 2.0 / (s * s * s)) - 2.0 / (s * s * s);
-  const C d = 2.0 / open * i1 - 3.0 / (open * open) * i2;
+  const double w = 2.0 * kPi * f;
+  const C s(0.0, -w), inv(0.0, 1.0 / w);
+  const C inv2 = inv * inv, inv3 = inv2 * inv;
+  const C e = std::polar(1.0, -w * open);
+  const C i1 = e * (open * inv - inv2) + inv2;
+  const C i2 = e * (open * open * inv - 2.0 * open * inv2 + 2.0 * inv3) - 2.0 * inv3;
+  const C d = (2.0 / open) * i1 - (3.0 / (open * open)) * i2;
   return 10.0 * std::log10(std::norm(d) + 1e-300);
 }
 
@@ -126,6 +128,11 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   return true;
 }
 
+void CHarmonicFit::setBandwidth(std::size_t k, double b) {
+  bw_[k] = b;
+  logBw_[k] = std::log(b);
+}
+
 // Mean squared difference after the best source shape, plus the pull of the
 // bandwidths.
 double CHarmonicFit::objective() {
@@ -147,7 +154,7 @@ double CHarmonicFit::objective() {
   double pull = 0.0;
   for (std::size_t k = 0; k < kFormants; ++k)
     if (!r_[k].empty()) {
-      const double l = std::log(bw_[k] / kTypicalBandwidth[k]);
+      const double l = logBw_[k] - std::log(kTypicalBandwidth[k]);
       pull += l * l;
     }
   return std::max(sse, 0.0) / static_cast<double>(n) + kBandwidthPull * pull;
@@ -190,7 +197,7 @@ double CHarmonicFit::score(const FormantFrame& fr) {
   for (std::size_t k = 0; k < kFormants; ++k) {
     r_[k].clear();
     if (!(fr.f[k] > 0.0)) continue;
-    bw_[k] = std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth);
+    setBandwidth(k, std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth));
     resonance(fr.f[k], bw_[k], r_[k]);
   }
   double best = 1e300;
@@ -204,6 +211,23 @@ double CHarmonicFit::score(const FormantFrame& fr) {
 // A high voice's F1 may sit a harmonic away from where the LPC put it, with a
 // valley of the objective between: the descent starts from the given F1 and
 // from half a harmonic spacing either side, and the best end wins.
+// One step of the open quotient either way, kept when it fits better.
+double CHarmonicFit::nudgeOpenQuotient(double step) {
+  const double start = open_;
+  double best = objective(), pick = start;
+  for (const double q : {start - step, start + step}) {
+    if (q < kMinOpenQuotient || q > kMaxOpenQuotient) continue;
+    setOpenQuotient(q);
+    const double e = objective();
+    if (e < best) {
+      best = e;
+      pick = q;
+    }
+  }
+  setOpenQuotient(pick);
+  return best;
+}
+
 double CHarmonicFit::refine(FormantFrame& fr) {
   if (hz_.empty()) return 0.0;
   std::array<double, kFormants> lo{}, hi{};
@@ -216,7 +240,7 @@ double CHarmonicFit::refine(FormantFrame& fr) {
   for (const double shift : {0.0, -0.5, 0.5}) {
     FormantFrame trial = fr;
     if (shift != 0.0) {
-      if (!(fr.f[0] > 0.0)) break;
+      if (!(fr.f[0] > 0.0) || fr.f[0] > kFewHarmonics * f0_) break;
       trial.f[0] = std::clamp(fr.f[0] + shift * f0_, lo[0], hi[0]);
     }
     const double cost = descend(trial, lo, hi);
@@ -237,11 +261,12 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
   for (std::size_t k = 0; k < kFormants; ++k) {
     r_[k].clear();
     if (!(fr.f[k] > 0.0)) continue;
-    bw_[k] = std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth);
+    setBandwidth(k, std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth));
     resonance(fr.f[k], bw_[k], r_[k]);
-    active[k] = fr.f[k] < top_;
+    active[k] = k < kFitted && fr.f[k] < top_;
   }
   double best = chooseOpenQuotient();
+  double openStep = kOpenQuotientGrid / 2.0;
   double step = kFirstStep, logStep = 10.0 * kFirstStep;
   for (int sweep = 0; sweep < kMaxSweeps && step >= kLastStep; ++sweep) {
     bool gained = false;
@@ -266,7 +291,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         resonance(F, B, trial_);
         std::swap(r_[k], trial_);
         const double keptB = bw_[k];
-        bw_[k] = B;
+        setBandwidth(k, B);
         const double e = objective();
         if (e < best - 1e-9) {
           best = e;
@@ -274,20 +299,20 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
           gained = true;
         } else {
           std::swap(r_[k], trial_);
-          bw_[k] = keptB;
+          setBandwidth(k, keptB);
         }
       }
     }
     if (!gained) {
       step *= 0.5;
       logStep *= 0.5;
-      best = std::min(best, chooseOpenQuotient());
+      best = std::min(best, nudgeOpenQuotient(openStep));
+      openStep *= 0.5;
     }
   }
   for (std::size_t k = 0; k < kFormants; ++k)
     if (active[k]) fr.b[k] = bw_[k];
-  chooseOpenQuotient();
-  return objective();
+  return best;
 }
 
 }  // namespace vandrel

@@ -55,6 +55,12 @@ class CHarmonicFit {
   static constexpr double kMinBandwidth = 30.0, kMaxBandwidth = 600.0;
   static constexpr double kMaxShift = 0.25;  // of the start frequency
   static constexpr double kMinGapHz = 150.0;
+  // F1 below this many times f0 is sampled by so few harmonics that the
+  // objective may have a second valley a harmonic away: the descent also
+  // starts half a harmonic spacing either side.
+  static constexpr double kFewHarmonics = 4.0;
+  // F1..F4 are moved; F5, which a copy hears least, sounds where it is.
+  static constexpr std::size_t kFitted = 4;
   static constexpr double kFirstStep = 0.03, kLastStep = 0.004;  // relative frequency steps
   static constexpr int kMaxSweeps = 40;
   // The open quotients tried: a grid, then halved steps around the best.
@@ -98,6 +104,7 @@ class CHarmonicFit {
   double descend(FormantFrame& frame, const std::array<double, FormantFrame::kFormants>& lo,
                  const std::array<double, FormantFrame::kFormants>& hi);
   double chooseOpenQuotient();
+  double nudgeOpenQuotient(double step);
 
   FftTables fft_;
   std::vector<double> re_, im_, hann_;
@@ -108,7 +115,8 @@ class CHarmonicFit {
   std::array<std::vector<double>, kSourceTerms> basis_;
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
   std::vector<double> trial_;
-  std::array<double, FormantFrame::kFormants> bw_{};
+  std::array<double, FormantFrame::kFormants> bw_{}, logBw_{};
+  void setBandwidth(std::size_t k, double b);
   double top_ = 0.0;
 };
 

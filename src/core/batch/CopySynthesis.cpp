@@ -8,8 +8,8 @@
 #include <system_error>
 
 #include "analysis/AnalysisTracks.h"
-#include "analysis/FormantEstimator.h"
 #include "analysis/AutocorrelationPitch.h"
+#include "analysis/FormantEstimator.h"
 #include "analysis/SpectralSlice.h"
 #include "engine/Synthesizer.h"
 
@@ -224,9 +224,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   fes.frames = frames;
   fes.firstCentre = step / 2.0;
   fes.spacing = step;
-  const auto trackFormants = [&] {
-    return estimateFormants(audio.samples, fs, fes, {}, cancel);
-  };
+  const auto trackFormants = [&] { return estimateFormants(audio.samples, fs, fes, {}, cancel); };
   std::future<FormantEstimate> formantJob;
   try {
     formantJob = std::async(std::launch::async, trackFormants);
@@ -246,7 +244,8 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   if (cancelled()) return cancelledResult();
   if (progress) progress(60);
   if (pitch.status != PitchTrackResult::Status::kOk || pitch.f0.empty() ||
-      formants.status != FormantEstimate::Status::kOk || formants.frames.size() != static_cast<std::size_t>(frames)) {
+      formants.status != FormantEstimate::Status::kOk ||
+      formants.frames.size() != static_cast<std::size_t>(frames)) {
     r.status = CopyResult::Status::kAnalysisFailed;
     r.message = "the pitch or formant tracks of the recording could not be computed";
     return r;
@@ -300,8 +299,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       const double f = formants.frames[uc].f[static_cast<std::size_t>(k)];
       tracked[static_cast<std::size_t>(k)][uc] = !silent && f > 0.0 ? 1 : 0;
       fv[static_cast<std::size_t>(k)][uc] = f;
-      bv[static_cast<std::size_t>(k)][uc] =
-          formants.frames[uc].b[static_cast<std::size_t>(k)];
+      bv[static_cast<std::size_t>(k)][uc] = formants.frames[uc].b[static_cast<std::size_t>(k)];
     }
   }
   // A frame's noise is frication when most of the five frames around it say

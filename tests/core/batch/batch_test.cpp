@@ -233,7 +233,8 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
             CopyResult::Status::kCancelled);
   EXPECT_EQ(copy.table, CVandrelDoc{}.table);  // a cancelled copy leaves the document alone
   std::vector<int> percent;
-  const CopyResult r = copySynthesis(src.synthesized, CopySettings{}, copy, [&](int p) { percent.push_back(p); });
+  const CopyResult r =
+      copySynthesis(src.synthesized, CopySettings{}, copy, [&](int p) { percent.push_back(p); });
   EXPECT_EQ(percent.back(), 100);
   ASSERT_EQ(r.status, CopyResult::Status::kOk) << r.message;
   ASSERT_EQ(r.frames, 60);

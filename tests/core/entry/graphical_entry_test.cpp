@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "editing/UndoCommands.h"
+#include "engine/Synthesizer.h"
 #include "entry/DrawStroke.h"
 #include "entry/EnterAllData.h"
 
@@ -136,6 +137,35 @@ TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRow
   }
   EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table, before);
+}
+
+// A glide of known formants through the whole command: F1 rises 10 Hz per
+// 10 ms frame. Each table frame gets the value at its own middle, so the
+// middle frame holds the table's own F1 there (the analysis frames are
+// centred where the pitch windows are, not at their starts).
+TEST(EnterAllDataTest, KnownGlideArrivesAtItsOwnFrames) {
+  CVandrelDoc src;
+  src.params().fileLengthMs = 400;
+  src.params().frameCount = 40;
+  src.table.reset(40, src.params());
+  for (int c = 0; c < 40; ++c) {
+    src.table.setValue(kF0, c, 1200);
+    src.table.setValue(kF1, c, 400 + 10 * c);
+  }
+  KlattState state;
+  state.reset(1);
+  ASSERT_TRUE(synthesize(src, {}, state));
+
+  CVandrelDoc doc = src;
+  doc.attachAudio(src.synthesized);
+  EntryAnalysis analysis;
+  analysis.spectrogram = COptionSpectrogram(doc.audio.sampleRate);
+  analysis.spectrogram.displayFormants = true;
+  for (int c = 0; c < 40; ++c) doc.table.setValue(kF1, c, 0);
+  ASSERT_EQ(enterAllData(doc, analysis), UserMessages{});
+  EXPECT_NEAR(doc.table.value(kF0, 20), 1200, 60);
+  EXPECT_NEAR(doc.table.value(kF1, 20), 600, 30);
+  EXPECT_NEAR(doc.table.value(kF1, 30) - doc.table.value(kF1, 10), 200, 40);
 }
 
 }  // namespace
