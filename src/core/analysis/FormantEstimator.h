@@ -14,7 +14,7 @@
 // 3. Analysis by synthesis in voiced frames (CHarmonicFit): the formants of
 //    the chosen path are moved until the resonators, sounded by a source of
 //    fitted level and slope, meet the levels of the recording's harmonics.
-//    A median over kMedianFrames frames then removes single-frame slips.
+//    A median over kMedianFrames frames then removes slips of a frame or two.
 //
 // Frame i is centred on sample firstCentre + i * spacing. Runs on any thread
 // (it owns its working state).
@@ -41,7 +41,7 @@ struct FormantEstimateSettings {
   // 1 dB^2 worse fit counts as much as a formant 10% off its neighbours'
   // mean in one frame.
   static constexpr double kFitWeight = 0.01;
-  static constexpr int kMedianFrames = 3;
+  static constexpr int kMedianFrames = 5;
   static constexpr double kLowestF0 = 60.0, kHighestF0 = 500.0;  // the pitch searched when none is given
 
   int frames = 0;
