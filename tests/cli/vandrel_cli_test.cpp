@@ -229,7 +229,9 @@ TEST_F(VandrelCliTest, AnalyseFindsTheBlankDocumentsPitchAndFormants) {
       EXPECT_EQ(t, 10.0 * static_cast<double>(i - 1));
       if (v[0] == 0) continue;
       ++voiced;
-      for (int k = 0; k < 6; ++k) EXPECT_NEAR(v[k], want[k], 0.03 * want[k]) << "column " << k;
+      // The tracked estimate is held to 5%, as its quality figure is.
+      const double share = bandwidths > 0 ? 0.05 : 0.03;
+      for (int k = 0; k < 6; ++k) EXPECT_NEAR(v[k], want[k], share * want[k]) << "column " << k;
       for (int k = 6; k < 6 + bandwidths; ++k) EXPECT_GT(v[k], 0.0);
     }
     return voiced;
