@@ -263,7 +263,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
     if (!(fr.f[k] > 0.0)) continue;
     setBandwidth(k, std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth));
     resonance(fr.f[k], bw_[k], r_[k]);
-    active[k] = k < kFitted && fr.f[k] < top_;
+    active[k] = fr.f[k] < top_;
   }
   double best = chooseOpenQuotient();
   double openStep = kOpenQuotientGrid / 2.0;
