@@ -4,6 +4,7 @@
 #include "CliSupport.h"
 #include "Commands.h"
 #include "SndfileDecoder.h"
+#include "batch/CopyIntoDocument.h"
 #include "batch/CopySynthesis.h"
 #include "document/OpenFile.h"
 #include "document/VandrelDoc.h"
@@ -141,8 +142,7 @@ int copyCommand(const Args& args) {
   for (int n : r.anchors) total += n;
   std::printf("wrote %s: %d frames of %d ms, %d voiced, %d anchors\n", output.c_str(), r.frames,
               settings.intervalMs, r.voicedFrames, total);
-  std::printf("distance to the recording: %.1f dB median (%.1f dB before thinning)\n", r.distanceDb,
-              r.denseDistanceDb);
+  std::printf("%s\n", copyReport(r).c_str());
   std::printf("row\tanchors\n");
   for (std::size_t k = 0; k < r.anchors.size(); ++k)
     std::printf("%s\t%d\n", builtinParams()[static_cast<std::size_t>(copiedRows()[k])].name.data(),

@@ -76,6 +76,9 @@ const std::vector<CommandDef> kCommands = {
      "spectrogram-synth", "", true},
     {ID_ANALYSIS_SPECTRO_AUDIO, "Spectrogram/Pitch of Audio File\tCtrl+G",
      "Perform spectrogram-pict of the audio file\nSpectrogram-Pitch of audio", "spectrogram-audio", "", true},
+    {ID_ANALYSIS_COPY_SYNTHESIS, "Copy Synthesis from Audio File",
+     "Copy the audio file's pitch, formants and amplitudes into the table, with few anchors\nCopy synthesis",
+     "", "", true},
 
     // Play
     {ID_PLAY_CURRENT, "Play Current\tCtrl+1", "Play current synthesized file\nPlay current synthesized file",
@@ -159,7 +162,12 @@ const std::vector<MenuDef> kDocumentMenus = {
     {"Data Entry Method", {{ID_ENTRY_GRAPHICAL}, {ID_ENTRY_TRACE}}},
     {"Anchors", {{ID_ANCHORS_ADD}, {ID_ANCHORS_REMOVE}, {ID_ANCHORS_REMOVE_ALL}}},
     {"Interpolation", {{ID_INTERPOLATE_SELECTION}, {ID_INTERPOLATE_ALL}}},
-    {"Analysis", {{ID_ANALYSIS_FFT_LPC}, {ID_ANALYSIS_SPECTRO_SYNTH}, {ID_ANALYSIS_SPECTRO_AUDIO}}},
+    {"Analysis",
+     {{ID_ANALYSIS_FFT_LPC},
+      {ID_ANALYSIS_SPECTRO_SYNTH},
+      {ID_ANALYSIS_SPECTRO_AUDIO},
+      {0},
+      {ID_ANALYSIS_COPY_SYNTHESIS}}},
     {"Play",
      {{ID_PLAY_CURRENT},
       {ID_PLAY_PREVIOUS},
