@@ -45,6 +45,14 @@ class CVandrelDoc {
   // True for a blank table that nothing has edited or loaded into yet.
   bool tableUntouched() const { return untouched && !modified; }
   bool hasAudio() const { return !audio.empty(); }
+  // The rate the analyses' derived defaults (window lengths, frequency
+  // ranges) follow: the recording's, else the last synthesis's, else the one
+  // the table's parameters call for. One rule, so the spectrogram, FFT/LPC and
+  // drawing windows of one document never disagree on it.
+  double analysisRate() const {
+    if (hasAudio() && audio.sampleRate > 0.0) return audio.sampleRate;
+    return synthesized.sampleRate > 0.0 ? synthesized.sampleRate : params().sampleRate();
+  }
 
   // --- colours ------------------------------------------------------------
   Colorref groupColor(int group) const { return colors.at(static_cast<std::size_t>(group)); }

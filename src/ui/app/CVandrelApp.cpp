@@ -8,7 +8,6 @@
 #include "app/CMainFrame.h"
 #include "app/DocumentRecovery.h"
 #include "app/TempFolder.h"
-#include "app/TestEditHook.h"
 
 namespace vandrel::ui {
 
@@ -58,7 +57,6 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
   }
 
   mainFrame_ = std::make_unique<CMainFrame>(std::move(env));
-  installTestEditHook(*mainFrame_);
 
   QString file;
   for (int i = 1; i < arguments.size(); ++i)

@@ -17,6 +17,7 @@
 #include "audio/Wave.h"
 #include "common/Messages.h"
 #include "common/ReplaceFile.h"
+#include "common/Synthesize.h"
 #include "config/ConfigFile.h"
 #include "document/OpenFile.h"
 #include "document/VdrFile.h"
@@ -106,17 +107,8 @@ void exportParameters(CommandContext& ctx, vandrel::VdrKind kind) {
   ctx.mainFrame->showStatus(QStringLiteral("Saved %1").arg(QDir::toNativeSeparators(path)));
 }
 
-// Synthesizes first when the table changed since the last synthesis.
-void synthesizeIfChanged(CommandContext& ctx) {
-  vandrel::CVandrelDoc& doc = *ctx.doc();
-  if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return;
-  CProgressDialog::run(
-      ctx.dialogParent(), CProgressDialog::kSynthesizing,
-      [&doc](const CProgressDialog::Progress& progress) { vandrel::ensureSynthesized(doc, progress); });
-}
-
 void saveAsAudio(CommandContext& ctx) {
-  synthesizeIfChanged(ctx);
+  synthesizeWithProgress(*ctx.doc(), ctx.dialogParent());
   const vandrel::CVandrelDoc& doc = *ctx.doc();
   if (doc.synthesized.empty()) {
     warn(ctx.dialogParent(), QStringLiteral("There is no synthesized sound to save."));

@@ -19,6 +19,7 @@
 #include "entry/CGraphicalInput.h"
 #include "entry/EnterAllData.h"
 #include "views/common/AnalysisViewOptions.h"
+#include "views/common/WindowKinds.h"
 
 namespace vandrel::ui {
 
@@ -29,8 +30,8 @@ const QString kCreateError = QStringLiteral("Error in creating the graphical win
 // The analysis settings of the spectrogram/pitch view, for the recording's rate.
 vandrel::EntryAnalysis analysisFor(CMainFrame& main, const vandrel::CVandrelDoc& doc) {
   SpectrogramViewOptions o = viewOptionsOf(main.environment().config);
-  const double fs = doc.audio.sampleRate;
-  if (fs > 0 && o.spectrogram.fs != fs) {
+  const double fs = doc.analysisRate();
+  if (o.spectrogram.fs != fs) {
     o.spectrogram.fs = fs;
     o.spectrogram.setDefaults();
   }
@@ -39,11 +40,11 @@ vandrel::EntryAnalysis analysisFor(CMainFrame& main, const vandrel::CVandrelDoc&
 }
 
 void openGraphical(CommandContext& ctx) {
-  for (QMdiSubWindow* w : ctx.mainFrame->mdiArea()->subWindowList())
-    if (auto* f = qobject_cast<CGraphicalInputChild*>(w); f && &f->document() == ctx.document) {
-      ctx.mainFrame->mdiArea()->setActiveSubWindow(f);
-      return;
-    }
+  if (CGraphicalInputChild* open =
+          windowsOfKind<CGraphicalInputChild>(*ctx.mainFrame, ctx.document).value(0)) {
+    ctx.mainFrame->mdiArea()->setActiveSubWindow(open);
+    return;
+  }
   CGraphicalInputChild* frame = nullptr;
   try {
     frame = new CGraphicalInputChild(*ctx.mainFrame, ctx.childFrame->sharedDocument());

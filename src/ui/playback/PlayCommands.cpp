@@ -19,7 +19,7 @@
 #include "app/CommandIds.h"
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
-#include "common/LazyProgress.h"
+#include "common/Synthesize.h"
 #include "common/Workspace.h"
 #include "engine/Synthesizer.h"
 #include "playback/ListenTo.h"
@@ -95,17 +95,6 @@ Listening& listeningOf(CommandContext& ctx) {
   return l;
 }
 
-// The synthesized buffer, brought up to date with the table. The progress
-// window opens only when the synthesis takes long enough to notice: painting
-// it would hold back the start of every sound.
-void synthesizeIfChanged(CVandrelDoc& doc, QWidget* view) {
-  if (doc.changedSinceSynthesis) {
-    LazyProgress progress(view, CProgressDialog::kSynthesizing, 150);
-    ensureSynthesized(doc, progress.callback());
-  }
-  ensureSynthesized(doc);
-}
-
 // A signal heard alone can be far louder than the whole it is part of (a
 // fricative's noise before the formants); it is turned down rather than
 // clipped, and the status bar says so, so that levels are never misread.
@@ -125,7 +114,7 @@ void play(CommandContext& ctx, PlayWhich which) {
   QWidget* view = ctx.dialogParent();
   const std::uint8_t solo = which == PlayWhich::Current ? soloOf(ctx) : std::uint8_t{CKlattEngine::kNormal};
   if (which == PlayWhich::Current && solo == CKlattEngine::kNormal)
-    synthesizeIfChanged(ctx.document->doc(), view);
+    synthesizeWithProgress(ctx.document->doc(), view);
   Listening& listening = listeningOf(ctx);
   listening.play(which, chosenSpan(ctx), loopOn(ctx), solo, view);
   reportTurnedDown(ctx, listening, solo);
@@ -140,7 +129,7 @@ void switchSides(CommandContext& ctx) {
   Listening& listening = listeningOf(ctx);
   const std::uint8_t solo = soloOf(ctx);
   if (listening.next() == PlayWhich::Current && solo == CKlattEngine::kNormal)
-    synthesizeIfChanged(ctx.document->doc(), ctx.dialogParent());
+    synthesizeWithProgress(ctx.document->doc(), ctx.dialogParent());
   if (!listening.switchSides(solo, ctx.dialogParent()))
     ctx.mainFrame->showStatus(QStringLiteral("A/B Switch: play a sound first"));
   else if (listening.side() == PlayWhich::Current)

@@ -31,7 +31,7 @@ class KilledEditorTest : public ShellFixture {
     return it.hasNext() ? it.next() : QString();
   }
 
-  // The last of the test hook's edits a copy holds: edit n wrote 4000 + n.
+  // The last of the editing timer's edits a copy holds: edit n wrote 4000 + n.
   static int lastEditIn(const QByteArray& copy) {
     const vandrel::VdrReadResult r = vandrel::parseVdr(copy.toStdString(), vandrel::ParameterSet{});
     if (!r.ok()) return -1;

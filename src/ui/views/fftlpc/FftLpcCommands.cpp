@@ -11,6 +11,7 @@
 #include "app/OpenDocument.h"
 #include "config/AnalysisConfig.h"
 #include "engine/Synthesizer.h"
+#include "views/common/WindowKinds.h"
 #include "views/fftlpc/CFormFFTLPCChild.h"
 #include "views/fftlpc/COptionFFTLPCDialog.h"
 #include "views/fftlpc/FftLpcView.h"
@@ -32,46 +33,34 @@ Options loadOptions(CMainFrame& frame) {
   return o;
 }
 
-QList<CFormFFTLPCChild*> fftLpcWindows(CMainFrame& frame, const OpenDocument* of = nullptr) {
-  QList<CFormFFTLPCChild*> found;
-  for (QMdiSubWindow* w : frame.mdiArea()->subWindowList())
-    if (auto* f = qobject_cast<CFormFFTLPCChild*>(w); f && (!of || &f->document() == of)) found << f;
-  return found;
-}
-
 void openFftLpc(CommandContext& ctx) {
   OpenDocument& document = *ctx.document;
   vandrel::CVandrelDoc& doc = document.doc();
-  if (doc.changedSinceSynthesis) {
-    CProgressDialog::run(
-        ctx.dialogParent(), CProgressDialog::kSynthesizing,
-        [&doc](const CProgressDialog::Progress& progress) { vandrel::ensureSynthesized(doc, progress); });
-  }
-  if (const auto open = fftLpcWindows(*ctx.mainFrame, &document); !open.isEmpty()) {
-    ctx.mainFrame->mdiArea()->setActiveSubWindow(open.first());
-    return;
-  }
-  // The options' fs is the recording's: its derived defaults follow it.
-  Options o = loadOptions(*ctx.mainFrame);
-  const double fs = FftLpcView::analysisRate(doc);
-  if (fs != o.fftLpc.fs) {
-    o.fftLpc.fs = fs;
-    o.fftLpc.setDefaults();
-  }
-  auto* frame = new CFormFFTLPCChild(*ctx.mainFrame, ctx.childFrame->sharedDocument(), o.fftLpc,
-                                     o.spectrogram.preEmphasis);
-  frame->addToArea();
+  // The view shows the synthesized buffer while it is current and otherwise
+  // synthesizes the table for itself, so opening it changes nothing in the
+  // document.
+  findOrOpen<CFormFFTLPCChild>(*ctx.mainFrame, document, [&ctx, &doc] {
+    // The options' fs is the recording's: its derived defaults follow it.
+    Options o = loadOptions(*ctx.mainFrame);
+    const double fs = doc.analysisRate();
+    if (fs != o.fftLpc.fs) {
+      o.fftLpc.fs = fs;
+      o.fftLpc.setDefaults();
+    }
+    return new CFormFFTLPCChild(*ctx.mainFrame, ctx.childFrame->sharedDocument(), o.fftLpc,
+                                o.spectrogram.preEmphasis);
+  });
 }
 
 void editOptions(CommandContext& ctx) {
   CMainFrame& main = *ctx.mainFrame;
   Options o = loadOptions(main);
-  if (ctx.document) o.fftLpc.fs = FftLpcView::analysisRate(ctx.document->doc());
+  if (ctx.document) o.fftLpc.fs = ctx.document->doc().analysisRate();
   COptionFFTLPCDialog dialog(o.fftLpc, ctx.dialogParent());
   if (dialog.exec() != QDialog::Accepted) return;
   vandrel::storeAnalysisOptions(dialog.record(), o.pitch, o.spectrogram, main.environment().config);
   main.writeConfigurationFile(nullptr);
-  for (CFormFFTLPCChild* w : fftLpcWindows(main))
+  for (CFormFFTLPCChild* w : windowsOfKind<CFormFFTLPCChild>(main))
     if (FftLpcView* v = w->view()) v->setOptions(dialog.record(), o.spectrogram.preEmphasis);
 }
 

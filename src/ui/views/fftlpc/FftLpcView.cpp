@@ -174,11 +174,6 @@ FftLpcView::~FftLpcView() {
   // queue; it is let finish on its own.
 }
 
-double FftLpcView::analysisRate(const vandrel::CVandrelDoc& doc) {
-  if (doc.hasAudio() && doc.audio.sampleRate > 0.0) return doc.audio.sampleRate;
-  return doc.synthesized.sampleRate > 0.0 ? doc.synthesized.sampleRate : doc.sampleRate;
-}
-
 void FftLpcView::setOptions(const vandrel::COptionFFTLPC& options, double preEmphasis) {
   picture_.options = options;
   preEmphasis_ = preEmphasis;

@@ -48,10 +48,6 @@ class FftLpcView : public QWidget, public Printable {
              QWidget* parent = nullptr);
   ~FftLpcView() override;
 
-  // The options' rate follows the recording: the audio file's when there is
-  // one, else the last synthesis'.
-  static double analysisRate(const vandrel::CVandrelDoc& doc);
-
   void setOptions(const vandrel::COptionFFTLPC& options, double preEmphasis);
   const vandrel::COptionFFTLPC& options() const { return picture_.options; }
 

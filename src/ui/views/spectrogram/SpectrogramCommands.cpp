@@ -10,8 +10,10 @@
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
+#include "common/Synthesize.h"
 #include "config/AnalysisConfig.h"
 #include "engine/Synthesizer.h"
+#include "views/common/WindowKinds.h"
 #include "views/options/COptionPitchDialog.h"
 #include "views/options/COptionSpectrogramDialog.h"
 #include "views/spectrogram/CSpectrogramFrame.h"
@@ -70,19 +72,6 @@ const QString kNoAudio = QStringLiteral(
     "There is no audio file in this document.\nOpen one with \"Open an audio file...\" in the File menu "
     "first.");
 
-QList<CSpectrogramFrame*> spectrogramWindows(CMainFrame& frame) {
-  QList<CSpectrogramFrame*> found;
-  for (QMdiSubWindow* w : frame.mdiArea()->subWindowList())
-    if (auto* f = qobject_cast<CSpectrogramFrame*>(w)) found << f;
-  return found;
-}
-
-// The rate the options' derived defaults follow: the recording's, else the synthesis's.
-double analysisRate(const vandrel::CVandrelDoc& doc) {
-  if (doc.hasAudio() && doc.audio.sampleRate > 0.0) return doc.audio.sampleRate;
-  return doc.synthesized.sampleRate > 0.0 ? doc.synthesized.sampleRate : doc.params().sampleRate();
-}
-
 SpectrogramViewOptions optionsFor(CMainFrame& main, double fs) {
   SpectrogramViewOptions o = viewOptionsOf(main.environment().config);
   if (fs != o.spectrogram.fs) {
@@ -100,21 +89,16 @@ CSpectrogramFrame* openSpectrogram(CommandContext& ctx, vandrel::SampleSlot slot
     warn(ctx.dialogParent(), kNoAudio);
     return nullptr;
   }
-  if (slot == vandrel::SampleSlot::kSynthesized && doc.changedSinceSynthesis) {
-    CProgressDialog::run(
-        ctx.dialogParent(), CProgressDialog::kSynthesizing,
-        [&doc](const CProgressDialog::Progress& progress) { vandrel::ensureSynthesized(doc, progress); });
-  }
-  for (CSpectrogramFrame* f : spectrogramWindows(*ctx.mainFrame))
-    if (&f->document() == &document && f->view()->ownSlot() == slot) {
-      ctx.mainFrame->mdiArea()->setActiveSubWindow(f);
-      return f;
-    }
-  const double fs = slot == vandrel::SampleSlot::kAudio ? doc.audio.sampleRate : doc.synthesized.sampleRate;
-  auto* frame = new CSpectrogramFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument(), slot,
-                                      optionsFor(*ctx.mainFrame, fs > 0 ? fs : analysisRate(doc)));
-  frame->addToArea();
-  return frame;
+  if (slot == vandrel::SampleSlot::kSynthesized) synthesizeWithProgress(doc, ctx.dialogParent());
+  return findOrOpen<CSpectrogramFrame>(
+      *ctx.mainFrame, document,
+      [&ctx, &doc, slot] {
+        const double fs =
+            slot == vandrel::SampleSlot::kAudio ? doc.audio.sampleRate : doc.synthesized.sampleRate;
+        return new CSpectrogramFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument(), slot,
+                                     optionsFor(*ctx.mainFrame, fs > 0 ? fs : doc.analysisRate()));
+      },
+      [slot](const CSpectrogramFrame& f) { return f.view()->ownSlot() == slot; });
 }
 
 // Trace: the audio file's view, in trace mode, on F0 (or the track traced last).
@@ -130,7 +114,7 @@ void trace(CommandContext& ctx) {
 void applyOptions(CMainFrame& main, const SpectrogramViewOptions& o) {
   storeViewOptions(o, main.environment().config);
   main.writeConfigurationFile(nullptr);
-  for (CSpectrogramFrame* f : spectrogramWindows(main)) {
+  for (CSpectrogramFrame* f : windowsOfKind<CSpectrogramFrame>(main)) {
     SpectrogramViewOptions mine = o;
     mine.spectrogram.fs = f->view()->canvas()->scene().signal[0].fs;
     f->view()->setOptions(mine);
@@ -138,7 +122,7 @@ void applyOptions(CMainFrame& main, const SpectrogramViewOptions& o) {
 }
 
 void editSpectrogramOptions(CommandContext& ctx) {
-  const double fs = ctx.document ? analysisRate(ctx.document->doc()) : 11025.0;
+  const double fs = ctx.document ? ctx.document->doc().analysisRate() : 11025.0;
   SpectrogramViewOptions o = optionsFor(*ctx.mainFrame, fs);
   COptionSpectrogramDialog dialog(o, ctx.dialogParent());
   if (dialog.exec() != QDialog::Accepted) return;
@@ -146,7 +130,7 @@ void editSpectrogramOptions(CommandContext& ctx) {
 }
 
 void editPitchOptions(CommandContext& ctx) {
-  const double fs = ctx.document ? analysisRate(ctx.document->doc()) : 11025.0;
+  const double fs = ctx.document ? ctx.document->doc().analysisRate() : 11025.0;
   COptionPitchDialog dialog(optionsFor(*ctx.mainFrame, fs), ctx.dialogParent());
   if (dialog.exec() != QDialog::Accepted) return;
   applyOptions(*ctx.mainFrame, dialog.options());

@@ -8,6 +8,7 @@
 #include "app/CommandIds.h"
 #include "app/CommandRouter.h"
 #include "app/OpenDocument.h"
+#include "views/common/WindowKinds.h"
 #include "views/vowelspace/CVowelSpaceFrame.h"
 
 namespace vandrel::ui {
@@ -15,13 +16,9 @@ namespace vandrel::ui {
 namespace {
 
 void openVowelSpace(CommandContext& ctx) {
-  for (QMdiSubWindow* w : ctx.mainFrame->mdiArea()->subWindowList())
-    if (auto* f = qobject_cast<CVowelSpaceFrame*>(w); f && &f->document() == ctx.document) {
-      ctx.mainFrame->mdiArea()->setActiveSubWindow(f);
-      return;
-    }
-  auto* frame = new CVowelSpaceFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument());
-  frame->addToArea();
+  findOrOpen<CVowelSpaceFrame>(*ctx.mainFrame, *ctx.document, [&ctx] {
+    return new CVowelSpaceFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument());
+  });
 }
 
 const bool installed = addCommandInstaller(&installVowelSpaceCommands);
