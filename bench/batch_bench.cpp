@@ -66,14 +66,17 @@ void BM_Copy60s(benchmark::State& st) {
   const SampleSet& rec = recording60s();
   for (auto _ : st) {
     CVandrelDoc doc;
-    const CopyResult r = copySynthesis(rec, CopySettings{}, doc);
+    CopySettings settings;
+    settings.threads = static_cast<int>(st.range(0));
+    const CopyResult r = copySynthesis(rec, settings, doc);
     std::string text = writeVdr(doc, VdrKind::kAllParameters);
     benchmark::DoNotOptimize(text);
     if (r.status != CopyResult::Status::kOk) st.SkipWithError("copy failed");
   }
   st.counters["recording_s"] = static_cast<double>(rec.samples.size()) / rec.sampleRate;
 }
-BENCHMARK(BM_Copy60s)->Unit(benchmark::kMillisecond)->UseRealTime();
+// Arg: the formant estimator's threads (0: one per core).
+BENCHMARK(BM_Copy60s)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // 11 steps between two 500 ms syllables, each written as .vdr and .wav
 // into a temporary folder, as `continuum --steps 11 --wav` does.

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <new>
+#include <system_error>
+#include <thread>
 
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/HarmonicFit.h"
@@ -17,6 +20,37 @@ constexpr std::size_t kFormants = FormantFrame::kFormants;
 // The ceiling whose resampled signal also serves the harmonic fit: its rate,
 // 11 kHz, holds every harmonic below the fit's top.
 constexpr double kFitCeiling = 5500.0;
+// Frames handed to a thread at a time: enough to keep its harmonic fit's
+// buffers warm, few enough that the threads end together.
+constexpr int kFramesPerTask = 32;
+
+// Runs task(i) for i = 0 .. count - 1 on `threads` threads, the calling one
+// among them, each taking the next i as it finishes one. An exception of any
+// task is thrown again on the calling thread after all have ended.
+template <class Task>
+void runTasks(int count, int threads, const Task& task) {
+  std::atomic<int> next{0};
+  std::exception_ptr failure;
+  std::atomic<bool> failed{false};
+  const auto work = [&] {
+    try {
+      for (int i = next++; i < count && !failed.load(); i = next++) task(i);
+    } catch (...) {
+      if (!failed.exchange(true)) failure = std::current_exception();
+    }
+  };
+  std::vector<std::thread> helpers;
+  for (int t = 1; t < std::min(threads, count); ++t) {
+    try {
+      helpers.emplace_back(work);
+    } catch (const std::system_error&) {
+      break;  // no more threads: the others share the work
+    }
+  }
+  work();
+  for (auto& h : helpers) h.join();
+  if (failure) std::rethrow_exception(failure);
+}
 
 // Burg's method: the predictor a[0..p] (a[0] = 1) of y[0..n-1].
 void burg(const std::vector<double>& y, int p, std::vector<double>& a, std::vector<double>& f,
@@ -54,7 +88,14 @@ class Estimator {
  public:
   Estimator(std::span<const std::int16_t> samples, double fs, const S& s, const AnalysisProgress& progress,
             const std::atomic<bool>* cancel)
-      : x_(samples.begin(), samples.end()), fs_(fs), s_(s), progress_(progress), cancel_(cancel) {}
+      : x_(samples.begin(), samples.end()),
+        fs_(fs),
+        s_(s),
+        progress_(progress),
+        cancel_(cancel),
+        caller_(std::this_thread::get_id()),
+        threads_(s.threads > 0 ? s.threads
+                               : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()))) {}
 
   FormantEstimate run() {
     FormantEstimate out;
@@ -66,17 +107,20 @@ class Estimator {
       if (2.0 * c <= fs_ * 1.0001) ceilings.push_back(c);
     if (ceilings.empty()) ceilings.push_back(std::floor(fs_ / 2.0));
     total_ = static_cast<int>((ceilings.size() + 1) * m);
-    std::vector<CeilingTrack> tracks;
-    for (double c : ceilings) {
-      tracks.push_back({c, track(c), {}});
-      if (cancelled()) return cancelledResult();
-    }
+    std::vector<CeilingTrack> tracks(ceilings.size());
+    runTasks(static_cast<int>(ceilings.size()), threads_, [&](int k) {
+      const auto uk = static_cast<std::size_t>(k);
+      tracks[uk] = {ceilings[uk], track(ceilings[uk]), {}};
+    });
+    tell();
+    if (cancelled()) return cancelledResult();
     out.frames.assign(m, {});
     out.ceiling.assign(m, 0.0);
     out.openQuotient.assign(m, 0.0);
     scoreTracks(tracks);
     choose(tracks, out);
     refine(out);
+    tell();
     if (cancelled()) return cancelledResult();
     smooth(out);
     out.f0 = f0_;
@@ -91,8 +135,22 @@ class Estimator {
     r.status = FormantEstimate::Status::kCancelled;
     return r;
   }
+  // Progress is told on the calling thread only, the others just count; the
+  // caller tells every count in turn up to what all have done, so a run tells
+  // the same sequence whichever thread did which frame.
   void step() {
-    if (progress_) progress_(++done_, total_);
+    ++done_;
+    if (std::this_thread::get_id() == caller_) tell();
+  }
+  void tell() {
+    if (!progress_) return;
+    for (const int done = done_.load(); told_ < done;) progress_(++told_, total_);
+  }
+  // Frame blocks of kFramesPerTask for runTasks.
+  int frameTasks() const { return (s_.frames + kFramesPerTask - 1) / kFramesPerTask; }
+  std::size_t taskBegin(int task) const { return static_cast<std::size_t>(task) * kFramesPerTask; }
+  std::size_t taskEnd(int task) const {
+    return std::min(static_cast<std::size_t>(s_.frames), taskBegin(task) + kFramesPerTask);
   }
   double centre(std::size_t i) const { return s_.firstCentre + static_cast<double>(i) * s_.spacing; }
 
@@ -154,6 +212,9 @@ class Estimator {
     const auto w = static_cast<std::size_t>(S::kLpcWindowMs * rate / 1000.0);
     const double alpha = std::exp(-2.0 * kPi * S::kPreEmphasisHz / rate);
     std::vector<std::vector<FormantCandidate>> cand(m);
+    std::vector<double> hamming(w);
+    for (std::size_t j = 0; j < w; ++j)
+      hamming[j] = 0.54 - 0.46 * std::cos(2.0 * kPi * static_cast<double>(j) / static_cast<double>(w - 1));
     std::vector<double> frame(w), a, f, b, prev,
         coeffs(static_cast<std::size_t>(CMathFunc::kMaxLpcOrder) + 1);
     CMathFunc math;
@@ -167,8 +228,7 @@ class Estimator {
                      std::ptrdiff_t{1}, size - static_cast<std::ptrdiff_t>(w));
       for (std::size_t j = 0; j < w; ++j) {
         const auto at = static_cast<std::size_t>(first) + j;
-        frame[j] = (y[at] - alpha * y[at - 1]) *
-                   (0.54 - 0.46 * std::cos(2.0 * kPi * static_cast<double>(j) / static_cast<double>(w - 1)));
+        frame[j] = (y[at] - alpha * y[at - 1]) * hamming[j];
       }
       burg(frame, 2 * pairs, a, f, b, prev);
       std::copy(a.begin(), a.end(), coeffs.begin());
@@ -188,13 +248,15 @@ class Estimator {
   void scoreTracks(std::vector<CeilingTrack>& tracks) {
     const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
     const double rate = fitSignal_.empty() ? fs_ : fitRate_;
-    CHarmonicFit fit;
     for (auto& t : tracks) t.fit.assign(t.path.size(), 0.0);
-    for (std::size_t i = 0; i < f0_.size(); ++i) {
-      if (sounding_[i] == 0 || !(f0_[i] > 0.0) || !fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i]))
-        continue;
-      for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
-    }
+    runTasks(frameTasks(), threads_, [&](int task) {
+      CHarmonicFit fit;
+      for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
+        if (sounding_[i] == 0 || !(f0_[i] > 0.0) || !fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i]))
+          continue;
+        for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
+      }
+    });
   }
 
   // Per sounding stretch, the track that fits the harmonics best and runs
@@ -253,15 +315,17 @@ class Estimator {
   void refine(FormantEstimate& out) {
     const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
     const double rate = fitSignal_.empty() ? fs_ : fitRate_;
-    CHarmonicFit fit;
-    for (std::size_t i = 0; i < out.frames.size(); ++i) {
-      step();
-      if (cancelled()) return;
-      if (sounding_[i] == 0 || !(f0_[i] > 0.0)) continue;
-      if (!fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i])) continue;
-      fit.refine(out.frames[i]);
-      out.openQuotient[i] = fit.openQuotient();
-    }
+    runTasks(frameTasks(), threads_, [&](int task) {
+      CHarmonicFit fit;
+      for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
+        step();
+        if (cancelled()) return;
+        if (sounding_[i] == 0 || !(f0_[i] > 0.0)) continue;
+        if (!fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i])) continue;
+        fit.refine(out.frames[i]);
+        out.openQuotient[i] = fit.openQuotient();
+      }
+    });
   }
 
   // A running median of kMedianFrames over each formant within runs of frames
@@ -291,7 +355,10 @@ class Estimator {
   std::vector<char> sounding_;
   std::vector<double> fitSignal_;
   double fitRate_ = 0.0;
-  int done_ = 0, total_ = 0;
+  std::thread::id caller_;
+  int threads_ = 1;
+  std::atomic<int> done_{0};
+  int told_ = 0, total_ = 0;
 };
 
 }  // namespace

@@ -17,7 +17,9 @@
 //    A median over kMedianFrames frames then removes slips of a frame or two.
 //
 // Frame i is centred on sample firstCentre + i * spacing. Runs on any thread
-// (it owns its working state).
+// (it owns its working state); the ceilings' paths and the voiced frames'
+// fits are shared out over `threads` threads, which give the same result as
+// one (each frame's work depends on no other frame's).
 
 #include <atomic>
 #include <cstdint>
@@ -45,6 +47,8 @@ struct FormantEstimateSettings {
   static constexpr double kLowestF0 = 60.0, kHighestF0 = 500.0;  // the pitch searched when none is given
 
   int frames = 0;
+  // Threads to share the work (the calling one included); 0: one per core.
+  int threads = 0;
   double firstCentre = 0.0;  // samples
   double spacing = 0.0;      // samples
   // f0 per frame (Hz, 0 = unvoiced) on the same frames; computed by

@@ -54,6 +54,9 @@ void CHarmonicFit::resonance(double F, double B, std::vector<double>& out) const
 bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centre, double f0) {
   hz_.clear();
   db_.clear();
+  for (auto& cache : tries_)
+    for (auto& e : cache) e.levels.clear();
+  for (auto& e : sources_) e.levels.clear();
   top_ = std::min(kTopHz, 0.4 * fs);
   if (!(f0 > 0.0) || !(fs > 0.0) || kMinHarmonics * f0 > top_ || x.empty()) return false;
   const double length =
@@ -70,9 +73,12 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   double mean = 0.0;
   for (std::size_t i = 0; i < n; ++i) mean += x[first + i];
   mean /= static_cast<double>(n);
-  for (std::size_t i = 0; i < n; ++i)
-    re_[i] = (x[first + i] - mean) *
-             (0.5 - 0.5 * std::cos(2.0 * kPi * (static_cast<double>(i) + 0.5) / static_cast<double>(n)));
+  if (hann_.size() != n) {
+    hann_.resize(n);
+    for (std::size_t i = 0; i < n; ++i)
+      hann_[i] = 0.5 - 0.5 * std::cos(2.0 * kPi * (static_cast<double>(i) + 0.5) / static_cast<double>(n));
+  }
+  for (std::size_t i = 0; i < n; ++i) re_[i] = (x[first + i] - mean) * hann_[i];
   fft_.transform(re_.data(), im_.data(), order);
   const std::size_t half = size / 2;
   for (std::size_t i = 0; i <= half; ++i)
@@ -128,6 +134,28 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   return true;
 }
 
+// A descent asks for the same trial again and again: while formant k stays
+// where it is, the next sweep tries the same steps around it, and the starts
+// of one frame meet in the same places.
+void CHarmonicFit::tried(std::size_t k, double F, double B, std::vector<double>& out) {
+  auto& cache = tries_[k];
+  for (const auto& e : cache)
+    if (e.f == F && e.b == B && !e.levels.empty()) {
+      out = e.levels;
+      return;
+    }
+  resonance(F, B, out);
+  auto& slot = cache[nextTry_[k]];
+  nextTry_[k] = (nextTry_[k] + 1) % cache.size();
+  slot.f = F;
+  slot.b = B;
+  slot.levels = out;
+}
+
+CHarmonicFit::CHarmonicFit() {
+  for (std::size_t k = 0; k < kFormants; ++k) logTypical_[k] = std::log(kTypicalBandwidth[k]);
+}
+
 void CHarmonicFit::setBandwidth(std::size_t k, double b) {
   bw_[k] = b;
   logBw_[k] = std::log(b);
@@ -154,7 +182,7 @@ double CHarmonicFit::objective() {
   double pull = 0.0;
   for (std::size_t k = 0; k < kFormants; ++k)
     if (!r_[k].empty()) {
-      const double l = logBw_[k] - std::log(kTypicalBandwidth[k]);
+      const double l = logBw_[k] - logTypical_[k];
       pull += l * l;
     }
   return std::max(sse, 0.0) / static_cast<double>(n) + kBandwidthPull * pull;
@@ -162,8 +190,18 @@ double CHarmonicFit::objective() {
 
 void CHarmonicFit::setOpenQuotient(double q) {
   open_ = q;
+  // Each descent of a frame tries the same grid and mostly the same steps.
+  for (const auto& e : sources_)
+    if (e.f == q && !e.levels.empty()) {
+      source_ = e.levels;
+      return;
+    }
   source_.resize(hz_.size());
   for (std::size_t h = 0; h < hz_.size(); ++h) source_[h] = sourceDb(hz_[h], q / f0_);
+  auto& slot = sources_[nextSource_];
+  nextSource_ = (nextSource_ + 1) % sources_.size();
+  slot.f = q;
+  slot.levels = source_;
 }
 
 // The open quotient of the grid that fits best, then refined by halving
@@ -288,7 +326,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         const double F = fr.f[k] * (1.0 + t[0]);
         const double B = std::clamp(bw_[k] * std::exp(t[1]), kMinBandwidth, kMaxBandwidth);
         if (F < below || F > above || (t[0] == 0.0 && B == bw_[k])) continue;
-        resonance(F, B, trial_);
+        tried(k, F, B, trial_);
         std::swap(r_[k], trial_);
         const double keptB = bw_[k];
         setBandwidth(k, B);

@@ -67,6 +67,8 @@ class CHarmonicFit {
   // The open quotients tried: a grid, then halved steps around the best.
   static constexpr double kMinOpenQuotient = 0.1, kMaxOpenQuotient = 0.9, kOpenQuotientGrid = 0.1;
 
+  CHarmonicFit();
+
   // The harmonic levels of the frame centred on sample `centre` of x (rate
   // fs) for a voice of f0; false when fewer than kMinHarmonics lie below the
   // top (min(kTopHz, 0.45 fs)).
@@ -116,7 +118,19 @@ class CHarmonicFit {
   std::array<std::vector<double>, kSourceTerms> basis_;
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
   std::vector<double> trial_;
-  std::array<double, FormantFrame::kFormants> bw_{}, logBw_{};
+  // The last trials of each formant: frequency, bandwidth and levels.
+  struct Trial {
+    double f = 0.0, b = 0.0;
+    std::vector<double> levels;
+  };
+  static constexpr std::size_t kKeptTrials = 8;
+  std::array<std::array<Trial, kKeptTrials>, FormantFrame::kFormants> tries_;
+  std::array<std::size_t, FormantFrame::kFormants> nextTry_{};
+  void tried(std::size_t k, double F, double B, std::vector<double>& out);
+  // The source's levels at the open quotients tried last (f holds the quotient).
+  std::array<Trial, 24> sources_;
+  std::size_t nextSource_ = 0;
+  std::array<double, FormantFrame::kFormants> bw_{}, logBw_{}, logTypical_{};
   void setBandwidth(std::size_t k, double b);
   double top_ = 0.0;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 #include "editing/CellEdit.h"
 #include "editing/EditTransaction.h"
@@ -41,15 +42,34 @@ void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy) {
 std::string copyReport(const CopyResult& r) {
   char head[160];
   if (std::isfinite(r.distanceDb))
-    std::snprintf(head, sizeof head, "distance to the recording: %.1f dB median (%.1f dB before thinning)",
-                  r.distanceDb, r.denseDistanceDb);
+    std::snprintf(head, sizeof head, "copy %.1f dB from the recording (dense %.1f)", r.distanceDb,
+                  r.denseDistanceDb);
   else
-    std::snprintf(head, sizeof head, "distance to the recording: none (no frame sounds)");
+    std::snprintf(head, sizeof head, "copy: no frame of the recording sounds");
   std::string line = head;
-  for (std::size_t k = 0; k < r.anchors.size() && k < copiedRows().size(); ++k) {
-    line += k == 0 ? "; anchors " : ", ";
-    line += builtinParams()[static_cast<std::size_t>(copiedRows()[k])].name;
-    line += ' ' + std::to_string(r.anchors[k]);
+  const auto anchorsOf = [&](int row) {
+    const auto at = std::find(copiedRows().begin(), copiedRows().end(), row) - copiedRows().begin();
+    return static_cast<std::size_t>(at) < r.anchors.size() ? r.anchors[static_cast<std::size_t>(at)] : 0;
+  };
+  // Rows of one kind under one name, in the order a phonetician reads them.
+  const struct {
+    const char* name;
+    std::vector<int> rows;
+  } groups[] = {{"f0", {kF0}},
+                {"av", {kAv}},
+                {"ah", {kAh}},
+                {"af", {kAf}},
+                {"tl", {kTl}},
+                {"f1-f5", {kF1, kF2, kF3, kF4, kF5}},
+                {"b1-b5", {kB1, kB2, kB3, kB4, kB5}},
+                {"a2f-a5f", {kA2f, kA3f, kA4f, kA5f}},
+                {"oq", {kOq}}};
+  if (r.anchors.empty()) return line;
+  line += "; anchors";
+  for (const auto& g : groups) {
+    line += line.back() == 's' ? " " : ", ";
+    line += g.name;
+    for (const int row : g.rows) line += ' ' + std::to_string(anchorsOf(row));
   }
   return line;
 }

@@ -23,9 +23,11 @@ CopySettings copySettingsFor(const CVandrelDoc& doc);
 void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy);
 
 // One line for the user: the copy's distance to the recording and the anchors
-// of each copied row ("distance to the recording: 6.2 dB median (6.0 dB
-// before thinning); anchors f0 31, av 12, ..."), as `copy` prints it and the
-// editor's status bar shows it.
+// of each copied row, short enough for a status bar ("copy 6.2 dB from the
+// recording (dense 6.0); anchors f0 31, av 12, ..., f1-f5 40 52 38 30 29,
+// ..."), as `copy` prints it and the editor's status bar shows it.
+// The distance is the median over the frames (CopyAnchors.h), of the copy
+// as thinned to anchors and of the dense copy before.
 std::string copyReport(const CopyResult& result);
 
 }  // namespace vandrel

@@ -1,6 +1,7 @@
 #include "batch/CopySynthesis.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <future>
 #include <limits>
@@ -31,8 +32,9 @@ constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the fou
 // fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
 // low F1 up in any LPC analysis of the copy.
 constexpr double kOpenQuotient = 0.5;
-constexpr int kMatchPasses = 2;   // the resonators carry level across frames: a second round settles it
-constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-frame jitter is not a bend
+constexpr int kMatchPasses = 2;  // the resonators carry level across frames: a second round settles it
+constexpr int kSmoothFrames = 5;
+constexpr int kProgressPollMs = 40;  // median of the formant tracks: frame-to-frame jitter is not a bend
 const double kMinusInf = -std::numeric_limits<double>::infinity();
 
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
@@ -224,7 +226,17 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   fes.frames = frames;
   fes.firstCentre = step / 2.0;
   fes.spacing = step;
-  const auto trackFormants = [&] { return estimateFormants(audio.samples, fs, fes, {}, cancel); };
+  fes.threads = settings.threads;
+  std::atomic<int> formantsDone{0}, formantsTotal{1};
+  const auto trackFormants = [&] {
+    return estimateFormants(
+        audio.samples, fs, fes,
+        [&](int done, int total) {
+          formantsDone.store(done);
+          formantsTotal.store(std::max(1, total));
+        },
+        cancel);
+  };
   std::future<FormantEstimate> formantJob;
   try {
     formantJob = std::async(std::launch::async, trackFormants);
@@ -240,6 +252,10 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   const std::vector<double> high = fs > 2.2 * kFricationHz
                                        ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
                                        : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
+  // The formants take longest: their progress is told from here while they run.
+  if (progress)
+    while (formantJob.wait_for(std::chrono::milliseconds(kProgressPollMs)) == std::future_status::timeout)
+      progress(10 + 50 * formantsDone.load() / formantsTotal.load());
   const FormantEstimate formants = formantJob.get();
   if (cancelled()) return cancelledResult();
   if (progress) progress(60);

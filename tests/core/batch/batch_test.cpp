@@ -236,7 +236,13 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   const CopyResult r =
       copySynthesis(src.synthesized, CopySettings{}, copy, [&](int p) { percent.push_back(p); });
   EXPECT_EQ(percent.back(), 100);
+  EXPECT_TRUE(std::is_sorted(percent.begin(), percent.end()));
   ASSERT_EQ(r.status, CopyResult::Status::kOk) << r.message;
+  CopySettings oneThread;  // the same copy whichever thread estimates which frame
+  oneThread.threads = 1;
+  CVandrelDoc single;
+  copySynthesis(src.synthesized, oneThread, single);
+  EXPECT_EQ(single.table, copy.table);
   ASSERT_EQ(r.frames, 60);
   const FrameTable& t = copy.table;
   ASSERT_EQ(t.columns(), 60);

@@ -80,7 +80,7 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
     EXPECT_GE(anchors, 2) << row;
     EXPECT_LE(anchors, 120 * 35 / 100) << row;
   }
-  EXPECT_TRUE(frame.statusBar()->currentMessage().startsWith(QStringLiteral("distance to the recording: ")))
+  EXPECT_TRUE(frame.statusBar()->currentMessage().startsWith(QStringLiteral("copy ")))
       << frame.statusBar()->currentMessage().toStdString();
 
   // One step takes every value back (the history keeps values, not anchor flags).
