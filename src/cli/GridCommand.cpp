@@ -5,6 +5,7 @@
 
 #include "CliSupport.h"
 #include "Commands.h"
+#include "audio/Wave.h"
 #include "batch/Grid.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
@@ -99,6 +100,13 @@ int gridCommand(const Args& args) {
   GridPlan plan;
   if (const std::string err = planGrid(base, doc.params(), axes, scale, reference, plan); !err.empty())
     return complain(kExitOptions, kCmd, "%s", err.c_str());
+
+  // Every point has the base table's length and rate: one check covers them all.
+  if (wav) {
+    const SynthesisSetup setup = synthesisSetup(doc);
+    if (const std::string why = waveTooLarge(setup.sampleCount, setup.sampleRate); !why.empty())
+      return complain(kExitInput, kCmd, "%s: %s", inputs[0].c_str(), why.c_str());
+  }
 
   namespace fs = std::filesystem;
   const InputFiles read(inputs);

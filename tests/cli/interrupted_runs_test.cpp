@@ -111,12 +111,18 @@ TEST_F(InterruptedRunsTest, FolderHoldsOneWholeRunAfterSignalsAndOverlappingRuns
 TEST_F(InterruptedRunsTest, NothingIsSaidWrittenThatCannotBeWrittenWhole) {
   // 1949 frames of 100 s at 11025 Hz: 2,148,772,500 samples, past a WAV's 4 GiB.
   const std::string huge = table("huge", 500, 1949, 100000);
-  const Result r = run({"synth", huge, "-o", file("huge.wav")});
-  EXPECT_EQ(r.code, 1);
-  EXPECT_EQ(r.err, "vandrel-cli synth: " + huge +
-                       ": The sound would be 2148772500 samples (54:08:20 at 11025 Hz, 4.0 GiB); a WAV file "
-                       "holds at most 4 GiB.\n");
+  const std::vector<std::vector<std::string>> refusals{
+      {"synth", huge, "-o", file("huge.wav")},
+      {"grid", huge, "--vary", "f1:400:500:2", "--wav", "-o", file("huge")}};
+  for (const auto& args : refusals) {
+    const Result r = run(args);
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "vandrel-cli " + args[0] + ": " + huge +
+                         ": The sound would be 2148772500 samples (54:08:20 at 11025 Hz, 4.0 GiB); a WAV "
+                         "file holds at most 4 GiB.\n");
+  }
   EXPECT_FALSE(fs::exists(file("huge.wav")));
+  EXPECT_FALSE(fs::exists(file("huge")));
 
   // A read-only file is replaced only with --force, and stays read-only.
   const std::string small = table("small", 500);
