@@ -18,6 +18,20 @@ constexpr std::size_t kNameSize = 32;
 constexpr std::size_t kDescriptionSize = 512;
 constexpr std::size_t kSlotsEnd = kConfigSlotSize * kParamCount;  // 27264
 constexpr std::size_t kReservedStart = 27648;
+constexpr std::string_view kCheckTag = "CRC1";
+constexpr std::size_t kCheckTagAt = kConfigRecordSize - 8;
+constexpr std::size_t kCheckValueAt = kConfigRecordSize - 4;
+
+// CRC-32, reflected, polynomial 0xEDB88320 (as zlib computes it). The
+// record is read once per start: a table-free loop is fast enough.
+std::uint32_t crc32(std::string_view bytes) {
+  std::uint32_t crc = 0xFFFFFFFFu;
+  for (const char c : bytes) {
+    crc ^= static_cast<unsigned char>(c);
+    for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+  }
+  return ~crc;
+}
 
 // Little-endian writer over a buffer of fixed size.
 class Writer {
@@ -226,6 +240,9 @@ std::string encodeConfig(const ConfigRecord& r) {
   w.u32(static_cast<std::uint32_t>(kConfigRecordSize));
   transferSettings(w, r);
   assert(w.pos() == kReservedStart);  // the layout in the header, field for field
+  out.replace(kCheckTagAt, kCheckTag.size(), kCheckTag);
+  const std::uint32_t check = crc32(std::string_view(out).substr(0, kCheckValueAt));
+  for (std::size_t i = 0; i < 4; ++i) out[kCheckValueAt + i] = static_cast<char>((check >> (8 * i)) & 0xFF);
   return out;
 }
 
@@ -235,6 +252,13 @@ ConfigStatus decodeConfig(std::string_view bytes, ConfigRecord& out) {
   Reader rd(bytes.substr(kSlotsEnd + kMagic.size()));
   if (rd.u32() != kConfigVersion) return ConfigStatus::kBadVersion;
   if (rd.u32() != kConfigRecordSize) return ConfigStatus::kBadField;
+  const std::string_view tag = bytes.substr(kCheckTagAt, kCheckTag.size());
+  if (tag == kCheckTag) {
+    if (Reader(bytes.substr(kCheckValueAt)).u32() != crc32(bytes.substr(0, kCheckValueAt)))
+      return ConfigStatus::kBadCheck;
+  } else if (tag != std::string_view("\0\0\0\0", 4)) {
+    return ConfigStatus::kBadCheck;
+  }
 
   ConfigRecord r;
   Reader slots(bytes.substr(0, kSlotsEnd));

@@ -104,14 +104,25 @@
 //   27632    8      double pitch print/BMP height
 //   27640    4      int32 pitch size unit: 1 inches, 0 cm
 //   27644    4      int32 pitch colours: 1 colour, 0 black and white
-//   27648    112    reserved, zero
+//   27648    104    reserved, zero
+//   27752    4      check tag "CRC1" (four NUL bytes in files written before
+//                   the check value)
+//   27756    4      uint32 check value: CRC-32 (the polynomial of zlib and
+//                   PNG) of bytes 0 to 27755
 //   27760           end
 //
 // The parameter slots come first, in the storage order of the parameter set;
 // a slot whose name is not the built-in name of its index marks a foreign
 // file. A record is accepted only whole: right size, magic, version, size
-// field, and every field within its range. Anything else is ignored and the
-// built-in defaults are used.
+// field, check value, and every field within its range. Anything else is
+// ignored and the built-in defaults are used.
+//
+// The check value is there because most settings have no range narrower than
+// their type: a flipped bit in the pitch window (35 ms becoming 43 ms) reads
+// as a good value. It sits in what used to be reserved bytes, so the record
+// keeps its size and every field its offset; a reader that ignores it still
+// reads the record. A record without the tag (from before) is taken on its
+// field checks alone; a damaged tag is a damaged record.
 
 #include <array>
 #include <cstddef>
@@ -262,6 +273,7 @@ enum class ConfigStatus {
   kBadMagic,    // not a configuration record of this program
   kBadVersion,  // a later or unknown layout
   kBadField,    // a field out of range, or a slot of another parameter
+  kBadCheck,    // the check value does not match the contents: the file was damaged
 };
 
 // Exactly kConfigRecordSize bytes.

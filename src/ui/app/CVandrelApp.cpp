@@ -46,7 +46,8 @@ bool CVandrelApp::initInstance(const QStringList& arguments) {
   QString configNote;
   if (configStatus_ == vandrel::ConfigStatus::kWrongSize ||
       configStatus_ == vandrel::ConfigStatus::kBadMagic ||
-      configStatus_ == vandrel::ConfigStatus::kBadField) {
+      configStatus_ == vandrel::ConfigStatus::kBadField ||
+      configStatus_ == vandrel::ConfigStatus::kBadCheck) {
     const QString aside = env.configPath() + QStringLiteral(".damaged");
     QFile::remove(aside);
     configNote = QFile::rename(env.configPath(), aside)

@@ -142,6 +142,10 @@ QString configProblem(vandrel::ConfigStatus status, const QString& path) {
       return QStringLiteral(
                  "The file %1 is damaged: one of its settings is out of range. Nothing was loaded.")
           .arg(name);
+    case vandrel::ConfigStatus::kBadCheck:
+      return QStringLiteral(
+                 "The file %1 is damaged: its contents no longer match its check value. Nothing was loaded.")
+          .arg(name);
     default:
       return QStringLiteral("The file %1 is not a Vandrel configuration file. Nothing was loaded.").arg(name);
   }

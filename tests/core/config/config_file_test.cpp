@@ -43,6 +43,23 @@ void putF64(std::string& b, std::size_t off, double d) {
 }
 std::size_t slot(int index, std::size_t field) { return static_cast<std::size_t>(index) * 568 + field; }
 
+// CRC-32 as zlib has it, from its 256-entry table.
+std::uint32_t referenceCrc(const std::string& b, std::size_t n) {
+  std::uint32_t table[256];
+  for (std::uint32_t i = 0; i < 256; ++i) {
+    std::uint32_t c = i;
+    for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+    table[i] = c;
+  }
+  std::uint32_t crc = 0xFFFFFFFFu;
+  for (std::size_t i = 0; i < n; ++i)
+    crc = table[(crc ^ static_cast<unsigned char>(b[i])) & 0xFF] ^ (crc >> 8);
+  return crc ^ 0xFFFFFFFFu;
+}
+
+// A record edited on purpose, with its check value made to agree again.
+void reseal(std::string& b) { putU32(b, 27756, referenceCrc(b, 27756)); }
+
 TEST(ConfigFileTest, DefaultRecordHoldsItsFieldsAtTheDocumentedOffsets) {
   const std::string b = encodeConfig(ConfigRecord::defaults());
   ASSERT_EQ(b.size(), 27760u);
@@ -67,7 +84,10 @@ TEST(ConfigFileTest, DefaultRecordHoldsItsFieldsAtTheDocumentedOffsets) {
   EXPECT_EQ(i32At(b, 27572), 1);    // toolbar shown
   EXPECT_EQ(i32At(b, 27584), 1);    // the view block is written
   EXPECT_EQ(f64At(b, 27632), 4.0);  // pitch print height
-  for (std::size_t i = 27648; i < b.size(); ++i) ASSERT_EQ(b[i], '\0') << "reserved byte " << i;
+  for (std::size_t i = 27648; i < 27752; ++i) ASSERT_EQ(b[i], '\0') << "reserved byte " << i;
+  EXPECT_EQ(referenceCrc("123456789", 9), 0xCBF43926u);  // the check value every CRC-32 is known by
+  EXPECT_EQ(b.substr(27752, 4), "CRC1");
+  EXPECT_EQ(u32At(b, 27756), referenceCrc(b, 27756));
 
   // Slot 12 is f1: name, description and numbers at their places.
   EXPECT_STREQ(b.c_str() + slot(12, 0), "f1");
@@ -98,9 +118,11 @@ TEST(ConfigFileTest, EveryFieldSurvivesARoundTrip) {
   EXPECT_EQ(back, r);
   EXPECT_EQ(loadConfigFile("/nonexistent/VandrelConf.cfg", back), ConfigStatus::kMissing);
 
-  // A file written before the view block holds zeros there: the view's defaults.
+  // A file written before the view block and the check value holds zeros
+  // there: the view's defaults.
   std::string old = encodeConfig(r);
   old.replace(27584, 64, std::string(64, '\0'));
+  old.replace(27752, 8, std::string(8, '\0'));
   ASSERT_EQ(decodeConfig(old, back), ConfigStatus::kOk);
   EXPECT_EQ(back.analysisView, AnalysisViewConfig{});
 }
@@ -115,6 +137,12 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
   auto edited = [&](auto edit) {
     std::string b = good;
     edit(b);
+    reseal(b);
+    return b;
+  };
+  auto flipped = [&](std::size_t byte, int bit) {
+    std::string b = good;
+    b[byte] = static_cast<char>(b[byte] ^ (1 << bit));
     return b;
   };
   const Case cases[] = {
@@ -148,6 +176,13 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
       {"pitch method 2", edited([](std::string& b) { putU32(b, 27600, 2); }), ConfigStatus::kBadField},
       {"spectrogram size index 5", edited([](std::string& b) { putU32(b, 27480, 5); }),
        ConfigStatus::kBadField},
+      // Flipped bits that leave every field in range: only the check value tells.
+      {"pitch window 35 ms read as 43", flipped(27440, 3), ConfigStatus::kBadCheck},
+      {"f1's upper limit 1300 read as 1284", flipped(slot(12, 556), 4), ConfigStatus::kBadCheck},
+      {"a description's letter", flipped(slot(20, 40), 0), ConfigStatus::kBadCheck},
+      {"a reserved byte", flipped(27700, 6), ConfigStatus::kBadCheck},
+      {"the check value", flipped(27759, 7), ConfigStatus::kBadCheck},
+      {"the check tag", flipped(27753, 1), ConfigStatus::kBadCheck},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
