@@ -5,6 +5,7 @@
 
 #include "app/AppProfile.h"
 #include "app/CVandrelApp.h"
+#include "common/NativePath.h"
 
 #ifndef VANDREL_VERSION
 #define VANDREL_VERSION "0.1.0"
@@ -18,7 +19,9 @@ int main(int argc, char** argv) {
   QApplication::setDesktopFileName(QStringLiteral("vandrel"));
 
   vandrel::ui::CVandrelApp vandrelApp;
-  if (!vandrelApp.initInstance(QApplication::arguments())) return 1;
+  // From argv, not QApplication::arguments(): a file name that is not UTF-8
+  // must reach the open chain as the bytes it is.
+  if (!vandrelApp.initInstance(vandrel::ui::nativeArguments(argc, argv))) return 1;
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/vandrel.svg")));
   return app.exec();
 }

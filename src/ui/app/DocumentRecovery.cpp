@@ -14,6 +14,7 @@
 #include "app/CMainFrame.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
+#include "common/NativePath.h"
 #include "document/VdrFile.h"
 #include "util/AtomicFile.h"
 
@@ -103,11 +104,10 @@ void DocumentRecovery::startCopies(bool wait) {
     const std::uint64_t revision = doc->revision();
     const std::string vdr = native(copyPath(serial, "vdr"));
     const std::string pathFile = native(copyPath(serial, "path"));
-    const QByteArray belongsTo = QFile::encodeName(doc->path());
+    const std::string belongsTo = nativePath(doc->path());
     writing_.insert(serial);
     writer_.start([this, snapshot, serial, revision, vdr, pathFile, belongsTo] {
-      std::string error = vandrel::writeFileAtomically(
-          pathFile, std::string_view(belongsTo.constData(), static_cast<std::size_t>(belongsTo.size())));
+      std::string error = vandrel::writeFileAtomically(pathFile, belongsTo);
       if (error.empty()) error = vandrel::saveVdrFile(vdr, *snapshot, vandrel::VdrKind::kAllParameters);
       {
         const QMutexLocker locker(&doneMutex_);
@@ -216,7 +216,7 @@ QList<DocumentRecovery::Abandoned> DocumentRecovery::findAbandoned() const {
       Abandoned a;
       a.copy = folder + QLatin1Char('/') + copy;
       QFile path(folder + QLatin1Char('/') + QFileInfo(copy).completeBaseName() + QStringLiteral(".path"));
-      if (path.open(QIODevice::ReadOnly)) a.originalPath = QFile::decodeName(path.readAll());
+      if (path.open(QIODevice::ReadOnly)) a.originalPath = fromNativePath(path.readAll());
       a.when = QLocale::c().toString(QFileInfo(a.copy).lastModified(), QStringLiteral("d MMM yyyy HH:mm:ss"));
       found << a;
       any = true;

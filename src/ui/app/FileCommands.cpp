@@ -7,6 +7,9 @@
 #include <QMdiArea>
 #include <QPageSetupDialog>
 
+#include <filesystem>
+#include <system_error>
+
 #include "SndfileDecoder.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
@@ -212,14 +215,16 @@ void openRecent(CommandContext& ctx) {
 bool CMainFrame::openFile(const QString& path) {
   // A document that is already open is brought forward, not opened twice:
   // two copies of one file would each save over the other's edits.
-  const QFileInfo wanted(path);
+  // Compared by the system's names: Qt cannot see a file whose name is not UTF-8.
+  const std::string wanted = toStd(path);
   for (CChildFrame* f : childFrames()) {
     const QString open = f->document().path();
-    if (open.isEmpty() || !wanted.exists() || QFileInfo(open) != wanted) continue;
+    std::error_code ec;
+    if (open.isEmpty() || !std::filesystem::equivalent(toStd(open), wanted, ec)) continue;
     mdi_->setActiveSubWindow(f);
     f->widget()->setFocus();
     addRecentFile(path);
-    showStatus(QStringLiteral("%1 is already open").arg(wanted.fileName()), 5000);
+    showStatus(QStringLiteral("%1 is already open").arg(QFileInfo(path).fileName()), 5000);
     return true;
   }
   OpenDocument* active = activeDocument();

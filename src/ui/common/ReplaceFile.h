@@ -6,13 +6,10 @@
 #include <QString>
 
 #include "common/Messages.h"
+#include "common/NativePath.h"
 #include "util/AtomicFile.h"
 
 namespace vandrel::ui {
-
-// The bytes the system knows the file by: a name that is not valid UTF-8
-// reaches the writers as it was given.
-inline std::string nativePath(const QString& path) { return QFile::encodeName(path).toStdString(); }
 
 // How `path` may be written: a read-only file only when the user agrees.
 // False when the user keeps the file; nothing is to be written then.
