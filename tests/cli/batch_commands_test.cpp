@@ -24,28 +24,7 @@ namespace {
 
 using namespace clitest;
 
-class BatchCommandsTest : public VandrelCliTest {
- protected:
-  // Writes NAME.vdr: `frames` frames of 10 ms of defaults, then `edit`.
-  std::string table(const std::string& name, int frames, const std::function<void(CVandrelDoc&)>& edit = {}) {
-    CVandrelDoc doc;
-    doc.params().frameCount = frames;
-    doc.params().fileLengthMs = frames * 10.0;
-    doc.table.reset(frames, doc.params());
-    if (edit) edit(doc);
-    const std::string path = file(name + ".vdr");
-    EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
-    return path;
-  }
-  std::string bytes(const std::string& path) const {
-    std::string b;
-    EXPECT_TRUE(readWholeFile(path, b)) << path;
-    return b;
-  }
-  static void setRow(CVandrelDoc& d, int row, const std::function<double(int)>& value) {
-    for (int c = 0; c < d.table.columns(); ++c) d.table.setValue(row, c, value(c));
-  }
-};
+using BatchCommandsTest = VandrelCliTest;
 
 TEST_F(BatchCommandsTest, SynthOfManyTablesReportsLevelsAndFailsOnClip) {
   const std::string quiet = table("quiet", 20);
@@ -284,7 +263,9 @@ TEST_F(BatchCommandsTest, ExportGoesOnInPraatAndInR) {
   if (!std::filesystem::exists("/usr/bin/praat")) GTEST_SKIP() << "praat is not installed";
 
   // Praat reads it back and synthesizes it: the table's duration, and its
-  // pitch at the middles of frames 0, 10 and 24 is f0 / 10.
+  // pitch at the middles of frames 0, 10 and 24 is f0 / 10. Its own vowel
+  // ("Create KlattGrid from vowel") has the voicing amplitude the table's
+  // normal vowel (av 60, the default) is given.
   std::FILE* script = std::fopen(file("read.praat").c_str(), "w");
   ASSERT_NE(script, nullptr);
   std::fprintf(script,
@@ -300,12 +281,19 @@ TEST_F(BatchCommandsTest, ExportGoesOnInPraatAndInR) {
                "selectObject: grid\n"
                "sound = To Sound\n"
                "duration = Get total duration\n"
-               "appendInfoLine: \" \", duration\n",
+               "appendInfoLine: \" \", duration\n"
+               "selectObject: grid\n"
+               "Extract voicing amplitude tier\n"
+               "ours = Get value at time: 0.105\n"
+               "Create KlattGrid from vowel: \"a\", 0.3, 125, 800, 50, 1200, 50, 0, 80, 2300, 100, 0.05\n"
+               "Extract voicing amplitude tier\n"
+               "praats = Get value at time: 0.15\n"
+               "appendInfoLine: ours - praats\n",
                file("src.KlattGrid").c_str());
   std::fclose(script);
   const Result praat = runProgram("/usr/bin/praat", {"--run", file("read.praat")});
   ASSERT_EQ(praat.code, 0) << praat.err;
-  EXPECT_EQ(praat.out, "0.3 100 140 196 0.3\n");
+  EXPECT_EQ(praat.out, "0.3 100 140 196 0.3\n0\n");
 }
 
 }  // namespace
