@@ -11,10 +11,13 @@
 
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "document/VandrelDoc.h"
+#include "document/VdrFile.h"
 #include "util/AtomicFile.h"
 
 extern char** environ;
@@ -68,6 +71,28 @@ class VandrelCliTest : public ::testing::Test {
     fs::remove(out);
     fs::remove(err);
     return r;
+  }
+
+  // Writes NAME.vdr: `frames` frames of `intervalMs` of defaults, then `edit`.
+  std::string table(const std::string& name, int frames, const std::function<void(CVandrelDoc&)>& edit = {},
+                    int intervalMs = 10) const {
+    CVandrelDoc doc;
+    doc.params().intervalMs = intervalMs;
+    doc.params().frameCount = frames;
+    doc.params().fileLengthMs = static_cast<double>(frames) * intervalMs;
+    doc.table.reset(frames, doc.params());
+    if (edit) edit(doc);
+    const std::string path = file(name + ".vdr");
+    EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
+    return path;
+  }
+  static void setRow(CVandrelDoc& d, int row, const std::function<double(int)>& value) {
+    for (int c = 0; c < d.table.columns(); ++c) d.table.setValue(row, c, value(c));
+  }
+  std::string bytes(const std::string& path) const {
+    std::string b;
+    EXPECT_TRUE(readWholeFile(path, b)) << path;
+    return b;
   }
 
   // The files a run left in the test's folder.

@@ -21,16 +21,6 @@ using namespace clitest;
 
 class ExchangeCommandsTest : public VandrelCliTest {
  protected:
-  std::string table(const std::string& name, int frames, const std::function<void(CVandrelDoc&)>& edit = {}) {
-    CVandrelDoc doc;
-    doc.params().frameCount = frames;
-    doc.params().fileLengthMs = frames * 10.0;
-    doc.table.reset(frames, doc.params());
-    if (edit) edit(doc);
-    const std::string path = file(name + ".vdr");
-    EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
-    return path;
-  }
   // Interval tier "phones" through the given boundaries (s).
   void labels(const std::string& name, const std::vector<double>& at) {
     Labels g;
@@ -46,9 +36,6 @@ class ExchangeCommandsTest : public VandrelCliTest {
     EXPECT_TRUE(r.ok()) << path << ": " << r.detail;
     if (r.ok()) loadVdr(doc, r.content);
     return doc;
-  }
-  static void setRow(CVandrelDoc& d, int row, const std::function<double(int)>& value) {
-    for (int c = 0; c < d.table.columns(); ++c) d.table.setValue(row, c, value(c));
   }
 };
 

@@ -29,16 +29,10 @@ using namespace clitest;
 
 class InterruptedRunsTest : public VandrelCliTest {
  protected:
-  std::string table(const std::string& name, double f1, int frames = 20, int intervalMs = 10) {
-    CVandrelDoc doc;
-    doc.params().intervalMs = intervalMs;
-    doc.params().frameCount = frames;
-    doc.params().fileLengthMs = static_cast<double>(frames) * intervalMs;
-    doc.table.reset(frames, doc.params());
-    for (int c = 0; c < frames; ++c) doc.table.setValue(kF1, c, f1);
-    const std::string path = file(name + ".vdr");
-    EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
-    return path;
+  // `frames` frames of `intervalMs` whose f1 is `f1`.
+  std::string table(const std::string& name, double f1, int frames = 20, int intervalMs = 10) const {
+    return VandrelCliTest::table(
+        name, frames, [f1](CVandrelDoc& d) { setRow(d, kF1, [f1](int) { return f1; }); }, intervalMs);
   }
 
   // The folder's files by name with their contents.
@@ -129,23 +123,16 @@ TEST_F(InterruptedRunsTest, NothingIsSaidWrittenThatCannotBeWrittenWhole) {
   const std::string kept = file("kept.wav");
   ASSERT_EQ(run({"synth", small, "-o", kept}).code, 0);
   fs::permissions(kept, fs::perms::owner_read | fs::perms::group_read);
-  const std::string before = [&] {
-    std::string b;
-    readWholeFile(kept, b);
-    return b;
-  }();
+  const std::string before = bytes(kept);
   const Result refused = run({"export", small, "--to", "tsv", "-o", kept});
   EXPECT_EQ(refused.code, 1);
   EXPECT_EQ(refused.err,
             "vandrel-cli export: Cannot save " + kept +
                 ": the file is read-only. The previous file is unchanged. Add --force to replace it.\n");
-  std::string after;
-  readWholeFile(kept, after);
-  EXPECT_EQ(after, before);
+  EXPECT_EQ(bytes(kept), before);
   EXPECT_EQ(run({"export", small, "--to", "tsv", "-o", kept, "--force"}).code, 0);
   EXPECT_EQ(fs::status(kept).permissions(), fs::perms::owner_read | fs::perms::group_read);
-  readWholeFile(kept, after);
-  EXPECT_EQ(after.rfind("time_ms\tparameter\tvalue", 0), 0u);
+  EXPECT_EQ(bytes(kept).rfind("time_ms\tparameter\tvalue", 0), 0u);
 }
 
 }  // namespace
