@@ -39,8 +39,9 @@ TEST(NativePathTest, EveryByteStringComesBackAsItWas) {
     SCOPED_TRACE(c.what);
     const QString s = fromNativePath(QByteArray::fromStdString(c.bytes));
     EXPECT_EQ(nativePath(s), c.bytes);
-    if (c.utf8 && c.bytes.find("\xEF\x9E") == std::string::npos)
+    if (c.utf8 && c.bytes.find("\xEF\x9E") == std::string::npos) {
       EXPECT_EQ(s, QString::fromStdString(c.bytes));
+    }
   }
 }
 
