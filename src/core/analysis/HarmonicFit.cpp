@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <utility>
 
 namespace vandrel {
@@ -10,6 +11,31 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr std::size_t kFormants = FormantFrame::kFormants;
+
+using V2 = double __attribute__((vector_size(16)));
+using I2 = std::int64_t __attribute__((vector_size(16)));
+
+// 10 log10(x) of two positive normal numbers at once, within 1e-8 dB: the
+// exponent from the bits, the logarithm of the mantissa (brought into
+// [sqrt(1/2), sqrt(2))) from five terms of the series of 2 atanh((m - 1) /
+// (m + 1)). The fit takes the level of every trial resonator at every
+// harmonic, and the library's log10, one number at a time, was a fifth of a
+// copy's time.
+V2 powerDb(V2 x) {
+  const auto bits = reinterpret_cast<I2>(x);
+  const I2 big = reinterpret_cast<I2>((bits & 0x000fffffffffffffLL) | 0x3ff0000000000000LL) >
+                 reinterpret_cast<I2>(V2{1.4142135623730951, 1.4142135623730951});
+  // Mantissas above sqrt(2) are halved (their exponent field one more).
+  const I2 mantissa = (bits & 0x000fffffffffffffLL) | (0x3ff0000000000000LL + (big & -0x0010000000000000LL));
+  const I2 exponent = ((bits >> 52) & 0x7ff) - big;  // big is -1 where true
+  constexpr double kTwo52 = 4503599627370496.0;
+  const V2 e = reinterpret_cast<V2>(exponent | 0x4330000000000000LL) - (kTwo52 + 1023.0);
+  const V2 m = reinterpret_cast<V2>(mantissa);
+  const V2 z = (m - 1.0) / (m + 1.0), z2 = z * z;
+  const V2 ln = 2.0 * z * (1.0 + z2 * (1.0 / 3.0 + z2 * (1.0 / 5.0 + z2 * (1.0 / 7.0 + z2 / 9.0))));
+  constexpr double kLn2 = 0.6931471805599453, kDbPerNeper = 4.342944819032518;  // 10 / ln 10
+  return kDbPerNeper * (ln + e * kLn2);
+}
 
 }  // namespace
 
@@ -42,12 +68,17 @@ void CHarmonicFit::resonance(double F, double B, std::vector<double>& out) const
   const double c = -std::exp(-2.0 * kPi * B / kModelRate);
   const double b = 2.0 * std::exp(-kPi * B / kModelRate) * std::cos(2.0 * kPi * F / kModelRate);
   const double a2 = (1.0 - b - c) * (1.0 - b - c);
-  out.resize(hz_.size());
-  for (std::size_t h = 0; h < hz_.size(); ++h) {
-    const Trig& t = trig_[h];
-    const double re = 1.0 - b * t.c1 - c * t.c2;
-    const double im = b * t.s1 + c * t.s2;
-    out[h] = 10.0 * std::log10(a2 / (re * re + im * im));
+  const std::size_t n = hz_.size();
+  out.resize(n);
+  // Two harmonics at a time; the last one of an odd count twice over.
+  for (std::size_t h = 0; h < n; h += 2) {
+    const Trig& t0 = trig_[h];
+    const Trig& t1 = trig_[std::min(h + 1, n - 1)];
+    const V2 re = 1.0 - b * V2{t0.c1, t1.c1} - c * V2{t0.c2, t1.c2};
+    const V2 im = b * V2{t0.s1, t1.s1} + c * V2{t0.s2, t1.s2};
+    const V2 db = powerDb(a2 / (re * re + im * im));
+    out[h] = db[0];
+    if (h + 1 < n) out[h + 1] = db[1];
   }
 }
 
@@ -81,8 +112,9 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   for (std::size_t i = 0; i < n; ++i) re_[i] = (x[first + i] - mean) * hann_[i];
   fft_.transform(re_.data(), im_.data(), order);
   const std::size_t half = size / 2;
-  for (std::size_t i = 0; i <= half; ++i)
-    re_[i] = 10.0 * std::log10(re_[i] * re_[i] + im_[i] * im_[i] + 1e-20);
+  // Power; only the three bins around each harmonic's peak are taken to dB.
+  for (std::size_t i = 0; i <= half; ++i) re_[i] = re_[i] * re_[i] + im_[i] * im_[i] + 1e-20;
+  const auto dbAt = [this](std::size_t i) { return 10.0 * std::log10(re_[i]); };
   const double binHz = fs / static_cast<double>(size);
   double loudest = -1e300;
   for (int h = 1; h * f0 <= top_; ++h) {
@@ -93,7 +125,7 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
     std::size_t best = lo;
     for (std::size_t i = lo + 1; i <= hi; ++i)
       if (re_[i] > re_[best]) best = i;
-    const double a = re_[best - 1], b = re_[best], c = re_[best + 1];
+    const double a = dbAt(best - 1), b = dbAt(best), c = dbAt(best + 1);
     const double den = a - 2.0 * b + c;
     const double p = den < 0.0 ? std::clamp(0.5 * (a - c) / den, -0.5, 0.5) : 0.0;
     hz_.push_back((static_cast<double>(best) + p) * binHz);
