@@ -39,6 +39,9 @@ class DocObserver {
   // A synthesis of a modified table is about to start: the last moment to
   // keep a copy of the work before a long computation that could fail.
   virtual void notifyAboutToSynthesize() {}
+
+  // The document's labels (tiers, boundaries or texts) were replaced.
+  virtual void notifyLabelsChanged() {}
 };
 
 }  // namespace vandrel

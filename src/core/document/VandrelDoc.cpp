@@ -18,6 +18,7 @@ void CVandrelDoc::initialise() {
   changedCompanion = true;
   untouched = true;
   tableChanged = false;
+  labels.reset();
   colors = kDefaultColors;
   applyGroupColors();
   rowsInUse = kParamCount;
@@ -29,6 +30,7 @@ void CVandrelDoc::initialise() {
   undo = UndoHistory{};
   drawing = DrawingChoice{};
   notifyStructureChanged();
+  notifyLabelsChanged();
   notifyFlagsChanged();
 }
 
@@ -116,6 +118,10 @@ void CVandrelDoc::notifyFlagsChanged() {
 
 void CVandrelDoc::notifyAboutToSynthesize() {
   forEachObserver([](DocObserver& o) { o.notifyAboutToSynthesize(); });
+}
+
+void CVandrelDoc::notifyLabelsChanged() {
+  forEachObserver([](DocObserver& o) { o.notifyLabelsChanged(); });
 }
 
 }  // namespace vandrel

@@ -8,6 +8,7 @@
 // can work on them directly; the methods below keep the flags and the
 // observers in step for the common changes.
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@
 #include "entry/DrawTracks.h"
 
 namespace vandrel {
+
+struct Labels;
 
 // Where "Add Column" puts the new time; exactly one of the three is chosen.
 enum class AddColumnPlace { kBeginning, kSelectedColumn, kEnd };
@@ -78,6 +81,7 @@ class CVandrelDoc {
   void notifySamplesChanged(SampleSlot slot);
   void notifyFlagsChanged();
   void notifyAboutToSynthesize();
+  void notifyLabelsChanged();
 
   std::array<ParameterSet, 3> paramSets;
   FrameTable table;
@@ -113,6 +117,12 @@ class CVandrelDoc {
 
   // The graphical entry window's selected track and track colours.
   DrawingChoice drawing;
+
+  // The labels of the table or the recording (a TextGrid beside the file),
+  // or null when there are none. Shared and never changed in place: an edit
+  // puts new labels here (labels/DocumentLabels.h), so the undo history can
+  // keep the old ones.
+  std::shared_ptr<const Labels> labels;
 
   // Whole-table snapshots and the current index (-5 until the first one);
   // the editing layer appends and restores.

@@ -18,6 +18,10 @@ UndoStatus restoreSnapshot(CVandrelDoc& doc, int index) {
   } else if (before > 0) {
     doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, before - 1});
   }
+  if (doc.undo.labelsAt(index) != doc.labels) {
+    doc.labels = doc.undo.labelsAt(index);
+    doc.notifyLabelsChanged();
+  }
   doc.markEdited();
   doc.tableChanged = false;
   return UndoStatus::kRestored;

@@ -129,12 +129,13 @@ UndoHistory::Snapshot UndoHistory::buildFromBase(const FrameTable& table,
   return s;
 }
 
-void UndoHistory::append(const FrameTable& table, int intervalMs) {
+void UndoHistory::append(const FrameTable& table, int intervalMs, std::shared_ptr<const Labels> labels) {
   const Snapshot* b = base();
   const bool incremental = b != nullptr && !allDirty_ && b->columns == table.columns();
   std::vector<std::uint8_t> stillDirty(static_cast<std::size_t>(leafCountFor(table.columns())), 0);
   entries_.push_back(incremental ? buildFromBase(table, stillDirty) : buildFull(table, stillDirty));
   entries_.back().intervalMs = intervalMs;
+  entries_.back().labels = std::move(labels);
   current_ = count() - 1;
   base_ = current_;
   dirty_ = std::move(stillDirty);
@@ -214,6 +215,10 @@ int UndoHistory::columnsAt(int index) const { return entries_.at(static_cast<std
 
 int UndoHistory::intervalAt(int index) const {
   return entries_.at(static_cast<std::size_t>(index)).intervalMs;
+}
+
+const std::shared_ptr<const Labels>& UndoHistory::labelsAt(int index) const {
+  return entries_.at(static_cast<std::size_t>(index)).labels;
 }
 
 std::int32_t UndoHistory::valueAt(int index, int row, int column) const {

@@ -36,6 +36,8 @@
 
 namespace vandrel {
 
+struct Labels;
+
 class UndoHistory {
  public:
   static constexpr int kNoSnapshot = -5;
@@ -52,7 +54,9 @@ class UndoHistory {
   // Appends a snapshot of `table` at the end and makes it current. The
   // frame interval it was taken at travels with it, so that undoing an
   // interval change brings back the old timing with the old columns.
-  void append(const FrameTable& table, int intervalMs = 0);
+  // The document's labels go with it too (shared, never changed in place), so
+  // a label edit is an undo step like a cell edit.
+  void append(const FrameTable& table, int intervalMs = 0, std::shared_ptr<const Labels> labels = {});
 
   // Puts snapshot `index` into `table`: column count and whole-number values.
   // Anchor flags stay where their columns still exist; new columns have none.
@@ -70,6 +74,8 @@ class UndoHistory {
   int columnsAt(int index) const;
   // The frame interval given with snapshot `index` (0: none was given).
   int intervalAt(int index) const;
+  // The labels given with snapshot `index` (null: none).
+  const std::shared_ptr<const Labels>& labelsAt(int index) const;
   // The whole number stored for a cell of snapshot `index`.
   std::int32_t valueAt(int index, int row, int column) const;
   // Bytes held by all snapshots together, each shared block counted once.
@@ -88,6 +94,7 @@ class UndoHistory {
     int columns = 0;
     int intervalMs = 0;
     std::vector<PagePtr> pages;
+    std::shared_ptr<const Labels> labels;
   };
 
   // Leaf geometry of a table with `columns` columns.

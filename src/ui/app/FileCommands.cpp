@@ -25,6 +25,7 @@
 #include "document/OpenFile.h"
 #include "document/VdrFile.h"
 #include "engine/Synthesizer.h"
+#include "labels/DocumentLabels.h"
 
 namespace vandrel::ui {
 
@@ -36,6 +37,15 @@ const QString kConfigFilter = QStringLiteral("Vandrel configuration (*.cfg);;All
 
 std::string toStd(const QString& s) { return nativePath(s); }
 QString fromStd(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
+
+// The labels beside a file just opened (the TextGrid of the same name): a
+// table's always, a recording's when the document has none yet. Labels that
+// cannot be read are said, and the file stays open without them.
+void openSidecar(QWidget* parent, vandrel::CVandrelDoc& doc, const QString& path, bool recording) {
+  if (recording && doc.labels) return;
+  const std::string why = vandrel::openSidecarLabels(doc, toStd(path));
+  if (!why.empty()) warn(parent, QStringLiteral("The labels could not be read.\n%1").arg(fromStd(why)));
+}
 
 QString startFolder(const CommandContext& ctx) {
   if (ctx.document && !ctx.document->path().isEmpty()) return QFileInfo(ctx.document->path()).absolutePath();
@@ -67,6 +77,7 @@ void openAudioFile(CommandContext& ctx) {
   OpenDocument* doc = ctx.mainFrame->activeDocument();
   const QString note = fromStd(opened.note);
   vandrel::applyOpened(doc->doc(), std::move(opened));  // tells the windows itself
+  openSidecar(ctx.dialogParent(), doc->doc(), path, true);
   ctx.mainFrame->showStatus(
       note.isEmpty()
           ? QStringLiteral("Audio file %1 opened beside %2").arg(QFileInfo(path).fileName(), doc->title())
@@ -241,6 +252,7 @@ bool CMainFrame::openFile(const QString& path) {
     }
     const QString note = fromStd(opened.note);
     vandrel::applyOpened(active->doc(), std::move(opened));  // tells the windows itself
+    openSidecar(this, active->doc(), path, true);
     showStatus(note.isEmpty() ? QStringLiteral("Audio file %1 opened beside %2")
                                     .arg(QFileInfo(path).fileName(), active->title())
                               : note,
@@ -250,6 +262,7 @@ bool CMainFrame::openFile(const QString& path) {
   auto doc = std::make_shared<OpenDocument>(++untitledCount_);
   vandrel::applyConfig(env_.config, doc->doc());
   vandrel::applyOpened(doc->doc(), std::move(opened));
+  openSidecar(this, doc->doc(), path, false);
   doc->setPath(QFileInfo(path).absoluteFilePath());
   addWindow(std::move(doc));
   addRecentFile(path);
@@ -270,6 +283,10 @@ bool CMainFrame::saveDocument(OpenDocument& document, bool askName) {
       vandrel::saveVdrFile(toStd(path), document.doc(), vandrel::VdrKind::kAllParameters, options);
   if (!error.empty()) {
     warn(this, QStringLiteral("The file could not be saved.\n%1").arg(fromStd(error)));
+    return false;
+  }
+  if (const std::string labels = vandrel::saveSidecarLabels(document.doc(), toStd(path)); !labels.empty()) {
+    warn(this, QStringLiteral("The labels could not be saved.\n%1").arg(fromStd(labels)));
     return false;
   }
   document.setPath(QFileInfo(path).absoluteFilePath());

@@ -26,6 +26,10 @@ class OpenDocument::Observer : public vandrel::DocObserver {
     emit owner_.flagsChanged();
   }
   void notifyAboutToSynthesize() override { emit owner_.aboutToSynthesize(); }
+  void notifyLabelsChanged() override {
+    ++owner_.revision_;
+    emit owner_.labelsChanged();
+  }
 
  private:
   OpenDocument& owner_;

@@ -47,6 +47,7 @@ class OpenDocument : public QObject {
   void samplesChanged(vandrel::SampleSlot slot);
   void flagsChanged();       // modified / due for synthesis
   void aboutToSynthesize();  // a modified table is about to be synthesized
+  void labelsChanged();      // the labels' tiers, boundaries or texts
   void titleChanged();
 
  private:

@@ -19,6 +19,8 @@
 #include "entry/CGraphicalInput.h"
 #include "entry/EnterAllData.h"
 #include "views/common/AnalysisViewOptions.h"
+#include "views/common/LabelTiersPane.h"
+#include "views/common/TimeAxis.h"
 #include "views/common/WindowKinds.h"
 
 namespace vandrel::ui {
@@ -76,7 +78,19 @@ CGraphicalInputChild::CGraphicalInputChild(CMainFrame& mainFrame, std::shared_pt
   auto* layout = new QHBoxLayout(content);
   layout->setContentsMargins(2, 2, 2, 2);
   layout->addWidget(panel_);
-  layout->addWidget(drawing_, 1);
+  auto* column = new QVBoxLayout;
+  column->setSpacing(0);
+  column->addWidget(drawing_, 1);
+  auto* tiers = new LabelTiersPane(*document, *new TimeAxis(this), content);
+  tiers->followAxis = [this](TimeAxis& axis) {
+    const vandrel::CVandrelDoc& doc = this->document().doc();
+    const vandrel::PixelBox& area = drawing_->layout().area;
+    axis.setLengthMs(static_cast<double>(doc.table.columns()) * doc.params().intervalMs);
+    axis.showAll();
+    axis.setPixels(area.left, area.left + area.width);
+  };
+  column->addWidget(tiers);
+  layout->addLayout(column, 1);
   setWidget(content);
   connect(panel_, &CGraphicalInput::enterAllData, this, &CGraphicalInputChild::enterAllData);
   connect(panel_, &CGraphicalInput::okPressed, this, &QWidget::close);

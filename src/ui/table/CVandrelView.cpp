@@ -19,6 +19,7 @@
 #include "editing/Clipboard.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
+#include "table/TableLabelStrip.h"
 #include "table/TablePrintout.h"
 
 namespace vandrel::ui {
@@ -41,6 +42,20 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   grid_->setSideHeadingWidth(grid_->fontMetrics().horizontalAdvance(QStringLiteral("gainMM")) + 12);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
+  auto* strip = new TableLabelStrip(document, *grid_, this);
+  strip->chosen = [this](const TableLabelStrip::Choice& c) {
+    // The interval's frames become the table's block (what Play plays from
+    // the table) and its span the document's selection (every other window).
+    const int first = std::max(grid_->firstShownRow(), 0);
+    int last = first;
+    for (int r = 0; r < vandrel::kParamCount; ++r)
+      if (!grid_->isRowHidden(r)) last = r;
+    selection_ = vandrel::TableSelection::block(c.firstColumn, first, c.lastColumn, last);
+    showStoredSelection();
+    Workspace::of(document_).setSelection(c.startMs, c.endMs);
+  };
+  layout->setSpacing(0);
+  layout->addWidget(strip);
   layout->addWidget(grid_);
   setFocusProxy(grid_);
   grid_->installEventFilter(this);

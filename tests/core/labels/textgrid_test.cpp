@@ -11,6 +11,9 @@
 
 #include <unistd.h>
 
+#include "editing/CellEdit.h"
+#include "editing/UndoCommands.h"
+#include "labels/DocumentLabels.h"
 #include "labels/Labels.h"
 #include "labels/TextGrid.h"
 #include "util/AtomicFile.h"
@@ -159,6 +162,41 @@ TEST(LabelsTest, HandEditsKeepTheTiersWhole) {
   EXPECT_EQ(removeTier(g, 2), "there is no tier 3");
   // What the edits leave is a file that reads back.
   EXPECT_EQ(parseTextGrid(writeTextGrid(g), "e").labels, g);
+}
+
+TEST(DocumentLabelsTest, EachHandEditIsOneUndoStepAndTheLabelsLiveBesideTheTable) {
+  CVandrelDoc doc;
+  const auto tier = [](Labels& g) { return addTier(g, "phones", false, 0.0, 0.2); };
+  const auto split = [](Labels& g) { return addBoundary(g, 0, 0.05); };
+  ASSERT_EQ(editLabels(doc, tier), "");
+  ASSERT_EQ(editLabels(doc, split), "");
+  EXPECT_EQ(editLabels(doc, split), "there is a boundary at that time already");  // no step
+  ASSERT_TRUE(editCell(doc, kF1, 3, 700));
+  EXPECT_TRUE(doc.modified);
+  const auto intervals = [&] { return documentLabels(doc).tiers.at(0).intervals.size(); };
+  ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
+  EXPECT_EQ(doc.table.value(kF1, 3), 500);
+  EXPECT_EQ(intervals(), 2u);
+  ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
+  EXPECT_EQ(intervals(), 1u);
+  redoCommand(doc);
+  redoCommand(doc);
+  EXPECT_EQ(doc.table.value(kF1, 3), 700);
+  EXPECT_EQ(intervals(), 2u);
+
+  const auto dir = std::filesystem::temp_directory_path() / ("vandrel_dl_" + std::to_string(::getpid()));
+  std::filesystem::create_directories(dir);
+  ASSERT_EQ(saveSidecarLabels(doc, (dir / "t.vdr").string()), "");
+  CVandrelDoc other;
+  EXPECT_EQ(openSidecarLabels(other, (dir / "t.wav").string()), "");
+  EXPECT_EQ(documentLabels(other), documentLabels(doc));
+  EXPECT_FALSE(other.modified);
+  ASSERT_EQ(writeFileAtomically((dir / "t.TextGrid").string(), "File type = \"ooTextFile\"\n\"TextGrid\" 0"),
+            "");
+  EXPECT_EQ(openSidecarLabels(other, (dir / "t.vdr").string()),
+            (dir / "t.TextGrid").string() + ", line 2: the file ends before the end time");
+  EXPECT_EQ(documentLabels(other), documentLabels(doc));
+  std::filesystem::remove_all(dir);
 }
 
 TEST(TextGridTest, PraatReadsWhatWeWrite) {

@@ -40,7 +40,7 @@ TEST_F(CommandTableTest, BothMenusHoldTheirItemsWithTheirOddTextsKept) {
   for (const Menu& m :
        {Menu{false, "&File 6, &View 2, &Help 2"},
         Menu{true,
-             "&File 19, &Edit 9, Data Entry Method 2, Anchors 3, Interpolation 2, Analysis 4, Play 7, "
+             "&File 20, &Edit 9, Data Entry Method 2, Anchors 3, Interpolation 2, Analysis 4, Play 7, "
              "Options 5, &View 3, &Window 4, &Help 2"}}) {
     SCOPED_TRACE(m.withDocument ? "with a document" : "without a document");
     if (m.withDocument) frame.newDocument();

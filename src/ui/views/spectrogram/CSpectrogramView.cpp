@@ -16,6 +16,7 @@
 
 #include "app/OpenDocument.h"
 #include "common/Workspace.h"
+#include "views/common/LabelTiersPane.h"
 #include "views/spectrogram/SpectrogramCanvas.h"
 
 namespace vandrel::ui {
@@ -36,6 +37,7 @@ CSpectrogramView::CSpectrogramView(OpenDocument& document, vandrel::SampleSlot o
   canvas_ = new SpectrogramCanvas(document, own, options, this);
   layout->addWidget(bar_);
   layout->addWidget(canvas_, 1);
+  layout->addWidget(new LabelTiersPane(document, canvas_->axis(), this));
 
   const auto add = [this](const QString& name, const QString& tip, auto slot) {
     QAction* a = bar_->addAction(name);
