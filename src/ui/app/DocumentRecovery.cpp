@@ -16,6 +16,7 @@
 #include "common/Messages.h"
 #include "common/NativePath.h"
 #include "document/VdrFile.h"
+#include "labels/TextGrid.h"
 #include "util/AtomicFile.h"
 
 namespace vandrel::ui {
@@ -101,13 +102,18 @@ void DocumentRecovery::startCopies(bool wait) {
     snapshot->table = d.table;
     snapshot->sampleRate = d.sampleRate;
     snapshot->colors = d.colors;
+    snapshot->labels = d.labels;  // never changed in place: safe to share with the writer
     const std::uint64_t revision = doc->revision();
     const std::string vdr = native(copyPath(serial, "vdr"));
     const std::string pathFile = native(copyPath(serial, "path"));
+    const std::string labelsFile = native(copyPath(serial, "TextGrid"));
     const std::string belongsTo = nativePath(doc->path());
     writing_.insert(serial);
-    writer_.start([this, snapshot, serial, revision, vdr, pathFile, belongsTo] {
+    writer_.start([this, snapshot, serial, revision, vdr, pathFile, labelsFile, belongsTo] {
       std::string error = vandrel::writeFileAtomically(pathFile, belongsTo);
+      // The labels first: a copy whose table is there has its labels too.
+      if (error.empty() && snapshot->labels) error = vandrel::saveTextGridFile(labelsFile, *snapshot->labels);
+      if (error.empty() && !snapshot->labels) QFile::remove(QFile::decodeName(labelsFile.c_str()));
       if (error.empty()) error = vandrel::saveVdrFile(vdr, *snapshot, vandrel::VdrKind::kAllParameters);
       {
         const QMutexLocker locker(&doneMutex_);
@@ -132,6 +138,7 @@ void DocumentRecovery::collect() {
     if (dropWhenWritten_.remove(w.serial)) {
       QFile::remove(copyPath(w.serial, "vdr"));
       QFile::remove(copyPath(w.serial, "path"));
+      QFile::remove(copyPath(w.serial, "TextGrid"));
       continue;
     }
     OpenDocument* doc = documentOf(w.serial);
@@ -168,6 +175,7 @@ void DocumentRecovery::watch(OpenDocument& document) {
   OpenDocument* d = &document;
   connect(&document, &OpenDocument::cellsChanged, this, [this, d] { edited(*d); });
   connect(&document, &OpenDocument::structureChanged, this, [this, d] { edited(*d); });
+  connect(&document, &OpenDocument::labelsChanged, this, [this, d] { edited(*d); });
 }
 
 void DocumentRecovery::edited(OpenDocument& document) {
@@ -183,6 +191,7 @@ void DocumentRecovery::forget(int serial) {
   if (writing_.contains(serial)) dropWhenWritten_.insert(serial);
   QFile::remove(copyPath(serial, "vdr"));
   QFile::remove(copyPath(serial, "path"));
+  QFile::remove(copyPath(serial, "TextGrid"));
   dropRecoveredCopy(serial);
 }
 
@@ -192,6 +201,8 @@ void DocumentRecovery::dropRecoveredCopy(int serial) {
   const QFileInfo info(old);
   QFile::remove(old);
   QFile::remove(info.absolutePath() + QLatin1Char('/') + info.completeBaseName() + QStringLiteral(".path"));
+  QFile::remove(info.absolutePath() + QLatin1Char('/') + info.completeBaseName() +
+                QStringLiteral(".TextGrid"));
   const QDir folder = info.absoluteDir();
   if (!folder.entryList({QStringLiteral("*.vdr")}, QDir::Files).isEmpty()) return;
   for (auto it = adopted_.begin(); it != adopted_.end(); ++it)

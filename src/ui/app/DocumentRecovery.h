@@ -12,6 +12,7 @@
 //   $XDG_STATE_HOME/vandrel/recovery/<run>/lock      held (QLockFile) while the run lives
 //   $XDG_STATE_HOME/vandrel/recovery/<run>/<n>.vdr   document n, all 48 parameters
 //   $XDG_STATE_HOME/vandrel/recovery/<run>/<n>.path  the file it belongs to (empty: untitled)
+//   $XDG_STATE_HOME/vandrel/recovery/<run>/<n>.TextGrid  its labels, when it has any
 //
 // (~/.local/state when XDG_STATE_HOME is not set.) A document's copy goes
 // when it is saved, closed or no longer modified; the run's folder goes when

@@ -312,6 +312,9 @@ bool CMainFrame::openRecoveredCopy(const QString& copy, const QString& originalP
   vandrel::VdrReadResult read = vandrel::readVdrFile(toStd(copy), doc->doc().params());
   if (!read.ok()) return false;
   vandrel::loadVdr(doc->doc(), std::move(read.content));
+  // The labels as they were at the copy (its own TextGrid), not the ones
+  // last saved beside the original.
+  vandrel::openSidecarLabels(doc->doc(), toStd(copy));
   if (!originalPath.isEmpty()) doc->setPath(originalPath);
   doc->setModified(true);
   addWindow(std::move(doc));

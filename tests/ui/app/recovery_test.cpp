@@ -15,13 +15,16 @@
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "labels/DocumentLabels.h"
+#include "labels/TextGrid.h"
 
 namespace vandrel::ui::test {
 namespace {
 
 class RecoveryTest : public ShellFixture {
  protected:
-  // A run folder as an editor leaves it, with one copy of a document.
+  // A run folder as an editor leaves it, with one copy of a document and
+  // its labels.
   QString leaveRun(const QString& name, double f0, const QString& belongsTo) {
     const QString folder = recoveryRoot() + QLatin1Char('/') + name;
     EXPECT_TRUE(QDir().mkpath(folder));
@@ -33,6 +36,10 @@ class RecoveryTest : public ShellFixture {
     QFile path(folder + QStringLiteral("/3.path"));
     EXPECT_TRUE(path.open(QIODevice::WriteOnly));
     path.write(belongsTo.toUtf8());
+    vandrel::Labels g;
+    vandrel::addTier(g, "phones", false, 0.0, 0.2);
+    vandrel::setLabelText(g, 0, 0, "a\u02D0");
+    EXPECT_EQ(vandrel::saveTextGridFile((folder + QStringLiteral("/3.TextGrid")).toStdString(), g), "");
     return folder;
   }
 };
@@ -110,8 +117,12 @@ TEST_F(RecoveryTest, WorkOfAnAbandonedRunIsOfferedAtStartUp) {
       EXPECT_EQ(doc->path(), original);
       EXPECT_TRUE(doc->isModified());
       EXPECT_EQ(doc->doc().table.value(vandrel::kF0, 2), 1234.0);
+      EXPECT_EQ(vandrel::documentLabels(doc->doc()).tiers.at(0).intervals.at(0).text, "a\u02D0");
       const QString copy =
           app.mainFrame()->recovery()->runFolder() + QStringLiteral("/%1.vdr").arg(doc->serial());
+      const vandrel::TextGridRead labels = vandrel::readTextGridFile(
+          QString(copy).replace(QStringLiteral(".vdr"), QStringLiteral(".TextGrid")).toStdString());
+      EXPECT_EQ(labels.labels, vandrel::documentLabels(doc->doc())) << labels.message;
       vandrel::VdrReadResult read = vandrel::readVdrFile(copy.toStdString(), vandrel::ParameterSet{});
       ASSERT_TRUE(read.ok());
       EXPECT_EQ(read.content.table.value(vandrel::kF0, 2), 1234.0);
