@@ -7,6 +7,9 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMdiArea>
+#include <QPrinter>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTest>
 
 #include "../app/ShellFixture.h"
@@ -108,6 +111,21 @@ TEST_F(LabelsWindowsTest, AClickedIntervalIsChosenInEveryWindowAndEditsAreUndoSt
   frame->runCommand(ID_EDIT_UNDO);
   EXPECT_EQ(tier().intervals[1].text, "a");
   frame->runCommand(ID_EDIT_REDO);
+
+  // The printed page draws the tiers as the screen does.
+  if (!QStandardPaths::findExecutable(QStringLiteral("pdftotext")).isEmpty()) {
+    const QString pdf = path(QStringLiteral("files/page.pdf"));
+    QPrinter printer;
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(pdf);
+    spectrogram->view()->printTo(printer, QStringLiteral("ba"));
+    QProcess text;
+    text.start(QStringLiteral("pdftotext"), {pdf, QStringLiteral("-")});
+    ASSERT_TRUE(text.waitForFinished());
+    const QString page = QString::fromUtf8(text.readAllStandardOutput());
+    EXPECT_TRUE(page.contains(QStringLiteral("phones")) && page.contains(QStringLiteral("aː")))
+        << page.toStdString();
+  }
 
   // Save writes the labels beside the table; opening it again reads them.
   frame->runCommand(ID_FILE_SAVE);

@@ -13,6 +13,7 @@
 #include "common/Messages.h"
 #include "common/Workspace.h"
 #include "labels/DocumentLabels.h"
+#include "views/common/LabelTiersPainter.h"
 #include "views/common/TimeAxis.h"
 
 namespace vandrel::ui {
@@ -74,63 +75,14 @@ void LabelTiersPane::paintEvent(QPaintEvent*) {
   QPainter p(this);
   p.fillRect(rect(), palette().base());
   const vandrel::Labels& g = labels();
-  const TimeMap map = axis_.map();
-  const QColor line = palette().color(QPalette::Mid), text = palette().color(QPalette::Text);
-  const QColor boundary(40, 90, 170);
-  QColor chosen = palette().color(QPalette::Highlight);
-  chosen.setAlpha(70);
   if (g.tiers.empty()) {
     p.setPen(palette().color(QPalette::PlaceholderText));
     p.drawText(rect().adjusted(6, 0, -6, 0), Qt::AlignVCenter | Qt::AlignLeft,
                tr("No labels: File > Open Labels..., or right-click to add a tier"));
     return;
   }
-  const auto& selection = Workspace::of(document_).selection();
-  const int left = axis_.left(), right = axis_.right();
-  for (std::size_t k = 0; k < g.tiers.size(); ++k) {
-    const vandrel::LabelTier& t = g.tiers[k];
-    const QRect band = tierRect(static_cast<int>(k));
-    p.setPen(line);
-    p.drawLine(band.left(), band.bottom(), band.right(), band.bottom());
-    p.setPen(text);
-    QFont bold = font();
-    bold.setBold(true);
-    p.setFont(bold);
-    p.drawText(QRect(2, band.top(), std::max(0, left - 4), band.height()), Qt::AlignVCenter | Qt::AlignRight,
-               p.fontMetrics().elidedText(qt(t.name), Qt::ElideRight, std::max(0, left - 4)));
-    p.setFont(font());
-    p.save();
-    p.setClipRect(QRect(left, band.top(), right - left, band.height()));
-    const auto x = [&](double seconds) { return map.xOf(seconds * 1000.0); };
-    if (t.pointTier) {
-      for (const vandrel::LabelPoint& pt : t.points) {
-        const double px = x(pt.time);
-        if (px < left - 200 || px > right) continue;
-        p.setPen(QPen(boundary, 2));
-        p.drawLine(QPointF(px, band.top() + 2), QPointF(px, band.bottom() - 2));
-        p.setPen(text);
-        p.drawText(QRectF(px + 3, band.top(), 200, band.height()), Qt::AlignVCenter | Qt::AlignLeft,
-                   qt(pt.mark));
-      }
-    } else {
-      for (const vandrel::LabelInterval& in : t.intervals) {
-        const double a = x(in.start), b = x(in.end);
-        if (b < left || a > right) continue;
-        const QRectF cell(a, band.top(), b - a, band.height() - 1);
-        if (selection && std::fabs(selection->startMs - in.start * 1000.0) < 0.5 &&
-            std::fabs(selection->endMs - in.end * 1000.0) < 0.5)
-          p.fillRect(cell, chosen);
-        p.setPen(QPen(boundary, 1.5));
-        p.drawLine(QPointF(a, band.top()), QPointF(a, band.bottom()));
-        p.setPen(text);
-        const int room = static_cast<int>(std::min(b, double(right)) - std::max(a, double(left))) - 4;
-        if (room > 6)
-          p.drawText(QRectF(std::max(a, double(left)) + 2, band.top(), room, band.height()), Qt::AlignCenter,
-                     p.fontMetrics().elidedText(qt(in.text), Qt::ElideRight, room));
-      }
-    }
-    p.restore();
-  }
+  paintLabelTiers(p, g, axis_.map(), rect(), kTierHeight, TierColors::screen(palette()),
+                  Workspace::of(document_).selection());
 }
 
 std::optional<std::size_t> LabelTiersPane::boundaryNear(int tier, double x) const {

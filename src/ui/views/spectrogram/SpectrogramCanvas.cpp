@@ -450,6 +450,7 @@ void SpectrogramCanvas::paintPage(QPainter& p, const QRect& area, double startMs
   // The page is the selection; its tint and the table's column are screen aids.
   page.selection.reset();
   page.tableColumn = -1;
+  page.labels = document_.doc().labels;
   page.paint(p, area, time);
 }
 

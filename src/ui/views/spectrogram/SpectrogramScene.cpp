@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "document/VandrelDoc.h"
+#include "views/common/LabelTiersPainter.h"
 
 namespace vandrel::ui {
 
@@ -124,7 +125,12 @@ void SpectrogramScene::paint(QPainter& p, const QRect& area, const TimeMap& time
   QFont font = p.font();
   font.setPixelSize(11);
   p.setFont(font);
-  const std::vector<Pane> panes = layout(area);
+  // The tiers' bands go under the time axis; the panes share what is left.
+  const int tiers = labels ? static_cast<int>(labels->tiers.size()) : 0;
+  const int tierHeight = p.fontMetrics().height() + 8;
+  QRect panesArea = area;
+  panesArea.setBottom(area.bottom() - tiers * tierHeight);
+  const std::vector<Pane> panes = layout(panesArea);
   for (const Pane& pane : panes) {
     p.save();
     switch (pane.kind) {
@@ -164,7 +170,11 @@ void SpectrogramScene::paint(QPainter& p, const QRect& area, const TimeMap& time
     p.setBrush(Qt::NoBrush);
     p.drawRect(pane.rect.adjusted(0, 0, -1, -1));
   }
-  if (!panes.empty()) paintTimeAxis(p, area, time, panes.back().rect.bottom() + 1);
+  if (!panes.empty()) paintTimeAxis(p, panesArea, time, panes.back().rect.bottom() + 1);
+  if (tiers > 0)
+    paintLabelTiers(p, *labels, time,
+                    QRect(area.left(), panesArea.bottom() + 1, area.width() - kRight, tiers * tierHeight),
+                    tierHeight, TierColors::paper());
   if (options.drawLabels) {
     p.setPen(Qt::black);
     QString title = signal[0].name;

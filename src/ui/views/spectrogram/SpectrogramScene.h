@@ -15,11 +15,13 @@
 #include <QString>
 
 #include <array>
+#include <memory>
 #include <optional>
 #include <vector>
 
 #include "analysis/AnalysisOptions.h"
 #include "common/Workspace.h"
+#include "labels/Labels.h"
 #include "views/common/AnalysisViewOptions.h"
 #include "views/common/SignalAnalysis.h"
 #include "views/common/TimeAxis.h"
@@ -62,6 +64,9 @@ class SpectrogramScene {
   const vandrel::CVandrelDoc* doc = nullptr;  // for the table's own rows
   SpectrogramViewOptions options;
   std::optional<TimeRange> selection;
+  // The document's tiers, drawn under the time axis on a page; the screen
+  // leaves them to its tiers pane (which draws them the same way).
+  std::shared_ptr<const vandrel::Labels> labels;
   int tableColumn = -1;  // the table's current column, marked; -1 = none
   // Share of the height for the panes above the pitch pane; negative: by the
   // panes' own proportions (the screen).
