@@ -1,5 +1,7 @@
 #include "labels/DocumentLabels.h"
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "labels/TextGrid.h"
@@ -9,6 +11,25 @@ namespace vandrel {
 const Labels& documentLabels(const CVandrelDoc& doc) {
   static const Labels none;
   return doc.labels ? *doc.labels : none;
+}
+
+std::optional<std::pair<int, int>> framesWithin(const CVandrelDoc& doc, double start, double end) {
+  const double frame = doc.params().intervalMs / 1000.0;
+  const int frames = doc.table.columns();
+  if (frame <= 0 || frames <= 0 || end <= start || end <= 0 || start >= frames * frame) return std::nullopt;
+  start = std::max(start, 0.0);
+  end = std::min(end, frames * frame);
+  // Frame c's middle is (c + 0.5) * frame: the first at or after start, the
+  // last before end.
+  const auto middle = [&](long c) { return (static_cast<double>(c) + 0.5) * frame; };
+  long first = std::max(0L, std::lround(start / frame - 0.5));
+  while (first > 0 && middle(first - 1) >= start) --first;
+  while (middle(first) < start) ++first;
+  long last = std::min(static_cast<long>(frames) - 1, std::lround(end / frame - 0.5));
+  while (last >= 0 && middle(last) >= end) --last;
+  while (last + 1 < frames && middle(last + 1) < end) ++last;
+  if (first > last) return std::nullopt;
+  return std::pair<int, int>{static_cast<int>(first), static_cast<int>(last)};
 }
 
 void commitLabels(CVandrelDoc& doc, Labels labels) {

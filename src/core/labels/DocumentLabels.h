@@ -8,7 +8,9 @@
 // notifyLabelsChanged. A drag collects its moves on a copy and commits once.
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "document/VandrelDoc.h"
 #include "labels/Labels.h"
@@ -17,6 +19,12 @@ namespace vandrel {
 
 // The document's labels, or an empty set.
 const Labels& documentLabels(const CVandrelDoc& doc);
+
+// The table's frames that a stretch from `start` to `end` seconds holds, as
+// the table's label strip shows them: those whose middles lie in it (a frame
+// belongs to the interval over most of it). First and last frame, or none
+// when the stretch holds no frame's middle.
+std::optional<std::pair<int, int>> framesWithin(const CVandrelDoc& doc, double start, double end);
 
 // Replaces the labels as one undo step.
 void commitLabels(CVandrelDoc& doc, Labels labels);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/OpenDocument.h"
+#include "labels/DocumentLabels.h"
 
 namespace vandrel::ui {
 
@@ -51,6 +52,12 @@ void Workspace::clearSelection() {
   if (!selection_) return;
   selection_.reset();
   emit selectionChanged();
+}
+
+void Workspace::chooseInterval(double startMs, double endMs) {
+  setSelection(startMs, endMs);
+  if (const auto frames = vandrel::framesWithin(document_.doc(), startMs / 1000.0, endMs / 1000.0))
+    emit framesChosen(FrameSpan{frames->first, frames->second});
 }
 
 void Workspace::setPlayHeadMs(double ms) {

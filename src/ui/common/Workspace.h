@@ -48,6 +48,11 @@ class Workspace : public QObject {
   void setSelection(double startMs, double endMs);
   void clearSelection();
 
+  // A label's interval clicked in any window: its span becomes the
+  // selection, and the frames whose middles it holds are offered to the
+  // tables (framesChosen), each of which makes them its selected block.
+  void chooseInterval(double startMs, double endMs);
+
   // --- listening ------------------------------------------------------------
   // The time being heard, or a negative value when nothing plays.
   double playHeadMs() const { return playHeadMs_; }
@@ -73,6 +78,7 @@ class Workspace : public QObject {
  signals:
   void cursorChanged(double ms);
   void selectionChanged();
+  void framesChosen(FrameSpan frames);
   void playHeadMoved(double ms);  // negative: the sound has stopped
   void currentFrameChanged(int frame);
   void followChanged(bool on);

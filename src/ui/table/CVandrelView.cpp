@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QMainWindow>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QVBoxLayout>
 
@@ -42,24 +43,32 @@ CVandrelView::CVandrelView(OpenDocument& document, QWidget* parent)
   grid_->setSideHeadingWidth(grid_->fontMetrics().horizontalAdvance(QStringLiteral("gainMM")) + 12);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
-  auto* strip = new TableLabelStrip(document, *grid_, this);
-  strip->chosen = [this](const TableLabelStrip::Choice& c) {
-    // The interval's frames become the table's block (what Play plays from
-    // the table) and its span the document's selection (every other window).
-    const int first = std::max(grid_->firstShownRow(), 0);
-    int last = first;
-    for (int r = 0; r < vandrel::kParamCount; ++r)
-      if (!grid_->isRowHidden(r)) last = r;
-    selection_ = vandrel::TableSelection::block(c.firstColumn, first, c.lastColumn, last);
-    showStoredSelection();
-    Workspace::of(document_).setSelection(c.startMs, c.endMs);
-  };
   layout->setSpacing(0);
-  layout->addWidget(strip);
+  layout->addWidget(new TableLabelStrip(document, *grid_, this));
   layout->addWidget(grid_);
   setFocusProxy(grid_);
   grid_->installEventFilter(this);
 
+  // A label's interval clicked in any window of the document: its frames
+  // become this table's block over the shown rows, as if dragged across
+  // them (what Play plays from the table), brought into view when none of
+  // them is.
+  connect(&Workspace::of(document), &Workspace::framesChosen, this, [this](FrameSpan frames) {
+    const int columns = model_->columnCount();
+    if (columns <= 0 || frames.first >= columns) return;
+    frames.last = std::min(frames.last, columns - 1);
+    const int first = std::max(grid_->firstShownRow(), 0);
+    int last = first;
+    for (int r = 0; r < vandrel::kParamCount; ++r)
+      if (!grid_->isRowHidden(r)) last = r;
+    selection_ = vandrel::TableSelection::block(frames.first, first, frames.last, last);
+    showStoredSelection();
+    const int leftmost = grid_->columnAt(0);
+    const int rightmost = grid_->columnAt(grid_->viewport()->width() - 1);
+    // The grid scrolls by whole frames: the bar's value is the leftmost one.
+    if (frames.last < leftmost || (rightmost >= 0 && frames.first > rightmost))
+      grid_->horizontalScrollBar()->setValue(frames.first);
+  });
   connect(grid_, &CUGExcel::userSelectionChanged, this, [this] {
     selection_ = grid_->tableSelection();
     publishSelection();

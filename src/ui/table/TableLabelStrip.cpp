@@ -7,6 +7,7 @@
 #include <QTableView>
 
 #include "app/OpenDocument.h"
+#include "common/Workspace.h"
 #include "labels/DocumentLabels.h"
 
 namespace vandrel::ui {
@@ -99,32 +100,25 @@ void TableLabelStrip::paintEvent(QPaintEvent*) {
   }
 }
 
-bool TableLabelStrip::choiceAt(QPoint at, Choice& choice) const {
+std::optional<TimeRange> TableLabelStrip::intervalAt(QPoint at) const {
   const auto tiers = intervalTiers();
   const int line = at.y() / kLineHeight;
-  if (at.y() < 0 || line >= static_cast<int>(tiers.size())) return false;
+  if (at.y() < 0 || line >= static_cast<int>(tiers.size())) return std::nullopt;
   const int column =
       grid_.columnAt(at.x() - (columnX(0) - grid_.horizontalHeader()->sectionViewportPosition(0)));
-  if (column < 0) return false;
+  if (column < 0) return std::nullopt;
   const std::size_t tier = tiers[static_cast<std::size_t>(line)];
   const long interval = intervalOfColumn(tier, column);
-  if (interval < 0) return false;
-  const int columns = grid_.model()->columnCount();
-  choice.firstColumn = choice.lastColumn = column;
-  while (choice.firstColumn > 0 && intervalOfColumn(tier, choice.firstColumn - 1) == interval)
-    --choice.firstColumn;
-  while (choice.lastColumn + 1 < columns && intervalOfColumn(tier, choice.lastColumn + 1) == interval)
-    ++choice.lastColumn;
+  if (interval < 0) return std::nullopt;
   const auto& in =
       vandrel::documentLabels(document_.doc()).tiers[tier].intervals[static_cast<std::size_t>(interval)];
-  choice.startMs = in.start * 1000.0;
-  choice.endMs = in.end * 1000.0;
-  return true;
+  return TimeRange{in.start * 1000.0, in.end * 1000.0};
 }
 
 void TableLabelStrip::mousePressEvent(QMouseEvent* event) {
-  Choice choice;
-  if (event->button() == Qt::LeftButton && chosen && choiceAt(event->pos(), choice)) chosen(choice);
+  if (event->button() != Qt::LeftButton) return;
+  if (const auto span = intervalAt(event->pos()))
+    Workspace::of(document_).chooseInterval(span->startMs, span->endMs);
 }
 
 }  // namespace vandrel::ui

@@ -2,12 +2,14 @@
 // TableLabelStrip: above the table's column headings, one line per interval
 // tier with the label of the interval each frame's middle falls in; frames of
 // one interval share one cell, so the segments read across the table. It
-// scrolls with the grid. A click on a cell chooses that interval: `chosen`
-// gets its first and last frame and its time span.
+// scrolls with the grid. A click on a cell chooses that interval in the
+// document's workspace, as a click on a tier in the other windows does.
 
 #include <QWidget>
 
-#include <functional>
+#include <optional>
+
+#include "common/Workspace.h"
 
 class QTableView;
 
@@ -25,13 +27,8 @@ class TableLabelStrip : public QWidget {
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override { return sizeHint(); }
 
-  // The interval under a point: its first and last frame and its span in ms.
-  struct Choice {
-    int firstColumn = 0, lastColumn = 0;
-    double startMs = 0, endMs = 0;
-  };
-  bool choiceAt(QPoint at, Choice& choice) const;
-  std::function<void(const Choice&)> chosen;
+  // The span of the interval under a point, in ms.
+  std::optional<TimeRange> intervalAt(QPoint at) const;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

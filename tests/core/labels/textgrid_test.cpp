@@ -199,6 +199,23 @@ TEST(DocumentLabelsTest, EachHandEditIsOneUndoStepAndTheLabelsLiveBesideTheTable
   std::filesystem::remove_all(dir);
 }
 
+// An interval's frames are those whose middles it holds: 20 frames of 10 ms,
+// middles at 5, 15, ... 195 ms.
+TEST(DocumentLabelsTest, AnIntervalHoldsTheFramesWhoseMiddlesItHolds) {
+  CVandrelDoc doc;
+  ASSERT_EQ(doc.table.columns(), 20);
+  ASSERT_EQ(doc.params().intervalMs, 10);
+  using Frames = std::optional<std::pair<int, int>>;
+  const struct {
+    double start, end;
+    Frames frames;
+  } cases[] = {{0.0, 0.1, std::pair{0, 9}},  {0.1, 0.3, std::pair{10, 19}},   {0.014, 0.016, std::pair{1, 1}},
+               {0.016, 0.024, std::nullopt}, {0.194, 0.3, std::pair{19, 19}}, {0.196, 0.3, std::nullopt},
+               {-1.0, 0.004, std::nullopt},  {-1.0, 0.006, std::pair{0, 0}}};
+  for (const auto& c : cases)
+    EXPECT_EQ(framesWithin(doc, c.start, c.end), c.frames) << c.start << ".." << c.end;
+}
+
 TEST(TextGridTest, PraatReadsWhatWeWrite) {
   if (!std::filesystem::exists("/usr/bin/praat")) GTEST_SKIP() << "praat is not installed";
   const auto dir = std::filesystem::temp_directory_path() / ("vandrel_tg_" + std::to_string(::getpid()));

@@ -1,14 +1,16 @@
 // Labels in the windows, through the real widgets and menu commands: a table
 // opens with its TextGrid; the table's label strip and the spectrogram's and
-// the drawing window's tiers choose an interval for every window; typing a
-// label and dragging a boundary are undo steps; Save keeps the labels beside
-// the table; File > "Open Labels..." refuses a broken file by line.
+// the drawing window's tiers choose an interval (its span and its frames) for
+// every window; typing a label and dragging a boundary are undo steps; Save
+// keeps the labels beside the table; File > "Open Labels..." refuses a broken
+// file by line.
 
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QPrinter>
 #include <QProcess>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -67,19 +69,19 @@ TEST_F(LabelsWindowsTest, AClickedIntervalIsChosenInEveryWindowAndEditsAreUndoSt
   ASSERT_NE(view, nullptr);
   EXPECT_EQ(tier().intervals.size(), 2u);
 
-  // The table's strip: a click over frame 15 chooses /a/, frames 10..29.
+  // The table's strip: a click over frame 5 chooses /b/, frames 0..9.
   auto* strip = view->findChild<TableLabelStrip*>();
   ASSERT_NE(strip, nullptr);
   ASSERT_TRUE(strip->isVisible());
   QTableView* grid = view->grid();
   const int x =
-      grid->viewport()->geometry().left() + grid->horizontalHeader()->sectionViewportPosition(15) + 2;
+      grid->viewport()->geometry().left() + grid->horizontalHeader()->sectionViewportPosition(5) + 2;
   QTest::mouseClick(strip, Qt::LeftButton, {}, QPoint(x, TableLabelStrip::kLineHeight / 2));
   Workspace& cursor = Workspace::of(*frame->activeDocument());
   ASSERT_TRUE(cursor.selection());
-  EXPECT_EQ(*cursor.selection(), (TimeRange{100, 300}));
-  EXPECT_EQ(view->selection().startColumn, 10);
-  EXPECT_EQ(view->selection().endColumn, 29);
+  EXPECT_EQ(*cursor.selection(), (TimeRange{0, 100}));
+  EXPECT_EQ(view->selection().startColumn, 0);
+  EXPECT_EQ(view->selection().endColumn, 9);
 
   // The spectrogram's tiers: a double click types /aː/ for /a/, one undo
   // step; a drag moves the boundary, another.
@@ -92,6 +94,11 @@ TEST_F(LabelsWindowsTest, AClickedIntervalIsChosenInEveryWindowAndEditsAreUndoSt
   const TimeAxis& axis = spectrogram->view()->canvas()->axis();
   const int y = pane->tierRect(0).center().y();
   const auto at = [&](double ms) { return QPoint(static_cast<int>(axis.xOf(ms)), y); };
+  // A click on /a/ there chooses it in the table too: frames 10..29.
+  QTest::mouseClick(pane, Qt::LeftButton, {}, at(200));
+  EXPECT_EQ(*cursor.selection(), (TimeRange{100, 300}));
+  EXPECT_EQ(view->selection().startColumn, 10);
+  EXPECT_EQ(view->selection().endColumn, 29);
   QTest::mouseDClick(pane, Qt::LeftButton, {}, at(200));
   auto* editor = pane->findChild<QLineEdit*>(QStringLiteral("labelEditor"));
   ASSERT_NE(editor, nullptr);
@@ -112,7 +119,7 @@ TEST_F(LabelsWindowsTest, AClickedIntervalIsChosenInEveryWindowAndEditsAreUndoSt
   EXPECT_EQ(tier().intervals[1].text, "a");
   frame->runCommand(ID_EDIT_REDO);
 
-  // The printed page draws the tiers as the screen does.
+  // The printed page (the selected /a/) draws the tiers as the screen does.
   if (!QStandardPaths::findExecutable(QStringLiteral("pdftotext")).isEmpty()) {
     const QString pdf = path(QStringLiteral("files/page.pdf"));
     QPrinter printer;
@@ -159,12 +166,23 @@ TEST_F(LabelsWindowsTest, OpenLabelsRefusesABrokenFileByLineAndTheDrawingWindowS
   auto* pane = drawing->findChild<LabelTiersPane*>();
   ASSERT_NE(pane, nullptr);
   ASSERT_TRUE(QTest::qWaitForWindowExposed(pane));
+  // The table narrowed and scrolled to its end, where /b/'s frames are out of view.
+  auto* view = qobject_cast<CVandrelView*>(window->widget());
+  window->resize(300, 400);
+  QApplication::processEvents();
+  view->grid()->horizontalScrollBar()->setValue(view->grid()->horizontalScrollBar()->maximum());
+  ASSERT_GT(view->grid()->columnAt(0), 9);
+
   // The default table lasts 200 ms; the tier's /b/ its first half. A click
-  // a quarter of the way across the drawing area chooses it.
+  // a quarter of the way across the drawing area chooses it, and its
+  // frames in the table, brought into view.
   const QRect area = pane->rect();
   QTest::mouseClick(pane, Qt::LeftButton, {}, QPoint(area.width() / 4, pane->tierRect(0).center().y()));
   ASSERT_TRUE(Workspace::of(*frame->activeDocument()).selection());
   EXPECT_EQ(*Workspace::of(*frame->activeDocument()).selection(), (TimeRange{0, 100}));
+  EXPECT_EQ(view->selection().startColumn, 0);
+  EXPECT_EQ(view->selection().endColumn, 9);
+  EXPECT_EQ(view->grid()->columnAt(0), 0);
 }
 
 }  // namespace

@@ -118,7 +118,7 @@ void LabelTiersPane::mousePressEvent(QMouseEvent* event) {
   if (const auto i = t.intervalAt(ms / 1000.0)) {
     Workspace& cursor = Workspace::of(document_);
     cursor.setTimeMs(t.intervals[*i].start * 1000.0);
-    cursor.setSelection(t.intervals[*i].start * 1000.0, t.intervals[*i].end * 1000.0);
+    cursor.chooseInterval(t.intervals[*i].start * 1000.0, t.intervals[*i].end * 1000.0);
   } else {
     Workspace::of(document_).setTimeMs(ms);
   }

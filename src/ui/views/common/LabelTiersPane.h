@@ -4,7 +4,8 @@
 // margin left of the time axis.
 //
 // A click on an interval selects its time span in every window of the
-// document (the document cursor's selection, which Play and Loop play); a
+// document (the workspace's selection, which Play and Loop play, and its
+// frames in the tables); a
 // drag near a boundary moves it (one undo step when let go); a double click
 // types the interval's text, or the tier's name in the margin. The right
 // button's menu adds tiers, adds a boundary at the cursor and removes one.
