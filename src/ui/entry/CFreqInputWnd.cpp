@@ -48,7 +48,9 @@ CFreqInputWnd::CFreqInputWnd(CMainFrame& mainFrame, OpenDocument& document, QWid
   setObjectName(QStringLiteral("CFreqInputWnd"));
   setMouseTracking(true);  // for the read-out in the status bar
   setAttribute(Qt::WA_OpaquePaintEvent);
-  setMinimumSize(360, 300);
+  // Small enough that the window with its label tiers fits a tile of a
+  // tiled area (half the area's height when three windows or more share it).
+  setMinimumSize(360, 240);
   makePens();
   refreshSettings();
 

@@ -4,6 +4,8 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QMdiArea>
+#include <QScrollArea>
+#include <QStyle>
 
 #include <new>
 #include <stdexcept>
@@ -73,11 +75,21 @@ CGraphicalInputChild::CGraphicalInputChild(CMainFrame& mainFrame, std::shared_pt
   setWindowIcon(QIcon(QStringLiteral(":/icons/graphical.svg")));
   auto* content = new QWidget(this);
   drawing_ = new CFreqInputWnd(mainFrame, *document, content);
-  panel_ = new CGraphicalInput(*document, *drawing_, content);
-  panel_->setFixedWidth(panel_->sizeHint().width());
+  panel_ = new CGraphicalInput(*document, *drawing_);
+  // The panel scrolls rather than holding the window to its full height: a
+  // window taller than its tile (Window > Tile makes every tile as tall as
+  // the tallest window's least height) would run off the area and hide the
+  // label tiers at its bottom.
+  auto* panelScroll = new QScrollArea(content);
+  panelScroll->setWidget(panel_);
+  panelScroll->setWidgetResizable(true);
+  panelScroll->setFrameShape(QFrame::NoFrame);
+  panelScroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  panelScroll->setFixedWidth(panel_->sizeHint().width() +
+                             panelScroll->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
   auto* layout = new QHBoxLayout(content);
   layout->setContentsMargins(2, 2, 2, 2);
-  layout->addWidget(panel_);
+  layout->addWidget(panelScroll);
   auto* column = new QVBoxLayout;
   column->setSpacing(0);
   column->addWidget(drawing_, 1);

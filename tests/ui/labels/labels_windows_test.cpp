@@ -3,7 +3,7 @@
 // the drawing window's tiers choose an interval (its span and its frames) for
 // every window; typing a label and dragging a boundary are undo steps; Save
 // keeps the labels beside the table; File > "Open Labels..." refuses a broken
-// file by line.
+// file by line; tiled, the drawing window still shows its tiers.
 
 #include <QHeaderView>
 #include <QLineEdit>
@@ -160,12 +160,19 @@ TEST_F(LabelsWindowsTest, OpenLabelsRefusesABrokenFileByLineAndTheDrawingWindowS
   ASSERT_TRUE(doc().labels);
   EXPECT_TRUE(doc().modified);
 
+  // Tiled with two tables, the drawing window's tiers stay inside the area.
+  frame->runCommand(ID_WINDOW_NEW);
+  frame->mdiArea()->setActiveSubWindow(window);
   frame->runCommand(ID_ENTRY_GRAPHICAL);
   auto* drawing = qobject_cast<CGraphicalInputChild*>(frame->mdiArea()->activeSubWindow());
   ASSERT_NE(drawing, nullptr);
   auto* pane = drawing->findChild<LabelTiersPane*>();
   ASSERT_NE(pane, nullptr);
   ASSERT_TRUE(QTest::qWaitForWindowExposed(pane));
+  frame->runCommand(ID_WINDOW_TILE_HORZ);
+  QApplication::processEvents();
+  QWidget* area = frame->mdiArea()->viewport();
+  EXPECT_LE(pane->mapTo(area, pane->rect().bottomLeft()).y(), area->height());
   // The table narrowed and scrolled to its end, where /b/'s frames are out of view.
   auto* view = qobject_cast<CVandrelView*>(window->widget());
   window->resize(300, 400);
@@ -176,8 +183,7 @@ TEST_F(LabelsWindowsTest, OpenLabelsRefusesABrokenFileByLineAndTheDrawingWindowS
   // The default table lasts 200 ms; the tier's /b/ its first half. A click
   // a quarter of the way across the drawing area chooses it, and its
   // frames in the table, brought into view.
-  const QRect area = pane->rect();
-  QTest::mouseClick(pane, Qt::LeftButton, {}, QPoint(area.width() / 4, pane->tierRect(0).center().y()));
+  QTest::mouseClick(pane, Qt::LeftButton, {}, QPoint(pane->width() / 4, pane->tierRect(0).center().y()));
   ASSERT_TRUE(Workspace::of(*frame->activeDocument()).selection());
   EXPECT_EQ(*Workspace::of(*frame->activeDocument()).selection(), (TimeRange{0, 100}));
   EXPECT_EQ(view->selection().startColumn, 0);
