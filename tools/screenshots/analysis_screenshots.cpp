@@ -8,7 +8,6 @@
 // option dialogs. scripts/screenshots runs it under a virtual display.
 
 #include <QApplication>
-#include <QDir>
 #include <QFile>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -174,25 +173,14 @@ void spectrogramShots(CMainFrame& frame, const QString& wav, const QString& dir)
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2 || argc > 3) {
-    std::fprintf(stderr, "usage: vandrel-analysis-screenshots FOLDER [RECORDING.wav]\n");
-    return 2;
-  }
-  shots::ScratchProfile scratch;
-  if (!scratch.valid()) return 1;
-  QApplication app(argc, argv);
-  const QString folder = QApplication::arguments().at(1);
-  const QString wav = argc == 3 ? QApplication::arguments().at(2)
-                                : QStringLiteral("/usr/share/pocketsphinx/test/data/cards/001.wav");
-  if (!QDir().mkpath(folder)) return 1;
-
-  ShellEnvironment env;
-  env.tempFolder = scratch.path();
-  env.applicationFolder = QCoreApplication::applicationDirPath();
+  shots::PictureTool tool(argc, argv, "vandrel-analysis-screenshots FOLDER [RECORDING.wav]");
+  if (!tool.ok()) return tool.failure();
+  const QString folder = tool.folder();
+  const QString wav = tool.argument(2, QStringLiteral("/usr/share/pocketsphinx/test/data/cards/001.wav"));
+  ShellEnvironment env = tool.environment();
   env.config.spectrogram.displayFormants = 1;
   CMainFrame frame(env);
-  frame.resize(1500, 950);
-  frame.show();
+  shots::showAtPictureSize(frame);
 
   if (QFile::exists(wav)) {
     frame.newDocument();

@@ -8,10 +8,8 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QDir>
 #include <QMdiArea>
 #include <QMouseEvent>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdio>
@@ -32,31 +30,19 @@ using vandrel::shots::mouse;
 using vandrel::shots::save;
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
-    std::fprintf(stderr, "usage: vandrel-entry-screenshots FOLDER [WAV]\n");
-    return 2;
-  }
-  shots::ScratchProfile scratch;
-  if (!scratch.valid()) return 1;
-  QApplication app(argc, argv);
-  const QString folder = QApplication::arguments().at(1);
-  const QString wav = argc > 2 ? QApplication::arguments().at(2)
-                               : QStringLiteral(
-                                     "/usr/share/pocketsphinx/test/data/librivox/"
-                                     "sense_and_sensibility_01_austen_64kb-0880.wav");
-  if (!QDir().mkpath(folder)) return 1;
+  shots::PictureTool tool(argc, argv, "vandrel-entry-screenshots FOLDER [WAV]");
+  if (!tool.ok()) return tool.failure();
+  const QString folder = tool.folder();
+  const QString wav = tool.argument(
+      2, QStringLiteral(
+             "/usr/share/pocketsphinx/test/data/librivox/sense_and_sensibility_01_austen_64kb-0880.wav"));
   setMessagePresenter([](const MessageRequest& r) {
     std::fprintf(stderr, "message: %s\n", qPrintable(r.text));
     return QMessageBox::Ok;
   });
-
-  ShellEnvironment env;
-  env.tempFolder = scratch.path();
-  env.applicationFolder = QCoreApplication::applicationDirPath();
+  ShellEnvironment env = tool.environment();
   CMainFrame frame(env);
-  frame.resize(1500, 950);
-  frame.show();
-  QTest::qWait(200);
+  shots::showAtPictureSize(frame);
   frame.environment().config.spectrogram.displayFormants = 1;
   if (!frame.openFile(wav)) return 1;
   CVandrelDoc& doc = frame.activeDocument()->doc();

@@ -1,11 +1,12 @@
 // vandrel-labels-screenshots FOLDER: pictures of labels in the windows for a
 // person to judge (never compared): the /da/ example opened with a TextGrid
 // beside it (phones, a word, a burst point), the table's label strip, the
-// spectrogram/pitch and drawing windows with their tiers (tiled, then each
-// on its own), the vowel chosen by a click. scripts/screenshots runs it under a virtual display.
+// spectrogram/pitch and drawing windows with their tiers (tiled, also at the
+// user's guide's size for Manual/images/labels.png, then each on its own),
+// the vowel chosen by a click. scripts/screenshots runs it under a virtual
+// display.
 
 #include <QApplication>
-#include <QDir>
 #include <QFile>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -28,41 +29,32 @@ using namespace vandrel::ui;
 using vandrel::shots::save;
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
-    std::fprintf(stderr, "usage: vandrel-labels-screenshots FOLDER\n");
-    return 2;
-  }
-  shots::ScratchProfile scratch;
-  if (!scratch.valid()) return 1;
-  QApplication app(argc, argv);
-  const QString folder = QApplication::arguments().at(1);
-  if (!QDir().mkpath(folder)) return 1;
-  setMessagePresenter([](const MessageRequest&) { return QMessageBox::Ok; });
+  shots::PictureTool tool(argc, argv, "vandrel-labels-screenshots FOLDER");
+  if (!tool.ok()) return tool.failure();
+  const QString folder = tool.folder();
+  shots::answerMessagesUnseen();
 
   // The example and its labels in a scratch folder.
-  const QString vdr = scratch.path() + QStringLiteral("/da.vdr");
+  const QString vdr = tool.scratchPath() + QStringLiteral("/da.vdr");
   QFile::copy(QStringLiteral(VANDREL_SOURCE_DIR "/examples/syllable_da.vdr"), vdr);
   Labels g;
   addTier(g, "phones", false, 0.0, 0.4);
   addBoundary(g, 0, 0.045);
-  addBoundary(g, 0, 0.34);
+  addBoundary(g, 0, 0.37);
   setLabelText(g, 0, 0, "d");
   setLabelText(g, 0, 1, "a\u02D0");
   addTier(g, "word", false, 0.0, 0.4);
-  addBoundary(g, 1, 0.34);
+  addBoundary(g, 1, 0.37);
   setLabelText(g, 1, 0, "da");
   addTier(g, "events", true, 0.0, 0.4);
-  addBoundary(g, 2, 0.012);
+  addBoundary(g, 2, 0.040);
   setLabelText(g, 2, 0, "burst");
-  if (!saveTextGridFile((scratch.path() + QStringLiteral("/da.TextGrid")).toStdString(), g).empty()) return 1;
+  if (!saveTextGridFile((tool.scratchPath() + QStringLiteral("/da.TextGrid")).toStdString(), g).empty())
+    return 1;
 
-  ShellEnvironment env;
-  env.tempFolder = scratch.path();
-  env.applicationFolder = QCoreApplication::applicationDirPath();
+  ShellEnvironment env = tool.environment();
   CMainFrame frame(env);
-  frame.resize(1500, 950);
-  frame.show();
-  QTest::qWait(200);
+  shots::showAtPictureSize(frame);
   if (!frame.openFile(vdr)) return 1;
   frame.runCommand(ID_ANALYSIS_SPECTRO_SYNTH);
   auto* spectrogram = qobject_cast<CSpectrogramFrame*>(frame.mdiArea()->activeSubWindow());
@@ -79,7 +71,10 @@ int main(int argc, char** argv) {
                         QPoint(static_cast<int>(axis.xOf(200)), pane->tierRect(0).center().y()));
   }
   QTest::qWait(300);
-  save(frame.grab().toImage(), folder + QStringLiteral("/labels.png"));
+  const QImage tiled = frame.grab().toImage();
+  save(tiled, folder + QStringLiteral("/labels.png"));
+  // The user's guide's picture.
+  save(tiled.scaledToWidth(1000, Qt::SmoothTransformation), folder + QStringLiteral("/labels-guide.png"));
   if (spectrogram) {
     spectrogram->showMaximized();
     QTest::qWait(800);

@@ -8,13 +8,11 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cstdio>
@@ -34,24 +32,13 @@ using namespace vandrel::ui;
 using vandrel::shots::save;
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
-    std::fprintf(stderr, "usage: vandrel-listening-screenshots FOLDER\n");
-    return 2;
-  }
-  shots::ScratchProfile scratch;
-  if (!scratch.valid()) return 1;
-  QApplication app(argc, argv);
-  const QString folder = QApplication::arguments().at(1);
-  if (!QDir().mkpath(folder)) return 1;
-  setMessagePresenter([](const MessageRequest&) { return QMessageBox::Ok; });
-
-  ShellEnvironment env;
-  env.tempFolder = scratch.path();
-  env.applicationFolder = QCoreApplication::applicationDirPath();
+  shots::PictureTool tool(argc, argv, "vandrel-listening-screenshots FOLDER");
+  if (!tool.ok()) return tool.failure();
+  const QString folder = tool.folder();
+  shots::answerMessagesUnseen();
+  ShellEnvironment env = tool.environment();
   CMainFrame frame(env);
-  frame.resize(1500, 950);
-  frame.show();
-  QTest::qWait(200);
+  shots::showAtPictureSize(frame);
   if (!frame.openFile(QStringLiteral(VANDREL_SOURCE_DIR "/examples/syllable_da.vdr"))) return 1;
   OpenDocument& document = *frame.activeDocument();
   auto* table = qobject_cast<CVandrelView*>(frame.activeChildFrame()->view());
