@@ -77,6 +77,7 @@ struct COptionPitch {
 
   // "Defaults "
   void setDefaults() { *this = COptionPitch{}; }
+  bool operator==(const COptionPitch&) const = default;
 };
 
 // Spectrogram settings ("Spectrogram Option").
@@ -112,6 +113,8 @@ struct COptionSpectrogram {
   // rounded down to even, at most 400.
   static int acceptFormantCoefficients(int entered);
   static int defaultFormantCoefficients(double fs);
+
+  bool operator==(const COptionSpectrogram&) const = default;
 };
 
 }  // namespace vandrel

@@ -57,6 +57,12 @@ class CVandrelDoc {
     return synthesized.sampleRate > 0.0 ? synthesized.sampleRate : params().sampleRate();
   }
 
+  // The signal a window shows, by the slot its notifications name.
+  const SampleSet& sampleSet(SampleSlot slot) const {
+    if (slot == SampleSlot::kSynthesized) return synthesized;
+    return slot == SampleSlot::kPrevious ? previous : audio;
+  }
+
   // --- colours ------------------------------------------------------------
   Colorref groupColor(int group) const { return colors.at(static_cast<std::size_t>(group)); }
   // Sets a group's colour and the colour of every parameter row of the group.

@@ -11,8 +11,8 @@
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/OpenDocument.h"
-#include "common/RunOnWorker.h"
 #include "document/ColorSlots.h"
+#include "views/common/AnalysisCache.h"
 #include "views/common/AnalysisViewOptions.h"
 
 namespace vandrel::ui {
@@ -227,7 +227,8 @@ void CFreqInputWnd::startBackground() {
   // the very bands one draws over, fade to white. Behind the strips at least
   // 50 dB are shown.
   o.spectrogram.dynamicRangeDb = std::max(o.spectrogram.dynamicRangeDb, kBackgroundRangeDb);
-  auto samples = std::make_shared<const std::vector<std::int16_t>>(doc.audio.samples);
+  AnalysisCache& cache = AnalysisCache::of(document_);
+  const Samples samples = cache.samples(vandrel::SampleSlot::kAudio);
   const double lengthMs = static_cast<double>(samples->size()) * 1000.0 / fs;
 
   SpectrogramRequest s;
@@ -243,9 +244,8 @@ void CFreqInputWnd::startBackground() {
   r.endMs = lengthMs;
   r.options = o.pitch;
   r.method = o.method;
-  spectrogramWatcher_->setFuture(
-      runOnWorker<SpectrogramResult>([s] { return computeSpectrogram(s, nullptr); }));
-  pitchWatcher_->setFuture(runOnWorker<PitchResult>([r] { return computePitch(r, nullptr); }));
+  spectrogramWatcher_->setFuture(cache.spectrogram(s).future);
+  pitchWatcher_->setFuture(cache.pitch(r).future);
 }
 
 }  // namespace vandrel::ui

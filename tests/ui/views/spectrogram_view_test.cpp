@@ -210,12 +210,12 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   // The table's current column is marked; with Follow it moves with the pointer.
   auto* grid = qobject_cast<CVandrelView*>(table->widget())->table();
   grid->setCurrentCell(grid->currentCell().row, 7);
-  EXPECT_EQ(canvas->scene().tableColumn, 7);
+  EXPECT_EQ(canvas->tableColumn(), 7);
   window->view()->action(QStringLiteral("Follow"))->setChecked(true);
   // 418 ms lies in frame 41 (410 to 420 ms), where its highlight is drawn; rounding would say 42.
   QTest::mouseMove(canvas, QPoint(static_cast<int>(time.xOf(418)), spectro.rect.center().y()));
   EXPECT_EQ(grid->currentCell().column, 41);
-  EXPECT_EQ(canvas->scene().tableColumn, 41);
+  EXPECT_EQ(canvas->tableColumn(), 41);
 
   // A drag selects; the selection is the document's.
   QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(static_cast<int>(time.xOf(100)), 200));

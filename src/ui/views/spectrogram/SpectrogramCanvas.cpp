@@ -12,9 +12,9 @@
 
 #include "app/CProgressDialog.h"
 #include "app/OpenDocument.h"
-#include "common/RunOnWorker.h"
 #include "common/Workspace.h"
 #include "document/VandrelDoc.h"
+#include "views/common/AnalysisCache.h"
 
 namespace vandrel::ui {
 
@@ -22,18 +22,6 @@ namespace {
 
 // A computation that runs long enough to notice gets its progress dialog.
 constexpr int kProgressAfterMs = 400;
-
-const vandrel::SampleSet& setOf(const vandrel::CVandrelDoc& doc, vandrel::SampleSlot slot) {
-  switch (slot) {
-    case vandrel::SampleSlot::kSynthesized:
-      return doc.synthesized;
-    case vandrel::SampleSlot::kPrevious:
-      return doc.previous;
-    case vandrel::SampleSlot::kAudio:
-      break;
-  }
-  return doc.audio;
-}
 
 QString nameOf(vandrel::SampleSlot slot) {
   return slot == vandrel::SampleSlot::kAudio ? QStringLiteral("Audio file") : QStringLiteral("Synthesized");
@@ -87,11 +75,16 @@ SpectrogramCanvas::SpectrogramCanvas(OpenDocument& document, vandrel::SampleSlot
     invalidate();
     scheduleAnalysis();
   });
-  const auto redraw = [this] {
-    if (scene_.tableOverlay || scene_.tableColumn >= 0) invalidate();
-  };
-  connect(&document, &OpenDocument::cellsChanged, this, redraw);
-  connect(&document, &OpenDocument::structureChanged, this, redraw);
+  // A typed value changes the picture only when the table's rows are drawn
+  // in it; the column's tint is drawn over the picture and moves with the
+  // interval.
+  connect(&document, &OpenDocument::cellsChanged, this, [this] {
+    if (scene_.tableOverlay) invalidate();
+  });
+  connect(&document, &OpenDocument::structureChanged, this, [this] {
+    if (scene_.tableOverlay) invalidate();
+    update();
+  });
 
   Workspace& cursor = Workspace::of(document);
   scene_.selection = cursor.selection();
@@ -104,13 +97,6 @@ SpectrogramCanvas::SpectrogramCanvas(OpenDocument& document, vandrel::SampleSlot
     update();
   });
   connect(&Workspace::of(document), &Workspace::playHeadMoved, this, [this](double ms) {
-    if ((ms < 0) != (playMs_ < 0)) {
-      if (ms >= 0)
-        playedOverColumn_ = std::exchange(scene_.tableColumn, -1);
-      else
-        scene_.tableColumn = playedOverColumn_;
-      cacheValid_ = false;
-    }
     playMs_ = ms;
     update();
   });
@@ -123,7 +109,7 @@ SpectrogramCanvas::~SpectrogramCanvas() {
 
 void SpectrogramCanvas::reloadSignal(int index) {
   SignalPicture& s = scene_.signal[static_cast<std::size_t>(index)];
-  const vandrel::SampleSet& set = setOf(document_.doc(), index == 0 ? own_ : otherOf(own_));
+  const vandrel::SampleSet& set = document_.doc().sampleSet(index == 0 ? own_ : otherOf(own_));
   if (set.empty() || !(set.sampleRate > 0)) {
     s.samples.reset();
     s.spectrogram = {};
@@ -131,8 +117,9 @@ void SpectrogramCanvas::reloadSignal(int index) {
     if (index == 1) scene_.compare = Compare::kSingle;
     return;
   }
-  if (s.samples && *s.samples == set.samples && s.fs == set.sampleRate) return;
-  s.samples = std::make_shared<const std::vector<std::int16_t>>(set.samples);
+  Samples now = AnalysisCache::of(document_).samples(index == 0 ? own_ : otherOf(own_));
+  if (s.samples == now && s.fs == set.sampleRate) return;
+  s.samples = std::move(now);
   s.fs = set.sampleRate;
   int peak = 1;
   for (const std::int16_t v : set.samples) peak = std::max(peak, std::abs(static_cast<int>(v)));
@@ -164,16 +151,9 @@ void SpectrogramCanvas::setTableOverlay(bool on) {
 }
 
 void SpectrogramCanvas::setTableColumn(int column) {
-  // While the sound plays the table's column follows it and the play line
-  // shows that frame: the column's tint, part of the cached picture, is left
-  // out until the sound stops rather than redrawing it all many times a second.
-  if (playMs_ >= 0) {
-    playedOverColumn_ = column;
-    return;
-  }
-  if (column == scene_.tableColumn) return;
-  scene_.tableColumn = column;
-  invalidate();
+  if (column == tableColumn_) return;
+  tableColumn_ = column;
+  update();
 }
 
 void SpectrogramCanvas::zoomIn() { axis_.zoomBy(0.5); }
@@ -231,11 +211,10 @@ void SpectrogramCanvas::startAnalysis() {
                            wanted.rows,
                            scene_.options.spectrogram};
       // Formants of the other signal are drawn only overlaid or beneath, as dots.
-      auto progress = std::make_shared<AnalysisProgressCounter>();
-      spectroProgress_[i] = progress;
+      const AnalysisRun<SpectrogramResult> run = AnalysisCache::of(document_).spectrogram(r);
+      spectroProgress_[i] = run.progress;
       if (!busy()) running_.start();
-      spectroWatch_[i]->setFuture(
-          runOnWorker<SpectrogramResult>([r, progress] { return computeSpectrogram(r, progress.get()); }));
+      spectroWatch_[i]->setFuture(run.future);
     }
     // The pitch frames lie at fixed steps whatever the zoom: the whole signal
     // is tracked once, and zooming or resizing never waits for it again.
@@ -248,11 +227,10 @@ void SpectrogramCanvas::startAnalysis() {
                      pitchWanted.endMs,
                      scene_.options.pitch,
                      scene_.options.method};
-      auto progress = std::make_shared<AnalysisProgressCounter>();
-      pitchProgress_[i] = progress;
+      const AnalysisRun<PitchResult> run = AnalysisCache::of(document_).pitch(r);
+      pitchProgress_[i] = run.progress;
       if (!busy()) running_.start();
-      pitchWatch_[i]->setFuture(
-          runOnWorker<PitchResult>([r, progress] { return computePitch(r, progress.get()); }));
+      pitchWatch_[i]->setFuture(run.future);
     }
   }
   if (busy() && !progressTimer_->isActive()) progressTimer_->start();
@@ -319,6 +297,17 @@ void SpectrogramCanvas::paintEvent(QPaintEvent*) {
   const int top = panes.front().rect.top();
   const int bottom = panes.back().rect.bottom();
   const TimeMap time = SpectrogramScene::timeMap(axis_, rect());
+  // The table's current column, over every pane; while the sound plays the
+  // play line shows where the table is.
+  if (tableColumn_ >= 0 && playMs_ < 0) {
+    const double interval = document_.doc().params().intervalMs;
+    const double x0 = time.xOf(tableColumn_ * interval);
+    const double x1 = time.xOf((tableColumn_ + 1) * interval);
+    for (const Pane& pane : panes)
+      p.fillRect(
+          QRectF(x0, pane.rect.top(), std::max(x1 - x0, 1.0), pane.rect.height()).intersected(pane.rect),
+          QColor(0, 150, 60, 50));
+  }
   if (crosshair_.x() >= time.left && crosshair_.x() < time.right) {
     p.setPen(QPen(QColor(220, 0, 0, 160), 1));
     p.drawLine(crosshair_.x(), top, crosshair_.x(), bottom);
@@ -449,7 +438,6 @@ void SpectrogramCanvas::paintPage(QPainter& p, const QRect& area, double startMs
   page.upperShare = upperShare;
   // The page is the selection; its tint and the table's column are screen aids.
   page.selection.reset();
-  page.tableColumn = -1;
   page.labels = document_.doc().labels;
   page.paint(p, area, time);
 }

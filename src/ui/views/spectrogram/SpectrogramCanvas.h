@@ -51,6 +51,7 @@ class SpectrogramCanvas : public QWidget {
   void setCompare(Compare compare);
   void setTableOverlay(bool on);
   void setTableColumn(int column);  // the table's current column, -1 for none
+  int tableColumn() const { return tableColumn_; }
   // Whether the other signal exists (so comparing makes sense).
   bool hasOther() const { return scene_.signal[1].samples != nullptr; }
 
@@ -111,9 +112,9 @@ class SpectrogramCanvas : public QWidget {
   QPixmap cache_;
   bool cacheValid_ = false;
   QPoint crosshair_{-1, -1};
-  double cursorMs_ = -1;       // the document's cursor, drawn when the pointer is elsewhere
-  double playMs_ = -1;         // the sound being heard, while the document plays
-  int playedOverColumn_ = -1;  // the table's column, kept out of the picture while the sound plays
+  double cursorMs_ = -1;  // the document's cursor, drawn when the pointer is elsewhere
+  double playMs_ = -1;    // the sound being heard, while the document plays
+  int tableColumn_ = -1;  // the table's current column, tinted over the picture
 
   // What the running or last analyses cover, so a repaint that changes
   // nothing asks for nothing.

@@ -148,7 +148,7 @@ void SpectrogramScene::paint(QPainter& p, const QRect& area, const TimeMap& time
         break;
     }
     p.restore();
-    // Selection and the table's current column, over every pane.
+    // The selection, over every pane.
     p.save();
     p.setClipRect(pane.rect);
     if (selection) {
@@ -156,14 +156,6 @@ void SpectrogramScene::paint(QPainter& p, const QRect& area, const TimeMap& time
       const double x1 = time.xOf(selection->endMs);
       p.fillRect(QRectF(x0, pane.rect.top(), x1 - x0, pane.rect.height()).intersected(pane.rect),
                  QColor(255, 210, 0, 70));
-    }
-    if (tableColumn >= 0 && doc) {
-      const double interval = doc->params().intervalMs;
-      const double x0 = time.xOf(tableColumn * interval);
-      const double x1 = time.xOf((tableColumn + 1) * interval);
-      p.fillRect(
-          QRectF(x0, pane.rect.top(), std::max(x1 - x0, 1.0), pane.rect.height()).intersected(pane.rect),
-          QColor(0, 150, 60, 50));
     }
     p.restore();
     p.setPen(QColor(90, 90, 90));

@@ -67,7 +67,6 @@ class SpectrogramScene {
   // The document's tiers, drawn under the time axis on a page; the screen
   // leaves them to its tiers pane (which draws them the same way).
   std::shared_ptr<const vandrel::Labels> labels;
-  int tableColumn = -1;  // the table's current column, marked; -1 = none
   // Share of the height for the panes above the pitch pane; negative: by the
   // panes' own proportions (the screen).
   double upperShare = -1;
