@@ -80,4 +80,17 @@ void Workspace::setFollow(bool on) {
   emit followChanged(on);
 }
 
+void Workspace::setLoop(bool on) {
+  if (on == loop_) return;
+  loop_ = on;
+  emit listeningChanged();
+}
+
+void Workspace::setListenTo(int choice) {
+  choice = std::max(choice, 0);
+  if (choice == listenTo_) return;
+  listenTo_ = choice;
+  emit listeningChanged();
+}
+
 }  // namespace vandrel::ui

@@ -60,6 +60,14 @@ class Workspace : public QObject {
   void setPlayHeadMs(double ms);
   void clearPlayHead() { setPlayHeadMs(-1); }
 
+  // Loop and the "Listen to" choice (an index of the choices, 0 for the
+  // whole output) belong to the document: two documents side by side can be
+  // heard one looped and one not, one whole and one as its voicing alone.
+  bool loop() const { return loop_; }
+  void setLoop(bool on);
+  int listenTo() const { return listenTo_; }
+  void setListenTo(int choice);
+
   // --- the table --------------------------------------------------------------
   // The frame of the table's current cell (a table window writes it, the
   // others draw it and may move it).
@@ -82,6 +90,7 @@ class Workspace : public QObject {
   void playHeadMoved(double ms);  // negative: the sound has stopped
   void currentFrameChanged(int frame);
   void followChanged(bool on);
+  void listeningChanged();  // Loop or the "Listen to" choice
 
  private:
   explicit Workspace(OpenDocument& document);
@@ -93,6 +102,8 @@ class Workspace : public QObject {
   int currentFrame_ = 0;
   std::optional<FrameSpan> tableFrames_;
   bool follow_ = false;
+  bool loop_ = false;
+  int listenTo_ = 0;
 };
 
 }  // namespace vandrel::ui

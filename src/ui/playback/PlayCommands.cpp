@@ -59,16 +59,27 @@ std::optional<TimeSpan> chosenSpan(const CommandContext& ctx) {
   return first ? first : (tableInFront ? viewSpan(ctx) : tableSpan(ctx));
 }
 
-bool loopOn(const CommandContext& ctx) {
-  const QAction* loop = ctx.mainFrame->action(ID_PLAY_LOOP);
-  return loop && loop->isChecked();
-}
+bool loopOn(const CommandContext& ctx) { return Workspace::of(*ctx.document).loop(); }
 
 std::uint8_t soloOf(const CommandContext& ctx) {
-  const auto* group = ctx.mainFrame->findChild<QActionGroup*>(kListenGroup);
-  const QAction* chosen = group ? group->checkedAction() : nullptr;
-  return chosen ? kListenChoices[static_cast<std::size_t>(chosen->data().toInt() - ID_LISTEN_TO_FIRST)].select
-                : std::uint8_t{CKlattEngine::kNormal};
+  const auto choice = static_cast<std::size_t>(Workspace::of(*ctx.document).listenTo());
+  return choice < kListenChoices.size() ? kListenChoices[choice].select : std::uint8_t{CKlattEngine::kNormal};
+}
+
+// The menu's checks and the drop-down show the choices of the document in
+// front; they follow it when another document comes forward.
+void showListening(CMainFrame& frame) {
+  OpenDocument* document = frame.activeDocument();
+  const bool loop = document && Workspace::of(*document).loop();
+  const int choice = document ? Workspace::of(*document).listenTo() : 0;
+  if (QAction* a = frame.action(ID_PLAY_LOOP)) a->setChecked(loop);
+  if (auto* group = frame.findChild<QActionGroup*>(kListenGroup))
+    for (QAction* a : group->actions())
+      if (a->data().toInt() == ID_LISTEN_TO_FIRST + choice) {
+        a->setChecked(true);
+        if (auto* button = frame.toolBar()->findChild<QToolButton*>(kListenButton))
+          button->setText(QStringLiteral("Listen to: ") + a->text());
+      }
 }
 
 // The toolbar's word on what is heard: the side A/B has gone to, or nothing.
@@ -146,9 +157,13 @@ void installPlayCommands(CommandRouter& router) {
   router.setHandler(ID_PLAY_PREVIOUS, [](CommandContext& ctx) { play(ctx, PlayWhich::Previous); });
   router.setHandler(ID_PLAY_AUDIO, [](CommandContext& ctx) { play(ctx, PlayWhich::Audio); });
   router.setHandler(ID_PLAY_SWITCH, [](CommandContext& ctx) { switchSides(ctx); });
+  // The menu item is checkable: its check, just toggled, is what the user
+  // asked for.
   router.setHandler(ID_PLAY_LOOP, [](CommandContext& ctx) {
-    if (Listening* l = ctx.document ? Listening::find(*ctx.document) : nullptr)
-      l->setLoop(loopOn(ctx), ctx.dialogParent());
+    if (!ctx.document) return;
+    const QAction* item = ctx.mainFrame->action(ID_PLAY_LOOP);
+    Workspace::of(*ctx.document).setLoop(item && item->isChecked());
+    if (Listening* l = Listening::find(*ctx.document)) l->setLoop(loopOn(ctx), ctx.dialogParent());
   });
   router.setHandler(
       ID_PLAY_STOP,
@@ -161,7 +176,11 @@ void installPlayCommands(CommandRouter& router) {
       });
   // Choosing what to listen to plays it.
   for (int i = 0; i < static_cast<int>(kListenChoices.size()); ++i)
-    router.setHandler(ID_LISTEN_TO_FIRST + i, [](CommandContext& ctx) { play(ctx, PlayWhich::Current); });
+    router.setHandler(ID_LISTEN_TO_FIRST + i, [i](CommandContext& ctx) {
+      if (!ctx.document) return;
+      Workspace::of(*ctx.document).setListenTo(i);
+      play(ctx, PlayWhich::Current);
+    });
 }
 
 void decoratePlayMenu(CMainFrame& frame) {
@@ -228,6 +247,7 @@ void decoratePlayMenu(CMainFrame& frame) {
   QAction* placed = before ? frame.toolBar()->insertWidget(before, box) : frame.toolBar()->addWidget(box);
   placed->setData(ID_LISTEN_TO_FIRST);
   placed->setIcon(menu->icon());
+  QObject::connect(&frame, &CMainFrame::activeDocumentChanged, &frame, [&frame] { showListening(frame); });
 }
 
 CSoundOut* documentPlayer(OpenDocument& document) {

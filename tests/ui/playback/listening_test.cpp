@@ -230,6 +230,17 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
   const Samples silentFrication = listening().soloSet().samples;
   const auto cap = finishRecording();
 
+  // The choice and Loop belong to the document: another one in front shows
+  // its own, and coming back shows this one's again.
+  trigger(ID_PLAY_LOOP);
+  CChildFrame* other = frame->newDocument();
+  EXPECT_TRUE(item(ID_LISTEN_TO_FIRST)->isChecked());
+  EXPECT_FALSE(item(ID_PLAY_LOOP)->isChecked());
+  frame->mdiArea()->setActiveSubWindow(child);
+  EXPECT_TRUE(item(ID_LISTEN_TO_FIRST + 3)->isChecked());
+  EXPECT_TRUE(item(ID_PLAY_LOOP)->isChecked());
+  EXPECT_FALSE(Workspace::of(other->document()).loop());
+
   EXPECT_EQ(doc().synthesized, normal);
   EXPECT_EQ(doc().undo.count(), undoCount);
   EXPECT_LT(peakOf(cap), 32767) << "something clipped on the way";
