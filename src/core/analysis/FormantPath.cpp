@@ -15,6 +15,12 @@ struct State {
   double cost = 0.0;
 };
 
+// A state kept for the search, with its frequencies (0 = absent) beside the
+// picks: the search compares every pair of states of neighbouring frames.
+struct Kept : State {
+  std::array<double, kFormants> f{};
+};
+
 class PathSearch {
  public:
   PathSearch(const std::vector<std::vector<FormantCandidate>>& cand, double ceiling, double stepMs)
@@ -77,20 +83,24 @@ class PathSearch {
     const auto keep = static_cast<std::ptrdiff_t>(std::min<std::size_t>(all_.size(), C::kBeam));
     std::partial_sort(all_.begin(), all_.begin() + keep, all_.end(),
                       [](const State& a, const State& b) { return a.cost < b.cost; });
-    states_[frame].assign(all_.begin(), all_.begin() + keep);
+    auto& kept = states_[frame];
+    kept.resize(static_cast<std::size_t>(keep));
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+      static_cast<State&>(kept[i]) = all_[i];
+      for (std::size_t k = 0; k < kFormants; ++k)
+        kept[i].f[k] = all_[i].pick[k] < 0 ? 0.0 : cand_[frame][static_cast<std::size_t>(all_[i].pick[k])].f;
+    }
   }
 
-  double transition(std::size_t prev, const State& a, std::size_t frame, const State& b) const {
+  double transition(const Kept& a, const Kept& b) const {
     double cost = 0.0;
     for (std::size_t k = 0; k < kFormants; ++k) {
-      const int i = a.pick[k], j = b.pick[k];
-      if (i < 0 && j < 0) continue;
-      if (i < 0 || j < 0) {
+      const double fa = a.f[k], fb = b.f[k];
+      if (fa == 0.0 && fb == 0.0) continue;
+      if (fa == 0.0 || fb == 0.0) {
         cost += C::kSwitchCost;
         continue;
       }
-      const double fa = cand_[prev][static_cast<std::size_t>(i)].f;
-      const double fb = cand_[frame][static_cast<std::size_t>(j)].f;
       cost += std::min(C::kMaxTransition, C::kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb)));
     }
     return cost * stepScale_;
@@ -111,8 +121,9 @@ class PathSearch {
       for (std::size_t j = 0; j < cur.size(); ++j) {
         double best = 1e300;
         int from = 0;
+        const std::vector<double>& before = delta[i - 1 - first];
         for (std::size_t p = 0; p < prev.size(); ++p) {
-          const double v = delta[i - 1 - first][p] + transition(i - 1, prev[p], i, cur[j]);
+          const double v = before[p] + transition(prev[p], cur[j]);
           if (v < best) {
             best = v;
             from = static_cast<int>(p);
@@ -125,7 +136,7 @@ class PathSearch {
     const auto& last = delta[end - 1 - first];
     auto at = static_cast<std::size_t>(std::min_element(last.begin(), last.end()) - last.begin());
     for (std::size_t i = end; i-- > first;) {
-      const State& s = states_[i][at];
+      const Kept& s = states_[i][at];
       for (std::size_t k = 0; k < kFormants; ++k) {
         const int j = s.pick[k];
         out[i].f[k] = j < 0 ? 0.0 : cand_[i][static_cast<std::size_t>(j)].f;
@@ -139,7 +150,7 @@ class PathSearch {
   double stepScale_;
   std::array<double, kFormants> reference_{};
   std::vector<State> all_;
-  std::vector<std::vector<State>> states_;
+  std::vector<std::vector<Kept>> states_;
 };
 
 }  // namespace

@@ -198,26 +198,39 @@ void CHarmonicFit::setBandwidth(std::size_t k, double b) {
 double CHarmonicFit::objective() {
   const std::size_t n = hz_.size();
   resid_.resize(n);
-  double sse = 0.0;
+  for (std::size_t h = 0; h < n; ++h) resid_[h] = db_[h] - source_[h];
+  for (std::size_t k = 0; k < kFormants; ++k)
+    if (!r_[k].empty())
+      for (std::size_t h = 0; h < n; ++h) resid_[h] -= r_[k][h];
+  return misfit(resid_.data(), nullptr) + bandwidthPull();
+}
+
+// The mean squared residual left after the source's shape is taken out: the
+// basis is orthonormal, so that is the sum of squares less the squared
+// projections. One pass: the descent asks this for every trial.
+double CHarmonicFit::misfit(const double* rest, const double* trial) const {
+  const std::size_t n = hz_.size();
+  const double* b0 = basis_[0].data();
+  const double* b1 = basis_[1].data();
+  double sse = 0.0, d0 = 0.0, d1 = 0.0;
   for (std::size_t h = 0; h < n; ++h) {
-    double r = db_[h] - source_[h];
-    for (std::size_t k = 0; k < kFormants; ++k)
-      if (!r_[k].empty()) r -= r_[k][h];
-    resid_[h] = r;
+    const double r = trial != nullptr ? rest[h] - trial[h] : rest[h];
     sse += r * r;
+    d0 += r * b0[h];
+    d1 += r * b1[h];
   }
-  for (std::size_t j = 0; j < kSourceTerms; ++j) {
-    double dot = 0.0;
-    for (std::size_t h = 0; h < n; ++h) dot += resid_[h] * basis_[j][h];
-    sse -= dot * dot;
-  }
+  static_assert(kSourceTerms == 2);
+  return std::max(sse - d0 * d0 - d1 * d1, 0.0) / static_cast<double>(n);
+}
+
+double CHarmonicFit::bandwidthPull() const {
   double pull = 0.0;
   for (std::size_t k = 0; k < kFormants; ++k)
     if (!r_[k].empty()) {
       const double l = logBw_[k] - logTypical_[k];
       pull += l * l;
     }
-  return std::max(sse, 0.0) / static_cast<double>(n) + kBandwidthPull * pull;
+  return kBandwidthPull * pull;
 }
 
 void CHarmonicFit::setOpenQuotient(double q) {
@@ -353,6 +366,14 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
           above = std::min(above, fr.f[j] - kMinGapHz);
           break;
         }
+      // What the other formants and the source leave for formant k: each
+      // trial of k is then one pass over the harmonics.
+      const std::size_t n = hz_.size();
+      resid_.resize(n);
+      for (std::size_t h = 0; h < n; ++h) resid_[h] = db_[h] - source_[h];
+      for (std::size_t j = 0; j < kFormants; ++j)
+        if (j != k && !r_[j].empty())
+          for (std::size_t h = 0; h < n; ++h) resid_[h] -= r_[j][h];
       const double tries[4][2] = {{step, 0.0}, {-step, 0.0}, {0.0, logStep}, {0.0, -logStep}};
       for (const auto& t : tries) {
         const double F = fr.f[k] * (1.0 + t[0]);
@@ -362,7 +383,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         std::swap(r_[k], trial_);
         const double keptB = bw_[k];
         setBandwidth(k, B);
-        const double e = objective();
+        const double e = misfit(resid_.data(), r_[k].data()) + bandwidthPull();
         if (e < best - 1e-9) {
           best = e;
           fr.f[k] = F;

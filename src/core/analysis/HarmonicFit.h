@@ -96,6 +96,8 @@ class CHarmonicFit {
 
  private:
   double objective();
+  double misfit(const double* rest, const double* trial) const;
+  double bandwidthPull() const;
   void resonance(double F, double B, std::vector<double>& out) const;
   struct Trig {
     double c1, s1, c2, s2;  // cos and sin of w and 2w at a harmonic
