@@ -19,6 +19,7 @@
 #include <cmath>
 
 #include "../app/ShellFixture.h"
+#include "common/Workspace.h"
 #include "config/AnalysisConfig.h"
 #include "config/ConfigFile.h"
 #include "engine/KlattState.h"
@@ -123,6 +124,11 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
   QTest::mouseRelease(view->canvas(), Qt::LeftButton, {}, at(180));
   EXPECT_NEAR(view->copySlice().frames, 17, 1);  // every 10 ms
   EXPECT_EQ(view->meter().worstPeak, 1);
+  // The slider shows the range's start, and moving it goes back to one time.
+  EXPECT_NEAR(view->timeSlider()->value(), 20, 3);
+  view->timeSlider()->setValue(120);
+  EXPECT_FALSE(Workspace::of(*document).selection());
+  EXPECT_EQ(view->copySlice().frames, 1);
 
   // Closing the document closes its analysis too.
   QPointer<QMdiSubWindow> analysis = frame->mdiArea()->activeSubWindow();

@@ -133,7 +133,10 @@ FftLpcView::FftLpcView(OpenDocument& document, const vandrel::COptionFFTLPC& opt
   top->setSpacing(0);
   top->addWidget(canvas_, 1);
   top->addLayout(row);
+  // The slider chooses one time, as a click on the strip or an arrow key
+  // does: a range shown is let go.
   connect(slider_, &QSlider::valueChanged, this, [this](int ms) {
+    if (picture_.selection) clearSelection();
     if (std::lround(picture_.timeMs) != ms) setTimeMs(ms);
   });
 
@@ -192,8 +195,13 @@ double FftLpcView::lengthMs() const {
 void FftLpcView::updateSlider() {
   const QSignalBlocker block(slider_);
   slider_->setRange(0, static_cast<int>(lengthMs()));
-  slider_->setValue(static_cast<int>(std::lround(picture_.timeMs)));
-  timeLabel_->setText(QStringLiteral("%1 ms").arg(std::lround(picture_.timeMs)));
+  // With a range the spectra are its average: the slider sits at its start
+  // and the label names the range, as the picture's heading does.
+  const auto& range = picture_.selection;
+  slider_->setValue(static_cast<int>(std::lround(range ? range->first : picture_.timeMs)));
+  timeLabel_->setText(
+      range ? QStringLiteral("%1 – %2 ms").arg(std::lround(range->first)).arg(std::lround(range->second))
+            : QStringLiteral("%1 ms").arg(std::lround(picture_.timeMs)));
   picture_.lengthMs = lengthMs();
 }
 
