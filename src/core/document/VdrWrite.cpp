@@ -135,9 +135,18 @@ std::string writeVdr(const CVandrelDoc& doc, VdrKind kind) {
   std::vector<const double*> rows;
   for (int r = 0; r < kParamCount; ++r)
     if (written[static_cast<std::size_t>(r)]) rows.push_back(t.row(r));
+  // A frame's line is put together on the stack and appended whole: a
+  // string append per value of a few characters cost more than formatting it.
+  std::array<char, kParamCount * 12 + 2> line;  // an int32 is at most 11 characters, then its tab
   for (int col = 0; col < columns; ++col) {
-    for (const double* row : rows) out.value(truncateToInt32(row[col]));
-    out.endLine();
+    char* p = line.data();
+    for (const double* row : rows) {
+      p = std::to_chars(p, p + 11, truncateToInt32(row[col])).ptr;
+      *p++ = '\t';
+    }
+    *p++ = '\r';
+    *p++ = '\n';
+    s.append(line.data(), p);
   }
   return s;
 }

@@ -80,7 +80,15 @@ OpenDocument* DocumentRecovery::documentOf(int serial) const {
 
 void DocumentRecovery::saveNow() { startCopies(true); }
 
+void DocumentRecovery::waitForWriter() {
+  writer_.waitForDone();
+  collect();
+}
+
 void DocumentRecovery::startCopies(bool wait) {
+  // A copy on its way would make this one wait for the next round: let it
+  // land first when the caller wants the copies written.
+  if (wait) waitForWriter();
   QList<OpenDocument*> seen;
   for (CChildFrame* f : frame_.childFrames()) {
     OpenDocument* doc = &f->document();
@@ -95,8 +103,11 @@ void DocumentRecovery::startCopies(bool wait) {
     if ((last != copied_.end() && last.value() == doc->revision()) || writing_.contains(serial)) continue;
     // The snapshot is what the file holds: the table, its settings and its
     // colours, without the sounds. Formatting and writing it, the slow part
-    // for a long table, happen on the writer's thread.
-    auto snapshot = std::make_shared<vandrel::CVandrelDoc>();
+    // for a long table, happen on the writer's thread. The snapshot's room
+    // was made there too, after the first edit (see prepareSnapshot), and is
+    // kept from one copy to the next: here the table is only copied.
+    std::shared_ptr<vandrel::CVandrelDoc>& snapshot = snapshots_[serial];
+    if (!snapshot) snapshot = std::make_shared<vandrel::CVandrelDoc>();
     const vandrel::CVandrelDoc& d = doc->doc();
     snapshot->paramSets = d.paramSets;
     snapshot->table = d.table;
@@ -122,9 +133,33 @@ void DocumentRecovery::startCopies(bool wait) {
       QMetaObject::invokeMethod(this, &DocumentRecovery::collect, Qt::QueuedConnection);
     });
   }
-  if (!wait) return;
-  writer_.waitForDone();
-  collect();
+  if (wait) waitForWriter();
+}
+
+void DocumentRecovery::prepareSnapshot(OpenDocument& document) {
+  const int serial = document.serial();
+  const vandrel::CVandrelDoc& d = document.doc();
+  std::shared_ptr<vandrel::CVandrelDoc>& snapshot = snapshots_[serial];
+  if ((snapshot && snapshot->table.columns() == d.table.columns()) || writing_.contains(serial)) return;
+  // A new snapshot's room for a long table is ~400 MB of pages, which the
+  // system faults in and clears one by one as they are first written: about
+  // a quarter of a second, here on the writer's thread rather than in the
+  // window at the first copy. The copy itself (a second later) then only
+  // moves the table's values.
+  snapshot = std::make_shared<vandrel::CVandrelDoc>();
+  writing_.insert(serial);
+  writer_.start([this, room = snapshot, serial, columns = d.table.columns(), set = d.params()] {
+    try {
+      room->table.reset(columns, set);
+    } catch (const std::bad_alloc&) {
+      room->table = vandrel::FrameTable();  // the copy will try again, and say why it fails
+    }
+    {
+      const QMutexLocker locker(&doneMutex_);
+      done_.append(Written{serial, 0, QString(), true});
+    }
+    QMetaObject::invokeMethod(this, &DocumentRecovery::collect, Qt::QueuedConnection);
+  });
 }
 
 void DocumentRecovery::collect() {
@@ -142,6 +177,12 @@ void DocumentRecovery::collect() {
       continue;
     }
     OpenDocument* doc = documentOf(w.serial);
+    if (w.prepared) {
+      // The copy that came due meanwhile was put off: it goes now.
+      if (doc && doc->isModified() && !quiet_.isActive() && copied_.value(w.serial, 0) != doc->revision())
+        startCopies(false);
+      continue;
+    }
     if (!w.error.isEmpty()) {
       if (doc) copyFailed(*doc, w.error);
       continue;
@@ -184,10 +225,12 @@ void DocumentRecovery::edited(OpenDocument& document) {
   const qint64 left = kMaxDelayMs - waitingSince_.elapsed();
   const qint64 quiet = setting("VANDREL_RECOVERY_QUIET_MS", kQuietMs);
   quiet_.start(static_cast<int>(std::clamp<qint64>(left, 0, quiet)));
+  prepareSnapshot(document);
 }
 
 void DocumentRecovery::forget(int serial) {
   copied_.remove(serial);
+  snapshots_.remove(serial);  // a copy on its way keeps its own share
   if (writing_.contains(serial)) dropWhenWritten_.insert(serial);
   QFile::remove(copyPath(serial, "vdr"));
   QFile::remove(copyPath(serial, "path"));

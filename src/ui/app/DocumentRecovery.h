@@ -46,6 +46,10 @@
 #include <memory>
 #include <vector>
 
+namespace vandrel {
+class CVandrelDoc;
+}
+
 namespace vandrel::ui {
 
 class CMainFrame;
@@ -72,6 +76,8 @@ class DocumentRecovery : public QObject {
   // Starts the copies of documents changed since their last copy and returns
   // at once: only the snapshots are taken on the calling thread.
   void startCopies(bool wait = false);
+  // Waits until the work on its way (copies, a snapshot's room) is done.
+  void waitForWriter();
 
   // Copies `document` after its edits and before each synthesis of it.
   void watch(OpenDocument& document);
@@ -98,10 +104,12 @@ class DocumentRecovery : public QObject {
     int serial;
     std::uint64_t revision;
     QString error;
+    bool prepared = false;  // only the room of the document's snapshot was made
   };
   QString copyPath(int serial, const char* suffix) const;
   void collect();
   void edited(OpenDocument& document);
+  void prepareSnapshot(OpenDocument& document);
   void copyFailed(OpenDocument& doc, const QString& error);
   OpenDocument* documentOf(int serial) const;
   void dropRecoveredCopy(int serial);
@@ -111,11 +119,12 @@ class DocumentRecovery : public QObject {
   QString runFolder_;
   std::unique_ptr<QLockFile> lock_;
   QTimer timer_;
-  QTimer quiet_;                                     // the pause after an edit
-  QElapsedTimer waitingSince_;                       // the first edit not yet copied
-  QThreadPool writer_;                               // one thread: the copies of a document land in order
-  QHash<int, std::uint64_t> copied_;                 // document serial -> revision last written
-  QSet<int> writing_;                                // serials with a copy on its way
+  QTimer quiet_;                      // the pause after an edit
+  QElapsedTimer waitingSince_;        // the first edit not yet copied
+  QThreadPool writer_;                // one thread: the copies of a document land in order
+  QHash<int, std::uint64_t> copied_;  // document serial -> revision last written
+  QHash<int, std::shared_ptr<vandrel::CVandrelDoc>> snapshots_;  // serial -> its snapshot, reused
+  QSet<int> writing_;                                // serials with a copy (or its room) on its way
   QSet<int> dropWhenWritten_;                        // forgotten while their copy was on its way
   QHash<int, QString> recoveredFrom_;                // serial -> the old run's copy it was reopened from
   std::vector<std::unique_ptr<QLockFile>> adopted_;  // old runs whose copies this run reopened
