@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "analysis/AnalysisTracks.h"
+#include "analysis/AutocorrelationPitch.h"
 #include "analysis/Spectrogram.h"
 #include "document/VandrelDoc.h"
 #include "engine/Synthesizer.h"
@@ -183,6 +184,51 @@ TEST(CAutocorrelationPitchTest, UnvoicedSoundsAndRefusals) {
   const auto none = computeFormantTracks(quiet, 11025, fs);
   ASSERT_EQ(none.status, FormantTrackResult::Status::kOk);
   for (const auto& f : none.frequency) EXPECT_EQ(f, (FormantTrackResult::Values{}));
+}
+
+// Two rules of the path and the candidates that ordinary voices never test.
+// A voice just above the floor (80.1 Hz with fmin 80 Hz at 16 kHz) has its
+// autocorrelation peak at the last lag looked at, 200. And the path's costs
+// are per 10 ms: a noisy voice tracked every 2.5 ms must not switch between
+// voiced and unvoiced more often than one tracked every 10 ms (with costs
+// not scaled up for the shorter step it switched 49 times).
+TEST(CAutocorrelationPitchTest, TheFloorsLastLagAndCostsPerStep) {
+  const double fs = 16000.0;
+  const auto voice = [fs](double f0, double noise, std::size_t n) {
+    std::vector<std::int16_t> x(n);
+    std::uint32_t seed = 5;
+    double phase = 0.0;
+    for (auto& s : x) {
+      phase = std::fmod(phase + f0 / fs, 1.0);
+      double white = 0.0;  // twelve uniform draws: near enough normal
+      for (int k = 0; k < 12; ++k) {
+        seed = seed * 1103515245u + 12345u;
+        white += static_cast<double>(seed >> 8) / 16777216.0;
+      }
+      s = static_cast<std::int16_t>(3000 * std::sin(2 * M_PI * phase) + 1500 * std::sin(4 * M_PI * phase) +
+                                    noise * (white - 6.0));
+    }
+    return x;
+  };
+  const auto track = [fs](const std::vector<std::int16_t>& x, double fmin, double stepMs) {
+    CAutocorrelationPitch p;
+    CAutocorrelationPitch::Settings s;
+    s.fmin = fmin;
+    s.stepSamples = stepMs * fs / 1000.0;
+    EXPECT_EQ(p.compute(x, fs, s), CAutocorrelationPitch::Status::kOk);
+    return p.track();
+  };
+  const auto floor = track(voice(80.1, 0.0, 16000), 80.0, 10.0);
+  EXPECT_GE(std::count_if(floor.begin(), floor.end(), [](double f) { return std::fabs(f - 80.1) < 1.0; }),
+            40);
+
+  const auto switches = [](const std::vector<double>& t) {
+    int n = 0;
+    for (std::size_t i = 1; i < t.size(); ++i) n += (t[i] > 0.0) != (t[i - 1] > 0.0);
+    return n;
+  };
+  const auto noisy = voice(120.0, 3000.0, 32000);
+  EXPECT_LE(switches(track(noisy, 75.0, 2.5)), switches(track(noisy, 75.0, 10.0)) + 4);
 }
 
 struct Vowel {
