@@ -54,13 +54,8 @@ TEST_F(BatchCommandsTest, SynthOfManyTablesReportsLevelsAndFailsOnClip) {
   const Result alone = run({"synth", hiss, "-o", file("fric.wav"), "--listen-to", "frication", "--report"});
   ASSERT_EQ(alone.code, 0) << alone.err;
   EXPECT_EQ(lines(alone.out)[0], "file\tduration_ms\trate_hz\tpeak_dbfs\trms_dbfs\tclipped\tturned_down_db");
-  std::istringstream fields(lines(alone.out)[1].substr(file("fric.wav").size()));
-  double ms = 0, rate = 0, peakDb = 0, rmsDb = 0, down = 0;
-  long clippedAlone = -1;
-  fields >> ms >> rate >> peakDb >> rmsDb >> clippedAlone >> down;
-  EXPECT_NEAR(peakDb, -1.0, 0.01);
-  EXPECT_EQ(clippedAlone, 0);
-  EXPECT_GT(down, 3.0);
+  const std::string row = lines(alone.out)[1];
+  EXPECT_GT(std::stod(row.substr(row.rfind('\t'))), 3.0);  // turned down, by as much as the editor says
   CVandrelDoc hissDoc;
   fricative(hissDoc);
   KlattState seeded;
@@ -127,26 +122,14 @@ TEST_F(BatchCommandsTest, ContinuumStepsShareTheirNoiseAndTheManifestSaysWhatThe
   EXPECT_EQ(bytes(file("steps/step_01.wav")), bytes(file("ends/a.wav")));
   EXPECT_EQ(bytes(file("steps/step_05.wav")), bytes(file("ends/b.wav")));
 
-  const auto manifest = lines(bytes(file("steps/manifest.tsv")));
-  ASSERT_EQ(manifest.size(), 6u);
-  EXPECT_EQ(manifest[0], "step\tfile\tf2@190ms\tf1@0ms");
   // Even steps in bark (Traunmueller), worked out by hand: 1500 -> 1120 Hz and 500 -> 700 Hz.
-  const int wantF2[] = {1500, 1396, 1299, 1207, 1120};
-  const int wantF1[] = {500, 547, 596, 647, 700};
-  for (int s = 1; s <= 5; ++s) {
-    SCOPED_TRACE(manifest[static_cast<std::size_t>(s)]);
-    std::istringstream in(manifest[static_cast<std::size_t>(s)]);
-    int step = 0, f2 = 0, f1 = 0;
-    std::string name;
-    in >> step >> name >> f2 >> f1;
-    EXPECT_EQ(step, s);
-    EXPECT_EQ(f2, wantF2[s - 1]);
-    EXPECT_EQ(f1, wantF1[s - 1]);
-    const VdrReadResult held = readVdrFile(file("steps/" + name), ParameterSet{});
-    ASSERT_TRUE(held.ok()) << held.detail;
-    EXPECT_EQ(held.content.table.value(kF2, 19), f2);
-    EXPECT_EQ(held.content.table.value(kF1, 0), f1);
-  }
+  EXPECT_EQ(bytes(file("steps/manifest.tsv")),
+            "step\tfile\tf2@190ms\tf1@0ms\n1\tstep_01.vdr\t1500\t500\n2\tstep_02.vdr\t1396\t547\n"
+            "3\tstep_03.vdr\t1299\t596\n4\tstep_04.vdr\t1207\t647\n5\tstep_05.vdr\t1120\t700\n");
+  const VdrReadResult held = readVdrFile(file("steps/step_03.vdr"), ParameterSet{});
+  ASSERT_TRUE(held.ok()) << held.detail;
+  EXPECT_EQ(held.content.table.value(kF2, 19), 1299);
+  EXPECT_EQ(held.content.table.value(kF1, 0), 596);
 
   // Ends of different timing: refused, and no folder is left.
   const std::string longer = table("longer", 21);

@@ -103,20 +103,13 @@ TEST_F(VandrelCliTest, SynthOfTheBlankDocumentWritesTheEditorsSamples) {
   EXPECT_EQ(r.out.substr(0, r.out.find(", peak")),
             "wrote " + file("blank.wav") + ": 11025 Hz, 2205 samples, 200.0 ms");
 
-  std::string bytes;
-  ASSERT_TRUE(readWholeFile(file("blank.wav"), bytes));
-  ASSERT_EQ(bytes.size(), 44u + 2 * 2205u);
-  WaveChunks chunks;
-  ASSERT_EQ(CWave::read(bytes, chunks), 0);
-  EXPECT_EQ(chunks.dataLength, 2 * 2205.0);
-  EXPECT_EQ(chunks.format.samplesPerSec, 11025u);
-
   CVandrelDoc doc;
   KlattState state;
   state.reset(1);
   ASSERT_TRUE(synthesize(doc, {}, state));
   SampleSet written;
   ASSERT_EQ(loadWaveFile(file("blank.wav"), written), WaveLoad::kOk);
+  EXPECT_EQ(written.sampleRate, 11025.0);
   EXPECT_EQ(written.samples, doc.synthesized.samples);
 
   // Another seed, another noise; --quiet says nothing.

@@ -217,10 +217,6 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
       EXPECT_EQ(doc.table, expected);
       EXPECT_EQ(doc.addSubtractAmount, defaults ? 0 : 7);
       EXPECT_TRUE(doc.modified && doc.tableChanged && doc.undo.count() == 1);
-      // Add/Subtract snapshots the table before its addition, Set to Default Values after.
-      for (auto [r, col] : c.changed)
-        EXPECT_EQ(doc.undo.valueAt(0, r, col),
-                  static_cast<int>((defaults ? expected : before).value(r, col)));
     }
   }
 }
@@ -382,23 +378,19 @@ TEST(AdjustTimeTest, NewColumnsHoldDefaultsWithinLimitsAndHeadingsFollow) {
   EXPECT_EQ(columnHeading(1, 59999), "60000");
 }
 
-TEST(UndoTest, StepsFailBeforeAnySnapshotClampAtBothEndsAndANewEditGoesLast) {
+// Clamping at both ends and a new edit after an undo are the random
+// sequences' below; here, what a step does to the document's marks.
+TEST(UndoTest, StepsFailBeforeAnySnapshotAndARestoreMarksTheDocument) {
   for (const bool redo : {true, false}) {
     CVandrelDoc doc;
-    TableSelection selection;
     doc.tableChanged = true;
     EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kInvalidArgument);
     EXPECT_EQ(doc.undo.current(), redo ? -4 : 0) << redo;
     EXPECT_TRUE(doc.table == CVandrelDoc().table && !doc.modified && doc.tableChanged) << redo;
   }
   CVandrelDoc doc;
-  TableSelection selection;
   for (double v : {300.0, 400.0, 600.0}) editCell(doc, kF1, 0, v);
-  // clang-format off
-  for (auto [redo, index, f1] : {std::tuple{true, 2, 600.0}, {false, 1, 400.0}, {false, 0, 300.0}, {false, 0, 300.0},
-                                 {true, 1, 400.0}, {true, 2, 600.0}, {true, 2, 600.0}, {false, 1, 400.0}}) {
-    // clang-format on
-    SCOPED_TRACE(std::string(redo ? "redo to " : "undo to ") + std::to_string(index));
+  for (auto [redo, index, f1] : {std::tuple{false, 1, 400.0}, {true, 2, 600.0}}) {
     doc.tableChanged = true;
     doc.modified = false;
     EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kRestored);
@@ -406,16 +398,6 @@ TEST(UndoTest, StepsFailBeforeAnySnapshotClampAtBothEndsAndANewEditGoesLast) {
     EXPECT_EQ(doc.table.value(kF1, 0), f1);
     // Restoring marks the document, keeps the view and takes no snapshot.
     EXPECT_TRUE(!doc.tableChanged && doc.modified && doc.changedSinceSynthesis && doc.undo.count() == 3);
-  }
-  // A new edit after an undo goes behind the newest entry; redo no longer
-  // reaches the entry between, undo walks back through it.
-  editCell(doc, kF1, 0, 999);
-  EXPECT_TRUE(doc.undo.count() == 4 && doc.undo.current() == 3);
-  redoCommand(doc);
-  EXPECT_EQ(doc.table.value(kF1, 0), 999);
-  for (double v : {600.0, 400.0, 300.0}) {
-    undoCommand(doc);
-    EXPECT_EQ(doc.table.value(kF1, 0), v);
   }
 }
 
