@@ -53,24 +53,32 @@ class VandrelCliTest : public ::testing::Test {
     posix_spawn_file_actions_addchdir_np(&actions, dir.c_str());
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    std::vector<std::string> all{program};
-    all.insert(all.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& a : all) argv.push_back(a.data());
-    argv.push_back(nullptr);
     Result r;
-    pid_t pid = 0;
-    if (posix_spawn(&pid, program, &actions, nullptr, argv.data(), environ) == 0) {
-      int status = 0;
-      waitpid(pid, &status, 0);
-      r.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
+    r.code = finish(start(program, args, &actions));
     posix_spawn_file_actions_destroy(&actions);
     readWholeFile(out, r.out);
     readWholeFile(err, r.err);
     fs::remove(out);
     fs::remove(err);
     return r;
+  }
+
+  // `program` started with `args` without waiting for it; finish() waits and
+  // gives its exit code, 128 + the signal that ended it, or -1.
+  static pid_t start(const char* program, const std::vector<std::string>& args,
+                     const posix_spawn_file_actions_t* actions = nullptr) {
+    std::vector<std::string> all{program};
+    all.insert(all.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (auto& a : all) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    return posix_spawn(&pid, program, actions, nullptr, argv.data(), environ) == 0 ? pid : -1;
+  }
+  static int finish(pid_t pid) {
+    int status = 0;
+    if (pid < 0 || waitpid(pid, &status, 0) != pid) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
 
   // Writes NAME.vdr: `frames` frames of `intervalMs` of defaults, then `edit`.

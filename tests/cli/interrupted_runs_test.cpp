@@ -5,10 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -44,21 +40,9 @@ class InterruptedRunsTest : public VandrelCliTest {
   }
 
   // vandrel-cli started without waiting for it.
-  static pid_t start(const std::vector<std::string>& args) {
-    std::vector<std::string> all{VANDREL_CLI};
-    all.insert(all.end(), args.begin(), args.end());
-    all.push_back("--quiet");
-    std::vector<char*> argv;
-    for (auto& a : all) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    pid_t pid = -1;
-    posix_spawn(&pid, VANDREL_CLI, nullptr, nullptr, argv.data(), environ);
-    return pid;
-  }
-  static int finish(pid_t pid) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  static pid_t start(std::vector<std::string> args) {
+    args.push_back("--quiet");
+    return VandrelCliTest::start(VANDREL_CLI, args);
   }
 };
 

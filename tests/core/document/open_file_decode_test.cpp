@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "SndfileDecoder.h"
@@ -101,30 +102,26 @@ TEST(OpenAudioTest, EachFormatDecodesToSixteenBitMono) {
   fs::remove_all(kTemp);
 }
 
-// A text file and a parameter file are no audio: every audio reader declines.
-TEST(OpenAudioTest, TextIsRefused) {
-  const std::string path = file("f.wav", "hello\r\nthis is text\r\n");
-  EXPECT_FALSE(decodeWithSndfile(path).has_value());
-  EXPECT_EQ(readAudioFile(path, sndfileDecoder()).message, kMsgFileTypeNotRecognized);
-  const OpenedFile any = readAnyFile(path, sndfileDecoder(), ParameterSet{});
-  EXPECT_EQ(any.kind, OpenedKind::kNothing);
-  EXPECT_EQ(any.message, kMsgFileTypeNotRecognized);
+// A text file and a parameter file are no audio: every audio reader
+// declines. libsndfile never returns from a WAV whose LIST chunk runs past
+// the file's end; such a file is refused by name before it gets there, while
+// a LIST chunk that fits still opens.
+TEST(OpenAudioTest, TextAndAListChunkPastTheEndAreRefused) {
+  const std::string text = file("f.wav", "hello\r\nthis is text\r\n");
+  EXPECT_FALSE(decodeWithSndfile(text).has_value());
   EXPECT_EQ(readAudioFile(VANDREL_TEST_DATA "/vdr/good_all.vdr", sndfileDecoder()).message,
             kMsgFileTypeNotRecognized);
-  fs::remove_all(kTemp);
-}
-
-// libsndfile never returns from a WAV whose LIST chunk runs past the file's
-// end; such a file is refused by name before it gets there, while a LIST
-// chunk that fits still opens.
-TEST(OpenAudioTest, ListChunkPastTheEndIsRefusedNotHung) {
-  const OpenedFile damaged =
-      readAnyFile(VANDREL_TEST_DATA "/audio/list_chunk_past_end.wav", sndfileDecoder(), ParameterSet{});
-  EXPECT_EQ(damaged.kind, OpenedKind::kNothing);
-  EXPECT_EQ(damaged.message,
-            "list_chunk_past_end.wav is damaged: a LIST chunk runs past the end of the file. "
-            "Nothing was opened.");
+  const std::pair<std::string, std::string> refused[] = {
+      {text, std::string(kMsgFileTypeNotRecognized)},
+      {VANDREL_TEST_DATA "/audio/list_chunk_past_end.wav",
+       "list_chunk_past_end.wav is damaged: a LIST chunk runs past the end of the file. Nothing was opened."}};
+  for (const auto& [path, message] : refused) {
+    const OpenedFile f = readAnyFile(path, sndfileDecoder(), ParameterSet{});
+    EXPECT_EQ(f.kind, OpenedKind::kNothing);
+    EXPECT_EQ(f.message, message);
+  }
   EXPECT_TRUE(decodeWithSndfile(VANDREL_TEST_DATA "/wav/list_before_data.wav").has_value());
+  fs::remove_all(kTemp);
 }
 
 }  // namespace

@@ -138,15 +138,12 @@ TEST(CKlattEngineTest, AmplitudeAndGainRules) {
   }
 }
 
-TEST(CKlattEngineTest, VoicingIsPeriodicOnlyWithAnF0) {
+// The voiced side is the pitch trackers' tests' truth; here, f0 = 0 silences
+// the voice however loud av is.
+TEST(CKlattEngineTest, WithoutAnF0NothingIsVoiced) {
   FrameRecord r = defaults();
   r[kAh] = 50;
   const std::size_t lag = 110;  // 100 Hz at 11025 Hz
-  r[kF0] = 1000;
-  const auto voiced = synth(r);
-  EXPECT_GT(autocorr(voiced, lag, 1000), 0.8);
-  EXPECT_GT(autocorr(voiced, 2 * lag, 1000), 0.7);
-
   r[kF0] = 0;
   const auto unvoiced = synth(r);
   EXPECT_GT(rms(unvoiced), 10.0);  // aspiration still sounds
