@@ -13,12 +13,11 @@
 #include <tuple>
 #include <vector>
 
+#include "SynthesizedVoice.h"
 #include "analysis/PitchTrack.h"
 #include "analysis/Spectrogram.h"
 #include "audio/Wave.h"
-#include "document/VandrelDoc.h"
 #include "engine/Resonator.h"
-#include "engine/Synthesizer.h"
 
 namespace vandrel {
 namespace {
@@ -41,23 +40,6 @@ std::vector<std::int16_t> pulseTrain(double f0, double fs, std::size_t n) {
         static_cast<std::int16_t>(std::clamp(r2.step(r1.step(1000.0 * v / harmonics)), -32768.0, 32767.0));
   }
   return out;
-}
-
-// A steady vowel from the synthesizer at 11025 Hz; formants left at 0 keep
-// their defaults (f4 3250 Hz, f5 3700 Hz).
-SampleSet vowel(double f0, int ms, int f1, int f2, int f3 = 0) {
-  CVandrelDoc doc;
-  ParameterSet& ps = doc.params();
-  ps.fileLengthMs = ms;
-  ps.frameCount = ms / ps.intervalMs;
-  doc.table.reset(ps.frameCount, ps);
-  for (int c = 0; c < ps.frameCount; ++c)
-    for (auto [row, v] : {std::pair{kF0, f0 * 10.0}, {kF1, 1.0 * f1}, {kF2, 1.0 * f2}, {kF3, 1.0 * f3}})
-      if (v != 0.0) doc.table.setValue(row, c, v);
-  KlattState state;
-  state.reset(1);
-  EXPECT_TRUE(synthesize(doc, {}, state));
-  return doc.synthesized;
 }
 
 // Median of the non-zero values and the share of frames that have one.
@@ -245,7 +227,7 @@ TEST(CSpectrogramTest, FormantsAndPitchOfSynthesizedVowels) {
                                 {220.5, 700, 1200, 0}, {393.7, 700, 1200, 0}}) {
     // clang-format on
     SCOPED_TRACE(testing::Message() << f0 << ": " << f1 << " " << f2 << " " << f3);
-    const SampleSet s = vowel(f0, 600, f1, f2, f3);
+    const SampleSet s = Utterance(60, [&](double) { return Column{f0, 60, 0, 0, f1, f2, f3}; }).audio;
     CPitchTracker tracker;
     COptionPitch opt;
     ASSERT_EQ(tracker.compute(s.samples, s.sampleRate, opt), CPitchTracker::Status::kOk);

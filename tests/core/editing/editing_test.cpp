@@ -135,7 +135,6 @@ TEST(CellEditTest, TypedTextIsHeldToTheRowLimits) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
     CVandrelDoc doc;
-    TableSelection selection;
     EXPECT_EQ(editCellText(doc, c.row, 3, c.text), c.stored.has_value());
     EXPECT_EQ(doc.table.value(c.row, 3), c.stored.value_or(builtinParams()[std::size_t(c.row)].defaultValue));
     EXPECT_EQ(doc.undo.count(), c.stored ? 1 : 0);
@@ -424,7 +423,6 @@ TEST(UndoTest, RestoreGivesWholeNumbersKeepsAnchorsAndHiddenRowsAndFollowsLength
 TEST(UndoTest, MemoryGrowsWithWhatChanged) {
   CVandrelDoc doc;
   shapeDoc(doc, 20000, 1);
-  TableSelection selection;
   editCell(doc, kF1, 0, 600);
   const std::size_t first = doc.undo.storageBytes();
   // A whole snapshot is 3.84 MB; one changed cell must cost a few kilobytes at most.

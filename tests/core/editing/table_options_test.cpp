@@ -48,11 +48,9 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
   for (const auto& c : cases) {
     SCOPED_TRACE(c.interval);
     CVandrelDoc doc;
-    TableSelection selection;
     shapeDoc(doc, 6, 10);
     doc.table.setAnchor(kF1, 1, true);  // ends at 20 ms, holds 510
     doc.table.setAnchor(kF1, 5, true);  // ends at 60 ms, holds 550
-    doc.table.setValue(kAv, 3, 33);
     EXPECT_TRUE(changeInterval(doc, c.interval).empty());
     EXPECT_EQ(doc.params().intervalMs, c.interval);
     EXPECT_EQ(doc.params().fileLengthMs, 60.0);
@@ -79,7 +77,6 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
 
 TEST(ChangeIntervalTest, UndoBringsBackTheOldTimingAndRefusalsChangeNothing) {
   CVandrelDoc doc;
-  TableSelection selection;
   shapeDoc(doc, 20, 10);
   doc.undo.append(doc.table, 10);
   ASSERT_TRUE(changeInterval(doc, 4).empty());
@@ -133,7 +130,6 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     CVandrelDoc doc;
-    TableSelection selection;
     shapeDoc(doc, c.columns, c.interval);
     if (c.audio) doc.audio.samples.assign(100, 0);
     FileOptions o = fileOptionsOf(doc);
@@ -183,7 +179,6 @@ TEST(ParameterOptionsTest, LimitsAreCheckedRowByRowAndNameTheParameter) {
 
     // Refused as a whole: the document keeps every setting.
     CVandrelDoc doc;
-    TableSelection selection;
     ParameterOptions o = parameterOptionsOf(doc);
     o.limits = t;
     o.shown.fill(true);

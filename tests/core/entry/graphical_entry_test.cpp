@@ -115,7 +115,6 @@ TEST(EnterAllDataTest, ResamplesToFrameMiddlesAndFillsGaps) {
 
 TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRows) {
   CVandrelDoc doc;
-  TableSelection selection;
   EntryAnalysis analysis;
   EXPECT_EQ(enterAllData(doc, analysis), UserMessages{UserMessage{kFormantTrackingOffMessage}});
   analysis.spectrogram.displayFormants = true;
