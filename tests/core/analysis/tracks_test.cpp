@@ -51,18 +51,6 @@ std::pair<double, double> voicedMedian(const std::vector<double>& track) {
   return {v[v.size() / 2], static_cast<double>(v.size()) / static_cast<double>(track.size())};
 }
 
-TEST(CMathFuncPitchTest, PulseTrainsWithinTwoPercent) {
-  CMathFunc math;
-  for (double fs : {11025.0, 22050.0}) {
-    for (double f0 : {80.0, 133.0, 250.0, 400.0}) {
-      SCOPED_TRACE(testing::Message() << fs << " Hz, f0 " << f0);
-      const auto x = pulseTrain(f0, fs, static_cast<std::size_t>(fs / 2));
-      const int n = static_cast<int>(fs / 1000.0 * 35);
-      EXPECT_NEAR(math.cepstralPitch(x.data(), 0.3 * fs, fs / 2, fs, 50.0, 500.0, 1024, n), f0, 0.02 * f0);
-    }
-  }
-}
-
 TEST(CMathFuncPitchTest, FftSizesUpperLimitAndTheFrameNearTheEnd) {
   const double fs = 11025.0;
   CMathFunc math;
