@@ -61,7 +61,7 @@ TEST_F(ReaderLimits, RefusedWithTheLimitInTheMessage) {
   fs::resize_file(sparse, kMaxAudioFileBytes + 1);  // sparse: no disk is used
   struct Case {
     std::string path;
-    std::string message;  // empty: opened
+    std::string message;    // empty: opened
     std::string note = "";  // for the status bar: a WAV that holds less than it announces
   } cases[] = {
       {VANDREL_TEST_DATA "/vdr/limit_frames.vdr",

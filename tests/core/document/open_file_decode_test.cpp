@@ -114,7 +114,8 @@ TEST(OpenAudioTest, TextAndAListChunkPastTheEndAreRefused) {
   const std::pair<std::string, std::string> refused[] = {
       {text, std::string(kMsgFileTypeNotRecognized)},
       {VANDREL_TEST_DATA "/audio/list_chunk_past_end.wav",
-       "list_chunk_past_end.wav is damaged: a LIST chunk runs past the end of the file. Nothing was opened."}};
+       "list_chunk_past_end.wav is damaged: a LIST chunk runs past the end of the file. Nothing was "
+       "opened."}};
   for (const auto& [path, message] : refused) {
     const OpenedFile f = readAnyFile(path, sndfileDecoder(), ParameterSet{});
     EXPECT_EQ(f.kind, OpenedKind::kNothing);
