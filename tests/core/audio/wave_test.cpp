@@ -130,8 +130,9 @@ TEST_F(CWaveTest, ReaderAndLoaderCases) {
     s.sampleRate = 1234;  // untouched unless the load succeeds
     ASSERT_EQ(loadWaveFile(data(c.file), s), c.load);
     EXPECT_EQ(s.sampleRate, c.load == kOk ? 8000 : 1234);
-    if (c.load == kOk)
+    if (c.load == kOk) {
       EXPECT_EQ(s.samples, (std::vector<std::int16_t>{0, 1000, -1000, 32767, -32768, 5, -5, 0}));
+    }
   }
   SampleSet s;
   EXPECT_EQ(loadWaveFile(data("does_not_exist.wav"), s), kCannotOpen);
