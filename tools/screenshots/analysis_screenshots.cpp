@@ -197,6 +197,7 @@ int main(int argc, char** argv) {
         values[k + 4] = std::clamp(std::round(natural.formants[k].bandwidth), 40.0, 400.0);
       }
       setRows(doc, rows, values, 8);
+      ensureSynthesized(doc);  // the copy beside the recording
       if (FftLpcView* view = openView(frame)) {
         view->setTimeMs(t);
         view->finishTrack();

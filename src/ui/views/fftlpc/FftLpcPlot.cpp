@@ -232,11 +232,15 @@ class Plotter {
       if (!placed) continue;
       const QRectF box = *placed;
       labels_.push_back(box);
-      // Below the copy's peak the label lies over its own falling curve: a
-      // light ground keeps the digits legible.
-      g_.fillRect(box, QColor(255, 255, 255, 210));
-      g_.setPen(style.mark);
-      g_.drawText(box, Qt::AlignCenter, text);
+      // Labels often lie over a curve (the copy's below its own falling
+      // peak): a white halo round the glyphs keeps the digits legible and
+      // hides no more of the curve than the strokes of the text.
+      QPainterPath glyphs;
+      glyphs.addText(box.center().x() - fm_.horizontalAdvance(text) / 2,
+                     box.top() + (box.height() - fm_.height()) / 2 + fm_.ascent(), g_.font(), text);
+      g_.strokePath(glyphs,
+                    QPen(QColor(255, 255, 255, 230), 3.0, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+      g_.fillPath(glyphs, style.mark);
     }
   }
 
