@@ -102,7 +102,7 @@ TEST(CAutocorrelationPitchTest, UnvoicedSoundsAndRefusals) {
   for (const auto& f : none.frequency) EXPECT_EQ(f, (FormantTrackResult::Values{}));
 }
 
-// Two rules of the path and the candidates that ordinary voices never test.
+// Three rules of the path and the candidates that ordinary voices never test.
 // A voice just above the floor (80.1 Hz with fmin 80 Hz at 16 kHz) has its
 // autocorrelation peak at the last lag looked at, 200. And the path's costs
 // are per 10 ms: a noisy voice tracked every 2.5 ms must not switch between
@@ -145,6 +145,22 @@ TEST(CAutocorrelationPitchTest, TheFloorsLastLagAndCostsPerStep) {
   };
   const auto noisy = voice(120.0, 3000.0, 32000);
   EXPECT_LE(switches(track(noisy, 75.0, 2.5)), switches(track(noisy, 75.0, 10.0)) + 4);
+
+  // Pulses growing by half each period: the window's correction lifts their
+  // autocorrelation above 1, a sign of changing loudness, not of a perfect
+  // voice; such a frame is worth the inverse (its strength 0.98 here, not 1).
+  std::vector<std::int16_t> growing(16000);
+  for (std::size_t i = 0; i < growing.size(); ++i) {
+    const std::size_t at = i % 160;
+    const double amp = std::pow(1.5, static_cast<double>(i / 160 % 5) - 4.0);
+    growing[i] = static_cast<std::int16_t>(at < 8 ? 30000 * amp * (1 - static_cast<double>(at) / 8.0) : 0);
+  }
+  CAutocorrelationPitch p;
+  CAutocorrelationPitch::Settings s;
+  s.stepSamples = 80;
+  s.fmin = 75.0;
+  ASSERT_EQ(p.compute(growing, fs, s), CAutocorrelationPitch::Status::kOk);
+  EXPECT_LT(*std::max_element(p.strength().begin(), p.strength().end()), 0.995);
 }
 
 struct Vowel {
