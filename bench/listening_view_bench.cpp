@@ -2,8 +2,8 @@
 // sink is recorded: from the Play key to the first sample at the sink for a
 // selection of a 10 s table that must be synthesized first (target under
 // 60 ms), and from the A/B key in a loop to the first sample of the other
-// side (under 30 ms); and the synthesis of a "Listen to" signal of a 60 s
-// table (under 50 ms). Times at the sink are wall-clock (manual time).
+// side (under 30 ms; the original at the copy's rate, or at 44100 Hz); and the synthesis of a "Listen to"
+// signal of a 60 s table (under 50 ms). Times at the sink are wall-clock (manual time).
 
 #include <benchmark/benchmark.h>
 
@@ -89,8 +89,11 @@ void BM_ABSwitchInALoop(benchmark::State& state) {
   Session& s = session();
   CVandrelDoc& doc = s.document->doc();
   ensureSynthesized(doc);
-  doc.audio = doc.synthesized;
-  std::fill(doc.audio.samples.begin(), doc.audio.samples.end(), std::int16_t{0});  // a silent original
+  // A silent original, at the copy's rate or at the one given (then the
+  // copy is heard at the original's rate, taken up to it when Play starts).
+  doc.audio =
+      state.range(0) > 0 ? atRate(doc.synthesized, static_cast<double>(state.range(0))) : doc.synthesized;
+  std::fill(doc.audio.samples.begin(), doc.audio.samples.end(), std::int16_t{0});
   if (!s.item(ID_PLAY_LOOP)->isChecked()) s.item(ID_PLAY_LOOP)->trigger();
   for (auto _ : state) {
     s.item(ID_PLAY_AUDIO)->trigger();
@@ -103,7 +106,12 @@ void BM_ABSwitchInALoop(benchmark::State& state) {
   }
   s.item(ID_PLAY_LOOP)->trigger();
 }
-BENCHMARK(BM_ABSwitchInALoop)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
+BENCHMARK(BM_ABSwitchInALoop)
+    ->Arg(0)
+    ->Arg(44100)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(20);
 
 void BM_ListenToSignalOf60sTable(benchmark::State& state) {
   CVandrelDoc doc;

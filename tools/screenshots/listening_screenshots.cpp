@@ -2,7 +2,9 @@
 // judge (never compared): the /da/ example with its spectrogram, a stretch
 // selected, the play line where the sound would be, Loop on and "Frication
 // noise" chosen; then the Play menu open on its "Listen to" submenu, also
-// at the user's guide's size (Manual/images/listening.png).
+// at the user's guide's size (Manual/images/listening.png); and the toolbar
+// during A/B between the copy (11025 Hz) and a 22050 Hz original beside it
+// (listening-ab.png, only when a sound server plays: scripts/test-sound-server).
 // scripts/screenshots runs it under a virtual display (without a sound
 // server the Play it makes says nothing: its message is swallowed).
 
@@ -14,6 +16,7 @@
 #include <QMenuBar>
 #include <QScreen>
 #include <QTest>
+#include <QToolBar>
 
 #include <cstdio>
 
@@ -24,6 +27,7 @@
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
 #include "common/Workspace.h"
+#include "playback/Listening.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
 
@@ -72,6 +76,21 @@ int main(int argc, char** argv) {
     listen->hide();
     play->hide();
   }
+  // A/B against an original at twice the copy's rate: the copy is heard at
+  // the original's rate, and the toolbar says so.
+  frame.findChild<QAction*>(QStringLiteral("command_%1").arg(ID_LISTEN_TO_FIRST))->trigger();
+  frame.runCommand(ID_PLAY_STOP);
+  document.doc().audio = atRate(document.doc().synthesized, 2 * document.doc().synthesized.sampleRate);
+  frame.runCommand(ID_PLAY_CURRENT);
+  QTest::qWait(300);
+  frame.runCommand(ID_PLAY_SWITCH);
+  QTest::qWait(100);
+  frame.runCommand(ID_PLAY_SWITCH);
+  QTest::qWait(100);
+  if (Listening* l = Listening::find(document); l && l->playing())
+    save(frame.grab(frame.toolBar()->geometry()).toImage(), folder + QStringLiteral("/listening-ab.png"));
+  frame.runCommand(ID_PLAY_STOP);
+
   Workspace::of(document).clearPlayHead();
   for (CChildFrame* f : frame.childFrames()) f->document().setModified(false);
   return shots::exitCode();

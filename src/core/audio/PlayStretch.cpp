@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analysis/FormantEstimator.h"
+
 namespace vandrel {
 
 TimeSpan columnsSpan(int c0, int c1, int intervalMs) {
@@ -22,6 +24,20 @@ SampleSpan samplesIn(const SampleSet& set, const std::optional<TimeSpan>& span) 
   };
   const std::size_t a = clamp(first), b = clamp(end);
   return SampleSpan{a, b > a ? b - a : 0};
+}
+
+SampleSet atRate(const SampleSet& set, double rate) {
+  if (set.empty() || rate <= 0 || set.sampleRate <= 0 || rate == set.sampleRate) return set;
+  SampleSet out;
+  out.sampleRate = rate;
+  out.sampleCount = set.sampleCount * rate / set.sampleRate;
+  out.fileLengthMs = set.fileLengthMs;
+  const std::vector<double> y =
+      resampleSignal(std::vector<double>(set.samples.begin(), set.samples.end()), set.sampleRate, rate);
+  out.samples.reserve(y.size());
+  for (const double v : y)
+    out.samples.push_back(static_cast<std::int16_t>(std::clamp(std::lround(v), -32768L, 32767L)));
+  return out;
 }
 
 }  // namespace vandrel

@@ -33,4 +33,13 @@ TimeSpan columnsSpan(int c0, int c1, int intervalMs);
 // means the whole set. A span past the set's end is empty.
 SampleSpan samplesIn(const SampleSet& set, const std::optional<TimeSpan>& span);
 
+// `set` at `rate` Hz, so that it can be heard in one stream with a sound of
+// that rate (A/B between a copy and a recording of different rates without
+// reopening the device). Band-limited: nothing above the lower rate's half
+// comes through, so a recording taken down to a copy's rate does not alias
+// and a copy taken up gains no images. Sample i of the result is at the same
+// moment as i / rate seconds of the original. A set at that rate already, or
+// an empty one, comes back as it is.
+SampleSet atRate(const SampleSet& set, double rate);
+
 }  // namespace vandrel

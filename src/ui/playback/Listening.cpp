@@ -27,6 +27,16 @@ std::size_t offsetAt(double ms, const SampleSet& set, const SampleSpan& span) {
   return std::min(static_cast<std::size_t>(at), span.count - 1);
 }
 
+// Tells a set from any other it may have become (a new synthesis, another
+// recording): its rate, length and every sample. A few milliseconds for a
+// minute of sound, against a hundred to take it to another rate again.
+std::uint64_t fingerprintOf(const SampleSet& set) {
+  std::uint64_t h = 14695981039346656037ull ^ static_cast<std::uint64_t>(set.sampleRate);
+  h = (h ^ set.samples.size()) * 1099511628211ull;
+  for (const std::int16_t v : set.samples) h = (h ^ static_cast<std::uint16_t>(v)) * 1099511628211ull;
+  return h;
+}
+
 }  // namespace
 
 Listening::Listening(OpenDocument& document)
@@ -73,6 +83,18 @@ const SampleSet& Listening::setFor(PlayWhich which, std::uint8_t solo) {
   return solo_.signal.set;
 }
 
+const SampleSet& Listening::heard(PlayWhich which, std::uint8_t solo) {
+  const SampleSet& set = setFor(which, solo);
+  if (set.empty() || streamRate_ <= 0 || set.sampleRate == streamRate_) return set;
+  AtStreamRate& at = atStreamRate_[static_cast<std::size_t>(which)];
+  const std::uint64_t fingerprint = fingerprintOf(set);
+  if (at.set.empty() || at.fingerprint != fingerprint || at.set.sampleRate != streamRate_) {
+    at.set = atRate(set, streamRate_);
+    at.fingerprint = fingerprint;
+  }
+  return at.set;
+}
+
 int Listening::play(PlayWhich which, std::optional<TimeSpan> span, bool loop, std::uint8_t solo,
                     QWidget* view) {
   side_ = which;
@@ -80,11 +102,18 @@ int Listening::play(PlayWhich which, std::optional<TimeSpan> span, bool loop, st
   started_ = true;
   span_ = span;
   loop_ = loop;
+  // The stream runs at the higher rate of the pair, and the other side is
+  // made ready for it now, so that A/B has nothing to do but swap.
+  const double own = setFor(which, solo).sampleRate;
+  const SampleSet& other = chosenSet(document_.doc(), partner_);
+  streamRate_ = other.empty() ? own : std::max(own, other.sampleRate);
+  heard(partner_, CKlattEngine::kNormal);
   return start(which, solo, 0, view);
 }
 
 int Listening::start(PlayWhich which, std::uint8_t solo, std::size_t from, QWidget* view) {
-  const SampleSet& set = setFor(which, solo);
+  const SampleSet& set = heard(which, solo);
+  sideRate_ = setFor(which, solo).sampleRate;
   soloPlaying_ = which == PlayWhich::Current ? solo : std::uint8_t{CKlattEngine::kNormal};
   const int rc = playStretch(set, PlayRequest{span_, loop_, from}, player_, view, &now_);
   if (player_ && player_->IsPlaying()) {
@@ -104,13 +133,14 @@ bool Listening::switchSides(std::uint8_t solo, QWidget* view) {
   const bool wasPlaying = playing();
   const double ms = wasPlaying ? now_.msAt(player_->SourcePosition()) : -1.0;
   std::swap(side_, partner_);
-  const SampleSet& set = setFor(side_, solo);
-  // At the same rate the other side takes over the running stream, sample for
-  // sample at the same moment, with no break; otherwise a new stream starts
-  // there.
+  const SampleSet& set = heard(side_, solo);
+  // The other side, at the stream's rate, takes over the running stream,
+  // sample for sample at the same moment, with no break. (Only a sound that
+  // has ended, or a player short of memory, needs a new stream.)
   if (wasPlaying && static_cast<int>(set.sampleRate) == player_->SampleRate() &&
       player_->SwitchSource(set.samples, now_.samples.first, now_.samples.count)) {
     soloPlaying_ = side_ == PlayWhich::Current ? solo : std::uint8_t{CKlattEngine::kNormal};
+    sideRate_ = setFor(side_, solo).sampleRate;
     emit sideChanged();
     return true;
   }
@@ -128,7 +158,7 @@ void Listening::setLoop(bool on, QWidget* view) {
   }
   if (player_->Looping()) return;
   const double ms = now_.msAt(player_->SourcePosition());
-  const SampleSet& set = setFor(side_, soloPlaying_);
+  const SampleSet& set = heard(side_, soloPlaying_);
   start(side_, soloPlaying_, offsetAt(ms, set, samplesIn(set, span_)), view);
 }
 

@@ -7,11 +7,18 @@
 // "Listen to" choice in a buffer of its own: the document's synthesized and
 // previous buffers and its undo history never see it.
 //
+// The two sides of a pair are heard in one stream, at the higher of their
+// two rates: the side at the lower rate is taken up to it (band-limited, so
+// it sounds as at its own rate), the other side's copy made when the sound
+// starts. A/B then only swaps the samples the stream is fed, with no break,
+// whatever the two rates.
+//
 // One per open document, a child of its OpenDocument, so the player closes
 // with the document, on the interface thread, while Qt is still up.
 
 #include <QObject>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -50,6 +57,10 @@ class Listening : public QObject {
 
   bool playing() const;
   PlayWhich side() const { return side_; }
+  // The rate the sound is heard at, and the own rate of the side heard (they
+  // differ when that side was taken to the other's rate).
+  double streamRate() const { return streamRate_; }
+  double sideRate() const { return sideRate_; }
   // The side A/B goes to next; meaningful once something has played.
   std::optional<PlayWhich> next() const { return started_ ? std::optional(partner_) : std::nullopt; }
   CSoundOut* player() const { return player_.get(); }
@@ -66,6 +77,9 @@ class Listening : public QObject {
  private:
   explicit Listening(OpenDocument& document);
   const vandrel::SampleSet& setFor(PlayWhich which, std::uint8_t solo);
+  // setFor at the stream's rate: the set itself, or its copy at that rate
+  // (made again only when the set has changed since).
+  const vandrel::SampleSet& heard(PlayWhich which, std::uint8_t solo);
   PlayWhich partnerOf(PlayWhich which) const;
   int start(PlayWhich which, std::uint8_t solo, std::size_t from, QWidget* view);
   void tick();
@@ -79,6 +93,13 @@ class Listening : public QObject {
   std::optional<vandrel::TimeSpan> span_;
   bool loop_ = false;
   std::uint8_t soloPlaying_ = 0;
+  double streamRate_ = 0;
+  double sideRate_ = 0;
+  struct AtStreamRate {
+    std::uint64_t fingerprint = 0;  // of the set it was made from
+    vandrel::SampleSet set;
+  };
+  std::array<AtStreamRate, 3> atStreamRate_;  // by PlayWhich
   struct Solo {
     vandrel::SoloSignal signal;
     std::uint8_t select = 0;

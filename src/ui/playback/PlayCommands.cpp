@@ -87,9 +87,14 @@ void showSide(CMainFrame& frame, const Listening& l) {
   auto* label = frame.toolBar()->findChild<QLabel*>(kNowPlaying);
   if (!label) return;
   static constexpr const char* kSides[] = {"Current", "Previous", "Audio"};
-  label->setText(
-      l.playing() ? QStringLiteral(" Playing: %1 ").arg(QString::fromUtf8(kSides[static_cast<int>(l.side())]))
-                  : QString());
+  QString text;
+  if (l.playing()) {
+    text = QStringLiteral(" Playing: %1 ").arg(QString::fromUtf8(kSides[static_cast<int>(l.side())]));
+    // A side taken to the other's rate says so: its own rate is not what is heard.
+    if (l.sideRate() != l.streamRate())
+      text += QStringLiteral("(%1 Hz, heard at %2 Hz) ").arg(l.sideRate()).arg(l.streamRate());
+  }
+  label->setText(text);
 }
 
 Listening& listeningOf(CommandContext& ctx) {

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <numbers>
+
 namespace vandrel {
 namespace {
 
@@ -28,6 +32,29 @@ TEST(PlayStretchTest, TimesBecomeSamplesOfEachSetCutToItsLength) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.span ? c.span->startMs : -1);
     EXPECT_EQ(samplesIn(*c.set, c.span), c.want);
+  }
+}
+
+// A tone taken to another rate is the same tone sampled at that rate, at the
+// same moments (away from the ends, where the kernel runs out of signal); a
+// tone above the new rate's half is gone (a 0 Hz tone) rather than folded down.
+TEST(PlayStretchTest, AtRateKeepsTheBandAndDropsWhatWouldFold) {
+  const auto tone = [](double hz, double rate) {  // 200 ms
+    SampleSet s;
+    s.sampleRate = rate;
+    for (int i = 0; i < int(rate) / 5; ++i)
+      s.samples.push_back(std::int16_t(std::lround(1e4 * std::sin(2 * std::numbers::pi * hz * i / rate))));
+    return s;
+  };
+  for (const auto& [hz, from, to] :
+       {std::array{1000.0, 11025.0, 22050.0}, std::array{1000.0, 22050.0, 16000.0},
+        std::array{7000.0, 22050.0, 11025.0}}) {
+    const SampleSet out = atRate(tone(hz, from), to), want = tone(hz < to / 2 ? hz : 0, to);
+    EXPECT_EQ(out.sampleRate, to);
+    ASSERT_EQ(out.samples.size(), want.samples.size());
+    const std::size_t n = want.samples.size();
+    for (std::size_t i = n / 8; i < n * 7 / 8; ++i)
+      ASSERT_NEAR(out.samples[i], want.samples[i], 10) << hz << " Hz from " << from << " to " << to;
   }
 }
 

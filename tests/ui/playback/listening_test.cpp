@@ -71,13 +71,13 @@ class ListeningTest : public test::ShellFixture {
   Listening& listening() { return Listening::of(child->document()); }
 
   // A synthesized buffer of our own, up to date with a table of its length.
-  void setSynthesized(const Samples& s) {
-    doc().params().fileLengthMs = 1000.0 * double(s.size()) / kSinkRate;
+  void setSynthesized(const Samples& s, int rate = kSinkRate) {
+    doc().params().fileLengthMs = 1000.0 * double(s.size()) / rate;
     doc().params().frameCount = static_cast<int>(doc().params().fileLengthMs) / doc().params().intervalMs;
     doc().table.reset(doc().params().frameCount, doc().params());
     doc().notifyStructureChanged();
     doc().synthesized.samples = s;
-    doc().synthesized.sampleRate = kSinkRate;
+    doc().synthesized.sampleRate = rate;
     doc().changedSinceSynthesis = false;
   }
 
@@ -160,21 +160,36 @@ INSTANTIATE_TEST_SUITE_P(Sound, SelectionTest, ::testing::Bool(),
 
 // Loop over the whole sound, the copy first; A/B goes over to the recording
 // and the recording goes on from the moment the copy had reached, with no
-// silence between them; the toolbar says which side is heard.
-TEST_F(ListeningTest, ABSwitchGoesOnFromTheSameMoment) {
-  const Samples copy = noise(11, kSinkRate), original = noise(23, kSinkRate);
-  setSynthesized(copy);
+// silence between them; the toolbar says which side is heard. Sides of
+// different rates are heard at the higher of the two (the sink's here, so
+// what it records is what was played): the lower one taken up to it.
+struct ABCase {
+  const char* name;
+  int copyRate, originalRate;
+  const char* copyLabel;
+  const char* originalLabel;
+};
+
+class ABSwitchTest : public ListeningTest, public ::testing::WithParamInterface<ABCase> {};
+
+TEST_P(ABSwitchTest, GoesOnFromTheSameMomentWithoutABreak) {
+  const ABCase& c = GetParam();
+  const Samples copy = noise(11, std::size_t(c.copyRate)), original = noise(23, std::size_t(c.originalRate));
+  setSynthesized(copy, c.copyRate);
   doc().audio.samples = original;
-  doc().audio.sampleRate = kSinkRate;
+  doc().audio.sampleRate = c.originalRate;
+  // What the sink should hear of each: one second at its rate.
+  const Samples heardCopy = atRate(doc().synthesized, kSinkRate).samples;
+  const Samples heardOriginal = atRate(doc().audio, kSinkRate).samples;
   auto* side = frame->findChild<QLabel*>(QStringLiteral("vandrel-now-playing"));
   ASSERT_NE(side, nullptr);
   trigger(ID_PLAY_LOOP);
   trigger(ID_PLAY_CURRENT);
-  EXPECT_EQ(side->text().trimmed(), QStringLiteral("Playing: Current"));
+  EXPECT_EQ(side->text().trimmed(), QString::fromUtf8(c.copyLabel));
   ASSERT_TRUE(waitFor([&] { return listening().player()->PlayPosition() >= kSinkRate / 3; }));
   trigger(ID_PLAY_SWITCH);
   EXPECT_EQ(listening().side(), PlayWhich::Audio);
-  EXPECT_EQ(side->text().trimmed(), QStringLiteral("Playing: Audio"));
+  EXPECT_EQ(side->text().trimmed(), QString::fromUtf8(c.originalLabel));
   const auto switchedAt = listening().player()->PlayPosition();
   ASSERT_TRUE(waitFor([&] { return listening().player()->PlayPosition() >= switchedAt + kSinkRate / 3; }));
   trigger(ID_PLAY_STOP);
@@ -183,17 +198,28 @@ TEST_F(ListeningTest, ABSwitchGoesOnFromTheSameMoment) {
 
   const auto lag = firstSound(cap);
   ASSERT_GE(lag, 0);
-  ASSERT_GT(ncc(cap, copy, lag, 1, 2048), 0.999);
+  ASSERT_GT(ncc(cap, heardCopy, lag, 1, 2048), 0.999);
   // The copy, bit for bit, up to where it stopped; then, with not one
   // sample of silence, the recording from that very sample on.
   std::int64_t end = lag;
-  while (end < std::ssize(cap) && cap[std::size_t(end)] == copy[std::size_t(end - lag) % copy.size()]) ++end;
+  while (end < std::ssize(cap) &&
+         cap[std::size_t(end)] == heardCopy[std::size_t(end - lag) % heardCopy.size()])
+    ++end;
   ASSERT_LT(end + 2048, std::ssize(cap));
-  const std::size_t at = std::size_t(end - lag) % copy.size();
+  const std::size_t at = std::size_t(end - lag) % heardCopy.size();
   for (std::size_t k = 0; k < 2048; ++k)
-    ASSERT_EQ(cap[std::size_t(end) + k], original[(at + k) % original.size()])
+    ASSERT_EQ(cap[std::size_t(end) + k], heardOriginal[(at + k) % heardOriginal.size()])
         << "sample " << k << " after the switch";
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Sound, ABSwitchTest,
+    ::testing::Values(ABCase{"SameRate", kSinkRate, kSinkRate, "Playing: Current", "Playing: Audio"},
+                      ABCase{"RecordingAtHalfRate", kSinkRate, kSinkRate / 2, "Playing: Current",
+                             "Playing: Audio (11025 Hz, heard at 22050 Hz)"},
+                      ABCase{"CopyAtHalfRate", kSinkRate / 2, kSinkRate,
+                             "Playing: Current (11025 Hz, heard at 22050 Hz)", "Playing: Audio"}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 // Each "Listen to" choice plays its own signal of the table, leaving the
 // synthesized buffer and the undo history alone; frication alone of a table
