@@ -60,30 +60,33 @@ void AnalysisCache::forgetOld() {
   std::erase_if(pitches_, [&](const auto& e) { return !current(e.first.samples); });
 }
 
-AnalysisRun<SpectrogramResult> AnalysisCache::spectrogram(const SpectrogramRequest& request) {
-  for (const auto& [r, run] : spectrograms_)
+namespace {
+
+// The run kept for an equal request, or a new one on a worker thread; the
+// oldest of a kind is forgotten beyond kGridsKept.
+template <class Request, class Result, class Compute>
+AnalysisRun<Result> runFor(std::vector<std::pair<Request, AnalysisRun<Result>>>& runs, const Request& request,
+                           Compute compute, int& started) {
+  for (const auto& [r, run] : runs)
     if (sameRequest(r, request)) return run;
-  AnalysisRun<SpectrogramResult> run;
+  AnalysisRun<Result> run;
   run.progress = std::make_shared<AnalysisProgressCounter>();
-  run.future = runOnWorker<SpectrogramResult>(
-      [request, progress = run.progress] { return computeSpectrogram(request, progress.get()); });
-  ++spectrogramsStarted_;
-  if (spectrograms_.size() >= kGridsKept) spectrograms_.erase(spectrograms_.begin());
-  spectrograms_.emplace_back(request, run);
+  run.future = runOnWorker<Result>(
+      [request, compute, progress = run.progress] { return compute(request, progress.get()); });
+  ++started;
+  if (runs.size() >= kGridsKept) runs.erase(runs.begin());
+  runs.emplace_back(request, run);
   return run;
 }
 
+}  // namespace
+
+AnalysisRun<SpectrogramResult> AnalysisCache::spectrogram(const SpectrogramRequest& request) {
+  return runFor(spectrograms_, request, &computeSpectrogram, spectrogramsStarted_);
+}
+
 AnalysisRun<PitchResult> AnalysisCache::pitch(const PitchRequest& request) {
-  for (const auto& [r, run] : pitches_)
-    if (sameRequest(r, request)) return run;
-  AnalysisRun<PitchResult> run;
-  run.progress = std::make_shared<AnalysisProgressCounter>();
-  run.future = runOnWorker<PitchResult>(
-      [request, progress = run.progress] { return computePitch(request, progress.get()); });
-  ++pitchesStarted_;
-  if (pitches_.size() >= kGridsKept) pitches_.erase(pitches_.begin());
-  pitches_.emplace_back(request, run);
-  return run;
+  return runFor(pitches_, request, &computePitch, pitchesStarted_);
 }
 
 }  // namespace vandrel::ui
