@@ -278,33 +278,6 @@ TEST_F(ShellCommandsTest, DroppedParameterFileOpensInAWindowOfItsOwn) {
   EXPECT_TRUE(frame.showsDocumentMenus());
 }
 
-TEST_F(ShellCommandsTest, ConfirmedOptionsAreWrittenToTheTempFolderAndReadAtTheNextStart) {
-  CMainFrame frame(environment());
-  frame.newDocument();
-  vandrel::CVandrelDoc& doc = frame.activeDocument()->doc();
-  doc.params().setSelected(vandrel::kOq, true);
-  doc.anchorAfterEdit = true;
-  ASSERT_TRUE(frame.writeConfigurationFile(&doc));
-
-  vandrel::ConfigRecord onDisk;
-  ASSERT_EQ(vandrel::loadConfigFile(frame.environment().configPath().toStdString(), onDisk),
-            vandrel::ConfigStatus::kOk);
-  EXPECT_EQ(onDisk.params[vandrel::kOq].selected, 1);
-  EXPECT_EQ(onDisk.table.anchorAfterEdit, 1);
-
-  // The next document of this run starts from it too.
-  frame.newDocument();
-  EXPECT_EQ(frame.activeDocument()->doc().params().at(vandrel::kOq).selected, 1);
-  EXPECT_TRUE(frame.activeDocument()->doc().anchorAfterEdit);
-
-  // A temp folder that has gone: a message, no crash.
-  QDir(frame.environment().tempFolder).removeRecursively();
-  EXPECT_FALSE(frame.writeConfigurationFile(&doc));
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_TRUE(
-      messages[0].startsWith(QStringLiteral("The configuration could not be saved in the temp folder.")));
-}
-
 TEST(CProgressDialogTest, DrawsYellowWithAWhiteBarFilledToTheStepDone) {
   CProgressDialog dialog(CProgressDialog::kSynthesizing);
   const QSize size = dialog.size();

