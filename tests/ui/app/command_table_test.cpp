@@ -168,12 +168,11 @@ TEST_F(CommandTableTest, HandlersAttachByIdAndTableKeysReachThem) {
   QTest::keyClick(QApplication::focusWidget(), Qt::Key_N, Qt::ControlModifier);  // an accelerator
   frame.action(ID_PLAY_CURRENT)->trigger();                                      // the menu item
 
-  ASSERT_EQ(calls.size(), 4u);
-  EXPECT_EQ(calls[0].first, ID_PLAY_CURRENT);
-  EXPECT_EQ(calls[1].first, ID_INTERPOLATE_ALL);
-  EXPECT_EQ(calls[2].first, ID_FILE_NEW);
-  EXPECT_EQ(calls[3].first, ID_PLAY_CURRENT);
-  for (const auto& c : calls) EXPECT_EQ(c.second, &child->document());
+  OpenDocument* const doc = &child->document();
+  EXPECT_EQ(
+      calls,
+      (std::vector<std::pair<int, OpenDocument*>>{
+          {ID_PLAY_CURRENT, doc}, {ID_INTERPOLATE_ALL, doc}, {ID_FILE_NEW, doc}, {ID_PLAY_CURRENT, doc}}));
 }
 
 }  // namespace

