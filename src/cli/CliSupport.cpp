@@ -48,6 +48,10 @@ int readTable(const char* command, const std::string& path, CVandrelDoc& doc) {
   }
   if (opened.kind == OpenedKind::kAudio)
     return complain(kExitInput, command, "%s is an audio file, not a parameter table", path.c_str());
+  // The reason in brackets only when it adds to the message (a missing file,
+  // a folder or a device say everything in the message).
+  if (opened.detail.empty() || opened.detail == opened.message)
+    return complain(kExitInput, command, "%s: %s", path.c_str(), opened.message.c_str());
   return complain(kExitInput, command, "%s: %s (%s)", path.c_str(), opened.message.c_str(),
                   opened.detail.c_str());
 }

@@ -160,8 +160,10 @@ TEST_F(VandrelCliTest, FailuresExitWithOneAndLeaveNoOutputFile) {
       {{"synth", "--default", "-o", file("no/such/folder/out.wav")}, "vandrel-cli synth: Cannot save "},
       {{"info", file("missing.wav")}, "vandrel-cli info: "},
       {{"info", vdr("text.vdr")}, ": File type not recorgnized.\n  ("},  // the editor's own slip, and why
-      {{"info", "/dev/zero"},
+      {{"info", "/dev/zero"},  // read to its end, it would have none
        "vandrel-cli info: /dev/zero: Cannot open /dev/zero: it is not a regular file.\n"},
+      {{"synth", "/dev/zero", "-o", file("out.wav")},
+       "vandrel-cli synth: /dev/zero: Cannot open /dev/zero: it is not a regular file.\n"},
       {{"info", std::string(VANDREL_TEST_DATA) + "/wav/no_data.wav"},
        "(a WAV file without a readable \"data\" chunk, and the audio decoder cannot read it)"},
       {{"analyse", file("missing.wav"), "-o", file("out.tsv")}, "vandrel-cli analyse: "},
