@@ -101,7 +101,6 @@ class Estimator {
   FormantEstimate run() {
     FormantEstimate out;
     const auto m = static_cast<std::size_t>(s_.frames);
-    pitch();
     loudness();
     std::vector<double> ceilings;
     for (double c : S::kCeilings)
@@ -109,8 +108,13 @@ class Estimator {
     if (ceilings.empty()) ceilings.push_back(std::floor(fs_ / 2.0));
     total_ = static_cast<int>((ceilings.size() + 1) * m);
     std::vector<CeilingTrack> tracks(ceilings.size());
-    runTasks(static_cast<int>(ceilings.size()), threads_, [&](int k) {
-      const auto uk = static_cast<std::size_t>(k);
+    // The pitch is tracked beside the ceilings' paths (only the fits need
+    // it), as the first task: it takes longest.
+    const int pitchTasks = s_.f0.size() == m ? 0 : 1;
+    if (pitchTasks == 0) f0_ = s_.f0;
+    runTasks(static_cast<int>(ceilings.size()) + pitchTasks, threads_, [&](int k) {
+      if (k < pitchTasks) return pitch();
+      const auto uk = static_cast<std::size_t>(k - pitchTasks);
       tracks[uk] = {ceilings[uk], track(ceilings[uk]), {}};
     });
     tell();
@@ -155,15 +159,11 @@ class Estimator {
   }
   double centre(std::size_t i) const { return s_.firstCentre + static_cast<double>(i) * s_.spacing; }
 
-  // The given f0, or the autocorrelation track with its windows centred on
-  // the frames (frames whose window would start before the recording take
-  // the first window's value).
+  // The autocorrelation track with its windows centred on the frames
+  // (frames whose window would start before the recording take the first
+  // window's value).
   void pitch() {
     const auto m = static_cast<std::size_t>(s_.frames);
-    if (s_.f0.size() == m) {
-      f0_ = s_.f0;
-      return;
-    }
     f0_.assign(m, 0.0);
     if (m == 0) return;
     const double window = std::ceil(CAutocorrelationPitch::kPeriodsPerWindow * fs_ / S::kLowestF0);

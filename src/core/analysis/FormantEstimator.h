@@ -60,7 +60,9 @@ struct FormantEstimate {
   enum class Status { kOk, kTooShort, kBadOptions, kNoMemory, kCancelled };
   Status status = Status::kBadOptions;
   std::vector<FormantFrame> frames;
-  std::vector<double> f0;       // the f0 used, Hz
+  // The f0 used, Hz: the autocorrelation track (fmin kLowestF0, fmax
+  // kHighestF0) when none was given, for callers that need it too.
+  std::vector<double> f0;
   std::vector<double> ceiling;  // chosen per frame, Hz (0 where silent)
   // The open quotient of the source that fitted the harmonics (0..1), 0
   // where no fit was made.

@@ -8,7 +8,6 @@
 #include <memory>
 #include <system_error>
 
-#include "analysis/AnalysisTracks.h"
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/FormantEstimator.h"
 #include "analysis/SpectralSlice.h"
@@ -18,8 +17,6 @@ namespace vandrel {
 
 namespace {
 
-constexpr double kLowestF0 = 60.0;  // Hz: below the pitch of nearly every speaker
-constexpr double kHighestF0 = 500.0;
 constexpr double kFricationHz = 2500.0;
 constexpr double kFricationShareDb = 4.8;  // a third of the energy above kFricationHz
 constexpr double kLevelWindowMs = 20.0;    // at least two periods of a low voice
@@ -40,26 +37,6 @@ const double kMinusInf = -std::numeric_limits<double>::infinity();
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
 const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
 const int kParallelRows[4] = {kA2f, kA3f, kA4f, kA5f};
-
-// Analysis frame i starts at offset + i x step. Frame c - shift is then
-// centred on the middle of table frame c, for a window of `window` samples.
-struct Alignment {
-  double offset = 0.0;
-  int shift = 0;
-};
-
-Alignment align(double window, double step) {
-  const double lead = window / 2.0 - step / 2.0;
-  Alignment a;
-  a.shift = lead > 0.0 ? static_cast<int>(std::ceil(lead / step)) : 0;
-  a.offset = a.shift * step - lead;
-  return a;
-}
-
-template <class T>
-const T& frameOf(const std::vector<T>& v, int c, int shift) {
-  return v[static_cast<std::size_t>(std::clamp(c - shift, 0, static_cast<int>(v.size()) - 1))];
-}
 
 // Level in dB of raw sample units, of a window centred on the middle of each
 // of `frames` frames `frameSamples` long; -inf for digital silence.
@@ -203,7 +180,8 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   }
   const double step = fs * interval / 1000.0;
   const int frames = static_cast<int>(static_cast<double>(audio.samples.size()) / step);
-  const double pitchWindow = std::ceil(CAutocorrelationPitch::kPeriodsPerWindow * fs / kLowestF0);
+  const double pitchWindow =
+      std::ceil(CAutocorrelationPitch::kPeriodsPerWindow * fs / FormantEstimateSettings::kLowestF0);
   if (frames < 1 || static_cast<double>(audio.samples.size()) < pitchWindow) {
     r.status = CopyResult::Status::kTooShort;
     r.message = "the recording is too short to copy (it needs " +
@@ -211,17 +189,9 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     return r;
   }
 
-  // The analyses, each aligned on the middles of the table's frames.
-  COptionPitch po;
-  po.stepMs = interval;
-  po.windowMs = 0;
-  po.calcLowHz = static_cast<int>(kLowestF0);
-  po.calcHighHz = static_cast<int>(kHighestF0);
-  const Alignment pa = align(pitchWindow, step);
-  // The formants are estimated on the table's frames, centred on their
-  // middles. The two analyses share nothing: the formants are estimated on a
-  // second thread while this one tracks the pitch and measures the levels
-  // (on one core, one after the other).
+  // The formants and the pitch (FormantEstimator.h) are estimated on the
+  // table's frames, centred on their middles, on other threads while this one
+  // measures the levels.
   FormantEstimateSettings fes;
   fes.frames = frames;
   fes.firstCentre = step / 2.0;
@@ -244,8 +214,6 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     formantJob = std::async(std::launch::deferred, trackFormants);
   }
   if (progress) progress(10);
-  const PitchTrackResult pitch =
-      computePitchTrack(audio.samples, fs, po, PitchMethod::kAutocorrelation, pa.offset);
   const std::vector<double> x = asDoubles(audio.samples);
   const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
   const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
@@ -259,9 +227,9 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   const FormantEstimate formants = formantJob.get();
   if (cancelled()) return cancelledResult();
   if (progress) progress(60);
-  if (pitch.status != PitchTrackResult::Status::kOk || pitch.f0.empty() ||
-      formants.status != FormantEstimate::Status::kOk ||
-      formants.frames.size() != static_cast<std::size_t>(frames)) {
+  if (formants.status != FormantEstimate::Status::kOk ||
+      formants.frames.size() != static_cast<std::size_t>(frames) ||
+      formants.f0.size() != static_cast<std::size_t>(frames)) {
     r.status = CopyResult::Status::kAnalysisFailed;
     r.message = "the pitch or formant tracks of the recording could not be computed";
     return r;
@@ -296,7 +264,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     const auto uc = static_cast<std::size_t>(c);
     const bool silent = !(level[uc] > loudest - kSilenceBelowLoudestDb);
     sounding[uc] = silent ? 0 : 1;
-    const double f0 = silent ? 0.0 : frameOf(pitch.f0, c, pa.shift);
+    const double f0 = silent ? 0.0 : formants.f0[uc];
     if (f0 > 0.0) {
       ++r.voicedFrames;
       t.setValue(kF0, c, held(ps.at(kF0), f0 * 10.0));
