@@ -16,10 +16,15 @@ struct State {
 };
 
 // A state kept for the search, with its frequencies (0 = absent) beside the
-// picks: the search compares every pair of states of neighbouring frames.
+// picks, and where each frequency stands in its frame's list of the
+// distinct frequencies its kept states give that formant.
 struct Kept : State {
   std::array<double, kFormants> f{};
+  std::array<std::uint8_t, kFormants> slot{};
 };
+
+// Per formant, the distinct frequencies (0 = absent) of a frame's kept states.
+using Slots = std::array<std::vector<double>, kFormants>;
 
 class PathSearch {
  public:
@@ -33,6 +38,7 @@ class PathSearch {
     const std::size_t m = cand_.size();
     std::vector<FormantFrame> out(m);
     states_.assign(m, {});
+    slots_.assign(m, {});
     for (std::size_t i = 0; i < m; ++i) statesOf(i);
     for (std::size_t i = 0; i < m;) {
       if (states_[i].empty()) {
@@ -85,24 +91,44 @@ class PathSearch {
                       [](const State& a, const State& b) { return a.cost < b.cost; });
     auto& kept = states_[frame];
     kept.resize(static_cast<std::size_t>(keep));
+    Slots& slots = slots_[frame];
     for (std::size_t i = 0; i < kept.size(); ++i) {
       static_cast<State&>(kept[i]) = all_[i];
-      for (std::size_t k = 0; k < kFormants; ++k)
-        kept[i].f[k] = all_[i].pick[k] < 0 ? 0.0 : cand_[frame][static_cast<std::size_t>(all_[i].pick[k])].f;
+      for (std::size_t k = 0; k < kFormants; ++k) {
+        const double f =
+            all_[i].pick[k] < 0 ? 0.0 : cand_[frame][static_cast<std::size_t>(all_[i].pick[k])].f;
+        kept[i].f[k] = f;
+        const auto at = std::find(slots[k].begin(), slots[k].end(), f);
+        kept[i].slot[k] = static_cast<std::uint8_t>(at - slots[k].begin());
+        if (at == slots[k].end()) slots[k].push_back(f);
+      }
     }
   }
 
-  double transition(const Kept& a, const Kept& b) const {
-    double cost = 0.0;
+  // One formant's part of the transition cost.
+  static double transition(double fa, double fb) {
+    if (fa == 0.0 && fb == 0.0) return 0.0;
+    if (fa == 0.0 || fb == 0.0) return C::kSwitchCost;
+    return std::min(C::kMaxTransition, C::kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb)));
+  }
+
+  // Every pair of states of two neighbouring frames is compared, but their
+  // formants take only a few distinct frequencies: each formant's part is
+  // taken once per pair of frequencies, into terms_ (per formant, a table
+  // of the earlier frame's slots by the later's), and a pair of states adds
+  // up five of them.
+  void transitionTerms(const Slots& a, const Slots& b) {
     for (std::size_t k = 0; k < kFormants; ++k) {
-      const double fa = a.f[k], fb = b.f[k];
-      if (fa == 0.0 && fb == 0.0) continue;
-      if (fa == 0.0 || fb == 0.0) {
-        cost += C::kSwitchCost;
-        continue;
-      }
-      cost += std::min(C::kMaxTransition, C::kTransitionWeight * std::fabs(fa - fb) / (0.5 * (fa + fb)));
+      auto& t = terms_[k];
+      t.resize(a[k].size() * b[k].size());
+      for (std::size_t p = 0; p < a[k].size(); ++p)
+        for (std::size_t q = 0; q < b[k].size(); ++q) t[p * b[k].size() + q] = transition(a[k][p], b[k][q]);
     }
+  }
+
+  double transition(const Kept& a, const Kept& b, const Slots& slotsOfB) const {
+    double cost = 0.0;
+    for (std::size_t k = 0; k < kFormants; ++k) cost += terms_[k][a.slot[k] * slotsOfB[k].size() + b.slot[k]];
     return cost * stepScale_;
   }
 
@@ -118,12 +144,13 @@ class PathSearch {
       auto& bk = back[i - first];
       d.resize(cur.size());
       bk.resize(cur.size());
+      transitionTerms(slots_[i - 1], slots_[i]);
       for (std::size_t j = 0; j < cur.size(); ++j) {
         double best = 1e300;
         int from = 0;
         const std::vector<double>& before = delta[i - 1 - first];
         for (std::size_t p = 0; p < prev.size(); ++p) {
-          const double v = before[p] + transition(prev[p], cur[j]);
+          const double v = before[p] + transition(prev[p], cur[j], slots_[i]);
           if (v < best) {
             best = v;
             from = static_cast<int>(p);
@@ -151,6 +178,8 @@ class PathSearch {
   std::array<double, kFormants> reference_{};
   std::vector<State> all_;
   std::vector<std::vector<Kept>> states_;
+  std::vector<Slots> slots_;
+  std::array<std::vector<double>, kFormants> terms_;
 };
 
 }  // namespace

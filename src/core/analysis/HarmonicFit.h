@@ -120,17 +120,20 @@ class CHarmonicFit {
   std::array<std::vector<double>, kSourceTerms> basis_;
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
   std::vector<double> trial_;
-  // The last trials of each formant: frequency, bandwidth and levels.
+  // The last trials of each formant: frequency, bandwidth and levels. Enough
+  // of them that the second and third starts of a frame find the first's
+  // (with 8, half the trials were computed again).
   struct Trial {
     double f = 0.0, b = 0.0;
     std::vector<double> levels;
   };
-  static constexpr std::size_t kKeptTrials = 8;
+  static constexpr std::size_t kKeptTrials = 32;
   std::array<std::array<Trial, kKeptTrials>, FormantFrame::kFormants> tries_;
   std::array<std::size_t, FormantFrame::kFormants> nextTry_{};
   void tried(std::size_t k, double F, double B, std::vector<double>& out);
-  // The source's levels at the open quotients tried last (f holds the quotient).
-  std::array<Trial, 24> sources_;
+  // The source's levels at the open quotients tried last (f holds the
+  // quotient); a frame tries about 25.
+  std::array<Trial, 64> sources_;
   std::size_t nextSource_ = 0;
   std::array<double, FormantFrame::kFormants> bw_{}, logBw_{}, logTypical_{};
   void setBandwidth(std::size_t k, double b);
