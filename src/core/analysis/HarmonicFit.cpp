@@ -64,9 +64,21 @@ double CHarmonicFit::sourceDb(double f, double open) {
   return 10.0 * std::log10(std::norm(d) + 1e-300);
 }
 
-void CHarmonicFit::resonance(double F, double B, std::vector<double>& out) const {
-  const double c = -std::exp(-2.0 * kPi * B / kModelRate);
-  const double b = 2.0 * std::exp(-kPi * B / kModelRate) * std::cos(2.0 * kPi * F / kModelRate);
+void CHarmonicFit::resonance(std::size_t k, double F, double B, std::vector<double>& out) {
+  // A trial moves either the frequency or the bandwidth: the other's factor
+  // is kept from formant k's last one.
+  Coefficients& q = coefficients_[k];
+  if (q.b != B) {
+    q.b = B;
+    q.decay = std::exp(-kPi * B / kModelRate);
+    q.decay2 = std::exp(-2.0 * kPi * B / kModelRate);
+  }
+  if (q.f != F) {
+    q.f = F;
+    q.cosine = std::cos(2.0 * kPi * F / kModelRate);
+  }
+  const double c = -q.decay2;
+  const double b = 2.0 * q.decay * q.cosine;
   const double a2 = (1.0 - b - c) * (1.0 - b - c);
   const std::size_t n = hz_.size();
   out.resize(n);
@@ -135,11 +147,7 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   if (hz_.size() < static_cast<std::size_t>(kMinHarmonics)) return false;
   for (double& v : db_) v = std::max(v, loudest - kFloorBelowPeakDb);
   f0_ = f0;
-  for (std::size_t q = 0; q < kScoreQuotients.size(); ++q) {
-    gridSource_[q].resize(hz_.size());
-    for (std::size_t h = 0; h < hz_.size(); ++h)
-      gridSource_[q][h] = sourceDb(hz_[h], kScoreQuotients[q] / f0);
-  }
+  for (auto& g : gridSource_) g.clear();  // made by the first score(): refine() has its own
   // An orthonormal basis of the source's shape (level, slope and curvature
   // in log frequency) over these harmonics, by Gram-Schmidt.
   const std::size_t count = hz_.size();
@@ -176,7 +184,7 @@ void CHarmonicFit::tried(std::size_t k, double F, double B, std::vector<double>&
       out = e.levels;
       return;
     }
-  resonance(F, B, out);
+  resonance(k, F, B, out);
   auto& slot = cache[nextTry_[k]];
   nextTry_[k] = (nextTry_[k] + 1) % cache.size();
   slot.f = F;
@@ -281,8 +289,14 @@ double CHarmonicFit::score(const FormantFrame& fr) {
     r_[k].clear();
     if (!(fr.f[k] > 0.0)) continue;
     setBandwidth(k, std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth));
-    resonance(fr.f[k], bw_[k], r_[k]);
+    resonance(k, fr.f[k], bw_[k], r_[k]);
   }
+  if (gridSource_[0].empty())
+    for (std::size_t q = 0; q < kScoreQuotients.size(); ++q) {
+      gridSource_[q].resize(hz_.size());
+      for (std::size_t h = 0; h < hz_.size(); ++h)
+        gridSource_[q][h] = sourceDb(hz_[h], kScoreQuotients[q] / f0_);
+    }
   double best = 1e300;
   for (const auto& g : gridSource_) {
     source_ = g;
@@ -345,7 +359,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
     r_[k].clear();
     if (!(fr.f[k] > 0.0)) continue;
     setBandwidth(k, std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth));
-    resonance(fr.f[k], bw_[k], r_[k]);
+    resonance(k, fr.f[k], bw_[k], r_[k]);
     active[k] = fr.f[k] < top_;
   }
   double best = chooseOpenQuotient();
@@ -353,6 +367,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
   double step = kFirstStep, logStep = 10.0 * kFirstStep;
   for (int sweep = 0; sweep < kMaxSweeps && step >= kLastStep; ++sweep) {
     bool gained = false;
+    const double grow = std::exp(logStep), shrink = std::exp(-logStep);
     for (std::size_t k = 0; k < kFormants; ++k) {
       if (!active[k]) continue;
       double below = lo[k], above = hi[k];
@@ -374,15 +389,15 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
       for (std::size_t j = 0; j < kFormants; ++j)
         if (j != k && !r_[j].empty())
           for (std::size_t h = 0; h < n; ++h) resid_[h] -= r_[j][h];
-      const double tries[4][2] = {{step, 0.0}, {-step, 0.0}, {0.0, logStep}, {0.0, -logStep}};
+      const double tries[4][2] = {{step, 1.0}, {-step, 1.0}, {0.0, grow}, {0.0, shrink}};
       for (const auto& t : tries) {
         const double F = fr.f[k] * (1.0 + t[0]);
-        const double B = std::clamp(bw_[k] * std::exp(t[1]), kMinBandwidth, kMaxBandwidth);
+        const double B = std::clamp(bw_[k] * t[1], kMinBandwidth, kMaxBandwidth);
         if (F < below || F > above || (t[0] == 0.0 && B == bw_[k])) continue;
         tried(k, F, B, trial_);
         std::swap(r_[k], trial_);
-        const double keptB = bw_[k];
-        setBandwidth(k, B);
+        const double keptB = bw_[k], keptLog = logBw_[k];
+        if (B != keptB) setBandwidth(k, B);
         const double e = misfit(resid_.data(), r_[k].data()) + bandwidthPull();
         if (e < best - 1e-9) {
           best = e;
@@ -390,7 +405,8 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
           gained = true;
         } else {
           std::swap(r_[k], trial_);
-          setBandwidth(k, keptB);
+          bw_[k] = keptB;
+          logBw_[k] = keptLog;
         }
       }
     }

@@ -98,7 +98,13 @@ class CHarmonicFit {
   double objective();
   double misfit(const double* rest, const double* trial) const;
   double bandwidthPull() const;
-  void resonance(double F, double B, std::vector<double>& out) const;
+  void resonance(std::size_t k, double F, double B, std::vector<double>& out);
+  // Formant k's last resonator coefficients: its frequency's cosine and its
+  // bandwidth's decays.
+  struct Coefficients {
+    double f = -1.0, cosine = 0.0, b = -1.0, decay = 0.0, decay2 = 0.0;
+  };
+  std::array<Coefficients, FormantFrame::kFormants> coefficients_;
   struct Trig {
     double c1, s1, c2, s2;  // cos and sin of w and 2w at a harmonic
   };
