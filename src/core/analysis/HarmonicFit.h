@@ -105,9 +105,6 @@ class CHarmonicFit {
     double f = -1.0, cosine = 0.0, b = -1.0, decay = 0.0, decay2 = 0.0;
   };
   std::array<Coefficients, FormantFrame::kFormants> coefficients_;
-  struct Trig {
-    double c1, s1, c2, s2;  // cos and sin of w and 2w at a harmonic
-  };
   static constexpr std::size_t kSourceTerms = 2;
   static constexpr std::array<double, 4> kScoreQuotients = {0.2, 0.4, 0.6, 0.8};
   std::array<std::vector<double>, kScoreQuotients.size()> gridSource_;
@@ -120,7 +117,7 @@ class CHarmonicFit {
   FftTables fft_;
   std::vector<double> re_, im_, hann_;
   std::vector<double> hz_, db_, resid_;
-  std::vector<Trig> trig_;
+  std::vector<double> cos1_, sin1_, cos2_, sin2_;  // of w and 2w at each harmonic
   std::vector<double> source_;  // the source's level at the harmonics
   double open_ = 0.5, f0_ = 0.0;
   std::array<std::vector<double>, kSourceTerms> basis_;
