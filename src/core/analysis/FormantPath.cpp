@@ -116,7 +116,7 @@ class PathSearch {
   // formants take only a few distinct frequencies: each formant's part is
   // taken once per pair of frequencies, into terms_ (per formant, a table
   // of the earlier frame's slots by the later's), and a pair of states adds
-  // up five of them.
+  // up five of them, in the order of the formants.
   void transitionTerms(const Slots& a, const Slots& b) {
     for (std::size_t k = 0; k < kFormants; ++k) {
       auto& t = terms_[k];
@@ -126,11 +126,6 @@ class PathSearch {
     }
   }
 
-  double transition(const Kept& a, const Kept& b, const Slots& slotsOfB) const {
-    double cost = 0.0;
-    for (std::size_t k = 0; k < kFormants; ++k) cost += terms_[k][a.slot[k] * slotsOfB[k].size() + b.slot[k]];
-    return cost * stepScale_;
-  }
 
   void bestPath(std::size_t first, std::size_t end, std::vector<FormantFrame>& out) {
     std::vector<std::vector<double>> delta(end - first);
@@ -145,12 +140,21 @@ class PathSearch {
       d.resize(cur.size());
       bk.resize(cur.size());
       transitionTerms(slots_[i - 1], slots_[i]);
+      // Where each earlier state's row starts in each formant's table.
+      for (std::size_t k = 0; k < kFormants; ++k) {
+        rows_[k].resize(prev.size());
+        for (std::size_t p = 0; p < prev.size(); ++p) rows_[k][p] = prev[p].slot[k] * slots_[i][k].size();
+      }
       for (std::size_t j = 0; j < cur.size(); ++j) {
         double best = 1e300;
         int from = 0;
         const std::vector<double>& before = delta[i - 1 - first];
+        std::array<const double*, kFormants> col;
+        for (std::size_t k = 0; k < kFormants; ++k) col[k] = terms_[k].data() + cur[j].slot[k];
         for (std::size_t p = 0; p < prev.size(); ++p) {
-          const double v = before[p] + transition(prev[p], cur[j], slots_[i]);
+          const double cost = col[0][rows_[0][p]] + col[1][rows_[1][p]] + col[2][rows_[2][p]] +
+                              col[3][rows_[3][p]] + col[4][rows_[4][p]];
+          const double v = before[p] + cost * stepScale_;
           if (v < best) {
             best = v;
             from = static_cast<int>(p);
@@ -180,6 +184,7 @@ class PathSearch {
   std::vector<std::vector<Kept>> states_;
   std::vector<Slots> slots_;
   std::array<std::vector<double>, kFormants> terms_;
+  std::array<std::vector<std::size_t>, kFormants> rows_;
 };
 
 }  // namespace
