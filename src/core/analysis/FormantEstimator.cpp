@@ -250,12 +250,14 @@ class Estimator {
     const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
     const double rate = fitSignal_.empty() ? fs_ : fitRate_;
     for (auto& t : tracks) t.fit.assign(t.path.size(), 0.0);
+    harmonics_.assign(static_cast<std::size_t>(s_.frames), {});
     runTasks(frameTasks(), threads_, [&](int task) {
       CHarmonicFit fit;
       for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
         if (sounding_[i] == 0 || !(f0_[i] > 0.0) || !fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i]))
           continue;
         for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
+        harmonics_[i] = fit.harmonics();
       }
     });
   }
@@ -313,16 +315,16 @@ class Estimator {
     }
   }
 
+  // On the harmonics scoreTracks measured.
   void refine(FormantEstimate& out) {
-    const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
-    const double rate = fitSignal_.empty() ? fs_ : fitRate_;
     runTasks(frameTasks(), threads_, [&](int task) {
       CHarmonicFit fit;
       for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
         step();
         if (cancelled()) return;
-        if (sounding_[i] == 0 || !(f0_[i] > 0.0)) continue;
-        if (!fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i])) continue;
+        if (harmonics_[i].hz.empty()) continue;
+        fit.use(harmonics_[i]);
+        harmonics_[i] = {};
         fit.refine(out.frames[i]);
         out.openQuotient[i] = fit.openQuotient();
       }
@@ -355,6 +357,7 @@ class Estimator {
   std::vector<double> f0_;
   std::vector<char> sounding_;
   std::vector<double> fitSignal_;
+  std::vector<CHarmonicFit::Harmonics> harmonics_;  // per frame; empty where none were measured
   double fitRate_ = 0.0;
   std::thread::id caller_;
   int threads_ = 1;

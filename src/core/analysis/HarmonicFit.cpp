@@ -132,12 +132,16 @@ void CHarmonicFit::resonance(std::size_t k, double F, double B, std::vector<doub
                                                c, a2, out.data());
 }
 
+void CHarmonicFit::use(const Harmonics& h) {
+  hz_ = h.hz;
+  db_ = h.db;
+  top_ = h.top;
+  prepare(h.f0);
+}
+
 bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centre, double f0) {
   hz_.clear();
   db_.clear();
-  for (auto& cache : tries_)
-    for (auto& e : cache) e.levels.clear();
-  for (auto& e : sources_) e.levels.clear();
   top_ = std::min(kTopHz, 0.4 * fs);
   if (!(f0 > 0.0) || !(fs > 0.0) || kMinHarmonics * f0 > top_ || x.empty()) return false;
   const double length =
@@ -184,6 +188,14 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   }
   if (hz_.size() < static_cast<std::size_t>(kMinHarmonics)) return false;
   for (double& v : db_) v = std::max(v, loudest - kFloorBelowPeakDb);
+  prepare(f0);
+  return true;
+}
+
+void CHarmonicFit::prepare(double f0) {
+  for (auto& cache : tries_)
+    for (auto& e : cache) e.levels.clear();
+  for (auto& e : sources_) e.levels.clear();
   f0_ = f0;
   for (auto& g : gridSource_) g.clear();  // made by the first score(): refine() has its own
   // An orthonormal basis of the source's shape (level, slope and curvature
@@ -216,7 +228,6 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
     norm = std::sqrt(norm);
     for (double& e : v) e = norm > 0.0 ? e / norm : 0.0;
   }
-  return true;
 }
 
 // A descent asks for the same trial again and again: while formant k stays

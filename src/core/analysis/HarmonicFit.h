@@ -81,6 +81,16 @@ class CHarmonicFit {
   const std::vector<double>& harmonicHz() const { return hz_; }
   const std::vector<double>& harmonicDb() const { return db_; }
 
+  // The last measured harmonics, and use() to take them up again as
+  // measure() left them: a frame's paths are scored before its refinement,
+  // on the same harmonics, and its spectrum is the larger part of the work.
+  struct Harmonics {
+    std::vector<double> hz, db;
+    double f0 = 0.0, top = 0.0;
+  };
+  Harmonics harmonics() const { return {hz_, db_, f0_, top_}; }
+  void use(const Harmonics& h);
+
   // The objective of `frame` as it stands (the best of a few open
   // quotients), on the last measured harmonics: how well a path's formants
   // fit before any refinement.
@@ -95,6 +105,7 @@ class CHarmonicFit {
   static double resonanceDb(double f, double F, double B);
 
  private:
+  void prepare(double f0);
   double objective();
   double misfit(const double* rest, const double* trial) const;
   double bandwidthPull() const;
