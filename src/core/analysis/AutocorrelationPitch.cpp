@@ -34,9 +34,9 @@ double CAutocorrelationPitch::interpolated(const std::vector<double>& r, double 
   // Terms j = i0 - D + 1 .. i0 + D, distance d = lag - j = frac + (i0 - j).
   const int first = i0 - kSincDepth + 1;
   const double d0 = lag - first;  // the largest distance, just below D
-  const double step = kPi / kSincDepth;
+  constexpr double step = kPi / kSincDepth;
   double tc = std::cos(step * d0), ts = std::sin(step * d0);
-  const double cs = std::cos(step), sn = std::sin(step);
+  static const double cs = std::cos(step), sn = std::sin(step);  // the same for every lag
   double sum = 0.0;
   for (int k = 0; k < 2 * kSincDepth; ++k) {
     const int j = first + k;
