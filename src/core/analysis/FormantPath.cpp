@@ -126,7 +126,6 @@ class PathSearch {
     }
   }
 
-
   void bestPath(std::size_t first, std::size_t end, std::vector<FormantFrame>& out) {
     std::vector<std::vector<double>> delta(end - first);
     std::vector<std::vector<int>> back(end - first);

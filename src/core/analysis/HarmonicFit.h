@@ -129,7 +129,7 @@ class CHarmonicFit {
   std::vector<double> re_, im_, hann_;
   std::vector<double> hz_, db_, resid_;
   std::vector<double> cos1_, sin1_, cos2_, sin2_;  // of w and 2w at each harmonic
-  std::vector<double> source_;  // the source's level at the harmonics
+  std::vector<double> source_;                     // the source's level at the harmonics
   double open_ = 0.5, f0_ = 0.0;
   std::array<std::vector<double>, kSourceTerms> basis_;
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics

@@ -242,7 +242,7 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   EXPECT_EQ(percent.back(), 100);
   EXPECT_TRUE(std::is_sorted(percent.begin(), percent.end()));
   ASSERT_EQ(r.status, CopyResult::Status::kOk) << r.message;
-  CopySettings oneThread;  // the same copy whichever thread estimates which frame
+  CopySettings oneThread;  // the same copy whichever thread tracks the pitch or fits which frame
   oneThread.threads = 1;
   CVandrelDoc single;
   copySynthesis(src.synthesized, oneThread, single);
