@@ -38,6 +38,19 @@ const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
 const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
 const int kParallelRows[4] = {kA2f, kA3f, kA4f, kA5f};
 
+// Runs `job` on a thread of its own when `parallel` and the system gives one,
+// otherwise when its result is asked for.
+template <class Job>
+auto startJob(bool parallel, const Job& job) {
+  if (parallel) {
+    try {
+      return std::async(std::launch::async, job);
+    } catch (const std::system_error&) {
+    }
+  }
+  return std::async(std::launch::deferred, job);
+}
+
 // Level in dB of raw sample units, of a window centred on the middle of each
 // of `frames` frames `frameSamples` long; -inf for digital silence.
 std::vector<double> frameLevels(const std::vector<double>& x, double frameSamples, double windowSamples,
@@ -207,12 +220,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
         },
         cancel);
   };
-  std::future<FormantEstimate> formantJob;
-  try {
-    formantJob = std::async(std::launch::async, trackFormants);
-  } catch (const std::system_error&) {
-    formantJob = std::async(std::launch::deferred, trackFormants);
-  }
+  std::future<FormantEstimate> formantJob = startJob(true, trackFormants);
   if (progress) progress(10);
   const std::vector<double> x = asDoubles(audio.samples);
   const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
@@ -352,12 +360,16 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   for (int c = 0; c < frames; ++c) t.setValue(kTl, c, std::round(tl[static_cast<std::size_t>(c)]));
 
   // Few anchors, as long as the copy stays as close to the recording.
+  // The dense copy is measured on another thread while this one thins it.
   const FrameTable dense = t;
-  r.denseDistanceDb = copyDistance(audio, *doc);
+  const auto denseDoc = std::make_unique<CVandrelDoc>(*doc);
+  std::future<double> denseJob =
+      startJob(settings.threads != 1, [&audio, &denseDoc] { return copyDistance(audio, *denseDoc); });
   AnchorTolerances tolerances = settings.tolerances;
   for (int round = 0;; ++round) {
     r.anchors = placeAnchors(*doc, copiedRows(), tolerances);
     r.distanceDb = copyDistance(audio, *doc);
+    if (round == 0) r.denseDistanceDb = denseJob.get();
     if (cancelled()) return cancelledResult();
     if (round == CopySettings::kNarrowings ||
         !(r.distanceDb > r.denseDistanceDb + CopySettings::kMaxDistanceLossDb))

@@ -52,7 +52,9 @@ struct CopySettings {
   static constexpr int kNarrowings = 2;
   int intervalMs = 10;
   int sampleRate = 11025;  // 22050 shows f6, which makes synthesis run at the high rate
-  int threads = 0;         // for the formant and pitch estimates (FormantEstimator.h); 0: one per core
+  // Threads for the pitch and formant estimates (FormantEstimator.h) and the
+  // distances; 0: one per core.
+  int threads = 0;
   AnchorTolerances tolerances;
 };
 
