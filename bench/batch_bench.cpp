@@ -19,6 +19,7 @@
 #include "batch/CopySynthesis.h"
 #include "batch/Grid.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "util/AtomicFile.h"
 
@@ -49,12 +50,14 @@ const SampleSet& recording60s() {
     CVandrelDoc doc;
     doc.params().frameCount = 6000;
     doc.params().fileLengthMs = 60000;
-    doc.table.reset(6000, doc.params());
+    vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
+    fill.table().reset(6000, doc.params());
+    fill.noteResized();
     for (int c = 0; c < 6000; ++c) {
-      doc.table.setValue(kF0, c, 1100 + 300 * std::sin(c / 37.0));
-      doc.table.setValue(kF1, c, 600 + 200 * std::sin(c / 13.0));
-      doc.table.setValue(kF2, c, 1500 + 400 * std::sin(c / 17.0));
-      doc.table.setValue(kAv, c, c % 50 < 40 ? 60 : 0);
+      fill.table().setValue(kF0, c, 1100 + 300 * std::sin(c / 37.0));
+      fill.table().setValue(kF1, c, 600 + 200 * std::sin(c / 13.0));
+      fill.table().setValue(kF2, c, 1500 + 400 * std::sin(c / 17.0));
+      fill.table().setValue(kAv, c, c % 50 < 40 ? 60 : 0);
     }
     KlattState state;
     synthesize(doc, {}, state);
@@ -91,20 +94,22 @@ void BM_Continuum11Steps(benchmark::State& st) {
   CVandrelDoc a;
   a.params().frameCount = 50;
   a.params().fileLengthMs = 500;
-  a.table.reset(50, a.params());
-  CVandrelDoc b = a;
+  FrameTable ta(50, a.params()), tb = ta;
   for (int c = 0; c < 50; ++c) {
-    a.table.setValue(kF2, c, 1100 + 10 * c);
-    b.table.setValue(kF2, c, 1800 - 5 * c);
-    b.table.setValue(kF1, c, 300 + 4 * c);
+    ta.setValue(kF2, c, 1100 + 10 * c);
+    tb.setValue(kF2, c, 1800 - 5 * c);
+    tb.setValue(kF1, c, 300 + 4 * c);
   }
+  CVandrelDoc b = a;
+  a.replaceTable(std::move(ta));
+  b.replaceTable(std::move(tb));
   const fs::path dir = fs::temp_directory_path() / "vandrel_continuum_bench";
   fs::create_directories(dir);
-  const ContinuumPlan plan = planContinuum(a.table, b.table, {});
+  const ContinuumPlan plan = planContinuum(a.table(), b.table(), {});
   for (auto _ : st) {
     CVandrelDoc doc = a;
     for (int s = 0; s < 11; ++s) {
-      doc.table = continuumStep(a.table, b.table, plan, s, 11, ContinuumScale::kBark);
+      doc.replaceTable(continuumStep(a.table(), b.table(), plan, s, 11, ContinuumScale::kBark));
       const std::string stem = (dir / ("step_" + std::to_string(s + 1))).string();
       writeFileAtomically(stem + ".vdr", writeVdr(doc, VdrKind::kAllParameters));
       KlattState state;
@@ -122,10 +127,11 @@ void BM_Grid11x11(benchmark::State& st) {
   CVandrelDoc base;
   base.params().frameCount = 30;
   base.params().fileLengthMs = 300;
-  base.table.reset(30, base.params());
-  for (int c = 0; c < 30; ++c) base.table.setValue(kF2, c, 1200 + 10 * c);
+  FrameTable diphthong(30, base.params());
+  for (int c = 0; c < 30; ++c) diphthong.setValue(kF2, c, 1200 + 10 * c);
+  base.replaceTable(std::move(diphthong));
   GridPlan plan;
-  if (!planGrid(base.table, base.params(), {GridAxis{kF1, 250, 850, 11}, GridAxis{kF2, 800, 2400, 11}},
+  if (!planGrid(base.table(), base.params(), {GridAxis{kF1, 250, 850, 11}, GridAxis{kF2, 800, 2400, 11}},
                 ContinuumScale::kBark, 15, plan)
            .empty())
     st.SkipWithError("grid refused");
@@ -137,7 +143,7 @@ void BM_Grid11x11(benchmark::State& st) {
     for (std::size_t n = 0; n < plan.pointCount(); ++n) {
       const std::vector<int> at = plan.indices(n);
       const std::string stem = (dir / plan.pointName(at)).string();
-      doc.table = gridPoint(base.table, plan, at);
+      doc.replaceTable(gridPoint(base.table(), plan, at));
       writeFileAtomically(stem + ".vdr", writeVdr(doc, VdrKind::kAllParameters));
       manifest += gridManifestLine(plan, at, stem + ".vdr");
       KlattState state;

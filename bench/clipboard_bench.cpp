@@ -10,6 +10,7 @@
 #include "document/VandrelDoc.h"
 #include "editing/AfterEdit.h"
 #include "editing/Clipboard.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 namespace {
@@ -22,10 +23,12 @@ struct LongTable {
     ps.intervalMs = 1;
     ps.fileLengthMs = kFrames;
     ps.frameCount = kFrames;
-    doc.table.reset(kFrames, ps);
+    vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
+    fill.table().reset(kFrames, ps);
+    fill.noteResized();
     // Values as interpolation leaves them: fractions in every row.
     for (int r = 0; r < kParamCount; ++r)
-      for (int c = 0; c < kFrames; ++c) doc.table.setValue(r, c, ps.at(r).lower + (c % 997) / 3.0);
+      for (int c = 0; c < kFrames; ++c) fill.table().setValue(r, c, ps.at(r).lower + (c % 997) / 3.0);
     for (int r = 0; r < kParamCount; ++r) rows.push_back(r);
     afterEditStep(doc);
   }
@@ -38,7 +41,7 @@ void BM_CopyWholeTable(benchmark::State& state) {
   LongTable t;
   std::size_t bytes = 0;
   for (auto _ : state) {
-    const std::string text = copySelection(t.doc, selectAll(t.doc.table), t.rows);
+    const std::string text = copySelection(t.doc, selectAll(t.doc.table()), t.rows);
     bytes = text.size();
     benchmark::DoNotOptimize(text.data());
   }
@@ -48,7 +51,7 @@ BENCHMARK(BM_CopyWholeTable)->Unit(benchmark::kMillisecond);
 
 void BM_PasteWholeTable(benchmark::State& state) {
   LongTable t;
-  const std::string text = copySelection(t.doc, selectAll(t.doc.table), t.rows);
+  const std::string text = copySelection(t.doc, selectAll(t.doc.table()), t.rows);
   for (auto _ : state) {
     const PasteResult r = pasteText(t.doc, 0, 0, text, t.rows);
     benchmark::DoNotOptimize(r.written);

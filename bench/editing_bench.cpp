@@ -17,6 +17,7 @@
 #include "document/VandrelDoc.h"
 #include "editing/AdjustTime.h"
 #include "editing/CellEdit.h"
+#include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
 #include "editing/UndoCommands.h"
 
@@ -51,12 +52,14 @@ std::unique_ptr<CVandrelDoc> longDocument() {
   ps.intervalMs = 1;
   ps.fileLengthMs = kFrames;
   ps.frameCount = kFrames;
-  doc->table.reset(kFrames, ps);
+  vandrel::EditTransaction fill(*doc);  // a new table, told as one structure change
+  fill.table().reset(kFrames, ps);
+  fill.noteResized();
   for (int r = 0; r < kParamCount; ++r) {
-    double* row = doc->table.row(r);
+    double* row = fill.table().row(r);
     for (int c = 0; c < kFrames; ++c) row[c] += static_cast<double>((c / 7 + r) % 37);
   }
-  doc->undo.append(doc->table);
+  doc->undo.append(doc->table());
   return doc;
 }
 
@@ -148,14 +151,18 @@ BENCHMARK(BM_UndoAcrossAddedTime)->UseManualTime()->Unit(benchmark::kMillisecond
 void interpolateAllBench(benchmark::State& st, bool command) {
   auto doc = longDocument();
   for (int r = 0; r < kParamCount; ++r) {
-    doc->table.setAnchor(r, 0, true);
-    doc->table.setAnchor(r, kFrames - 1, true);
+    vandrel::EditTransaction(*doc).setAnchor(r, 0, true);
+    vandrel::EditTransaction(*doc).setAnchor(r, kFrames - 1, true);
   }
   TableSelection selection;
   std::vector<double> times;
   for (auto _ : st) {
     st.PauseTiming();
-    for (int r = 0; r < kParamCount; ++r) std::fill_n(doc->table.row(r) + 1, kFrames - 2, 1.0 * r);
+    {
+      vandrel::EditTransaction reset(*doc);
+      for (int r = 0; r < kParamCount; ++r) std::fill_n(reset.table().row(r) + 1, kFrames - 2, 1.0 * r);
+      reset.noteResized();
+    }
     doc->undo.noteAllChanged();
     st.ResumeTiming();
     const auto t0 = Clock::now();
@@ -192,7 +199,7 @@ void BM_AddTenSecondsAtTheBeginning(benchmark::State& st) {
     st.SetIterationTime(ms / 1000.0);
     times.push_back(ms);
     benchmark::DoNotOptimize(steps);
-    if (doc->table.columns() != kFrames + 10000) st.SkipWithError("wrong column count");
+    if (doc->table().columns() != kFrames + 10000) st.SkipWithError("wrong column count");
   }
   st.counters["median_ms"] = median(times);
 }

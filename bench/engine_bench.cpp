@@ -126,7 +126,7 @@ void BM_SynthesizeAndWrite60s(benchmark::State& st) {
   CVandrelDoc doc;
   doc.params().fileLengthMs = 60000.0;
   doc.params().frameCount = 6000;
-  doc.table.reset(6000, doc.params());
+  doc.replaceTable(vandrel::FrameTable(6000, doc.params()));
   const std::string path = "/tmp/vandrel_bench_60s.wav";
   KlattState shared;
   for (auto _ : st) {

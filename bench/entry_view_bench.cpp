@@ -18,6 +18,7 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
 #include "entry/CFreqInputWnd.h"
 #include "entry/CGraphicalInputChild.h"
 
@@ -38,11 +39,13 @@ struct Drawing {
     CVandrelDoc& d = table->document().doc();
     d.params().frameCount = 60000;
     d.params().fileLengthMs = 600000;
-    d.table.reset(60000, d.params());
+    vandrel::EditTransaction fill(d);  // a new table, told as one structure change
+    fill.table().reset(60000, d.params());
+    fill.noteResized();
     std::mt19937 rng(7);
     for (int r = 0; r < kParamCount; ++r) {
       std::uniform_int_distribution<int> v(d.params().at(r).lower, d.params().at(r).upper);
-      for (int c = 0; c < 60000; ++c) d.table.setValue(r, c, v(rng));
+      for (int c = 0; c < 60000; ++c) fill.table().setValue(r, c, v(rng));
     }
     d.undo.noteAllChanged();
     d.notifyStructureChanged();

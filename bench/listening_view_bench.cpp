@@ -19,6 +19,7 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "common/Workspace.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "playback/Listening.h"
 
@@ -29,7 +30,7 @@ using namespace soundtest;
 void resize(CVandrelDoc& doc, int frames) {
   doc.params().frameCount = frames;
   doc.params().fileLengthMs = frames * 10.0;
-  doc.table.reset(frames, doc.params());
+  doc.replaceTable(vandrel::FrameTable(frames, doc.params()));
 }
 
 struct Session {
@@ -116,7 +117,10 @@ BENCHMARK(BM_ABSwitchInALoop)
 void BM_ListenToSignalOf60sTable(benchmark::State& state) {
   CVandrelDoc doc;
   resize(doc, 6000);
-  for (int c = 0; c < 6000; ++c) doc.table.setValue(kAf, c, 50);
+  {
+    EditTransaction fill(doc);
+    for (int c = 0; c < 6000; ++c) fill.setValue(kAf, c, 50);
+  }
   for (auto _ : state) benchmark::DoNotOptimize(synthesizeSolo(doc, CKlattEngine::kFrication));
 }
 BENCHMARK(BM_ListenToSignalOf60sTable)->Unit(benchmark::kMillisecond);

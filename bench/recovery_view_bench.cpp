@@ -17,6 +17,7 @@
 #include "app/DocumentRecovery.h"
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel::ui {
 namespace {
@@ -35,13 +36,14 @@ struct LongTable {
     constexpr int kFrames = 1'000'000;
     d.params().frameCount = kFrames;
     d.params().fileLengthMs = kFrames * 10.0;
-    d.table.reset(kFrames, d.params());
-    for (int c = 0; c < kFrames; ++c) d.table.setValue(kF0, c, 1000 + c % 500);
+    vandrel::EditTransaction fill(d);  // a new table, told as one structure change
+    fill.table().reset(kFrames, d.params());
+    fill.noteResized();
+    for (int c = 0; c < kFrames; ++c) fill.table().setValue(kF0, c, 1000 + c % 500);
   }
   void edit(int n) {
-    doc->doc().table.setValue(kF1, n % 1000, 500 + n % 100);
+    vandrel::EditTransaction(doc->doc()).setValue(kF1, n % 1000, 500 + n % 100);  // told as it ends
     doc->doc().markEdited();
-    doc->doc().notifyCellsChanged(CellRange{});
   }
 };
 

@@ -27,6 +27,7 @@
 #include "app/OpenDocument.h"
 #include "document/VdrFile.h"
 #include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
 
@@ -37,14 +38,16 @@ namespace {
 void fill(CVandrelDoc& d, int frames) {
   d.params().frameCount = frames;
   d.params().fileLengthMs = frames * 10.0;
-  d.table.reset(frames, d.params());
+  vandrel::EditTransaction fill(d);  // a new table, told as one structure change
+  fill.table().reset(frames, d.params());
+  fill.noteResized();
   std::mt19937 rng(7);
   for (int r = 0; r < kParamCount; ++r) {
     const ParamDef& p = d.params().at(r);
     std::uniform_int_distribution<int> v(p.lower, p.upper);
     for (int c = 0; c < frames; ++c) {
-      d.table.setValue(r, c, v(rng));
-      if (c % 25 == 0) d.table.setAnchor(r, c, true);
+      fill.table().setValue(r, c, v(rng));
+      if (c % 25 == 0) fill.table().setAnchor(r, c, true);
     }
   }
 }

@@ -10,6 +10,7 @@
 
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 namespace {
@@ -23,13 +24,15 @@ const CVandrelDoc& longDoc() {
     CVandrelDoc d;
     d.params().frameCount = kFrames;
     d.params().fileLengthMs = kFrames * 10.0;
-    d.table.reset(kFrames, d.params());
+    vandrel::EditTransaction fill(d);  // a new table, told as one structure change
+    fill.table().reset(kFrames, d.params());
+    fill.noteResized();
     std::mt19937 rng(42);
     std::uniform_int_distribution<int> v(-500, 7500);
     for (int r = 0; r < kParamCount; ++r)
       for (int c = 0; c < kFrames; ++c) {
-        d.table.setValue(r, c, v(rng) + 0.25);
-        if (c % 25 == 0 && d.params().at(r).selected != 0) d.table.setAnchor(r, c, true);
+        fill.table().setValue(r, c, v(rng) + 0.25);
+        if (c % 25 == 0 && d.params().at(r).selected != 0) fill.table().setAnchor(r, c, true);
       }
     return d;
   }();
@@ -72,7 +75,7 @@ void BM_SaveAndOpenFile(benchmark::State& st) {
     if (!r.ok()) st.SkipWithError(r.detail.c_str());
     CVandrelDoc opened;
     loadVdr(opened, std::move(r.content));
-    benchmark::DoNotOptimize(opened.table.row(0));
+    benchmark::DoNotOptimize(opened.table().row(0));
   }
   std::remove(path.c_str());
 }

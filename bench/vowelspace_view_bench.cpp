@@ -20,6 +20,7 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "editing/EditTransaction.h"
 #include "views/vowelspace/CVowelSpaceFrame.h"
 #include "views/vowelspace/VowelSpaceView.h"
 
@@ -36,12 +37,14 @@ void BM_VowelSpaceDragMove(benchmark::State& st) {
   CVandrelDoc& d = table->document().doc();
   d.params().frameCount = 3000;
   d.params().fileLengthMs = 30000;
-  d.table.reset(3000, d.params());
+  vandrel::EditTransaction fill(d);  // a new table, told as one structure change
+  fill.table().reset(3000, d.params());
+  fill.noteResized();
   for (int c = 0; c < 3000; ++c) {
-    d.table.setValue(kF1, c, std::round(550 + 250 * std::sin(c / 47.0)));
-    d.table.setValue(kF2, c, std::round(1600 + 700 * std::sin(c / 31.0)));
-    d.table.setAnchor(kF1, c, c % 10 == 0);
-    d.table.setAnchor(kF2, c, c % 10 == 0);
+    fill.table().setValue(kF1, c, std::round(550 + 250 * std::sin(c / 47.0)));
+    fill.table().setValue(kF2, c, std::round(1600 + 700 * std::sin(c / 31.0)));
+    fill.table().setAnchor(kF1, c, c % 10 == 0);
+    fill.table().setAnchor(kF2, c, c % 10 == 0);
   }
   d.notifyStructureChanged();
   frame.runCommand(ID_VIEW_VOWEL_SPACE);
@@ -68,7 +71,7 @@ void BM_VowelSpaceDragMove(benchmark::State& st) {
     QApplication::sendEvent(canvas, &e);
   };
   const VowelSpaceMap m = view->canvasMap();
-  const QPointF start(m.xOf(d.table.value(kF2, 1500)), m.yOf(d.table.value(kF1, 1500)));
+  const QPointF start(m.xOf(d.table().value(kF2, 1500)), m.yOf(d.table().value(kF1, 1500)));
   send(QEvent::MouseButtonPress, start);
   int i = 0;
   for (auto _ : st) {

@@ -87,8 +87,9 @@ std::string checkConfig(std::string_view bytes) {
     return "an accepted record does not survive writing and reading";
   CVandrelDoc doc;
   applyConfig(record, doc);
-  if (doc.table.columns() > kMaxFrames) return "a blank document beyond the frame limit";
-  if (doc.table.columns() != doc.params().frameCount) return "the blank table does not match its frame count";
+  if (doc.table().columns() > kMaxFrames) return "a blank document beyond the frame limit";
+  if (doc.table().columns() != doc.params().frameCount)
+    return "the blank table does not match its frame count";
   return {};
 }
 
@@ -116,7 +117,7 @@ std::string checkLabels(std::string_view bytes) {
     CVandrelDoc doc;
     const ImportResult i = klp ? importKlp(bytes, "f", doc) : importKlattGrid(bytes, "f", 10, doc);
     if (!i.ok() && i.message.empty()) return "an import refused without a reason";
-    if (i.ok() && (doc.table.columns() < 1 || doc.table.columns() > kMaxFrames))
+    if (i.ok() && (doc.table().columns() < 1 || doc.table().columns() > kMaxFrames))
       return "an import beyond the limits";
   }
   return {};

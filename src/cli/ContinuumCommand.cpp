@@ -119,8 +119,8 @@ int continuumCommand(const Args& args) {
     labels[k] = std::move(read.labels);
     labelled[k] = true;
   }
-  AlignedEnd ends[2] = {{&a.table, a.params().intervalMs, &labels[0], {}},
-                        {&b.table, b.params().intervalMs, &labels[1], {}}};
+  AlignedEnd ends[2] = {{&a.table(), a.params().intervalMs, &labels[0], {}},
+                        {&b.table(), b.params().intervalMs, &labels[1], {}}};
   std::string unaligned;
   if (labelled[0] && labelled[1]) {
     for (int k = 0; k < 2 && unaligned.empty(); ++k)
@@ -132,13 +132,13 @@ int continuumCommand(const Args& args) {
   }
   const bool aligned = unaligned.empty();
   if (!aligned)
-    if (const std::string why = continuumMismatch(a.table.columns(), a.params().intervalMs, b.table.columns(),
-                                                  b.params().intervalMs);
+    if (const std::string why = continuumMismatch(a.table().columns(), a.params().intervalMs,
+                                                  b.table().columns(), b.params().intervalMs);
         !why.empty())
       return complain(kExitInput, kCmd, "%s and %s: %s (%s)", inputs[0].c_str(), inputs[1].c_str(),
                       why.c_str(), unaligned.c_str());
   const ContinuumPlan plan =
-      aligned ? planAlignedContinuum(ends[0], ends[1], rows) : planContinuum(a.table, b.table, rows);
+      aligned ? planAlignedContinuum(ends[0], ends[1], rows) : planContinuum(a.table(), b.table(), rows);
 
   const int n = static_cast<int>(steps);
   const int width = static_cast<int>(std::max<std::size_t>(2, std::to_string(n).size()));
@@ -177,17 +177,17 @@ int continuumCommand(const Args& args) {
     std::vector<int> frames = plan.widestFrame;
     if (aligned) {
       warped = alignedContinuumStep(ends[0], ends[1], plan, s, n, scale);
-      doc.table = std::move(warped.table);
+      doc.replaceTable(std::move(warped.table));
       doc.params().intervalMs = warped.intervalMs;
-      doc.params().frameCount = doc.table.columns();
-      doc.params().fileLengthMs = static_cast<double>(doc.table.columns()) * warped.intervalMs;
+      doc.params().frameCount = doc.table().columns();
+      doc.params().fileLengthMs = static_cast<double>(doc.table().columns()) * warped.intervalMs;
       for (int& f : frames)
-        f = std::min(doc.table.columns() - 1,
+        f = std::min(doc.table().columns() - 1,
                      static_cast<int>(warpTime((f + 0.5) * ends[0].intervalMs, ends[0].knots, warped.knots) /
                                       warped.intervalMs));
       stepLabels = &warped.labels;
     } else {
-      doc.table = continuumStep(a.table, b.table, plan, s, n, scale);
+      doc.replaceTable(continuumStep(a.table(), b.table(), plan, s, n, scale));
     }
     const std::string vdr = stepName(s, ".vdr");
     if (const std::string err =
@@ -201,7 +201,7 @@ int continuumCommand(const Args& args) {
         return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     manifest += std::to_string(s + 1) + '\t' + vdr;
     for (std::size_t k = 0; k < plan.rows.size(); ++k)
-      manifest += '\t' + std::to_string(static_cast<int>(doc.table.value(plan.rows[k], frames[k])));
+      manifest += '\t' + std::to_string(static_cast<int>(doc.table().value(plan.rows[k], frames[k])));
     manifest += '\n';
     if (!wav) continue;
     KlattState state;

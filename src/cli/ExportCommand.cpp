@@ -72,7 +72,7 @@ int exportCommand(const Args& args) {
   const ParameterSet& ps = doc.params();
   std::string text;
   if (to == "klattgrid") {
-    text = writeKlattGrid(doc.table, ps.intervalMs, ps.cascadeFormants());
+    text = writeKlattGrid(doc.table(), ps.intervalMs, ps.cascadeFormants());
   } else if (to == "klp") {
     std::string leftOut;
     text = writeKlp(doc, stemOf(input), leftOut);
@@ -82,12 +82,12 @@ int exportCommand(const Args& args) {
     std::vector<int> rows;
     for (int r = 0; r < kParamCount; ++r)
       if (all || ps.at(r).selected != 0) rows.push_back(r);
-    text = writeLongTable(doc.table, ps.intervalMs, rows);
+    text = writeLongTable(doc.table(), ps.intervalMs, rows);
   }
   if (const std::string err = writeFileAtomically(output, text, writeOptions()); !err.empty())
     return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet)
-    std::printf("wrote %s: %d frames of %d ms as %s\n", output.c_str(), doc.table.columns(), ps.intervalMs,
+    std::printf("wrote %s: %d frames of %d ms as %s\n", output.c_str(), doc.table().columns(), ps.intervalMs,
                 to == "klattgrid" ? "a KlattGrid"
                 : to == "klp"     ? "a klsyn .klp file"
                                   : "a long table");

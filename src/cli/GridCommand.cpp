@@ -91,7 +91,7 @@ int gridCommand(const Args& args) {
 
   CVandrelDoc doc;
   if (const int code = readTable(kCmd, inputs[0], doc); code != kExitOk) return code;
-  const FrameTable base = doc.table;
+  const FrameTable base = doc.table();
   const int interval = doc.params().intervalMs;
   const int reference = atMs < 0 ? base.columns() / 2 : static_cast<int>(atMs / std::max(interval, 1));
   if (atMs >= 0 && reference >= base.columns())
@@ -129,7 +129,7 @@ int gridCommand(const Args& args) {
   for (std::size_t n = 0; n < count; ++n) {
     const std::vector<int> at = plan.indices(n);
     const std::string stem = plan.pointName(at);
-    doc.table = gridPoint(base, plan, at);
+    doc.replaceTable(gridPoint(base, plan, at));
     if (const std::string err = out.add(target(stem + ".vdr"), writeVdr(doc, VdrKind::kAllParameters));
         !err.empty())
       return complain(kExitInput, kCmd, "%s", explained(err).c_str());

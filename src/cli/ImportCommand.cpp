@@ -90,7 +90,7 @@ int importCommand(const Args& args) {
   if (const std::string err = out.commit(); !err.empty())
     return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   if (!quiet)
-    std::printf("wrote %s: %d frames of %d ms from a %s%s\n", output.c_str(), doc.table.columns(),
+    std::printf("wrote %s: %d frames of %d ms from a %s%s\n", output.c_str(), doc.table().columns(),
                 doc.params().intervalMs, praat ? "Praat KlattGrid" : "klsyn .klp file",
                 r.labels.empty() ? "" : ", its notes in a TextGrid beside it");
   return kExitOk;

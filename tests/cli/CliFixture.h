@@ -18,6 +18,7 @@
 
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "util/AtomicFile.h"
 
 extern char** environ;
@@ -88,14 +89,14 @@ class VandrelCliTest : public ::testing::Test {
     doc.params().intervalMs = intervalMs;
     doc.params().frameCount = frames;
     doc.params().fileLengthMs = static_cast<double>(frames) * intervalMs;
-    doc.table.reset(frames, doc.params());
+    doc.replaceTable(vandrel::FrameTable(frames, doc.params()));
     if (edit) edit(doc);
     const std::string path = file(name + ".vdr");
     EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");
     return path;
   }
   static void setRow(CVandrelDoc& d, int row, const std::function<double(int)>& value) {
-    for (int c = 0; c < d.table.columns(); ++c) d.table.setValue(row, c, value(c));
+    for (int c = 0; c < d.table().columns(); ++c) vandrel::EditTransaction(d).setValue(row, c, value(c));
   }
   std::string bytes(const std::string& path) const {
     std::string b;

@@ -190,7 +190,7 @@ TEST_F(BatchCommandsTest, SineWaveReplicaReplacesTheSynthesizersSound) {
   SampleSet replica;
   ASSERT_EQ(loadWaveFile(file("sws.wav"), replica), WaveLoad::kOk);
   CVandrelDoc doc;
-  doc.table.reset(20, doc.params());
+  doc.replaceTable(vandrel::FrameTable(20, doc.params()));
   EXPECT_EQ(replica.samples, synthesizeSineWave(doc, 4).samples);
 }
 
@@ -216,12 +216,12 @@ TEST_F(BatchCommandsTest, CopyWritesATableTheEditorReadsAndSynthesizes) {
     const VdrReadResult read = readVdrFile(file("copy.vdr"), doc.params());
     ASSERT_TRUE(read.ok()) << read.detail;
     loadVdr(doc, read.content);
-    EXPECT_EQ(doc.table.columns(), 40);
-    EXPECT_GT(doc.table.anchorCount(), 0);
+    EXPECT_EQ(doc.table().columns(), 40);
+    EXPECT_GT(doc.table().anchorCount(), 0);
     KlattState state;
     ASSERT_TRUE(synthesize(doc, {}, state));
     EXPECT_EQ(doc.synthesized.sampleRate, std::stod(rate));
-    EXPECT_NEAR(doc.table.value(kF0, 20), 1200, 60);
+    EXPECT_NEAR(doc.table().value(kF0, 20), 1200, 60);
   }
 }
 

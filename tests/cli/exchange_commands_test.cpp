@@ -50,16 +50,16 @@ TEST_F(ExchangeCommandsTest, LabelsAlignAContinuumOfTokensOfDifferentLengths) {
   EXPECT_EQ(r.out, "wrote 5 steps to " + file("steps") + ", aligned by labels, stepping 1 rows: f2\n");
 
   // The ends are the tables themselves.
-  EXPECT_EQ(load(file("steps/step_01.vdr")).table, load(a).table);
-  EXPECT_EQ(load(file("steps/step_05.vdr")).table.columns(), 30);
-  EXPECT_EQ(load(file("steps/step_05.vdr")).table.value(kF2, 29), 2000);
+  EXPECT_EQ(load(file("steps/step_01.vdr")).table(), load(a).table());
+  EXPECT_EQ(load(file("steps/step_05.vdr")).table().columns(), 30);
+  EXPECT_EQ(load(file("steps/step_05.vdr")).table().value(kF2, 29), 2000);
   // The middle step lasts (200 + 300) / 2 = 250 ms; its vowel runs from
   // 50 ms to (150 + 250) / 2 = 200 ms. Frame 12's middle, 125 ms, is half way
   // through it: 100 ms in A (f2 1095 between the middles of frames 9 and
   // 10), 150 ms in B (2000), so the step holds round(1095 + 905 / 2) = 1548.
   const CVandrelDoc mid = load(file("steps/step_03.vdr"));
-  EXPECT_EQ(mid.table.columns(), 25);
-  EXPECT_EQ(mid.table.value(kF2, 12), 1548);
+  EXPECT_EQ(mid.table().columns(), 25);
+  EXPECT_EQ(mid.table().value(kF2, 12), 1548);
   const TextGridRead grid = readTextGridFile(file("steps/step_03.TextGrid"));
   ASSERT_TRUE(grid.ok()) << grid.message;
   const auto& in = grid.labels.tiers.at(0).intervals;
@@ -125,13 +125,13 @@ TEST_F(ExchangeCommandsTest, KlpInBothDialectsAndBack) {
     EXPECT_EQ(r.err, std::string("vandrel-cli import: warning: oq") + (name[0] == 'n' ? " agc" : "") +
                          " have no counterpart here and are left out\n");
     const CVandrelDoc d = load(file(std::string(name) + ".vdr"));
-    ASSERT_EQ(d.table.columns(), 3);
+    ASSERT_EQ(d.table().columns(), 3);
     EXPECT_EQ(d.params().intervalMs, 10);
-    EXPECT_EQ(d.table.value(kF0, 1), 1405);
-    EXPECT_EQ(d.table.value(kAv, 2), 57);
-    EXPECT_EQ(d.table.value(kF2, 1), 1250);
-    EXPECT_EQ(d.table.value(kGain, 0), 75);
-    EXPECT_EQ(d.table.value(kF1, 0), 500);  // not in the file: our default
+    EXPECT_EQ(d.table().value(kF0, 1), 1405);
+    EXPECT_EQ(d.table().value(kAv, 2), 57);
+    EXPECT_EQ(d.table().value(kF2, 1), 1250);
+    EXPECT_EQ(d.table().value(kGain, 0), 75);
+    EXPECT_EQ(d.table().value(kF1, 0), 500);  // not in the file: our default
   }
   const Labels notes = readTextGridFile(file("new.TextGrid")).labels;
   ASSERT_EQ(notes.tiers.size(), 1u);
@@ -140,7 +140,7 @@ TEST_F(ExchangeCommandsTest, KlpInBothDialectsAndBack) {
   // Export reads back to the same rows.
   ASSERT_EQ(run({"export", file("new.vdr"), "--to", "klp", "-o", file("back.klp"), "--quiet"}).code, 0);
   ASSERT_EQ(run({"import", file("back.klp"), "-o", file("back.vdr"), "--quiet"}).code, 0);
-  EXPECT_EQ(load(file("back.vdr")).table, load(file("new.vdr")).table);
+  EXPECT_EQ(load(file("back.vdr")).table(), load(file("new.vdr")).table());
 
   ASSERT_EQ(writeFileAtomically(file("odd.klp"), "du 20\n_varied_params_\n_msec_ f0 zz\n0 100 1\n"), "");
   const Result odd = run({"import", file("odd.klp"), "-o", file("odd.vdr")});
@@ -161,7 +161,7 @@ TEST_F(ExchangeCommandsTest, KlattGridsComeBackAsTables) {
   const Result r = run({"import", file("src.KlattGrid"), "-o", file("back.vdr")});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.out, "wrote " + file("back.vdr") + ": 30 frames of 10 ms from a Praat KlattGrid\n");
-  FrameTable expected = load(src).table, got = load(file("back.vdr")).table;
+  FrameTable expected = load(src).table(), got = load(file("back.vdr")).table();
   for (const int row : {kOq, kB1f, kAtu, kGain, kApv, kSkew, kF8, kF7, kB8, kB7, kB6, kA8f, kA7f, kB8f, kB7f})
     for (int c = 0; c < 30; ++c)
       got.setValue(row, c, expected.value(row, c));  // rows a KlattGrid does not carry
@@ -182,12 +182,12 @@ TEST_F(ExchangeCommandsTest, KlattGridsComeBackAsTables) {
   ASSERT_EQ(p.code, 0) << p.err;
   EXPECT_EQ(p.err, "vandrel-cli import: warning: flutter have no counterpart here and are left out\n");
   const CVandrelDoc d = load(file("praat.vdr"));
-  ASSERT_EQ(d.table.columns(), 60);
+  ASSERT_EQ(d.table().columns(), 60);
   // Frame 30's middle, 152.5 ms, lies 52.5/100 of the way from 120 to 100 Hz.
-  EXPECT_EQ(d.table.value(kF0, 30), 1095);
-  EXPECT_EQ(d.table.value(kF0, 2), 1200);
-  EXPECT_EQ(d.table.value(kAv, 40), 60);
-  EXPECT_EQ(d.table.value(kF1, 59), 700);
+  EXPECT_EQ(d.table().value(kF0, 30), 1095);
+  EXPECT_EQ(d.table().value(kF0, 2), 1200);
+  EXPECT_EQ(d.table().value(kAv, 40), 60);
+  EXPECT_EQ(d.table().value(kF1, 59), 700);
 }
 
 }  // namespace

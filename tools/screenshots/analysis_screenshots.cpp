@@ -31,6 +31,7 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "common/Workspace.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "views/fftlpc/CFormFFTLPCChild.h"
 #include "views/fftlpc/FftLpcView.h"
@@ -71,8 +72,8 @@ double loudestMs(const SampleSet& s) {
 }
 
 void setRows(CVandrelDoc& doc, const int* rows, const double* values, std::size_t n) {
-  for (int c = 0; c < doc.table.columns(); ++c)
-    for (std::size_t k = 0; k < n; ++k) doc.table.setValue(rows[k], c, values[k]);
+  for (int c = 0; c < doc.table().columns(); ++c)
+    for (std::size_t k = 0; k < n; ++k) EditTransaction(doc).setValue(rows[k], c, values[k]);
   doc.markEdited();
   doc.notifyStructureChanged();
 }
@@ -106,19 +107,20 @@ void copyTracks(CVandrelDoc& doc) {
   const double fs = doc.audio.sampleRate;
   const auto f0 = computePitchTrack(x, fs, pitch, PitchMethod::kCepstral);
   const auto formants =
-      computeFormantTracks(x, fs, FormantTrackSettings::forFrames(doc.table.columns(), f0.stepSamples));
+      computeFormantTracks(x, fs, FormantTrackSettings::forFrames(doc.table().columns(), f0.stepSamples));
   const std::array rows{kF1, kF2, kF3, kF4, kF5};
-  for (int c = 0; c < doc.table.columns(); ++c) {
+  for (int c = 0; c < doc.table().columns(); ++c) {
     const auto i = static_cast<std::size_t>(c);
     const bool voiced = i < f0.f0.size() && f0.f0[i] > 0;
-    if (voiced) doc.table.setValue(kF0, c, f0.f0[i] * 10);
-    doc.table.setValue(kAv, c, voiced ? 60 : 0);
-    doc.table.setValue(kAf, c, voiced ? 0 : 40);
+    if (voiced) EditTransaction(doc).setValue(kF0, c, f0.f0[i] * 10);
+    EditTransaction(doc).setValue(kAv, c, voiced ? 60 : 0);
+    EditTransaction(doc).setValue(kAf, c, voiced ? 0 : 40);
     if (i >= formants.frequency.size()) continue;
     for (std::size_t k = 0; k < rows.size(); ++k) {
       const auto& def = doc.params().at(rows[k]);
       if (formants.frequency[i][k] > 0)
-        doc.table.setValue(rows[k], c, std::clamp<double>(formants.frequency[i][k], def.lower, def.upper));
+        EditTransaction(doc).setValue(rows[k], c,
+                                      std::clamp<double>(formants.frequency[i][k], def.lower, def.upper));
     }
   }
   doc.markEdited();

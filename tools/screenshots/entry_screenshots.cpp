@@ -20,6 +20,7 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
+#include "editing/EditTransaction.h"
 #include "entry/CFreqInputWnd.h"
 #include "entry/CGraphicalInput.h"
 #include "entry/CGraphicalInputChild.h"
@@ -66,7 +67,7 @@ int main(int argc, char** argv) {
   for (int x = x0; x <= x1; x += 2)
     mouse(wnd, QEvent::MouseMove, QPoint(x, yOf(1400 + 400 * (x - x0) / (x1 - x0))));
   mouse(wnd, QEvent::MouseButtonRelease, QPoint(x1, yOf(1800)));
-  for (int k = 1; k <= 5; ++k) doc.table.setAnchor(kF1, k * doc.table.columns() / 6, true);
+  for (int k = 1; k <= 5; ++k) EditTransaction(doc).setAnchor(kF1, k * doc.table().columns() / 6, true);
   doc.notifyStructureChanged();
 
   if (!QTest::qWaitFor([&] { return !wnd->backgroundBusy() && wnd->hasBackground(); }, 20000))

@@ -30,6 +30,7 @@
 #include "app/OpenDocument.h"
 #include "common/Messages.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
@@ -81,10 +82,10 @@ int main(int argc, char** argv) {
                                                                {vandrel::kF3, {2500, 2900}},
                                                                {vandrel::kF0, {1200, 2000}}};
     for (const auto& [row, ends] : glide) {
-      doc.table.setValue(row, 2, ends.first);
-      doc.table.setValue(row, 11, ends.second);
-      doc.table.setAnchor(row, 2, true);
-      doc.table.setAnchor(row, 11, true);
+      EditTransaction(doc).setValue(row, 2, ends.first);
+      EditTransaction(doc).setValue(row, 11, ends.second);
+      EditTransaction(doc).setAnchor(row, 2, true);
+      EditTransaction(doc).setAnchor(row, 11, true);
     }
     vandrel::interpolateAllCommand(doc);
     view->selection() = vandrel::TableSelection::block(5, vandrel::kF2, 9, vandrel::kF1);

@@ -7,6 +7,7 @@
 #include "analysis/SpectralDistance.h"
 #include "analysis/SpectralSlice.h"
 #include "batch/LineSimplify.h"
+#include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
 #include "engine/Synthesizer.h"
 
@@ -50,7 +51,8 @@ double anchorTolerance(const AnchorTolerances& t, int row) {
 }
 
 std::vector<int> placeAnchors(CVandrelDoc& doc, const std::vector<int>& rows, const AnchorTolerances& t) {
-  FrameTable& table = doc.table;
+  EditTransaction edit(doc);
+  FrameTable& table = edit.table();
   const int frames = table.columns();
   const auto cap =
       std::max<std::size_t>(2, static_cast<std::size_t>(AnchorTolerances::kMaxAnchorShare * frames));
@@ -76,6 +78,7 @@ std::vector<int> placeAnchors(CVandrelDoc& doc, const std::vector<int>& rows, co
   interpolateAll(doc);
   for (const int row : rows)
     for (int c = 0; c < frames; ++c) table.setValue(row, c, std::round(table.value(row, c)));
+  for (const int row : rows) edit.note(CellRange{row, row, 0, frames - 1});
   return counts;
 }
 
@@ -86,7 +89,7 @@ double copyDistance(const SampleSet& recording, CVandrelDoc& doc) {
   if (!synthesize(doc, {}, state) || doc.synthesized.samples.empty() || !(recording.sampleRate > 0.0))
     return nan;
   const SynthesisSetup setup = synthesisSetup(doc);
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   const int interval = doc.params().intervalMs;
   SliceSettings ss;
   ss.fftPoints = 512;
@@ -99,7 +102,8 @@ double copyDistance(const SampleSet& recording, CVandrelDoc& doc) {
   for (int c = stride / 2; c < frames; c += stride) {
     const double atRecording = (c + 0.5) * interval;
     const double atCopy = (c + 0.5) * setup.samplesPerFrame * 1000.0 / setup.sampleRate;
-    if (doc.table.value(kAv, c) <= 0.0 && doc.table.value(kAh, c) <= 0.0 && doc.table.value(kAf, c) <= 0.0)
+    if (doc.table().value(kAv, c) <= 0.0 && doc.table().value(kAh, c) <= 0.0 &&
+        doc.table().value(kAf, c) <= 0.0)
       continue;
     if (!natural.envelope(recording, ss, atRecording, en) || !copy.envelope(doc.synthesized, ss, atCopy, ec))
       continue;

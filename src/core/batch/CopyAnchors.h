@@ -30,7 +30,7 @@ struct AnchorTolerances {
 double perceptualValue(int row, double v);
 double anchorTolerance(const AnchorTolerances& t, int row);
 
-// Anchors on `rows` of doc.table (other anchors of those rows cleared), the
+// Anchors on `rows` of doc.table() (other anchors of those rows cleared), the
 // frames between them filled by Interpolate All and every value of those rows
 // rounded to a whole number, as the file holds them. Returns the anchors per
 // row, in the order of `rows`.

@@ -18,7 +18,7 @@ CopySettings copySettingsFor(const CVandrelDoc& doc) {
 }
 
 void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy) {
-  const int columns = doc.table.columns(), copied = copy.table.columns();
+  const int columns = doc.table().columns(), copied = copy.table().columns();
   if (columns <= 0 || copied <= 0) return;
   EditTransaction edit(doc);
   // The rows of copiedRows().
@@ -29,9 +29,11 @@ void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy) {
     const bool source = row == kF0 || row == kAv || row == kAh || row == kAf;
     for (int c = 0; c < columns; ++c) {
       const bool reached = c < copied;
-      const double v = reached ? copy.table.value(row, c) : source ? 0.0 : copy.table.value(row, copied - 1);
-      doc.table.setValue(row, c, row == kF0 && v == 0.0 ? 0.0 : clampToLimits(def, v));
-      doc.table.setAnchor(row, c, reached && copy.table.anchor(row, c));
+      const double v = reached  ? copy.table().value(row, c)
+                       : source ? 0.0
+                                : copy.table().value(row, copied - 1);
+      edit.table().setValue(row, c, row == kF0 && v == 0.0 ? 0.0 : clampToLimits(def, v));
+      edit.table().setAnchor(row, c, reached && copy.table().anchor(row, c));
     }
   }
   const auto [lo, hi] = std::minmax_element(copiedRows().begin(), copiedRows().end());

@@ -11,6 +11,7 @@
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/FormantEstimator.h"
 #include "analysis/SpectralSlice.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
@@ -148,19 +149,21 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
   const SynthesisSetup setup = synthesisSetup(doc);
   const std::vector<double> x = asDoubles(doc.synthesized.samples);
   const double window = kLevelWindowMs * setup.sampleRate / 1000.0;
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   const std::vector<double> got = frameLevels(x, setup.samplesPerFrame, window, frames);
   const std::vector<double> gotHigh =
       frameLevels(highPass(x, setup.sampleRate, kFricationHz), setup.samplesPerFrame, window, frames);
+  EditTransaction edit(doc);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
-    const int row = sourceRow(doc.table, c);
+    const int row = sourceRow(doc.table(), c);
     const double g = got[uc], w = wanted[uc];
     if (row < 0 || !std::isfinite(g) || !std::isfinite(w)) continue;
-    doc.table.setValue(row, c, held(doc.params().at(row), doc.table.value(row, c) + (w - g)));
+    edit.table().setValue(row, c, held(doc.params().at(row), doc.table().value(row, c) + (w - g)));
+    edit.note(CellRange{row, row, c, c});
     const double brighter = (gotHigh[uc] - g) - (wantedHigh[uc] - w);
     if (row == kAv && std::isfinite(brighter))
-      doc.table.setValue(kTl, c, held(doc.params().at(kTl), doc.table.value(kTl, c) + brighter));
+      edit.setValue(kTl, c, held(doc.params().at(kTl), doc.table().value(kTl, c) + brighter));
   }
 }
 
@@ -250,9 +253,12 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   ps.frameCount = frames;
   ps.fileLengthMs = static_cast<double>(frames) * interval;
   if (settings.sampleRate == 22050) ps.setSelected(kF6, true);
-  doc->table.reset(frames, ps);
   doc->untouched = false;
-  FrameTable& t = doc->table;
+  // The whole table is filled here: one structure change, told when the fill ends.
+  EditTransaction fill(*doc);
+  FrameTable& t = fill.table();
+  t.reset(frames, ps);
+  fill.noteResized();
 
   std::vector<std::vector<double>> fv(5, std::vector<double>(static_cast<std::size_t>(frames)));
   std::vector<std::vector<double>> bv = fv, av = std::vector<std::vector<double>>(4, fv[0]);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "batch/TableExport.h"
+#include "editing/EditTransaction.h"
 #include "labels/PraatText.h"
 
 namespace vandrel {
@@ -79,7 +80,7 @@ void startTable(CVandrelDoc& doc, int frames, int intervalMs) {
   ps.intervalMs = intervalMs;
   ps.frameCount = frames;
   ps.fileLengthMs = static_cast<double>(frames) * intervalMs;
-  doc.table.reset(frames, ps);
+  doc.replaceTable(FrameTable(frames, ps));
   doc.untouched = false;
 }
 
@@ -207,13 +208,15 @@ ImportResult importKlp(std::string_view text, const std::string& name, CVandrelD
   CVandrelDoc fresh;
   startTable(fresh, static_cast<int>(frames), interval);
   if (sr > 16000.0) fresh.params().setSelected(kF6, true);  // synthesized at 22050 Hz with f6..f8
+  EditTransaction fill(fresh);
+  fill.noteResized();
   for (int r = 0; r < kParamCount; ++r)
     if (!std::isnan(constant[static_cast<std::size_t>(r)]))
-      for (int c = 0; c < frames; ++c) fresh.table.setValue(r, c, constant[static_cast<std::size_t>(r)]);
+      for (int c = 0; c < frames; ++c) fill.table().setValue(r, c, constant[static_cast<std::size_t>(r)]);
   for (int c = 0; c < frames && !rows.empty(); ++c) {
     const auto& values = rows[std::min(rows.size() - 1, static_cast<std::size_t>(c))];  // the last one held
     for (std::size_t k = 0; k < columns.size(); ++k)
-      if (columns[k].row >= 0) fresh.table.setValue(columns[k].row, c, fromKlsyn(columns[k].row, values[k]));
+      if (columns[k].row >= 0) fill.table().setValue(columns[k].row, c, fromKlsyn(columns[k].row, values[k]));
   }
   LabelTier tier = makeTier("notes", true, 0.0, static_cast<double>(frames) * ui / 1000.0);
   for (std::size_t k = 0; k < notes.size() && static_cast<long>(k) < frames; ++k)
@@ -351,6 +354,8 @@ ImportResult importKlattGrid(std::string_view bytes, const std::string& name, in
 
   CVandrelDoc fresh;
   startTable(fresh, static_cast<int>(frames), intervalMs);
+  EditTransaction fill(fresh);
+  fill.noteResized();
   const auto db = [](double v) { return std::max(0.0, v - kKlattGridDbOffset); };
   const auto gain = [](double v) {
     return v <= kSilentGainDb + 0.5 ? 0.0 : std::max(0.0, v + kParallelReferenceDb);
@@ -362,8 +367,8 @@ ImportResult importKlattGrid(std::string_view bytes, const std::string& name, in
     if (it == w.tiers.end() || it->second.empty()) return false;
     used[path] = true;
     for (int c = 0; c < frames; ++c)
-      fresh.table.setValue(row, c,
-                           std::round(map(tierValue(it->second, xmin + (c + 0.5) * intervalMs / 1000.0))));
+      fill.table().setValue(row, c,
+                            std::round(map(tierValue(it->second, xmin + (c + 0.5) * intervalMs / 1000.0))));
     return true;
   };
   put(kF0, "pitch", [](double v) { return v * 10.0; });
@@ -404,7 +409,7 @@ ImportResult importKlattGrid(std::string_view bytes, const std::string& name, in
 }
 
 std::string writeKlp(const CVandrelDoc& doc, const std::string& source, std::string& leftOut) {
-  const FrameTable& t = doc.table;
+  const FrameTable& t = doc.table();
   const ParameterSet& ps = doc.params();
   const auto value = [&](int row, int c) {
     const int v = static_cast<int>(t.value(row, c));  // as the parameter file holds it

@@ -319,7 +319,7 @@ void applyConfig(const ConfigRecord& record, CVandrelDoc& doc) {
   doc.applyGroupColors();
   doc.autoInterpolate = record.table.autoInterpolate != 0;
   doc.anchorAfterEdit = record.table.anchorAfterEdit != 0;
-  doc.table.reset(doc.params().frameCount, doc.params());
+  doc.replaceTable(FrameTable(doc.params().frameCount, doc.params()));
 }
 
 void storeConfig(const CVandrelDoc& doc, ConfigRecord& record) {

@@ -7,7 +7,7 @@ namespace vandrel {
 
 void CVandrelDoc::initialise() {
   for (auto& s : paramSets) s.initialise();
-  table.reset(params().frameCount, params());
+  table_.reset(params().frameCount, params());
   synthesized = SampleSet{};
   previous = SampleSet{};
   audio = SampleSet{};
@@ -32,6 +32,16 @@ void CVandrelDoc::initialise() {
   notifyStructureChanged();
   notifyLabelsChanged();
   notifyFlagsChanged();
+}
+
+void CVandrelDoc::replaceTable(FrameTable&& table) {
+  table_ = std::move(table);
+  notifyStructureChanged();
+}
+
+void CVandrelDoc::replaceTable(const FrameTable& table) {
+  table_ = table;
+  notifyStructureChanged();
 }
 
 void CVandrelDoc::markEdited() {
@@ -69,10 +79,10 @@ void CVandrelDoc::attachAudio(SampleSet recording) {
     const double frames = std::max(1.0, std::floor(ms / ps.intervalMs));
     if (frames < 2147483647.0 / ps.intervalMs) {
       const auto n = static_cast<std::int32_t>(frames);
-      if (n != ps.frameCount || n != table.columns()) {
+      if (n != ps.frameCount || n != table_.columns()) {
         ps.frameCount = n;
         ps.fileLengthMs = static_cast<double>(n) * ps.intervalMs;
-        table.reset(n, ps);
+        table_.reset(n, ps);
         changedSinceSynthesis = true;
         changedCompanion = true;
         resized = true;

@@ -2,11 +2,13 @@
 // CVandrelDoc: one open document. It owns the parameter set instances, the
 // frame table, the three sample sets, the document flags, the ten colour
 // slots and the table's editing options. Views learn of changes through
-// DocObserver; whoever changes the document calls the matching notify...().
+// DocObserver.
 //
-// The members are public so the driver, the editing operations and the views
-// can work on them directly; the methods below keep the flags and the
-// observers in step for the common changes.
+// The table is private: it is read through table() and written only through
+// an EditTransaction (editing/EditTransaction.h), which tells the observers
+// what it wrote, or replaced whole by replaceTable(). The members still public
+// below are changed by the driver, the editing operations and the views, which
+// call the matching notify...() themselves.
 
 #include <memory>
 #include <string>
@@ -90,7 +92,16 @@ class CVandrelDoc {
   void notifyLabelsChanged();
 
   std::array<ParameterSet, 3> paramSets;
-  FrameTable table;
+
+  // --- the table ----------------------------------------------------------
+  // Read freely; written only through an EditTransaction (editing/), which
+  // collects the cells written and tells the observers, or replaced whole.
+  const FrameTable& table() const { return table_; }
+  // A whole new table (a file read, a new document, a continuum step): the
+  // observers hear of a structure change. The copying form reuses the room
+  // of the table it replaces (the recovery copy relies on it).
+  void replaceTable(FrameTable&& table);
+  void replaceTable(const FrameTable& table);
 
   SampleSet synthesized;  // the last synthesis
   SampleSet previous;     // the one before it ("Play Previous")
@@ -146,6 +157,12 @@ class CVandrelDoc {
 
   template <class F>
   void forEachObserver(F f);
+
+  // The one door for writing cells: a transaction hands the table out and
+  // notifies what was written, so no caller changes cells silently.
+  friend class EditTransaction;
+
+  FrameTable table_;
 
   Observers observers_;
 };

@@ -453,7 +453,6 @@ void loadVdr(CVandrelDoc& doc, VdrContent content) {
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, content.selected[static_cast<std::size_t>(r)]);
   doc.colors = content.colors;
   doc.applyGroupColors();
-  doc.table = std::move(content.table);
   doc.sampleRate = content.sampleRate;
   doc.highRate = content.sampleRate == 22050;
   doc.synthesized = SampleSet{};
@@ -464,7 +463,7 @@ void loadVdr(CVandrelDoc& doc, VdrContent content) {
   doc.untouched = false;
   doc.rowsInUse = kParamCount;
   doc.undo = UndoHistory{};
-  doc.notifyStructureChanged();
+  doc.replaceTable(std::move(content.table));  // tells of the structure change
   doc.notifySamplesChanged(SampleSlot::kSynthesized);
   doc.notifySamplesChanged(SampleSlot::kPrevious);
   doc.notifyFlagsChanged();

@@ -74,7 +74,7 @@ std::string_view suggestedFileName(VdrKind kind) {
 
 std::string writeVdr(const CVandrelDoc& doc, VdrKind kind) {
   const ParameterSet& ps = doc.params();
-  const FrameTable& t = doc.table;
+  const FrameTable& t = doc.table();
   const int columns = t.columns();
 
   std::array<bool, kParamCount> written{};

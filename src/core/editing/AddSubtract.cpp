@@ -11,7 +11,8 @@ void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount) {
   doc.addSubtractAmount = amount;
   afterEditStep(doc);
 
-  FrameTable& t = doc.table;
+  EditTransaction edit(doc);
+  FrameTable& t = edit.table();
   const double add = amount;
   TableSelection& sel = selection;
   if (sel.kind == SelectionKind::kRow) {
@@ -20,10 +21,12 @@ void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount) {
       for (int c = 0; c < t.columns(); ++c) row[c] = std::trunc(row[c]) + add;
       const CellRange cells{sel.row, sel.row, 0, t.columns() - 1};
       doc.undo.noteChanged(cells);
-      doc.notifyCellsChanged(cells);
+      edit.note(cells);
+      edit.flush();
     }
   } else {
-    forColumnOrBlock(doc, sel, [&](int r, int c) { t.setValue(r, c, std::trunc(t.value(r, c)) + add); });
+    forColumnOrBlock(doc, edit, sel,
+                     [&](int r, int c) { t.setValue(r, c, std::trunc(t.value(r, c)) + add); });
   }
   doc.markEdited();
   doc.tableChanged = true;

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 
@@ -30,9 +31,10 @@ std::string lengthenMessage(long long asked, int interval, long long total) {
 UserMessage beepWith(std::string text) { return UserMessage{std::move(text), true}; }
 
 // Common ending of both modes once the table has its new shape.
-void finishTimeChange(CVandrelDoc& doc) {
+void finishTimeChange(CVandrelDoc& doc, EditTransaction& edit) {
   doc.undo.noteAllChanged();
-  doc.notifyStructureChanged();
+  edit.noteResized();
+  edit.flush();
   doc.markEdited();
   afterEditStep(doc);
 }
@@ -97,8 +99,8 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
 
   const int asked = doc.addColumnTimeMs;
   const int n = asked / interval;
-  if (static_cast<long long>(doc.table.columns()) + n > kMaxFrames) {
-    out.push_back(beepWith(tooManyFramesMessage(static_cast<long long>(doc.table.columns()) + n)));
+  if (static_cast<long long>(doc.table().columns()) + n > kMaxFrames) {
+    out.push_back(beepWith(tooManyFramesMessage(static_cast<long long>(doc.table().columns()) + n)));
     return out;
   }
   const int added = n * interval;
@@ -112,7 +114,7 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
   ps.fileLengthMs += added;
   ps.frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
 
-  const int oldCols = doc.table.columns();
+  const int oldCols = doc.table().columns();
   int p = 0;
   switch (doc.addColumnPlace) {
     case AddColumnPlace::kBeginning:
@@ -134,8 +136,9 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
   // column there is none, and the nearest column, to the left, stands in.
   const int source = p < oldCols ? p : p - 1;
 
-  doc.table = withInsertedColumns(doc.table, ps, p, n, source, progress);
-  finishTimeChange(doc);
+  EditTransaction edit(doc);
+  edit.table() = withInsertedColumns(doc.table(), ps, p, n, source, progress);
+  finishTimeChange(doc, edit);
   return out;
 }
 
@@ -151,7 +154,8 @@ UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressF
     return out;
   }
 
-  FrameTable& t = doc.table;
+  EditTransaction edit(doc);
+  FrameTable& t = edit.table();
   if (wanted < now) {
     const long long d = now - wanted;
     const long long n = d / interval;
@@ -199,7 +203,7 @@ UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressF
     }
     t = std::move(next);
   }
-  finishTimeChange(doc);
+  finishTimeChange(doc, edit);
   return out;
 }
 

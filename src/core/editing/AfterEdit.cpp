@@ -3,7 +3,7 @@
 namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc) {
-  doc.undo.append(doc.table, doc.params().intervalMs, doc.labels);
+  doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels);
   doc.tableChanged = true;
 }
 
@@ -15,13 +15,13 @@ void afterEditStep(CVandrelDoc& doc, const CellRange& written) {
 void keepTableBeforeEdit(CVandrelDoc& doc, std::initializer_list<int> rows) {
   UndoHistory& h = doc.undo;
   const int at = h.current();
-  bool same = at >= 0 && at < h.count() && h.columnsAt(at) == doc.table.columns();
+  bool same = at >= 0 && at < h.count() && h.columnsAt(at) == doc.table().columns();
   for (const int row : rows)
-    for (int c = 0; same && c < doc.table.columns(); ++c)
-      same = h.valueAt(at, row, c) == UndoHistory::wholeValue(doc.table.value(row, c));
+    for (int c = 0; same && c < doc.table().columns(); ++c)
+      same = h.valueAt(at, row, c) == UndoHistory::wholeValue(doc.table().value(row, c));
   if (same) return;
   h.noteAllChanged();
-  h.append(doc.table, doc.params().intervalMs, doc.labels);
+  h.append(doc.table(), doc.params().intervalMs, doc.labels);
 }
 
 }  // namespace vandrel

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 
+#include "editing/EditTransaction.h"
+
 namespace vandrel {
 
 namespace {
 
 void setRange(CVandrelDoc& doc, int r0, int r1, int c0, int c1, bool on) {
-  FrameTable& t = doc.table;
+  EditTransaction edit(doc);  // no undo step: it only tells the observers
+  FrameTable& t = edit.table();
   r0 = std::max(r0, 0);
   r1 = std::min(r1, t.rows() - 1);
   c0 = std::max(c0, 0);
@@ -15,12 +18,13 @@ void setRange(CVandrelDoc& doc, int r0, int r1, int c0, int c1, bool on) {
   if (r0 > r1 || c0 > c1) return;
   for (int r = r0; r <= r1; ++r)
     for (int c = c0; c <= c1; ++c) t.setAnchor(r, c, on);
-  doc.notifyCellsChanged(CellRange{r0, r1, c0, c1});
+  edit.note(CellRange{r0, r1, c0, c1});
+  edit.flush();
 }
 
 void setSelection(CVandrelDoc& doc, TableSelection& selection, bool on) {
   const TableSelection& sel = selection;
-  const int lastColumn = doc.table.columns() - 1;
+  const int lastColumn = doc.table().columns() - 1;
   switch (sel.kind) {
     case SelectionKind::kRow:
       setRange(doc, sel.row, sel.row, 0, lastColumn, on);
@@ -54,9 +58,11 @@ void removeAnchorsFromSelection(CVandrelDoc& doc, TableSelection& selection) {
 }
 
 void removeAllAnchors(CVandrelDoc& doc) {
-  doc.table.clearAnchors();
-  if (doc.table.columns() > 0)
-    doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, doc.table.columns() - 1});
+  {
+    EditTransaction edit(doc);  // no undo step: it only tells the observers
+    edit.table().clearAnchors();
+    if (doc.table().columns() > 0) edit.note(CellRange{0, kParamCount - 1, 0, doc.table().columns() - 1});
+  }
   doc.setModified(true);
   doc.tableChanged = true;
 }

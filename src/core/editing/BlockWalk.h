@@ -4,12 +4,14 @@
 #include <algorithm>
 
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 #include "editing/TableSelection.h"
 
 namespace vandrel {
 
 // Calls f(row, column) for every cell of the selection's column or block
-// form, in the table's bounds, and tells the undo history and the observers.
+// form, in the table's bounds, and tells the undo history and the observers
+// (through `edit`, whose table f writes).
 //  - a whole column: rows from the first down to the document's count of rows
 //    in use;
 //  - a block: the stored start and end column are exchanged first (and stay
@@ -18,8 +20,8 @@ namespace vandrel {
 // A whole row and no selection are left to the caller. Returns false when the
 // selection is neither a column nor a block.
 template <class F>
-bool forColumnOrBlock(CVandrelDoc& doc, TableSelection& sel, F f) {
-  FrameTable& t = doc.table;
+bool forColumnOrBlock(CVandrelDoc& doc, EditTransaction& edit, TableSelection& sel, F f) {
+  const FrameTable& t = doc.table();
   int r0 = 0, r1 = -1, c0 = 0, c1 = -1;
   if (sel.kind == SelectionKind::kColumn) {
     r1 = std::min(doc.rowsInUse, t.rows()) - 1;
@@ -42,7 +44,8 @@ bool forColumnOrBlock(CVandrelDoc& doc, TableSelection& sel, F f) {
     for (int c = c0; c <= c1; ++c) f(r, c);
   const CellRange cells{r0, r1, c0, c1};
   doc.undo.noteChanged(cells);
-  doc.notifyCellsChanged(cells);
+  edit.note(cells);
+  edit.flush();
   return true;
 }
 

@@ -15,7 +15,7 @@ double clampToLimits(const ParamDef& def, double typed) {
 }
 
 bool editCell(CVandrelDoc& doc, int row, int column, double typed) {
-  FrameTable& t = doc.table;
+  const FrameTable& t = doc.table();
   if (typed != typed || row < 0 || row >= t.rows() || column < 0 || column >= t.columns()) return false;
   EditTransaction edit(doc);
   edit.setValue(row, column, clampToLimits(doc.params().at(row), typed));

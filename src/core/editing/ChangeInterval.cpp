@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 
@@ -37,7 +38,7 @@ UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs) {
   if (std::string why = intervalProblem(newIntervalMs, ps.fileLengthMs); !why.empty())
     return {UserMessage{std::move(why), true}};
 
-  const FrameTable& old = doc.table;
+  const FrameTable& old = doc.table();
   const int oldColumns = old.columns();
   const std::int64_t oldInterval = ps.intervalMs;
   const std::int32_t columns = ParameterSet::framesFor(ps.fileLengthMs, newIntervalMs);
@@ -61,9 +62,11 @@ UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs) {
   }
   ps.intervalMs = newIntervalMs;
   ps.frameCount = columns;
-  doc.table = std::move(next);
   doc.undo.noteAllChanged();
-  doc.notifyStructureChanged();
+  EditTransaction edit(doc);
+  edit.table() = std::move(next);
+  edit.noteResized();
+  edit.flush();
   doc.markEdited();
   return {};
 }

@@ -6,6 +6,7 @@
 
 #include "editing/AfterEdit.h"
 #include "editing/CellEdit.h"
+#include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
 
 namespace vandrel {
@@ -122,11 +123,11 @@ std::optional<CellRange> selectedCells(const TableSelection& sel, const FrameTab
 
 std::string copySelection(const CVandrelDoc& doc, const TableSelection& selection,
                           const std::vector<int>& shownRows) {
-  const std::optional<CellRange> cells = selectedCells(selection, doc.table);
+  const std::optional<CellRange> cells = selectedCells(selection, doc.table());
   if (!cells) return {};
   std::string text;
   for (const int r : shownBetween(shownRows, cells->firstRow, cells->lastRow)) {
-    const double* values = doc.table.row(r);
+    const double* values = doc.table().row(r);
     for (int c = cells->firstColumn; c <= cells->lastColumn; ++c) {
       if (c > cells->firstColumn) text += '\t';
       text += formatCellValue(values[c]);
@@ -140,12 +141,14 @@ std::string cutSelection(CVandrelDoc& doc, const TableSelection& selection,
                          const std::vector<int>& shownRows) {
   std::string text = copySelection(doc, selection, shownRows);
   if (text.empty()) return text;
-  const CellRange cells = *selectedCells(selection, doc.table);
+  const CellRange cells = *selectedCells(selection, doc.table());
+  EditTransaction edit(doc);
   for (const int r : shownBetween(shownRows, cells.firstRow, cells.lastRow)) {
-    double* values = doc.table.row(r);
+    double* values = edit.table().row(r);
     std::fill(values + cells.firstColumn, values + cells.lastColumn + 1, doc.params().at(r).defaultValue);
   }
-  doc.notifyCellsChanged(cells);
+  edit.note(cells);
+  edit.flush();
   doc.markEdited();
   afterEditStep(doc, cells);
   return text;
@@ -162,7 +165,8 @@ std::pair<int, int> pasteTarget(const TableSelection& selection, const FrameTabl
 
 PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view text,
                       const std::vector<int>& shownRows) {
-  FrameTable& t = doc.table;
+  EditTransaction edit(doc);
+  FrameTable& t = edit.table();
   PasteResult result;
   CellRange written;
   bool any = false;
@@ -192,7 +196,8 @@ PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view te
     }
   }
   if (!any) return result;
-  doc.notifyCellsChanged(written);
+  edit.note(written);
+  edit.flush();
   doc.undo.noteChanged(written);
   if (doc.autoInterpolate) interpolateAll(doc);
   doc.markEdited();

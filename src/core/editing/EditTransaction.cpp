@@ -26,12 +26,12 @@ void EditTransaction::keepTableBefore(std::initializer_list<int> rows) {
 }
 
 void EditTransaction::setValue(int row, int column, double value) {
-  doc_.table.setValue(row, column, value);
+  doc_.table_.setValue(row, column, value);
   note(CellRange{row, row, column, column});
 }
 
 void EditTransaction::setAnchor(int row, int column, bool on) {
-  doc_.table.setAnchor(row, column, on);
+  doc_.table_.setAnchor(row, column, on);
   note(CellRange{row, row, column, column});
 }
 
@@ -41,20 +41,34 @@ void EditTransaction::note(const CellRange& cells) {
   widen(untold_, cells);
 }
 
+void EditTransaction::noteResized() {
+  resized_ = resizedUntold_ = true;
+  note(CellRange{0, kParamCount - 1, 0, std::max(doc_.table_.columns() - 1, 0)});
+}
+
 void EditTransaction::flush() {
   if (!untold_) return;
   const CellRange cells = *untold_;
   untold_.reset();
-  doc_.notifyCellsChanged(cells);
+  if (resizedUntold_) {
+    resizedUntold_ = false;
+    doc_.notifyStructureChanged();
+  } else {
+    doc_.notifyCellsChanged(cells);
+  }
 }
 
 void EditTransaction::commit() {
   if (!written_) return;
-  doc_.undo.noteChanged(*written_);
+  if (resized_)
+    doc_.undo.noteAllChanged();
+  else
+    doc_.undo.noteChanged(*written_);
   afterEditStep(doc_);
   flush();
   doc_.markEdited();  // last: the flags' listeners see the table as it now is
   written_.reset();
+  resized_ = false;
 }
 
 }  // namespace vandrel

@@ -12,6 +12,12 @@
 // flush() after each move so the windows show it as it grows; commit() then
 // tells only what was not yet told. A transaction that wrote nothing commits
 // nothing: no snapshot, no flag.
+//
+// It is also the only way to the document's table for writing: commands with
+// an end of their own (anchors are no undo step; undo restores a snapshot;
+// Add/Subtract snapshots first) write through table(), note what they wrote
+// and flush() instead of committing. A transaction dropped without either
+// still tells the observers what it wrote, so no cell changes silently.
 
 #include <optional>
 
@@ -24,6 +30,11 @@ class EditTransaction {
   explicit EditTransaction(CVandrelDoc& doc) : doc_(doc) {}
   EditTransaction(const EditTransaction&) = delete;
   EditTransaction& operator=(const EditTransaction&) = delete;
+  ~EditTransaction() { flush(); }
+
+  // The document's table, for writing many cells at once; note() them (or
+  // noteResized()) before the transaction flushes or commits.
+  FrameTable& table() { return doc_.table_; }
 
   // Before the first write: when the table changed without a snapshot since
   // the last one (see keepTableBeforeEdit), keep it, so the coming edit undoes
@@ -34,6 +45,10 @@ class EditTransaction {
   void setAnchor(int row, int column, bool on);
   // Cells written straight into the document's table.
   void note(const CellRange& cells);
+  // The table changed shape or was replaced: the observers hear of a
+  // structure change instead of cells, and the undo history compares every
+  // cell.
+  void noteResized();
 
   bool wrote() const { return written_.has_value(); }
   // Every cell written so far (empty, firstColumn > lastColumn, before any).
@@ -48,6 +63,8 @@ class EditTransaction {
   CVandrelDoc& doc_;
   std::optional<CellRange> written_;
   std::optional<CellRange> untold_;
+  bool resized_ = false;        // since the transaction began
+  bool resizedUntold_ = false;  // since the last flush
 };
 
 }  // namespace vandrel

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 
@@ -14,9 +15,9 @@ bool inTable(const FrameTable& t, int row, int column) {
 }
 
 // The segment without a redraw; the callers tell the observers once.
-void fillSegment(CVandrelDoc& doc, int row, int a, int b) {
+void fillSegment(CVandrelDoc& doc, EditTransaction& edit, int row, int a, int b) {
   if (a == b) return;
-  FrameTable& t = doc.table;
+  FrameTable& t = edit.table();
   const double va = interpolationValue(t, row, a);
   const double vb = interpolationValue(t, row, b);
   const double step = (vb - va) / static_cast<double>(b - a);
@@ -37,13 +38,14 @@ double interpolationValue(const FrameTable& table, int row, int column) {
 }
 
 void interpolateSegment(CVandrelDoc& doc, int row, int firstColumn, int lastColumn) {
-  fillSegment(doc, row, firstColumn, lastColumn);
-  if (lastColumn - firstColumn > 1)
-    doc.notifyCellsChanged(CellRange{row, row, firstColumn + 1, lastColumn - 1});
+  EditTransaction edit(doc);
+  fillSegment(doc, edit, row, firstColumn, lastColumn);
+  if (lastColumn - firstColumn > 1) edit.note(CellRange{row, row, firstColumn + 1, lastColumn - 1});
 }
 
 void interpolateRange(CVandrelDoc& doc, int c1, int r1, int c2, int r2, bool anchorsOnly) {
-  const FrameTable& t = doc.table;
+  EditTransaction edit(doc);
+  const FrameTable& t = doc.table();
   if (c1 == -1) c1 = 0;
   if (r1 == -1) r1 = 0;
   if (c2 == -1) c2 = t.columns() - 1;
@@ -56,15 +58,15 @@ void interpolateRange(CVandrelDoc& doc, int c1, int r1, int c2, int r2, bool anc
       if (t.anchor(r, c)) anchors.push_back(c);
 
     if (!anchorsOnly && anchors.empty()) {
-      fillSegment(doc, r, c1, c2);
+      fillSegment(doc, edit, r, c1, c2);
       continue;
     }
-    if (!anchorsOnly) fillSegment(doc, r, c1, anchors.front());
-    for (std::size_t i = 1; i < anchors.size(); ++i) fillSegment(doc, r, anchors[i - 1], anchors[i]);
-    if (!anchorsOnly) fillSegment(doc, r, anchors.back(), c2);
+    if (!anchorsOnly) fillSegment(doc, edit, r, c1, anchors.front());
+    for (std::size_t i = 1; i < anchors.size(); ++i) fillSegment(doc, edit, r, anchors[i - 1], anchors[i]);
+    if (!anchorsOnly) fillSegment(doc, edit, r, anchors.back(), c2);
   }
   if (r1 <= r2 && t.columns() > 0)
-    doc.notifyCellsChanged(CellRange{std::max(r1, 0), std::min(r2, kParamCount - 1), 0, t.columns() - 1});
+    edit.note(CellRange{std::max(r1, 0), std::min(r2, kParamCount - 1), 0, t.columns() - 1});
 }
 
 void interpolateAll(CVandrelDoc& doc) { interpolateRange(doc, -1, -1, -1, -1, true); }
@@ -73,7 +75,7 @@ void interpolateSelectionCommand(CVandrelDoc& doc, TableSelection& selection) {
   TableSelection& sel = selection;
   switch (sel.kind) {
     case SelectionKind::kRow:
-      interpolateRange(doc, 0, sel.row, doc.table.columns(), sel.row, false);
+      interpolateRange(doc, 0, sel.row, doc.table().columns(), sel.row, false);
       break;
     case SelectionKind::kBlock:
       sel.exchangeBlockColumns();

@@ -8,7 +8,8 @@
 namespace vandrel {
 
 void setToDefaultValues(CVandrelDoc& doc, TableSelection& selection) {
-  FrameTable& t = doc.table;
+  EditTransaction edit(doc);
+  FrameTable& t = edit.table();
   const ParameterSet& ps = doc.params();
   TableSelection& sel = selection;
   if (sel.kind == SelectionKind::kRow) {
@@ -19,10 +20,11 @@ void setToDefaultValues(CVandrelDoc& doc, TableSelection& selection) {
       std::fill_n(t.row(sel.row), t.columns(), last);
       const CellRange cells{sel.row, sel.row, 0, t.columns() - 1};
       doc.undo.noteChanged(cells);
-      doc.notifyCellsChanged(cells);
+      edit.note(cells);
+      edit.flush();
     }
   } else {
-    forColumnOrBlock(doc, sel, [&](int r, int c) { t.setValue(r, c, ps.at(r).defaultValue); });
+    forColumnOrBlock(doc, edit, sel, [&](int r, int c) { t.setValue(r, c, ps.at(r).defaultValue); });
   }
   doc.markEdited();
   doc.tableChanged = true;

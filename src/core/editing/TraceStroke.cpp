@@ -7,7 +7,7 @@ namespace vandrel {
 
 CellRange TraceStroke::add(CVandrelDoc& doc, double ms, double hz) {
   const int interval = doc.params().intervalMs;
-  const int columns = doc.table.columns();
+  const int columns = doc.table().columns();
   if (interval <= 0 || columns <= 0 || !(ms >= 0) || !std::isfinite(hz)) return CellRange{row_, row_, 1, 0};
   const int column = static_cast<int>(ms) / interval;
   if (column >= columns) return CellRange{row_, row_, 1, 0};

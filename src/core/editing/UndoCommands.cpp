@@ -2,21 +2,27 @@
 
 #include <algorithm>
 
+#include "editing/EditTransaction.h"
+
 namespace vandrel {
 
 UndoStatus restoreSnapshot(CVandrelDoc& doc, int index) {
-  const int before = doc.table.columns();
-  if (!doc.undo.restore(index, doc.table)) return UndoStatus::kInvalidArgument;
-  ParameterSet& ps = doc.params();
-  const int interval = doc.undo.intervalAt(index);
-  const bool retimed = interval > 0 && interval != ps.intervalMs;
-  if (retimed) ps.intervalMs = interval;
-  if (doc.table.columns() != before || retimed) {
-    ps.frameCount = doc.table.columns();
-    ps.fileLengthMs = static_cast<double>(ps.frameCount) * ps.intervalMs;
-    doc.notifyStructureChanged();
-  } else if (before > 0) {
-    doc.notifyCellsChanged(CellRange{0, kParamCount - 1, 0, before - 1});
+  const int before = doc.table().columns();
+  {
+    // Not committed: a restore is no new undo step; it only tells the observers.
+    EditTransaction edit(doc);
+    if (!doc.undo.restore(index, edit.table())) return UndoStatus::kInvalidArgument;
+    ParameterSet& ps = doc.params();
+    const int interval = doc.undo.intervalAt(index);
+    const bool retimed = interval > 0 && interval != ps.intervalMs;
+    if (retimed) ps.intervalMs = interval;
+    if (doc.table().columns() != before || retimed) {
+      ps.frameCount = doc.table().columns();
+      ps.fileLengthMs = static_cast<double>(ps.frameCount) * ps.intervalMs;
+      edit.noteResized();
+    } else if (before > 0) {
+      edit.note(CellRange{0, kParamCount - 1, 0, before - 1});
+    }
   }
   if (doc.undo.labelsAt(index) != doc.labels) {
     doc.labels = doc.undo.labelsAt(index);

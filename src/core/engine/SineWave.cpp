@@ -38,7 +38,7 @@ SampleSet synthesizeSineWave(const CVandrelDoc& doc, int sinusoids) {
   const auto count = static_cast<std::size_t>(std::clamp(sinusoids, 1, 4));
   const SynthesisSetup setup = synthesisSetup(doc);
   const ParameterSet& ps = doc.params();
-  const FrameTable& t = doc.table;
+  const FrameTable& t = doc.table();
   const double rate = setup.sampleRate;
   const double nyquist = rate / 2.0;
   const double sampleCount = rate * ps.fileLengthMs / 1000.0;

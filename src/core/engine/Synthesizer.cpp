@@ -124,7 +124,7 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
   // The first synthesis of a document leaves both buffers holding its sound.
   const bool copyAtEnd = doc.synthesized.byteSize() < 100;
   SampleSet fresh;
-  if (!render(doc.params(), doc.table, CKlattEngine::kNormal, progress, state, fresh)) return false;
+  if (!render(doc.params(), doc.table(), CKlattEngine::kNormal, progress, state, fresh)) return false;
 
   const SynthesisSetup setup = synthesisSetup(doc);
   doc.sampleRate = setup.sampleRate;
@@ -138,7 +138,7 @@ bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state)
 }
 
 SoloSignal synthesizeSolo(const CVandrelDoc& doc, std::uint8_t select, KlattState state) {
-  return synthesizeSolo(doc.params(), doc.table, select, state);
+  return synthesizeSolo(doc.params(), doc.table(), select, state);
 }
 
 namespace {

@@ -18,7 +18,7 @@ std::optional<DrawPoint> drawPointAt(const DrawingLayout& layout, DrawTrack trac
 }
 
 bool DrawStroke::write(CVandrelDoc& doc, const DrawPoint& point) {
-  if (point.column < 0 || point.column >= doc.table.columns()) return false;
+  if (point.column < 0 || point.column >= doc.table().columns()) return false;
   if (!edit_) {
     edit_.emplace(doc);
     edit_->keepTableBefore({row_});

@@ -5,6 +5,7 @@
 
 #include "editing/AfterEdit.h"
 #include "editing/CellEdit.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel {
 
@@ -81,19 +82,21 @@ bool fillGaps(std::vector<double>& track) {
 }
 
 void enterTracks(CVandrelDoc& doc, const RecordingTracks& tracks) {
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   const int interval = doc.params().intervalMs;
   if (frames <= 0 || interval <= 0) return;
   keepTableBeforeEdit(doc, {kF0, kF1, kF2, kF3, kF4, kF5});
   bool wrote = false;
+  EditTransaction edit(doc);
   const auto enter = [&](int row, std::vector<double> values, double scale) {
     if (!doc.params().at(row).selected || !fillGaps(values)) return;
     for (int c = 0; c < frames; ++c)
-      doc.table.setValue(
+      edit.table().setValue(
           row, c,
           clampToLimits(doc.params().at(row), std::trunc(scale * values[static_cast<std::size_t>(c)])));
     doc.undo.noteRowChanged(row, 0, frames - 1);
-    doc.notifyCellsChanged(CellRange{row, row, 0, frames - 1});
+    edit.note(CellRange{row, row, 0, frames - 1});
+    edit.flush();
     wrote = true;
   };
   enter(kF0, resampleToFrames(tracks.frameMs, tracks.f0, frames, interval), 10.0);

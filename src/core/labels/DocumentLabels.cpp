@@ -15,7 +15,7 @@ const Labels& documentLabels(const CVandrelDoc& doc) {
 
 std::optional<std::pair<int, int>> framesWithin(const CVandrelDoc& doc, double start, double end) {
   const double frame = doc.params().intervalMs / 1000.0;
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   if (frame <= 0 || frames <= 0 || end <= start || end <= 0 || start >= frames * frame) return std::nullopt;
   start = std::max(start, 0.0);
   end = std::min(end, frames * frame);
@@ -37,9 +37,9 @@ void commitLabels(CVandrelDoc& doc, Labels labels) {
   // they were must be in one, or the first edit could not be taken back.
   UndoHistory& h = doc.undo;
   if (h.current() < 0 || h.current() >= h.count() || h.labelsAt(h.current()) != doc.labels)
-    h.append(doc.table, doc.params().intervalMs, doc.labels);
+    h.append(doc.table(), doc.params().intervalMs, doc.labels);
   doc.labels = std::make_shared<const Labels>(std::move(labels));
-  doc.undo.append(doc.table, doc.params().intervalMs, doc.labels);
+  doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels);
   doc.setModified(true);
   doc.notifyLabelsChanged();
 }

@@ -110,7 +110,7 @@ void DocumentRecovery::startCopies(bool wait) {
     if (!snapshot) snapshot = std::make_shared<vandrel::CVandrelDoc>();
     const vandrel::CVandrelDoc& d = doc->doc();
     snapshot->paramSets = d.paramSets;
-    snapshot->table = d.table;
+    snapshot->replaceTable(d.table());  // into the room made before: no new allocation
     snapshot->sampleRate = d.sampleRate;
     snapshot->colors = d.colors;
     snapshot->labels = d.labels;  // never changed in place: safe to share with the writer
@@ -140,7 +140,7 @@ void DocumentRecovery::prepareSnapshot(OpenDocument& document) {
   const int serial = document.serial();
   const vandrel::CVandrelDoc& d = document.doc();
   std::shared_ptr<vandrel::CVandrelDoc>& snapshot = snapshots_[serial];
-  if ((snapshot && snapshot->table.columns() == d.table.columns()) || writing_.contains(serial)) return;
+  if ((snapshot && snapshot->table().columns() == d.table().columns()) || writing_.contains(serial)) return;
   // A new snapshot's room for a long table is ~400 MB of pages, which the
   // system faults in and clears one by one as they are first written: about
   // a quarter of a second, here on the writer's thread rather than in the
@@ -148,11 +148,11 @@ void DocumentRecovery::prepareSnapshot(OpenDocument& document) {
   // moves the table's values.
   snapshot = std::make_shared<vandrel::CVandrelDoc>();
   writing_.insert(serial);
-  writer_.start([this, room = snapshot, serial, columns = d.table.columns(), set = d.params()] {
+  writer_.start([this, room = snapshot, serial, columns = d.table().columns(), set = d.params()] {
     try {
-      room->table.reset(columns, set);
+      room->replaceTable(vandrel::FrameTable(columns, set));
     } catch (const std::bad_alloc&) {
-      room->table = vandrel::FrameTable();  // the copy will try again, and say why it fails
+      room->replaceTable(vandrel::FrameTable());  // the copy will try again, and say why it fails
     }
     {
       const QMutexLocker locker(&doneMutex_);

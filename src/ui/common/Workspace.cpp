@@ -28,7 +28,7 @@ void Workspace::setTimeMs(double ms) {
   emit cursorChanged(ms);
   if (!follow_) return;
   const vandrel::CVandrelDoc& doc = document_.doc();
-  const int columns = doc.table.columns();
+  const int columns = doc.table().columns();
   const int interval = doc.params().intervalMs;
   if (columns > 0 && interval > 0)
     setCurrentFrame(std::clamp(static_cast<int>(ms) / interval, 0, columns - 1));

@@ -129,7 +129,7 @@ void CFreqInputWnd::resizeEvent(QResizeEvent* event) {
 }
 
 double CFreqInputWnd::xOfColumn(int column) const {
-  const int frames = std::max(document_.doc().table.columns(), 1);
+  const int frames = std::max(document_.doc().table().columns(), 1);
   return layout_.area.left + static_cast<double>(column) * layout_.area.width / frames;
 }
 
@@ -165,7 +165,7 @@ void CFreqInputWnd::mouseMoveEvent(QMouseEvent* event) {
   last_ = p;
   vandrel::CVandrelDoc& doc = document_.doc();
   if (const auto point =
-          vandrel::drawPointAt(layout_, doc.drawing.selected, doc.table.columns(), p.x(), p.y()))
+          vandrel::drawPointAt(layout_, doc.drawing.selected, doc.table().columns(), p.x(), p.y()))
     if (stroke_->write(doc, *point)) drawn_ = true;
 }
 
@@ -183,7 +183,7 @@ void CFreqInputWnd::mouseReleaseEvent(QMouseEvent* event) {
 
 void CFreqInputWnd::showReadout(const QPoint& p) {
   const vandrel::CVandrelDoc& doc = document_.doc();
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   if (!layout_.area.contains(p.x(), p.y()) || frames <= 0) return;
   const auto column =
       static_cast<int>(static_cast<long long>(p.x() - layout_.area.left) * frames / layout_.area.width);

@@ -97,7 +97,7 @@ CGraphicalInputChild::CGraphicalInputChild(CMainFrame& mainFrame, std::shared_pt
   tiers->followAxis = [this](TimeAxis& axis) {
     const vandrel::CVandrelDoc& doc = this->document().doc();
     const vandrel::PixelBox& area = drawing_->layout().area;
-    axis.setLengthMs(static_cast<double>(doc.table.columns()) * doc.params().intervalMs);
+    axis.setLengthMs(static_cast<double>(doc.table().columns()) * doc.params().intervalMs);
     axis.showAll();
     axis.setPixels(area.left, area.left + area.width);
   };

@@ -102,9 +102,9 @@ void CFreqInputWnd::paintStrip(QPainter& p, vandrel::Strip strip, int x0, int x1
 void CFreqInputWnd::paintTrack(QPainter& p, vandrel::DrawTrack track, int x0, int x1) const {
   const vandrel::CVandrelDoc& doc = document_.doc();
   const vandrel::DrawTrackDef& def = vandrel::drawTrack(track);
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   if (frames <= 0 || x1 < x0) return;
-  const double* values = doc.table.row(def.row);
+  const double* values = doc.table().row(def.row);
   const double scale = def.row == vandrel::kF0 ? 0.1 : 1.0;
   const int left = layout_.area.left;
   const int width = layout_.area.width;
@@ -147,7 +147,7 @@ void CFreqInputWnd::paintTrack(QPainter& p, vandrel::DrawTrack track, int x0, in
 void CFreqInputWnd::paintAnchors(QPainter& p, vandrel::DrawTrack track, int x0, int x1) const {
   const vandrel::CVandrelDoc& doc = document_.doc();
   const vandrel::DrawTrackDef& def = vandrel::drawTrack(track);
-  const int frames = doc.table.columns();
+  const int frames = doc.table().columns();
   if (frames <= 0 || x1 < x0) return;
   const int left = layout_.area.left;
   const auto columnAt = [&](int x) {
@@ -160,9 +160,9 @@ void CFreqInputWnd::paintAnchors(QPainter& p, vandrel::DrawTrack track, int x0, 
   p.setBrush(colorOf(doc.anchorColor()));
   const int c1 = std::min(columnAt(x1 + 6) + 1, frames - 1);
   for (int c = std::max(columnAt(x0 - 6) - 1, 0); c <= c1; ++c) {
-    if (!doc.table.anchor(def.row, c)) continue;
+    if (!doc.table().anchor(def.row, c)) continue;
     const QPointF at(xOfColumn(c) + 0.5 * layout_.area.width / frames,
-                     yOf(def.strip, scale * doc.table.value(def.row, c)));
+                     yOf(def.strip, scale * doc.table().value(def.row, c)));
     p.drawRect(QRectF(at.x() - half, at.y() - half, 2 * half, 2 * half));
   }
   p.setBrush(Qt::NoBrush);
@@ -210,7 +210,7 @@ void CFreqInputWnd::paintTitle(QPainter& p, vandrel::Strip strip) const {
 
 void CFreqInputWnd::paintBackground(QPainter& p) const {
   const vandrel::CVandrelDoc& doc = document_.doc();
-  const double totalMs = static_cast<double>(doc.table.columns()) * doc.params().intervalMs;
+  const double totalMs = static_cast<double>(doc.table().columns()) * doc.params().intervalMs;
   if (!(totalMs > 0)) return;
   const auto xOfMs = [&](double ms) { return layout_.area.left + ms / totalMs * layout_.area.width; };
   const vandrel::PixelBox& fb = layout_.stripOf(vandrel::Strip::kFormants);
@@ -239,7 +239,7 @@ void CFreqInputWnd::paintBackground(QPainter& p) const {
 
 void CFreqInputWnd::paintTimeAxis(QPainter& p) const {
   const vandrel::CVandrelDoc& doc = document_.doc();
-  const double totalMs = static_cast<double>(doc.table.columns()) * doc.params().intervalMs;
+  const double totalMs = static_cast<double>(doc.table().columns()) * doc.params().intervalMs;
   const vandrel::PixelBox& a = layout_.area;
   if (!(totalMs > 0)) return;
   const double step = niceStep(totalMs, a.width, 80);
@@ -260,7 +260,7 @@ void CFreqInputWnd::paintTimeAxis(QPainter& p) const {
   p.drawText(QRect(a.left, axisY + 20, a.width, 16), Qt::AlignRight | Qt::AlignTop,
              QStringLiteral("%1, %2 frames of %3 ms")
                  .arg(labels.title())
-                 .arg(doc.table.columns())
+                 .arg(doc.table().columns())
                  .arg(doc.params().intervalMs));
 }
 

@@ -186,7 +186,7 @@ void CVandrelView::fitColumnWidth() {
   const QFontMetrics cells = grid_->fontMetrics();
   QFont bold = grid_->horizontalHeader()->font();
   bold.setBold(true);
-  const std::string heading = columnHeading(doc.params().intervalMs, std::max(doc.table.columns() - 1, 0));
+  const std::string heading = columnHeading(doc.params().intervalMs, std::max(doc.table().columns() - 1, 0));
   int widest = QFontMetrics(bold).horizontalAdvance(QString::fromStdString(heading));
   for (int row : shownParams()) {
     const ParamDef& p = doc.params().at(row);
@@ -200,12 +200,12 @@ QString CVandrelView::cellStatusText() const {
   const auto& doc = document_.doc();
   const int row = currentParam();
   const int column = currentColumn();
-  if (row < 0 || column < 0 || column >= doc.table.columns()) return {};
+  if (row < 0 || column < 0 || column >= doc.table().columns()) return {};
   const auto name = doc.params().at(row).name;
   return QStringLiteral("%1   %2 ms   %3")
       .arg(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())))
       .arg(doc.params().intervalMs * (column + 1))
-      .arg(FrameTableModel::formatValue(doc.table.value(row, column)));
+      .arg(FrameTableModel::formatValue(doc.table().value(row, column)));
 }
 
 void CVandrelView::updateCellStatus() {

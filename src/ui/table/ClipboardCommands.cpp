@@ -55,7 +55,7 @@ void paste(CommandContext& ctx) {
   }
   vandrel::CVandrelDoc& doc = *ctx.doc();
   const auto [row, column] =
-      vandrel::pasteTarget(view->selection(), doc.table, view->currentParam(), view->currentColumn());
+      vandrel::pasteTarget(view->selection(), doc.table(), view->currentParam(), view->currentColumn());
   const vandrel::PasteResult r =
       vandrel::pasteText(doc, row, column, text.toStdString(), view->shownParams());
   QString status = QStringLiteral("Pasted %1 cells").arg(r.written);

@@ -18,7 +18,7 @@ QString fromView(std::string_view s) { return QString::fromUtf8(s.data(), static
 }  // namespace
 
 FrameTableModel::FrameTableModel(OpenDocument& document, QObject* parent)
-    : QAbstractTableModel(parent), document_(document), columns_(document.doc().table.columns()) {
+    : QAbstractTableModel(parent), document_(document), columns_(document.doc().table().columns()) {
   connect(&document_, &OpenDocument::cellsChanged, this, &FrameTableModel::onCellsChanged);
   connect(&document_, &OpenDocument::structureChanged, this, &FrameTableModel::onStructureChanged);
 }
@@ -33,7 +33,7 @@ QString FrameTableModel::formatValue(double v) {
 }
 
 QVariant FrameTableModel::data(const QModelIndex& index, int role) const {
-  const FrameTable& table = document_.doc().table;
+  const FrameTable& table = document_.doc().table();
   const int row = index.row();
   const int column = index.column();
   if (!index.isValid() || column >= table.columns()) return {};
@@ -104,7 +104,7 @@ void FrameTableModel::onCellsChanged(const vandrel::CellRange& cells) {
 void FrameTableModel::onStructureChanged() {
   emit aboutToRebuild();
   beginResetModel();
-  columns_ = document_.doc().table.columns();
+  columns_ = document_.doc().table().columns();
   endResetModel();
   emit rebuilt();
 }

@@ -69,7 +69,7 @@ void installTableCommands(CommandRouter& router) {
       [](CommandContext& ctx) {
         CVandrelView* view = CVandrelView::active(ctx);
         if (!view) return;
-        view->selection() = selectAll(view->document().doc().table);
+        view->selection() = selectAll(view->document().doc().table());
         view->showStoredSelection();
       },
       &tableActive);

@@ -80,7 +80,7 @@ TablePrintout::Layout TablePrintout::layoutFor(const QPaintDevice& device) const
 
   // The widest value by its shape (sign, digits, decimals) rather than by
   // formatting every cell: a long table has millions of them.
-  const vandrel::FrameTable& t = doc_.table;
+  const vandrel::FrameTable& t = doc_.table();
   double largest = 0;
   bool negative = false, fraction = false;
   for (const int r : rows_) {
@@ -112,7 +112,7 @@ TablePrintout::Pages TablePrintout::pagesFor(QPrinter& printer, const Layout& l)
   const double height = area.height() / pg.scale - l.headerHeight;
   pg.columnsPerBand = std::max(1, static_cast<int>((pg.width - l.sideWidth - l.line) / l.cellWidth));
   pg.bandsPerPage = std::max(1, static_cast<int>((height + l.rowHeight) / pg.bandHeight));
-  const int bands = std::max(1, (doc_.table.columns() + pg.columnsPerBand - 1) / pg.columnsPerBand);
+  const int bands = std::max(1, (doc_.table().columns() + pg.columnsPerBand - 1) / pg.columnsPerBand);
   pg.count = (bands + pg.bandsPerPage - 1) / pg.bandsPerPage;
   return pg;
 }
@@ -129,7 +129,7 @@ void TablePrintout::print(QPrinter& printer, const QString& title) const {
   }
   QPainter p;
   if (!p.begin(&printer)) return;
-  const int columns = doc_.table.columns();
+  const int columns = doc_.table().columns();
   const auto work = [&](const CProgressDialog::Progress& progress) {
     for (int page = first; page <= last; ++page) {
       if (page > first) printer.newPage();
@@ -167,7 +167,7 @@ void TablePrintout::drawHeaderLine(QPainter& p, const Layout& l, double width, c
 
 void TablePrintout::drawColumns(QPainter& p, const Layout& l, int firstColumn, int lastColumn, double x,
                                 double y) const {
-  const vandrel::FrameTable& t = doc_.table;
+  const vandrel::FrameTable& t = doc_.table();
   const vandrel::ParameterSet& ps = doc_.params();
   const int n = std::max(0, lastColumn - firstColumn + 1);
   const double cellsX = x + l.sideWidth;
@@ -225,7 +225,7 @@ void TablePrintout::drawColumns(QPainter& p, const Layout& l, int firstColumn, i
 QImage TablePrintout::picture() const {
   QImage probe(1, 1, QImage::Format_RGB32);
   const Layout l = layoutFor(probe);
-  const int columns = doc_.table.columns();
+  const int columns = doc_.table().columns();
   const int perBand = std::max(1, static_cast<int>((kMaxBandWidth - l.sideWidth - l.line) / l.cellWidth));
   const double gap = l.rowHeight;  // white space between bands
   const double bandHeight = (static_cast<double>(rows_.size()) + 1) * l.rowHeight + l.line;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
@@ -38,7 +39,7 @@ struct Utterance {
     openPhase = ps.at(kOq).defaultValue;
     ps.fileLengthMs = frames * ps.intervalMs;
     ps.frameCount = frames;
-    doc.table.reset(frames, ps);
+    doc.replaceTable(vandrel::FrameTable(frames, ps));
     for (int c = 0; c < frames; ++c) {
       const Column col = at(frames > 1 ? c / (frames - 1.0) : 0.0);
       columns.push_back(col);
@@ -50,7 +51,7 @@ struct Utterance {
                                              {kF2, col.f2},
                                              {kF3, col.f3}};
       for (auto [row, v] : rows)
-        if (v != 0.0 || row == kAv) doc.table.setValue(row, c, v);
+        if (v != 0.0 || row == kAv) vandrel::EditTransaction(doc).setValue(row, c, v);
     }
     KlattState state;
     state.reset(1);

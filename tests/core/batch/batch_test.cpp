@@ -17,6 +17,7 @@
 #include "batch/LevelReport.h"
 #include "batch/LineSimplify.h"
 #include "batch/TableExport.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
@@ -215,15 +216,15 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   ps.fileLengthMs = 600;
   ps.frameCount = 60;
   ps.setSelected(kF6, true);  // synthesized at 22050 Hz
-  src.table.reset(60, ps);
+  src.replaceTable(vandrel::FrameTable(60, ps));
   for (int c = 0; c < 60; ++c) {
     const bool vowel = c < 35, fric = c >= 42;
-    src.table.setValue(kF0, c, vowel ? 1000 + 15 * c : 0);
-    src.table.setValue(kAv, c, vowel ? 60 : 0);
-    src.table.setValue(kF1, c, 500 + 6 * std::min(c, 30));
-    src.table.setValue(kAf, c, fric ? 60 : 0);
-    src.table.setValue(kA5f, c, fric ? 60 : 0);
-    src.table.setValue(kOq, c, std::round(0.4 * 22050.0 / (100.0 + 1.5 * c)));
+    vandrel::EditTransaction(src).setValue(kF0, c, vowel ? 1000 + 15 * c : 0);
+    vandrel::EditTransaction(src).setValue(kAv, c, vowel ? 60 : 0);
+    vandrel::EditTransaction(src).setValue(kF1, c, 500 + 6 * std::min(c, 30));
+    vandrel::EditTransaction(src).setValue(kAf, c, fric ? 60 : 0);
+    vandrel::EditTransaction(src).setValue(kA5f, c, fric ? 60 : 0);
+    vandrel::EditTransaction(src).setValue(kOq, c, std::round(0.4 * 22050.0 / (100.0 + 1.5 * c)));
   }
   KlattState state;
   state.reset(1);
@@ -235,7 +236,7 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   std::atomic<bool> cancel{true};
   EXPECT_EQ(copySynthesis(src.synthesized, CopySettings{}, copy, {}, &cancel).status,
             CopyResult::Status::kCancelled);
-  EXPECT_EQ(copy.table, CVandrelDoc{}.table);  // a cancelled copy leaves the document alone
+  EXPECT_EQ(copy.table(), CVandrelDoc{}.table());  // a cancelled copy leaves the document alone
   std::vector<int> percent;
   const CopyResult r =
       copySynthesis(src.synthesized, CopySettings{}, copy, [&](int p) { percent.push_back(p); });
@@ -246,14 +247,14 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   oneThread.threads = 1;
   CVandrelDoc single;
   copySynthesis(src.synthesized, oneThread, single);
-  EXPECT_EQ(single.table, copy.table);
+  EXPECT_EQ(single.table(), copy.table());
   ASSERT_EQ(r.frames, 60);
-  const FrameTable& t = copy.table;
+  const FrameTable& t = copy.table();
   ASSERT_EQ(t.columns(), 60);
   for (int c = 3; c < 32; ++c) {
     SCOPED_TRACE("frame " + std::to_string(c));
-    EXPECT_NEAR(t.value(kF0, c), src.table.value(kF0, c), 0.05 * src.table.value(kF0, c));
-    EXPECT_NEAR(t.value(kF1, c), src.table.value(kF1, c), 0.10 * src.table.value(kF1, c));
+    EXPECT_NEAR(t.value(kF0, c), src.table().value(kF0, c), 0.05 * src.table().value(kF0, c));
+    EXPECT_NEAR(t.value(kF1, c), src.table().value(kF1, c), 0.10 * src.table().value(kF1, c));
     EXPECT_GT(t.value(kAv, c), 0);
     EXPECT_NEAR(t.value(kOq, c), 0.4 * 11025.0 / (100.0 + 1.5 * c), 3.0);
   }
@@ -288,9 +289,9 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   SampleSet tiny;
   tiny.sampleRate = 16000;
   tiny.samples.assign(100, 0);
-  const FrameTable kept = copy.table;  // a copy: `t` is the document's own table
+  const FrameTable kept = copy.table();  // a copy: `t` is the document's own table
   EXPECT_EQ(copySynthesis(tiny, CopySettings{}, copy).status, CopyResult::Status::kTooShort);
-  EXPECT_EQ(copy.table, kept);  // a refused copy leaves the document alone
+  EXPECT_EQ(copy.table(), kept);  // a refused copy leaves the document alone
 }
 
 }  // namespace

@@ -216,7 +216,7 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
     EXPECT_EQ(set.selectedCount, 32);
     EXPECT_EQ(set.frameCount, 60);
   }
-  EXPECT_EQ(fresh.table.columns(), 60);
+  EXPECT_EQ(fresh.table().columns(), 60);
   EXPECT_EQ(fresh.params().sampleRate(), 22050.0);
   EXPECT_EQ(fresh.anchorColor(), 0x000000FFu);
   EXPECT_TRUE(fresh.anchorAfterEdit);

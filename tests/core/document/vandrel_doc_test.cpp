@@ -1,6 +1,7 @@
 // CVandrelDoc: group colours, the recording-length rule, observers.
 
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 
 #include <gtest/gtest.h>
 
@@ -41,19 +42,19 @@ TEST(CVandrelDocTest, RecordingLengthRule) {
     CVandrelDoc doc;
     doc.params().intervalMs = c.interval;
     doc.params().frameCount = 200 / c.interval;
-    doc.table.reset(doc.params().frameCount, doc.params());
-    doc.table.setValue(kF1, 0, 700.0);
+    doc.replaceTable(vandrel::FrameTable(doc.params().frameCount, doc.params()));
+    vandrel::EditTransaction(doc).setValue(kF1, 0, 700.0);
     if (c.edited) doc.markEdited();
     SampleSet rec;
     rec.samples.assign(c.samples, 7);
     rec.sampleRate = 16000.0;
     rec.sampleCount = static_cast<double>(c.samples);
     doc.attachAudio(rec);
-    EXPECT_EQ(doc.table.columns(), c.frames);
+    EXPECT_EQ(doc.table().columns(), c.frames);
     EXPECT_EQ(doc.params().frameCount, c.frames);
     EXPECT_EQ(doc.params().fileLengthMs, static_cast<double>(c.frames * c.interval));
     EXPECT_EQ(doc.audio.samples.size(), c.samples);
-    EXPECT_EQ(doc.table.value(kF1, 0), c.edited || c.samples == 0 ? 700.0 : 500.0);
+    EXPECT_EQ(doc.table().value(kF1, 0), c.edited || c.samples == 0 ? 700.0 : 500.0);
   }
 }
 

@@ -14,6 +14,7 @@
 #include "document/OpenFile.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "util/AtomicFile.h"
 
@@ -57,8 +58,8 @@ TEST(VdrWriterTest, ExactBytes) {
     SCOPED_TRACE(&c - cases);
     CVandrelDoc doc;
     ASSERT_TRUE(synthesize(doc));
-    for (int col = 0; col < c.f0Run; ++col) doc.table.setAnchor(kF0, col, true);
-    for (const auto& [row, col] : c.cells) doc.table.setAnchor(row, col, true);
+    for (int col = 0; col < c.f0Run; ++col) vandrel::EditTransaction(doc).setAnchor(kF0, col, true);
+    for (const auto& [row, col] : c.cells) vandrel::EditTransaction(doc).setAnchor(row, col, true);
     std::string want = fileText(c.kind == kAll ? "written/default_all.vdr" : "written/default_sel.vdr");
     want.replace(want.find("\r\n1\t0\t") + 4, 1, std::to_string(c.f0Run + static_cast<int>(c.cells.size())));
     want.insert(want.find("f0\tav\t"), c.section);  // before the names line
@@ -74,7 +75,7 @@ TEST(VdrWriterTest, FractionsTruncatedTowardZero) {
   for (const auto& [value, written] : cases) {
     SCOPED_TRACE(value);
     CVandrelDoc doc;
-    doc.table.setValue(kAv, 0, value);
+    vandrel::EditTransaction(doc).setValue(kAv, 0, value);
     const std::string text = writeVdr(doc, kAll);
     EXPECT_NE(text.find("\tgain\t\r\n1000\t" + written + "\t0\t0\t0\t7500\t"), std::string::npos);
     EXPECT_EQ(parseVdr(text, ParameterSet{}).content.table.value(kAv, 0), std::stod(written));
@@ -100,14 +101,14 @@ CVandrelDoc randomDoc(std::uint32_t seed) {
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, seed % 10 != 0 && pick(0, 3) != 0);
   for (auto& c : doc.colors) c = rgb(pick(0, 255), pick(0, 255), pick(0, 255));
   doc.sampleRate = pick(0, 1) != 0 ? 22050.0 : 11025.0;
-  doc.table.reset(ps.frameCount, ps);
+  doc.replaceTable(vandrel::FrameTable(ps.frameCount, ps));
   for (int r = 0; r < kParamCount; ++r)
     for (int c = 0; c < ps.frameCount; ++c) {
       // Now and then a value at an edge of the reader's number rules.
       const double edges[] = {-1, -0.5, 0.99, 2147483647, -2147483648.0};
-      doc.table.setValue(
+      vandrel::EditTransaction(doc).setValue(
           r, c, pick(0, 49) == 0 ? edges[pick(0, 4)] : pick(-200000, 200000) + pick(-99, 99) / 100.0);
-      doc.table.setAnchor(r, c, pick(0, 19) == 0 && seed % 10 != 5);
+      vandrel::EditTransaction(doc).setAnchor(r, c, pick(0, 19) == 0 && seed % 10 != 5);
     }
   return doc;
 }
@@ -121,7 +122,7 @@ TEST(VdrReaderTest, RandomDocumentsRoundTrip) {
     const ParameterSet& ps = doc.params();
     for (VdrKind kind : {kAll, kSel}) {
       SCOPED_TRACE(testing::Message() << "seed " << seed << (kind == kAll ? " all" : " sel"));
-      FrameTable want = doc.table;
+      FrameTable want = doc.table();
       for (int row = 0; row < kParamCount; ++row)
         for (int col = 0; col < want.columns(); ++col) {
           const bool kept = kind == kAll || ps.at(row).selected != 0;
@@ -137,7 +138,7 @@ TEST(VdrReaderTest, RandomDocumentsRoundTrip) {
       EXPECT_EQ(r.content.intervalMs, ps.intervalMs);
       EXPECT_EQ(r.content.sampleRate, static_cast<int>(doc.sampleRate));
       EXPECT_EQ(r.content.cascadeParallel, ps.cascadeParallel);
-      EXPECT_EQ(r.content.anchorCount, doc.table.anchorCount());
+      EXPECT_EQ(r.content.anchorCount, doc.table().anchorCount());
       for (int row = 0; row < kParamCount; ++row)
         EXPECT_EQ(r.content.selected[static_cast<std::size_t>(row)], ps.at(row).selected != 0) << row;
       if (kind == kAll) {

@@ -10,6 +10,7 @@
 #include "document/VandrelDoc.h"
 #include "editing/AfterEdit.h"
 #include "editing/Clipboard.h"
+#include "editing/EditTransaction.h"
 #include "editing/UndoCommands.h"
 
 namespace vandrel {
@@ -26,9 +27,9 @@ std::vector<int> shownRowsForTest() {
 struct Fixture {
   Fixture() {
     doc.params().intervalMs = 10;
-    doc.table.reset(6, doc.params());
+    doc.replaceTable(vandrel::FrameTable(6, doc.params()));
     for (int r = 0; r < kParamCount; ++r)
-      for (int c = 0; c < 6; ++c) doc.table.setValue(r, c, 100 * r + c);
+      for (int c = 0; c < 6; ++c) vandrel::EditTransaction(doc).setValue(r, c, 100 * r + c);
     afterEditStep(doc);  // the state that undo goes back to
   }
   CVandrelDoc doc;
@@ -52,7 +53,7 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   // Formant values within their limits, so that nothing is held on the way back.
   for (const auto& [r, c, v] :
        {std::tuple{kF6, 1, 1701.0}, {kF6, 2, 1702.0}, {kF4, 1, 1901.0}, {kF4, 2, 3500.5}})
-    f.doc.table.setValue(r, c, v);
+    vandrel::EditTransaction(f.doc).setValue(r, c, v);
   // Dragged from bottom right to top left across the hidden f5 row.
   f.selection = TableSelection::block(2, kF4, 1, kF6);
   const std::string text = copySelection(f.doc, f.selection, f.shown);
@@ -61,16 +62,16 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   const PasteResult pasted = pasteText(f.doc, kF6, 4, text, f.shown);
   EXPECT_EQ(pasted.written, 4);
   EXPECT_EQ(pasted.skipped + pasted.outside, 0);
-  EXPECT_EQ(f.doc.table.value(kF6, 4), 1701);
-  EXPECT_EQ(f.doc.table.value(kF6, 5), 1702);
-  EXPECT_EQ(f.doc.table.value(kF5, 4), 804);  // hidden: passed over
-  EXPECT_EQ(f.doc.table.value(kF4, 5), 3500.5);
+  EXPECT_EQ(f.doc.table().value(kF6, 4), 1701);
+  EXPECT_EQ(f.doc.table().value(kF6, 5), 1702);
+  EXPECT_EQ(f.doc.table().value(kF5, 4), 804);  // hidden: passed over
+  EXPECT_EQ(f.doc.table().value(kF4, 5), 3500.5);
   EXPECT_EQ(f.doc.undo.count(), 2);
   EXPECT_TRUE(f.doc.modified && f.doc.tableChanged);
 
   ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
-  EXPECT_EQ(f.doc.table.value(kF6, 4), 704);
-  EXPECT_EQ(f.doc.table.value(kF4, 5), 905);
+  EXPECT_EQ(f.doc.table().value(kF6, 4), 704);
+  EXPECT_EQ(f.doc.table().value(kF4, 5), 905);
   // Rows, columns and a selection outside the table.
   EXPECT_EQ(copySelection(f.doc, TableSelection::wholeRow(kF0), f.shown), "0\t1\t2\t3\t4\t5\n");
   const std::string column = copySelection(f.doc, TableSelection::wholeColumn(3), f.shown);
@@ -83,9 +84,9 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   // Paste starts at the block's top left while the current cell is inside it.
   using Cell = std::pair<int, int>;
   const TableSelection block = TableSelection::block(4, kF1, 2, kAv);
-  EXPECT_EQ(pasteTarget(block, f.doc.table, kF2, 4), Cell(kAv, 2));
-  EXPECT_EQ(pasteTarget(block, f.doc.table, kGain, 0), Cell(kGain, 0));
-  EXPECT_EQ(pasteTarget(TableSelection::wholeRow(kAv), f.doc.table, kAv, 3), Cell(kAv, 0));
+  EXPECT_EQ(pasteTarget(block, f.doc.table(), kF2, 4), Cell(kAv, 2));
+  EXPECT_EQ(pasteTarget(block, f.doc.table(), kGain, 0), Cell(kGain, 0));
+  EXPECT_EQ(pasteTarget(TableSelection::wholeRow(kAv), f.doc.table(), kAv, 3), Cell(kAv, 0));
 }
 
 TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
@@ -114,7 +115,7 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
     EXPECT_EQ(r.written, c.written);
     EXPECT_EQ(r.skipped, c.skipped);
     EXPECT_EQ(r.outside, c.outside);
-    EXPECT_EQ(std::vector<double>(f.doc.table.row(kAv), f.doc.table.row(kAv) + 6), c.av);
+    EXPECT_EQ(std::vector<double>(f.doc.table().row(kAv), f.doc.table().row(kAv) + 6), c.av);
     EXPECT_EQ(f.doc.undo.count(), c.written > 0 ? 2 : 1);
     EXPECT_EQ(f.doc.modified, c.written > 0);
   }
@@ -124,9 +125,9 @@ TEST(ClipboardTest, PasteFollowsTheAfterEditOptions) {
   Fixture f;
   f.doc.anchorAfterEdit = f.doc.autoInterpolate = true;
   ASSERT_EQ(pasteText(f.doc, kAv, 0, "10\t\t\t40", f.shown).written, 2);
-  EXPECT_TRUE(f.doc.table.anchor(kAv, 0) && f.doc.table.anchor(kAv, 3) && !f.doc.table.anchor(kAv, 1));
-  EXPECT_EQ(f.doc.table.value(kAv, 1), 20);
-  EXPECT_EQ(f.doc.table.value(kAv, 2), 30);
+  EXPECT_TRUE(f.doc.table().anchor(kAv, 0) && f.doc.table().anchor(kAv, 3) && !f.doc.table().anchor(kAv, 1));
+  EXPECT_EQ(f.doc.table().value(kAv, 1), 20);
+  EXPECT_EQ(f.doc.table().value(kAv, 2), 30);
   EXPECT_EQ(f.doc.undo.count(), 2);
   EXPECT_EQ(f.doc.undo.valueAt(1, kAv, 2), 30);  // taken after the interpolation
 }
@@ -136,13 +137,13 @@ TEST(ClipboardTest, CutCopiesThenLeavesDefaultsInShownRowsAsOneStep) {
   f.selection = TableSelection::block(1, kF6, 2, kF4);
   EXPECT_EQ(cutSelection(f.doc, f.selection, f.shown), "701\t702\n901\t902\n");
   const ParameterSet& ps = f.doc.params();
-  EXPECT_EQ(f.doc.table.value(kF6, 1), ps.at(kF6).defaultValue);
-  EXPECT_EQ(f.doc.table.value(kF4, 2), ps.at(kF4).defaultValue);
-  EXPECT_EQ(f.doc.table.value(kF5, 1), 801);  // hidden, not copied: kept
-  EXPECT_EQ(f.doc.table.value(kF6, 3), 703);
+  EXPECT_EQ(f.doc.table().value(kF6, 1), ps.at(kF6).defaultValue);
+  EXPECT_EQ(f.doc.table().value(kF4, 2), ps.at(kF4).defaultValue);
+  EXPECT_EQ(f.doc.table().value(kF5, 1), 801);  // hidden, not copied: kept
+  EXPECT_EQ(f.doc.table().value(kF6, 3), 703);
   EXPECT_EQ(f.doc.undo.count(), 2);
   ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
-  EXPECT_EQ(f.doc.table.value(kF6, 1), 701);
+  EXPECT_EQ(f.doc.table().value(kF6, 1), 701);
 
   f.selection = TableSelection::wholeRow(kF5);
   EXPECT_EQ(cutSelection(f.doc, f.selection, f.shown), "");

@@ -18,6 +18,7 @@
 #include "editing/AdjustTime.h"
 #include "editing/Anchors.h"
 #include "editing/CellEdit.h"
+#include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
 #include "editing/RowColumnCommands.h"
 #include "editing/SetDefaults.h"
@@ -33,13 +34,19 @@ void shapeDoc(CVandrelDoc& doc, int columns, int intervalMs = 10) {
   ps.intervalMs = intervalMs;
   ps.fileLengthMs = static_cast<double>(columns) * intervalMs;
   ps.frameCount = columns;
-  doc.table.reset(columns, ps);
+  doc.replaceTable(vandrel::FrameTable(columns, ps));
 }
 
 std::vector<double> rowValues(const FrameTable& t, int row) { return {t.row(row), t.row(row) + t.columns()}; }
 
 void setRowValues(FrameTable& t, int row, const std::vector<double>& v) {
   for (std::size_t c = 0; c < v.size(); ++c) t.setValue(row, static_cast<int>(c), v[c]);
+}
+
+void setRowValues(CVandrelDoc& doc, int row, const std::vector<double>& v) {
+  EditTransaction edit(doc);
+  setRowValues(edit.table(), row, v);
+  edit.note(CellRange{row, row, 0, static_cast<int>(v.size()) - 1});
 }
 
 std::vector<int> anchorColumns(const FrameTable& t, int row) {
@@ -84,9 +91,9 @@ TEST(InterpolationTest, TableOfCases) {
     SCOPED_TRACE(c.name);
     CVandrelDoc doc;
     shapeDoc(doc, static_cast<int>(c.values.size()));
-    setRowValues(doc.table, kF2, c.values);
-    for (int a : c.anchors) doc.table.setAnchor(kF2, a, true);
-    FrameTable expected = doc.table;
+    setRowValues(doc, kF2, c.values);
+    for (int a : c.anchors) vandrel::EditTransaction(doc).setAnchor(kF2, a, true);
+    FrameTable expected = doc.table();
     setRowValues(expected, kF2, c.expected);
     TableSelection selection;
     if (c.op == Op::kRow) selection = TableSelection::wholeRow(kF2);
@@ -94,8 +101,8 @@ TEST(InterpolationTest, TableOfCases) {
     if (c.op == Op::kColumn) selection = TableSelection::wholeColumn(1);
     for (int i = 0; i < c.times; ++i)
       c.op == Op::kAll ? interpolateAllCommand(doc) : interpolateSelectionCommand(doc, selection);
-    EXPECT_EQ(rowValues(doc.table, kF2), c.expected);
-    EXPECT_EQ(doc.table, expected);  // other rows and every anchor as they were
+    EXPECT_EQ(rowValues(doc.table(), kF2), c.expected);
+    EXPECT_EQ(doc.table(), expected);  // other rows and every anchor as they were
     // Every form, even one that changes nothing, ends with the marks and a snapshot.
     EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged);
     EXPECT_EQ(doc.undo.count(), c.times);
@@ -105,21 +112,22 @@ TEST(InterpolationTest, TableOfCases) {
 TEST(InterpolationTest, BlockOfRowsTableEdgesAndAnEmptyTable) {
   CVandrelDoc doc;
   shapeDoc(doc, 5);
-  for (int r = 0; r < kParamCount; ++r) setRowValues(doc.table, r, {0, 1, 1, 1, 40});
+  for (int r = 0; r < kParamCount; ++r) setRowValues(doc, r, {0, 1, 1, 1, 40});
   TableSelection selection;
   selection = TableSelection::block(4, kF2, 0, kF1);
   interpolateSelectionCommand(doc, selection);
-  for (int r = 0; r < kParamCount; ++r) EXPECT_EQ(doc.table.value(r, 1), r >= kF2 && r <= kF1 ? 10 : 1) << r;
+  for (int r = 0; r < kParamCount; ++r)
+    EXPECT_EQ(doc.table().value(r, 1), r >= kF2 && r <= kF1 ? 10 : 1) << r;
   // -1 stands for the table's edges: every row, hidden ones too, becomes a line.
   doc.params().setSelected(kF2, false);
   interpolateRange(doc, -1, -1, -1, -1, false);
   for (int r = 0; r < kParamCount; ++r)
-    EXPECT_EQ(rowValues(doc.table, r), (std::vector<double>{0, 10, 20, 30, 40}));
+    EXPECT_EQ(rowValues(doc.table(), r), (std::vector<double>{0, 10, 20, 30, 40}));
   CVandrelDoc empty;
   shapeDoc(empty, 0);
   selection = TableSelection::wholeRow(kF2);
   interpolateSelectionCommand(empty, selection);
-  EXPECT_EQ(interpolationValue(empty.table, kF2, 0), 0.0);
+  EXPECT_EQ(interpolationValue(empty.table(), kF2, 0), 0.0);
 }
 
 TEST(CellEditTest, TypedTextIsHeldToTheRowLimits) {
@@ -136,9 +144,10 @@ TEST(CellEditTest, TypedTextIsHeldToTheRowLimits) {
     SCOPED_TRACE(c.text);
     CVandrelDoc doc;
     EXPECT_EQ(editCellText(doc, c.row, 3, c.text), c.stored.has_value());
-    EXPECT_EQ(doc.table.value(c.row, 3), c.stored.value_or(builtinParams()[std::size_t(c.row)].defaultValue));
+    EXPECT_EQ(doc.table().value(c.row, 3),
+              c.stored.value_or(builtinParams()[std::size_t(c.row)].defaultValue));
     EXPECT_EQ(doc.undo.count(), c.stored ? 1 : 0);
-    EXPECT_FALSE(editCell(doc, kF1, doc.table.columns(), 600) || editCell(doc, kParamCount, 0, 600));
+    EXPECT_FALSE(editCell(doc, kF1, doc.table().columns(), 600) || editCell(doc, kParamCount, 0, 600));
   }
 }
 
@@ -151,8 +160,9 @@ TEST(CellEditTest, AfterEditHookFollowsTheOptions) {
       shapeDoc(doc, 6);
       doc.anchorAfterEdit = anchorAfterEdit;
       doc.autoInterpolate = autoInterpolate;
-      setRowValues(doc.table, kAv, {0, 1, 1, 1, 1, 50});
-      for (auto [r, col] : {std::pair{kF1, 0}, {kAv, 0}, {kAv, 5}}) doc.table.setAnchor(r, col, true);
+      setRowValues(doc, kAv, {0, 1, 1, 1, 1, 50});
+      for (auto [r, col] : {std::pair{kF1, 0}, {kAv, 0}, {kAv, 5}})
+        vandrel::EditTransaction(doc).setAnchor(r, col, true);
       // The edited cell is told once, its anchor with its value.
       struct Told : DocObserver {
         int cell = 0;
@@ -164,11 +174,11 @@ TEST(CellEditTest, AfterEditHookFollowsTheOptions) {
       ASSERT_TRUE(editCell(doc, kF1, 4, 900));
       EXPECT_EQ(told.cell, autoInterpolate ? 2 : 1);           // and the interpolated rows
       const bool filled = anchorAfterEdit && autoInterpolate;  // the new anchor closes a span
-      EXPECT_EQ(rowValues(doc.table, kF1), (filled ? std::vector<double>{500, 600, 700, 800, 900, 500}
-                                                   : std::vector<double>{500, 500, 500, 500, 900, 500}));
-      EXPECT_EQ(anchorColumns(doc.table, kF1),
+      EXPECT_EQ(rowValues(doc.table(), kF1), (filled ? std::vector<double>{500, 600, 700, 800, 900, 500}
+                                                     : std::vector<double>{500, 500, 500, 500, 900, 500}));
+      EXPECT_EQ(anchorColumns(doc.table(), kF1),
                 (anchorAfterEdit ? std::vector<int>{0, 4} : std::vector<int>{0}));
-      EXPECT_EQ(doc.table.value(kAv, 1), autoInterpolate ? 10.0 : 1.0);
+      EXPECT_EQ(doc.table().value(kAv, 1), autoInterpolate ? 10.0 : 1.0);
       EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged && doc.undo.count() == 1);
       EXPECT_EQ(doc.undo.valueAt(0, kF1, 2), filled ? 700 : 500);  // taken after the hook
     }
@@ -201,9 +211,9 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
       CVandrelDoc doc;
       shapeDoc(doc, 4);
       doc.params().setDefault(kGain, 77);
-      for (int r = 0; r < kParamCount; ++r) setRowValues(doc.table, r, start);
+      for (int r = 0; r < kParamCount; ++r) setRowValues(doc, r, start);
       doc.rowsInUse = c.rowsInUse;
-      const FrameTable before = doc.table;
+      const FrameTable before = doc.table();
       TableSelection selection;
       selection = c.selection;
       defaults ? setToDefaultValues(doc, selection) : addSubtract(doc, selection, 7);
@@ -213,7 +223,7 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
         const int owner = c.selection.kind == SelectionKind::kRow ? kGain : r;
         expected.setValue(r, col, defaults ? doc.params().at(owner).defaultValue : plus7[std::size_t(col)]);
       }
-      EXPECT_EQ(doc.table, expected);
+      EXPECT_EQ(doc.table(), expected);
       EXPECT_EQ(doc.addSubtractAmount, defaults ? 0 : 7);
       EXPECT_TRUE(doc.modified && doc.tableChanged && doc.undo.count() == 1);
     }
@@ -231,30 +241,30 @@ TEST(AnchorCommandsTest, BlockGivesTheSameAnchorsWhicheverWayItWasDragged) {
     selection = drag;
     addAnchorsToSelection(doc, selection);
     for (int r = 0; r < kParamCount; ++r)
-      EXPECT_EQ(anchorColumns(doc.table, r),
+      EXPECT_EQ(anchorColumns(doc.table(), r),
                 (r >= kF3 && r <= kF1 ? std::vector<int>{1, 2, 3} : std::vector<int>{}));
     EXPECT_EQ(selection, drag);  // ordered for use, not in the stored selection
     EXPECT_TRUE(doc.modified && doc.undo.count() == 0);
     selection = TableSelection::wholeColumn(2);
     removeAnchorsFromSelection(doc, selection);
-    EXPECT_EQ(anchorColumns(doc.table, kF2), (std::vector<int>{1, 3}));
+    EXPECT_EQ(anchorColumns(doc.table(), kF2), (std::vector<int>{1, 3}));
     selection = TableSelection::wholeRow(kF3);
     removeAnchorsFromSelection(doc, selection);
-    EXPECT_EQ(doc.table.anchorCount(), 4);
+    EXPECT_EQ(doc.table().anchorCount(), 4);
     removeAllAnchors(doc);
-    EXPECT_EQ(doc.table.anchorCount(), 0);
+    EXPECT_EQ(doc.table().anchorCount(), 0);
   }
 }
 
 TEST(TableCommandsTest, CellAnchorRemoveColumnAndRemoveRow) {
   CVandrelDoc doc;
   setCellAnchor(doc, kF0, 4, true);  // the cell menu does not mark the document
-  EXPECT_TRUE(doc.table.anchorCount() == 1 && doc.table.anchor(kF0, 4) && !doc.modified);
-  const FrameTable before = doc.table;
+  EXPECT_TRUE(doc.table().anchorCount() == 1 && doc.table().anchor(kF0, 4) && !doc.modified);
+  const FrameTable before = doc.table();
   TableSelection selection;
   selection = TableSelection::wholeColumn(3);
   removeColumn(doc, selection);  // takes nothing out
-  EXPECT_TRUE(doc.table == before && doc.tableChanged && selection.kind == SelectionKind::kNone);
+  EXPECT_TRUE(doc.table() == before && doc.tableChanged && selection.kind == SelectionKind::kNone);
   for (int i = 0; i < 2; ++i) removeRow(doc);
   EXPECT_TRUE(doc.rowsInUse == kParamCount - 2 && doc.modified && doc.undo.count() == 2);
   doc.rowsInUse = 0;  // nothing left to remove
@@ -269,7 +279,7 @@ const std::string kRounded12 = kAsked + "12 ,But with interval(ms) = 5 ,you can 
 // can be told apart.
 void numberedDoc(CVandrelDoc& doc, int columns = 4) {
   shapeDoc(doc, columns, 5);
-  for (int c = 0; c < columns; ++c) doc.table.setValue(kF1, c, 100 + c);
+  for (int c = 0; c < columns; ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 100 + c);
 }
 
 TEST(AdjustTimeTest, AddTimeAndChangeLengthRoundToWholeIntervals) {
@@ -308,10 +318,10 @@ TEST(AdjustTimeTest, AddTimeAndChangeLengthRoundToWholeIntervals) {
     doc.addColumnTimeMs = c.asked;
     TableSelection selection;
     EXPECT_EQ(c.add ? addTime(doc, selection) : changeFileLength(doc, c.asked), c.messages);
-    EXPECT_TRUE(doc.table.columns() == c.columnsAfter && doc.params().frameCount == c.columnsAfter);
+    EXPECT_TRUE(doc.table().columns() == c.columnsAfter && doc.params().frameCount == c.columnsAfter);
     EXPECT_EQ(doc.params().fileLengthMs, 5 * c.columnsAfter);
     for (int col = 0; col < std::min(c.columnsAfter, 200); ++col)  // the columns kept hold what they held
-      ASSERT_EQ(doc.table.value(kF1, col), 100 + col) << col;
+      ASSERT_EQ(doc.table().value(kF1, col), 100 + col) << col;
     EXPECT_EQ(doc.undo.count(), c.snapshots);
     EXPECT_EQ(doc.modified, c.snapshots > 0);
   }
@@ -341,7 +351,7 @@ TEST(AdjustTimeTest, PlacementsCopyTheColumnPushedRight) {
     EXPECT_EQ(placeText(c.place), c.text);
     CVandrelDoc doc;
     numberedDoc(doc);
-    doc.table.setAnchor(kF1, 1, true);
+    vandrel::EditTransaction(doc).setAnchor(kF1, 1, true);
     doc.addColumnTimeMs = 12;
     doc.addColumnPlace = c.place;
     TableSelection selection;
@@ -351,8 +361,8 @@ TEST(AdjustTimeTest, PlacementsCopyTheColumnPushedRight) {
     UserMessages expected = {{kRounded12, true}};
     if (refused) expected.push_back({"Please select a column first", true});
     EXPECT_EQ(addTime(doc, selection), expected);
-    EXPECT_EQ(rowValues(doc.table, kF1), c.f1);
-    EXPECT_EQ(anchorColumns(doc.table, kF1), c.anchors);
+    EXPECT_EQ(rowValues(doc.table(), kF1), c.f1);
+    EXPECT_EQ(anchorColumns(doc.table(), kF1), c.anchors);
     EXPECT_TRUE(doc.params().frameCount == 6 && doc.params().fileLengthMs == 30);
     EXPECT_EQ(doc.undo.count(), refused ? 0 : 1);
   }
@@ -363,16 +373,16 @@ TEST(AdjustTimeTest, NewColumnsHoldDefaultsWithinLimitsAndHeadingsFollow) {
   shapeDoc(doc, 2, 5);
   doc.params().setDefault(kAv, 120);  // above its upper limit of 87
   doc.params().setDefault(kF1, 100);  // below its lower limit of 200
-  doc.table.setValue(kF2, 1, 999);
-  doc.table.setAnchor(kF2, 1, true);
+  vandrel::EditTransaction(doc).setValue(kF2, 1, 999);
+  vandrel::EditTransaction(doc).setAnchor(kF2, 1, true);
   TableSelection selection;
   std::vector<int> steps;  // progress as done * 10 + total
   adjustTime(doc, selection, false, 25, [&](int done, int total) { steps.push_back(done * 10 + total); });
   EXPECT_EQ(steps, (std::vector<int>{13, 23, 33}));
-  EXPECT_EQ(rowValues(doc.table, kAv), (std::vector<double>{60, 60, 87, 87, 87}));
-  EXPECT_EQ(rowValues(doc.table, kF1), (std::vector<double>{500, 500, 200, 200, 200}));
-  EXPECT_EQ(rowValues(doc.table, kF2), (std::vector<double>{1500, 999, 1500, 1500, 1500}));
-  EXPECT_EQ(anchorColumns(doc.table, kF2), std::vector<int>{1});
+  EXPECT_EQ(rowValues(doc.table(), kAv), (std::vector<double>{60, 60, 87, 87, 87}));
+  EXPECT_EQ(rowValues(doc.table(), kF1), (std::vector<double>{500, 500, 200, 200, 200}));
+  EXPECT_EQ(rowValues(doc.table(), kF2), (std::vector<double>{1500, 999, 1500, 1500, 1500}));
+  EXPECT_EQ(anchorColumns(doc.table(), kF2), std::vector<int>{1});
   for (int c = 0; c < 5; ++c) EXPECT_EQ(columnHeading(doc.params().intervalMs, c), std::to_string(5 * c + 5));
   EXPECT_EQ(columnHeading(1, 59999), "60000");
 }
@@ -385,7 +395,7 @@ TEST(UndoTest, StepsFailBeforeAnySnapshotAndARestoreMarksTheDocument) {
     doc.tableChanged = true;
     EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kInvalidArgument);
     EXPECT_EQ(doc.undo.current(), redo ? -4 : 0) << redo;
-    EXPECT_TRUE(doc.table == CVandrelDoc().table && !doc.modified && doc.tableChanged) << redo;
+    EXPECT_TRUE(doc.table() == CVandrelDoc().table() && !doc.modified && doc.tableChanged) << redo;
   }
   CVandrelDoc doc;
   for (double v : {300.0, 400.0, 600.0}) editCell(doc, kF1, 0, v);
@@ -394,7 +404,7 @@ TEST(UndoTest, StepsFailBeforeAnySnapshotAndARestoreMarksTheDocument) {
     doc.modified = false;
     EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kRestored);
     EXPECT_EQ(doc.undo.current(), index);
-    EXPECT_EQ(doc.table.value(kF1, 0), f1);
+    EXPECT_EQ(doc.table().value(kF1, 0), f1);
     // Restoring marks the document, keeps the view and takes no snapshot.
     EXPECT_TRUE(!doc.tableChanged && doc.modified && doc.changedSinceSynthesis && doc.undo.count() == 3);
   }
@@ -412,12 +422,12 @@ TEST(UndoTest, RestoreGivesWholeNumbersKeepsAnchorsAndHiddenRowsAndFollowsLength
   doc.params().setSelected(kF8, true);
   setCellAnchor(doc, kF2, 3, true);
   undoCommand(doc);
-  EXPECT_TRUE(doc.table.columns() == 4 && doc.params().frameCount == 4 && doc.params().fileLengthMs == 40);
-  EXPECT_EQ(rowValues(doc.table, kF1), (std::vector<double>{500, 333, 500, 1300}));
+  EXPECT_TRUE(doc.table().columns() == 4 && doc.params().frameCount == 4 && doc.params().fileLengthMs == 40);
+  EXPECT_EQ(rowValues(doc.table(), kF1), (std::vector<double>{500, 333, 500, 1300}));
   EXPECT_TRUE(doc.params().at(kF1).selected == 0 && doc.params().at(kF8).selected == 1);  // as shown now
-  EXPECT_TRUE(doc.table.anchor(kF2, 3));
+  EXPECT_TRUE(doc.table().anchor(kF2, 3));
   redoCommand(doc);
-  EXPECT_TRUE(doc.table.columns() == 7 && doc.params().fileLengthMs == 70);
+  EXPECT_TRUE(doc.table().columns() == 7 && doc.params().fileLengthMs == 70);
 }
 
 TEST(UndoTest, MemoryGrowsWithWhatChanged) {
@@ -458,14 +468,14 @@ TEST(UndoTest, EditsEndingAtLeafBordersAreKept) {
           setToDefaultValues(doc, selection);  // back to 500
         }
         const double edited = single ? 300.0 : 500.0;
-        ASSERT_EQ(doc.table.value(kF1, last), edited);
+        ASSERT_EQ(doc.table().value(kF1, last), edited);
         const int now = doc.undo.current();
         for (int c = std::max(0, first - 1); c <= std::min(width - 1, last + 1); ++c)
-          ASSERT_EQ(doc.undo.valueAt(now, kF1, c), doc.table.value(kF1, c)) << "column " << c;
+          ASSERT_EQ(doc.undo.valueAt(now, kF1, c), doc.table().value(kF1, c)) << "column " << c;
         ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
-        EXPECT_EQ(rowValues(doc.table, kF1), std::vector<double>(static_cast<std::size_t>(width), 507.0));
+        EXPECT_EQ(rowValues(doc.table(), kF1), std::vector<double>(static_cast<std::size_t>(width), 507.0));
         ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
-        EXPECT_EQ(doc.table.value(kF1, last), edited);
+        EXPECT_EQ(doc.table().value(kF1, last), edited);
       }
     }
   }
@@ -500,8 +510,8 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
     std::vector<Picture> pictures;
     const auto at = [&](int i) -> const Picture& { return pictures[static_cast<std::size_t>(i)]; };
     for (int step = 0; step < 60; ++step) {
-      const int cols = doc.table.columns(), row = pick(0, kParamCount - 1), col = pick(0, cols - 1);
-      const Picture before = pictureOf(doc.table);
+      const int cols = doc.table().columns(), row = pick(0, kParamCount - 1), col = pick(0, cols - 1);
+      const Picture before = pictureOf(doc.table());
       const int count = doc.undo.count();
       bool snapshotBefore = false;  // Add/Subtract snapshots the table before its addition
       const int kind = pick(0, 10);
@@ -533,22 +543,22 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
         // Undo or redo in the middle; later edits go on from the restored table.
         if (pictures.empty()) continue;
         ASSERT_EQ(step % 2 ? undoCommand(doc) : redoCommand(doc), UndoStatus::kRestored);
-        ASSERT_EQ(pictureOf(doc.table, true), at(doc.undo.current()));
+        ASSERT_EQ(pictureOf(doc.table(), true), at(doc.undo.current()));
         continue;
       }
       if (doc.undo.count() == count) continue;
       ASSERT_EQ(doc.undo.count(), count + 1);
-      pictures.push_back(snapshotBefore ? before : pictureOf(doc.table));
+      pictures.push_back(snapshotBefore ? before : pictureOf(doc.table()));
     }
     const int last = static_cast<int>(pictures.size()) - 1;
     while (doc.undo.current() < last) ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
     for (int i = last - 1; i >= -1; --i) {  // the last undo is clamped at the first entry
       ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
-      ASSERT_EQ(pictureOf(doc.table, true), at(std::max(i, 0))) << "undo to " << i;
+      ASSERT_EQ(pictureOf(doc.table(), true), at(std::max(i, 0))) << "undo to " << i;
     }
     for (int i = 1; i <= last + 1; ++i) {
       ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
-      ASSERT_EQ(pictureOf(doc.table, true), at(std::min(i, last))) << "redo to " << i;
+      ASSERT_EQ(pictureOf(doc.table(), true), at(std::min(i, last))) << "redo to " << i;
     }
   }
 }

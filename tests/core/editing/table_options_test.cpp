@@ -8,6 +8,7 @@
 
 #include "document/VandrelDoc.h"
 #include "editing/ChangeInterval.h"
+#include "editing/EditTransaction.h"
 #include "editing/TableOptions.h"
 #include "editing/UndoCommands.h"
 
@@ -21,8 +22,8 @@ void shapeDoc(CVandrelDoc& doc, int columns, int intervalMs) {
   ps.intervalMs = intervalMs;
   ps.fileLengthMs = static_cast<double>(columns) * intervalMs;
   ps.frameCount = columns;
-  doc.table.reset(columns, ps);
-  for (int c = 0; c < columns; ++c) doc.table.setValue(kF1, c, 500.0 + 10.0 * c);
+  doc.replaceTable(vandrel::FrameTable(columns, ps));
+  for (int c = 0; c < columns; ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 500.0 + 10.0 * c);
 }
 
 std::vector<double> row(const FrameTable& t, int r) { return {t.row(r), t.row(r) + t.columns()}; }
@@ -49,27 +50,27 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
     SCOPED_TRACE(c.interval);
     CVandrelDoc doc;
     shapeDoc(doc, 6, 10);
-    doc.table.setAnchor(kF1, 1, true);  // ends at 20 ms, holds 510
-    doc.table.setAnchor(kF1, 5, true);  // ends at 60 ms, holds 550
+    vandrel::EditTransaction(doc).setAnchor(kF1, 1, true);  // ends at 20 ms, holds 510
+    vandrel::EditTransaction(doc).setAnchor(kF1, 5, true);  // ends at 60 ms, holds 550
     EXPECT_TRUE(changeInterval(doc, c.interval).empty());
     EXPECT_EQ(doc.params().intervalMs, c.interval);
     EXPECT_EQ(doc.params().fileLengthMs, 60.0);
-    EXPECT_EQ(doc.params().frameCount, doc.table.columns());
-    const std::vector<double> f1 = row(doc.table, kF1);
+    EXPECT_EQ(doc.params().frameCount, doc.table().columns());
+    const std::vector<double> f1 = row(doc.table(), kF1);
     ASSERT_EQ(f1.size(), c.f1.size());
     for (std::size_t i = 0; i < f1.size(); ++i) {
-      const bool anchor = doc.table.anchor(kF1, static_cast<int>(i));
+      const bool anchor = doc.table().anchor(kF1, static_cast<int>(i));
       // An anchor keeps its own value at its new place.
       if (!anchor) {
         EXPECT_NEAR(f1[i], c.f1[i], 0.5) << i;
       }
     }
     std::vector<int> anchors;
-    for (int col = 0; col < doc.table.columns(); ++col)
-      if (doc.table.anchor(kF1, col)) anchors.push_back(col);
+    for (int col = 0; col < doc.table().columns(); ++col)
+      if (doc.table().anchor(kF1, col)) anchors.push_back(col);
     EXPECT_EQ(anchors, c.anchorColumns);
-    EXPECT_EQ(doc.table.value(kF1, anchors.back()), 550.0);
-    EXPECT_EQ(doc.table.anchorCount(), static_cast<int>(anchors.size()));
+    EXPECT_EQ(doc.table().value(kF1, anchors.back()), 550.0);
+    EXPECT_EQ(doc.table().anchorCount(), static_cast<int>(anchors.size()));
     EXPECT_TRUE(doc.modified);
     EXPECT_EQ(doc.undo.count(), 1);
   }
@@ -78,26 +79,26 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
 TEST(ChangeIntervalTest, UndoBringsBackTheOldTimingAndRefusalsChangeNothing) {
   CVandrelDoc doc;
   shapeDoc(doc, 20, 10);
-  doc.undo.append(doc.table, 10);
+  doc.undo.append(doc.table(), 10);
   ASSERT_TRUE(changeInterval(doc, 4).empty());
-  EXPECT_EQ(doc.table.columns(), 50);
+  EXPECT_EQ(doc.table().columns(), 50);
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.params().intervalMs, 10);
-  EXPECT_EQ(doc.table.columns(), 20);
+  EXPECT_EQ(doc.table().columns(), 20);
   EXPECT_EQ(doc.params().fileLengthMs, 200.0);
-  EXPECT_EQ(row(doc.table, kF1)[19], 690.0);
+  EXPECT_EQ(row(doc.table(), kF1)[19], 690.0);
   ASSERT_EQ(redoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.params().intervalMs, 4);
-  EXPECT_EQ(doc.table.columns(), 50);
+  EXPECT_EQ(doc.table().columns(), 50);
 
-  const FrameTable before = doc.table;
+  const FrameTable before = doc.table();
   for (int bad : {0, -3, 201}) {
     SCOPED_TRACE(bad);
     const UserMessages m = changeInterval(doc, bad);
     ASSERT_EQ(m.size(), 1u);
     EXPECT_NE(m[0].text.find("from 1 to 200 ms"), std::string::npos) << m[0].text;
     EXPECT_EQ(doc.params().intervalMs, 4);
-    EXPECT_EQ(doc.table, before);
+    EXPECT_EQ(doc.table(), before);
   }
 }
 
@@ -141,7 +142,7 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     o.anchorColor = rgb(1, 2, 3);
     const UserMessages m = applyFileOptions(doc, o);
     EXPECT_EQ(texts(m), c.messages);
-    EXPECT_EQ(doc.table.columns(), c.columnsAfter);
+    EXPECT_EQ(doc.table().columns(), c.columnsAfter);
     EXPECT_EQ(doc.params().fileLengthMs, c.lengthAfter);
     const bool refused = c.length < c.newInterval;
     EXPECT_EQ(doc.sampleRate, refused ? 11025.0 : 22050.0);
@@ -191,7 +192,7 @@ TEST(ParameterOptionsTest, LimitsAreCheckedRowByRowAndNameTheParameter) {
 TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTheUsualRows) {
   CVandrelDoc doc;
   TableSelection selection;
-  doc.table.setValue(kF3, 4, 2700);
+  vandrel::EditTransaction(doc).setValue(kF3, 4, 2700);
   doc.rowsInUse = 10;
   ParameterOptions o = parameterOptionsOf(doc);
   o.shown[kF3] = false;
@@ -210,7 +211,7 @@ TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTh
   EXPECT_EQ(ps.cascadeParallel, 0);
   EXPECT_EQ(ps.at(kF1).lower, 100);
   EXPECT_EQ(ps.at(kF1).defaultValue, 400);
-  EXPECT_EQ(doc.table.value(kF3, 4), 2700.0);
+  EXPECT_EQ(doc.table().value(kF3, 4), 2700.0);
   EXPECT_EQ(doc.rowsInUse, kParamCount);
   EXPECT_TRUE(doc.modified);
   EXPECT_EQ(doc.undo.count(), 1);

@@ -40,16 +40,17 @@ TEST(TraceStrokeTest, WritesTheFramesPassedOverHeldToTheRowsLimits) {
     SCOPED_TRACE(c.what);
     CVandrelDoc doc;
     doc.params().intervalMs = 10;
-    doc.table.reset(10, doc.params());
-    const FrameTable before = doc.table;
+    doc.replaceTable(vandrel::FrameTable(10, doc.params()));
+    const FrameTable before = doc.table();
     TraceStroke stroke(c.row);
     for (const Point& p : c.points) stroke.add(doc, p.ms, p.hz);
-    for (const auto& [column, value] : c.expected) EXPECT_EQ(doc.table.value(c.row, column), value) << column;
+    for (const auto& [column, value] : c.expected)
+      EXPECT_EQ(doc.table().value(c.row, column), value) << column;
     EXPECT_EQ(stroke.written().firstColumn, c.first);
     EXPECT_EQ(stroke.written().lastColumn, c.last);
-    for (int col = 0; col < doc.table.columns(); ++col) {
+    for (int col = 0; col < doc.table().columns(); ++col) {
       if (col < c.first || col > c.last) {
-        EXPECT_EQ(doc.table.value(c.row, col), before.value(c.row, col)) << col;
+        EXPECT_EQ(doc.table().value(c.row, col), before.value(c.row, col)) << col;
       }
     }
   }
@@ -58,15 +59,16 @@ TEST(TraceStrokeTest, WritesTheFramesPassedOverHeldToTheRowsLimits) {
 TEST(TraceStrokeTest, EachStrokeIsOneUndoStepEvenAfterAnUnrecordedChange) {
   CVandrelDoc doc;
   doc.params().intervalMs = 10;
-  doc.table.reset(10, doc.params());
-  doc.undo.append(doc.table, 10);
-  doc.table.reset(30, doc.params());  // as when a recording gives the blank table its length
-  const FrameTable lengthened = doc.table;
+  doc.replaceTable(vandrel::FrameTable(10, doc.params()));
+  doc.undo.append(doc.table(), 10);
+  doc.replaceTable(
+      vandrel::FrameTable(30, doc.params()));  // as when a recording gives the blank table its length
+  const FrameTable lengthened = doc.table();
 
   TraceStroke first(kF0);
   for (double ms = 0; ms < 200; ms += 3) first.add(doc, ms, 110);
   first.finish();
-  const FrameTable afterFirst = doc.table;
+  const FrameTable afterFirst = doc.table();
   TraceStroke second(kF2);
   second.add(doc, 150, 1700);
   second.add(doc, 250, 1900);
@@ -75,9 +77,9 @@ TEST(TraceStrokeTest, EachStrokeIsOneUndoStepEvenAfterAnUnrecordedChange) {
   EXPECT_TRUE(doc.changedSinceSynthesis);
 
   undoCommand(doc);
-  EXPECT_EQ(doc.table, afterFirst);
+  EXPECT_EQ(doc.table(), afterFirst);
   undoCommand(doc);
-  EXPECT_EQ(doc.table, lengthened);
+  EXPECT_EQ(doc.table(), lengthened);
 
   TraceStroke nothing(kF1);  // a click beyond the table: no step at all
   const int steps = doc.undo.count();

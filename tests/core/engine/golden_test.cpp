@@ -13,21 +13,22 @@
 #include <vector>
 
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
 namespace {
 
 void ramp(CVandrelDoc& d, int row, double from, double to) {
-  const int n = d.table.columns();
-  for (int c = 0; c < n; ++c) d.table.setValue(row, c, from + (to - from) * c / (n - 1));
+  const int n = d.table().columns();
+  for (int c = 0; c < n; ++c) vandrel::EditTransaction(d).setValue(row, c, from + (to - from) * c / (n - 1));
 }
 
 void setLength(CVandrelDoc& d, double ms, int interval) {
   d.params().fileLengthMs = ms;
   d.params().intervalMs = interval;
   d.params().frameCount = ParameterSet::framesFor(ms, interval);
-  d.table.reset(d.params().frameCount, d.params());
+  d.replaceTable(vandrel::FrameTable(d.params().frameCount, d.params()));
 }
 
 struct GoldenCase {
@@ -52,38 +53,38 @@ const GoldenCase kCases[] = {
      [](CVandrelDoc& d) {
        setLength(d, 250.0, 10);
        for (int c = 0; c < 10; ++c) {
-         d.table.setValue(kAv, c, 0);
-         d.table.setValue(kAf, c, 60);
-         d.table.setValue(kA5f, c, 55);
-         d.table.setValue(kAb, c, 40);
+         vandrel::EditTransaction(d).setValue(kAv, c, 0);
+         vandrel::EditTransaction(d).setValue(kAf, c, 60);
+         vandrel::EditTransaction(d).setValue(kA5f, c, 55);
+         vandrel::EditTransaction(d).setValue(kAb, c, 40);
        }
        for (int c = 10; c < 25; ++c) {
-         d.table.setValue(kAh, c, 45);
-         d.table.setValue(kTl, c, 12);
-         d.table.setValue(kSkew, c, 8);
-         d.table.setValue(kOq, c, 40);
-         d.table.setValue(kAtu, c, 50);
+         vandrel::EditTransaction(d).setValue(kAh, c, 45);
+         vandrel::EditTransaction(d).setValue(kTl, c, 12);
+         vandrel::EditTransaction(d).setValue(kSkew, c, 8);
+         vandrel::EditTransaction(d).setValue(kOq, c, 40);
+         vandrel::EditTransaction(d).setValue(kAtu, c, 50);
        }
      }},
     // Eight cascade formants at 22050 Hz (f6 shown) with a nasal murmur.
     {"high_rate_nasal",
      [](CVandrelDoc& d) {
        d.params().setSelected(kF6, true);
-       for (int c = 0; c < d.table.columns(); ++c) {
-         d.table.setValue(kFnz, c, 450);
-         d.table.setValue(kFnp, c, 270);
-         d.table.setValue(kAnv, c, 50);
-         d.table.setValue(kApv, c, 40);
+       for (int c = 0; c < d.table().columns(); ++c) {
+         vandrel::EditTransaction(d).setValue(kFnz, c, 450);
+         vandrel::EditTransaction(d).setValue(kFnp, c, 270);
+         vandrel::EditTransaction(d).setValue(kAnv, c, 50);
+         vandrel::EditTransaction(d).setValue(kApv, c, 40);
        }
      }},
     {"all_parallel",
      [](CVandrelDoc& d) {
        d.params().cascadeParallel = 0;
-       for (int c = 0; c < d.table.columns(); ++c) {
-         d.table.setValue(kApv, c, 60);
-         d.table.setValue(kA1f, c, 60);
-         d.table.setValue(kA2f, c, 55);
-         d.table.setValue(kA3f, c, 50);
+       for (int c = 0; c < d.table().columns(); ++c) {
+         vandrel::EditTransaction(d).setValue(kApv, c, 60);
+         vandrel::EditTransaction(d).setValue(kA1f, c, 60);
+         vandrel::EditTransaction(d).setValue(kA2f, c, 55);
+         vandrel::EditTransaction(d).setValue(kA3f, c, 50);
        }
      }},
 };

@@ -1,6 +1,7 @@
 // Sine-wave replicas: tones at the formants, as loud as the table makes
 // each formant, silent without a source, never clipping, never clicking.
 
+#include "editing/EditTransaction.h"
 #include "engine/SineWave.h"
 
 #include <gtest/gtest.h>
@@ -33,16 +34,16 @@ TEST(SineWaveTest, TonesSitAtTheFormantsWithTheTablesLevels) {
   CVandrelDoc doc;
   doc.params().frameCount = 50;
   doc.params().fileLengthMs = 500;
-  doc.table.reset(50, doc.params());
+  doc.replaceTable(vandrel::FrameTable(50, doc.params()));
   for (int c = 0; c < 50; ++c) {
-    doc.table.setValue(kF1, c, 530);
-    doc.table.setValue(kF2, c, 1840);
-    doc.table.setValue(kF3, c, 2480);
-    doc.table.setValue(kA1f, c, 60);
-    doc.table.setValue(kA2f, c, 50);
-    doc.table.setValue(kA3f, c, 40);
-    doc.table.setValue(kAv, c, c < 40 ? 87 : 0);  // the last 100 ms have no source
-    doc.table.setValue(kGain, c, 87);
+    vandrel::EditTransaction(doc).setValue(kF1, c, 530);
+    vandrel::EditTransaction(doc).setValue(kF2, c, 1840);
+    vandrel::EditTransaction(doc).setValue(kF3, c, 2480);
+    vandrel::EditTransaction(doc).setValue(kA1f, c, 60);
+    vandrel::EditTransaction(doc).setValue(kA2f, c, 50);
+    vandrel::EditTransaction(doc).setValue(kA3f, c, 40);
+    vandrel::EditTransaction(doc).setValue(kAv, c, c < 40 ? 87 : 0);  // the last 100 ms have no source
+    vandrel::EditTransaction(doc).setValue(kGain, c, 87);
   }
   const SampleSet s = synthesizeSineWave(doc);
   ASSERT_EQ(s.sampleRate, 11025.0);

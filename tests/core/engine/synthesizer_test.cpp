@@ -1,4 +1,5 @@
 #include "engine/Synthesizer.h"
+#include "editing/EditTransaction.h"
 
 #include <gtest/gtest.h>
 
@@ -40,7 +41,7 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
     doc.params().intervalMs = c.interval;
     doc.params().fileLengthMs = c.lengthMs;
     doc.params().frameCount = ParameterSet::framesFor(c.lengthMs, c.interval);
-    doc.table.reset(doc.params().frameCount, doc.params());
+    doc.replaceTable(vandrel::FrameTable(doc.params().frameCount, doc.params()));
     KlattState state;
     std::vector<std::pair<int, int>> progress;
     ASSERT_TRUE(synthesize(
@@ -84,7 +85,7 @@ TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndKeepsTheEarlie
   EXPECT_FALSE(ensureSynthesized(doc));
   EXPECT_TRUE(recorder.calls.empty());
 
-  for (int c = 0; c < doc.table.columns(); ++c) doc.table.setValue(kF1, c, 800);
+  for (int c = 0; c < doc.table().columns(); ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 800);
   doc.markEdited();
   recorder.calls.clear();
   EXPECT_TRUE(ensureSynthesized(doc));
@@ -109,9 +110,9 @@ int peak(const SampleSet& s) {
 TEST(SynthesizerTest, HiddenRowsAndFractions) {
   CVandrelDoc plain, quiet, fraction;
   ASSERT_EQ(quiet.params().at(kGain).selected, 0);
-  for (int c = 0; c < plain.table.columns(); ++c) {
-    quiet.table.setValue(kGain, c, 40);
-    fraction.table.setValue(kF1, c, 500.9);
+  for (int c = 0; c < plain.table().columns(); ++c) {
+    vandrel::EditTransaction(quiet).setValue(kGain, c, 40);
+    vandrel::EditTransaction(fraction).setValue(kF1, c, 500.9);
   }
   for (CVandrelDoc* d : {&plain, &quiet, &fraction}) {
     KlattState state;
@@ -127,10 +128,10 @@ TEST(SynthesizerTest, HiddenRowsAndFractions) {
 // 0.032: 30.1 dB), which fits as it is and is left alone.
 TEST(SynthesizerTest, ASignalAloneThatWouldClipIsTurnedDownToMinusOneDbfs) {
   CVandrelDoc loud, low;
-  for (int c = 0; c < loud.table.columns(); ++c) {
-    loud.table.setValue(kAf, c, 80);
-    low.table.setValue(kAf, c, 80);
-    low.table.setValue(kGain, c, 30);
+  for (int c = 0; c < loud.table().columns(); ++c) {
+    vandrel::EditTransaction(loud).setValue(kAf, c, 80);
+    vandrel::EditTransaction(low).setValue(kAf, c, 80);
+    vandrel::EditTransaction(low).setValue(kGain, c, 30);
   }
   KlattState state;
   const SoloSignal fits = synthesizeSolo(low, CKlattEngine::kFrication, state);

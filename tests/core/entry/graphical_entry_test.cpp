@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "editing/EditTransaction.h"
 #include "editing/UndoCommands.h"
 #include "engine/Synthesizer.h"
 #include "entry/DrawStroke.h"
@@ -60,8 +61,8 @@ TEST(DrawStrokeTest, PointerPositionsMapToFrameAndValue) {
 // three of them must come back whole on redo.
 TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
   CVandrelDoc doc;
-  doc.table.reset(600, doc.params());
-  const FrameTable before = doc.table;
+  doc.replaceTable(vandrel::FrameTable(600, doc.params()));
+  const FrameTable before = doc.table();
   DrawStroke stroke(DrawTrack::kF2);
   EXPECT_FALSE(stroke.write(doc, DrawPoint{600, 1500}));
   const DrawPoint points[] = {{300, 1500}, {250, 1700}, {520, 1600}};
@@ -71,13 +72,13 @@ TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
     after.setValue(kF2, p.column, p.value);
   }
   stroke.finish();
-  EXPECT_EQ(doc.table, after);
+  EXPECT_EQ(doc.table(), after);
   EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged);
 
   EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
-  EXPECT_EQ(doc.table, before);
+  EXPECT_EQ(doc.table(), before);
   EXPECT_EQ(redoCommand(doc), UndoStatus::kRestored);
-  EXPECT_EQ(doc.table, after);
+  EXPECT_EQ(doc.table(), after);
 
   // A stroke that wrote nothing takes no snapshot.
   const int count = doc.undo.count();
@@ -122,20 +123,20 @@ TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRow
   EXPECT_EQ(doc.undo.count(), 0);
 
   doc.paramSets[0].setSelected(kF4, false);
-  const FrameTable before = doc.table;
+  const FrameTable before = doc.table();
   RecordingTracks tracks;
   tracks.frameMs = {5, 105};
   tracks.f0 = {0, 150};
   tracks.formants = {{700, 1200, 2500, 3500, 5400}, {700, 1200, 2500, 3500, 5400}};
   enterTracks(doc, tracks);
-  for (int c = 0; c < doc.table.columns(); ++c) {
-    EXPECT_EQ(doc.table.value(kF0, c), 1500);  // the leading unvoiced frames take the first voiced value
-    EXPECT_EQ(doc.table.value(kF2, c), 1200);
-    EXPECT_EQ(doc.table.value(kF4, c), before.value(kF4, c));
-    EXPECT_EQ(doc.table.value(kF5, c), doc.params().at(kF5).upper);  // held to the row's limit, as typed
+  for (int c = 0; c < doc.table().columns(); ++c) {
+    EXPECT_EQ(doc.table().value(kF0, c), 1500);  // the leading unvoiced frames take the first voiced value
+    EXPECT_EQ(doc.table().value(kF2, c), 1200);
+    EXPECT_EQ(doc.table().value(kF4, c), before.value(kF4, c));
+    EXPECT_EQ(doc.table().value(kF5, c), doc.params().at(kF5).upper);  // held to the row's limit, as typed
   }
   EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
-  EXPECT_EQ(doc.table, before);
+  EXPECT_EQ(doc.table(), before);
 }
 
 // A glide of known formants through the whole command: F1 rises 10 Hz per
@@ -146,10 +147,10 @@ TEST(EnterAllDataTest, KnownGlideArrivesAtItsOwnFrames) {
   CVandrelDoc src;
   src.params().fileLengthMs = 400;
   src.params().frameCount = 40;
-  src.table.reset(40, src.params());
+  src.replaceTable(vandrel::FrameTable(40, src.params()));
   for (int c = 0; c < 40; ++c) {
-    src.table.setValue(kF0, c, 1200);
-    src.table.setValue(kF1, c, 400 + 10 * c);
+    vandrel::EditTransaction(src).setValue(kF0, c, 1200);
+    vandrel::EditTransaction(src).setValue(kF1, c, 400 + 10 * c);
   }
   KlattState state;
   state.reset(1);
@@ -160,11 +161,11 @@ TEST(EnterAllDataTest, KnownGlideArrivesAtItsOwnFrames) {
   EntryAnalysis analysis;
   analysis.spectrogram = COptionSpectrogram(doc.audio.sampleRate);
   analysis.spectrogram.displayFormants = true;
-  for (int c = 0; c < 40; ++c) doc.table.setValue(kF1, c, 0);
+  for (int c = 0; c < 40; ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 0);
   ASSERT_EQ(enterAllData(doc, analysis), UserMessages{});
-  EXPECT_NEAR(doc.table.value(kF0, 20), 1200, 60);
-  EXPECT_NEAR(doc.table.value(kF1, 20), 600, 30);
-  EXPECT_NEAR(doc.table.value(kF1, 30) - doc.table.value(kF1, 10), 200, 40);
+  EXPECT_NEAR(doc.table().value(kF0, 20), 1200, 60);
+  EXPECT_NEAR(doc.table().value(kF1, 20), 600, 30);
+  EXPECT_NEAR(doc.table().value(kF1, 30) - doc.table().value(kF1, 10), 200, 40);
 }
 
 }  // namespace

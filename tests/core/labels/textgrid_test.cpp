@@ -175,13 +175,13 @@ TEST(DocumentLabelsTest, EachHandEditIsOneUndoStepAndTheLabelsLiveBesideTheTable
   EXPECT_TRUE(doc.modified);
   const auto intervals = [&] { return documentLabels(doc).tiers.at(0).intervals.size(); };
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
-  EXPECT_EQ(doc.table.value(kF1, 3), 500);
+  EXPECT_EQ(doc.table().value(kF1, 3), 500);
   EXPECT_EQ(intervals(), 2u);
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(intervals(), 1u);
   redoCommand(doc);
   redoCommand(doc);
-  EXPECT_EQ(doc.table.value(kF1, 3), 700);
+  EXPECT_EQ(doc.table().value(kF1, 3), 700);
   EXPECT_EQ(intervals(), 2u);
 
   const auto dir = std::filesystem::temp_directory_path() / ("vandrel_dl_" + std::to_string(::getpid()));
@@ -203,7 +203,7 @@ TEST(DocumentLabelsTest, EachHandEditIsOneUndoStepAndTheLabelsLiveBesideTheTable
 // middles at 5, 15, ... 195 ms.
 TEST(DocumentLabelsTest, AnIntervalHoldsTheFramesWhoseMiddlesItHolds) {
   CVandrelDoc doc;
-  ASSERT_EQ(doc.table.columns(), 20);
+  ASSERT_EQ(doc.table().columns(), 20);
   ASSERT_EQ(doc.params().intervalMs, 10);
   using Frames = std::optional<std::pair<int, int>>;
   const struct {

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "batch/Continuum.h"
+#include "editing/EditTransaction.h"
 #include "editing/UndoCommands.h"
 #include "vowelspace/FormantDrag.h"
 #include "vowelspace/VowelSpace.h"
@@ -67,10 +68,10 @@ TEST(VowelSpaceTest, TrajectoryHandlesAndReferenceVowels) {
 
 TEST(VowelSpaceTest, DraggingAHandleMovesOnlyItsAnchorsAsOneUndoStep) {
   CVandrelDoc doc;
-  doc.table.setAnchor(kF1, 5, true);
-  doc.table.setAnchor(kF2, 5, true);
-  doc.table.setAnchor(kF1, 12, true);  // f1 alone: moves up and down only
-  const FrameTable before = doc.table;
+  vandrel::EditTransaction(doc).setAnchor(kF1, 5, true);
+  vandrel::EditTransaction(doc).setAnchor(kF2, 5, true);
+  vandrel::EditTransaction(doc).setAnchor(kF1, 12, true);  // f1 alone: moves up and down only
+  const FrameTable before = doc.table();
 
   FormantDrag drag(5);
   drag.moveTo(doc, 400.4, 2000);
@@ -84,30 +85,30 @@ TEST(VowelSpaceTest, DraggingAHandleMovesOnlyItsAnchorsAsOneUndoStep) {
   none.finish(doc);
 
   for (int r = 0; r < kParamCount; ++r)
-    for (int c = 0; c < doc.table.columns(); ++c) {
+    for (int c = 0; c < doc.table().columns(); ++c) {
       const bool moved = (r == kF1 || r == kF2) && c == 5;
       if (!moved && !(r == kF1 && c == 12)) {
-        EXPECT_EQ(doc.table.value(r, c), before.value(r, c)) << r << " " << c;
+        EXPECT_EQ(doc.table().value(r, c), before.value(r, c)) << r << " " << c;
       }
     }
-  EXPECT_EQ(doc.table.value(kF1, 5), 351);
-  EXPECT_EQ(doc.table.value(kF2, 5), 2200);
-  EXPECT_EQ(doc.table.value(kF1, 12), 1300);
+  EXPECT_EQ(doc.table().value(kF1, 5), 351);
+  EXPECT_EQ(doc.table().value(kF2, 5), 2200);
+  EXPECT_EQ(doc.table().value(kF1, 12), 1300);
   EXPECT_TRUE(doc.modified);
 
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);  // the f1-only drag
-  EXPECT_EQ(doc.table.value(kF1, 12), 500);
-  EXPECT_EQ(doc.table.value(kF2, 5), 2200);
+  EXPECT_EQ(doc.table().value(kF1, 12), 500);
+  EXPECT_EQ(doc.table().value(kF2, 5), 2200);
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);  // the first drag, as one step
-  EXPECT_EQ(doc.table, before);
+  EXPECT_EQ(doc.table(), before);
 
   // With automatic interpolation the frames between the anchors follow.
   doc.autoInterpolate = true;
   FormantDrag follow(5);
   follow.moveTo(doc, 300, 1500);
   follow.finish(doc);
-  EXPECT_EQ(doc.table.value(kF1, 5), 300);
-  EXPECT_NEAR(doc.table.value(kF1, 8), 300 + 3 * 200 / 7.0, 1e-9);
+  EXPECT_EQ(doc.table().value(kF1, 5), 300);
+  EXPECT_NEAR(doc.table().value(kF1, 8), 300 + 3 * 200 / 7.0, 1e-9);
 }
 
 }  // namespace

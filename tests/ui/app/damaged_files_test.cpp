@@ -16,6 +16,7 @@
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "util/AtomicFile.h"
 
 namespace vandrel::ui::test {
@@ -52,7 +53,7 @@ TEST_F(DamagedFilesTest, HundredInARowLeaveTheOpenDocumentAlone) {
   CMainFrame frame(environment());
   frame.show();
   OpenDocument& work = frame.newDocument()->document();
-  work.doc().table.setValue(vandrel::kF1, 3, 710.0);
+  vandrel::EditTransaction(work.doc()).setValue(vandrel::kF1, 3, 710.0);
   work.doc().markEdited();
   const std::string table = vandrel::writeVdr(work.doc(), vandrel::VdrKind::kAllParameters);
 

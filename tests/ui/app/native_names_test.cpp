@@ -12,6 +12,7 @@
 #include "app/DocumentRecovery.h"
 #include "common/NativePath.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "util/AtomicFile.h"
 
 namespace vandrel::ui::test {
@@ -50,7 +51,7 @@ TEST_F(ShellFixture, ALatin1NamedFileOpensSavesAndComesBackAsItself) {
   ASSERT_TRUE(fs::create_directory(folder));
   const std::string file = folder + "/caf\xE9.vdr";
   vandrel::CVandrelDoc made;
-  made.table.setValue(vandrel::kF0, 3, 1234.0);
+  vandrel::EditTransaction(made).setValue(vandrel::kF0, 3, 1234.0);
   ASSERT_EQ(vandrel::saveVdrFile(file, made, vandrel::VdrKind::kAllParameters), "");
 
   std::string program = "vandrel", argument = file;
@@ -60,10 +61,10 @@ TEST_F(ShellFixture, ALatin1NamedFileOpensSavesAndComesBackAsItself) {
   CMainFrame& frame = *app.mainFrame();
   OpenDocument* doc = frame.activeDocument();
   ASSERT_NE(doc, nullptr);
-  EXPECT_EQ(doc->doc().table.value(vandrel::kF0, 3), 1234.0);
+  EXPECT_EQ(doc->doc().table().value(vandrel::kF0, 3), 1234.0);
 
   // Saved over itself, not as a new "caf\uFFFD.vdr" beside it.
-  doc->doc().table.setValue(vandrel::kF0, 3, 1500.0);
+  vandrel::EditTransaction(doc->doc()).setValue(vandrel::kF0, 3, 1500.0);
   doc->doc().markEdited();
   frame.runCommand(ID_FILE_SAVE);
   EXPECT_TRUE(messages.empty());

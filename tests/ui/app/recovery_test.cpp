@@ -15,6 +15,7 @@
 #include "app/OpenDocument.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 #include "labels/DocumentLabels.h"
 #include "labels/TextGrid.h"
 
@@ -29,7 +30,7 @@ class RecoveryTest : public ShellFixture {
     const QString folder = recoveryRoot() + QLatin1Char('/') + name;
     EXPECT_TRUE(QDir().mkpath(folder));
     vandrel::CVandrelDoc doc;
-    doc.table.setValue(vandrel::kF0, 2, f0);
+    vandrel::EditTransaction(doc).setValue(vandrel::kF0, 2, f0);
     EXPECT_EQ(vandrel::saveVdrFile((folder + QStringLiteral("/3.vdr")).toStdString(), doc,
                                    vandrel::VdrKind::kAllParameters),
               "");
@@ -60,7 +61,7 @@ TEST_F(RecoveryTest, CopyFollowsTheDocumentUntilItIsSavedOrClosed) {
     // Each copy has the table as it is then (the snapshot is kept from one
     // copy to the next, and its room made on the writer after an edit).
     for (const double f1 : {640.0, 700.0}) {
-      doc.doc().table.setValue(vandrel::kF1, 0, f1);
+      vandrel::EditTransaction(doc.doc()).setValue(vandrel::kF1, 0, f1);
       doc.doc().markEdited();
       doc.doc().notifyCellsChanged(CellRange{vandrel::kF1, vandrel::kF1, 0, 0});
       frame.recovery()->saveNow();
@@ -121,7 +122,7 @@ TEST_F(RecoveryTest, WorkOfAnAbandonedRunIsOfferedAtStartUp) {
     if (c.reopened) {
       EXPECT_EQ(doc->path(), original);
       EXPECT_TRUE(doc->isModified());
-      EXPECT_EQ(doc->doc().table.value(vandrel::kF0, 2), 1234.0);
+      EXPECT_EQ(doc->doc().table().value(vandrel::kF0, 2), 1234.0);
       EXPECT_EQ(vandrel::documentLabels(doc->doc()).tiers.at(0).intervals.at(0).text, "a\u02D0");
       const QString copy =
           app.mainFrame()->recovery()->runFolder() + QStringLiteral("/%1.vdr").arg(doc->serial());

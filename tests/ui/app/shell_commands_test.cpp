@@ -24,6 +24,7 @@
 #include "config/ConfigFile.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "editing/EditTransaction.h"
 
 namespace vandrel::ui::test {
 namespace {
@@ -66,7 +67,7 @@ TEST_F(ShellCommandsTest, SaveNamesTheDocumentAndOpenBringsItBack) {
   CMainFrame frame(environment());
   CChildFrame* child = frame.newDocument();
   OpenDocument& doc = child->document();
-  doc.doc().table.setValue(vandrel::kF1, 4, 700.0);
+  vandrel::EditTransaction(doc.doc()).setValue(vandrel::kF1, 4, 700.0);
   doc.setModified(true);
 
   nextFile = path(QStringLiteral("files/vowel"));  // the extension is added
@@ -105,7 +106,7 @@ TEST_F(ShellCommandsTest, SaveNamesTheDocumentAndOpenBringsItBack) {
   QApplication::processEvents();
   frame.runCommand(ID_FILE_OPEN);
   ASSERT_EQ(frame.childFrames().size(), 3);
-  EXPECT_EQ(frame.activeDocument()->doc().table.value(vandrel::kF1, 4), 700.0);
+  EXPECT_EQ(frame.activeDocument()->doc().table().value(vandrel::kF1, 4), 700.0);
 }
 
 TEST_F(ShellCommandsTest, SavedParameterExportsUseTheirSuggestedNames) {
@@ -256,7 +257,7 @@ TEST_F(ShellCommandsTest, SavedConfigurationLoadsBackAndForeignFilesAreRefused) 
 
 TEST_F(ShellCommandsTest, DroppedParameterFileOpensInAWindowOfItsOwn) {
   vandrel::CVandrelDoc source;
-  source.table.setValue(vandrel::kF2, 0, 1800.0);
+  vandrel::EditTransaction(source).setValue(vandrel::kF2, 0, 1800.0);
   const QString file = path(QStringLiteral("files/dropped.vdr"));
   ASSERT_EQ(vandrel::saveVdrFile(file.toStdString(), source, vandrel::VdrKind::kAllParameters), "");
 
@@ -272,7 +273,7 @@ TEST_F(ShellCommandsTest, DroppedParameterFileOpensInAWindowOfItsOwn) {
   EXPECT_TRUE(messages.empty()) << (messages.empty() ? "" : messages[0].toStdString());
   ASSERT_EQ(frame.childFrames().size(), 1);
   EXPECT_EQ(frame.activeDocument()->title(), QStringLiteral("dropped.vdr"));
-  EXPECT_EQ(frame.activeDocument()->doc().table.value(vandrel::kF2, 0), 1800.0);
+  EXPECT_EQ(frame.activeDocument()->doc().table().value(vandrel::kF2, 0), 1800.0);
   EXPECT_TRUE(frame.showsDocumentMenus());
 }
 

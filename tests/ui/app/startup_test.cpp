@@ -173,7 +173,7 @@ TEST_F(StartupTest, DamagedConfigurationFileIsPutAsideAndSaidSo) {
       CVandrelApp app(hooks());
       ASSERT_TRUE(app.initInstance({QStringLiteral("vandrel")}));
       EXPECT_EQ(app.configStatus(), c.status);
-      EXPECT_EQ(app.mainFrame()->activeDocument()->doc().table.columns(), c.columns);
+      EXPECT_EQ(app.mainFrame()->activeDocument()->doc().table().columns(), c.columns);
       EXPECT_EQ(app.mainFrame()->statusBar()->currentMessage() ==
                     QStringLiteral("VandrelConf.cfg was damaged and is kept as VandrelConf.cfg.damaged; the "
                                    "default settings are in use"),

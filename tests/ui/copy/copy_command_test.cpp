@@ -16,6 +16,7 @@
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
 #include "copy/CopyCommand.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel::ui::test {
@@ -39,10 +40,10 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   vandrel::CVandrelDoc src;
   src.params().fileLengthMs = 600;
   src.params().frameCount = 60;
-  src.table.reset(60, src.params());
+  src.replaceTable(vandrel::FrameTable(60, src.params()));
   for (int c = 0; c < 60; ++c) {
-    src.table.setValue(vandrel::kF0, c, 1200);
-    src.table.setValue(vandrel::kF1, c, 400 + 5 * c);
+    vandrel::EditTransaction(src).setValue(vandrel::kF0, c, 1200);
+    vandrel::EditTransaction(src).setValue(vandrel::kF1, c, 400 + 5 * c);
   }
   vandrel::KlattState state;
   state.reset(1);
@@ -60,23 +61,23 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   doc.attachAudio(src.synthesized);
   frame.updateCommandStates();
   ASSERT_TRUE(frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->isEnabled());
-  ASSERT_EQ(doc.table.columns(), 120);
-  const vandrel::FrameTable before = doc.table;
+  ASSERT_EQ(doc.table().columns(), 120);
+  const vandrel::FrameTable before = doc.table();
 
   cancelWhenShown();
   frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->trigger();
-  EXPECT_EQ(doc.table, before);
+  EXPECT_EQ(doc.table(), before);
   EXPECT_FALSE(doc.modified);
 
   frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->trigger();
   EXPECT_TRUE(doc.modified);
   EXPECT_EQ(doc.params().intervalMs, 5);
-  ASSERT_EQ(doc.table.columns(), 120);
-  EXPECT_NEAR(doc.table.value(vandrel::kF0, 60), 1200, 30);
-  EXPECT_NEAR(doc.table.value(vandrel::kF1, 60), 550, 40);  // the middle of the glide
+  ASSERT_EQ(doc.table().columns(), 120);
+  EXPECT_NEAR(doc.table().value(vandrel::kF0, 60), 1200, 30);
+  EXPECT_NEAR(doc.table().value(vandrel::kF1, 60), 550, 40);  // the middle of the glide
   for (const int row : {vandrel::kF0, vandrel::kF1, vandrel::kAv}) {
     int anchors = 0;
-    for (int c = 0; c < 120; ++c) anchors += doc.table.anchor(row, c) ? 1 : 0;
+    for (int c = 0; c < 120; ++c) anchors += doc.table().anchor(row, c) ? 1 : 0;
     EXPECT_GE(anchors, 2) << row;
     EXPECT_LE(anchors, 120 * 35 / 100) << row;
   }
@@ -86,7 +87,7 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   // One step takes every value back (the history keeps values, not anchor flags).
   frame.runCommand(ID_EDIT_UNDO);
   for (int row = 0; row < vandrel::kParamCount; ++row)
-    EXPECT_TRUE(std::equal(doc.table.row(row), doc.table.row(row) + 120, before.row(row))) << row;
+    EXPECT_TRUE(std::equal(doc.table().row(row), doc.table().row(row) + 120, before.row(row))) << row;
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "../app/ShellFixture.h"
 #include "app/CommandRouter.h"
 #include "document/ColorSlots.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "entry/CFreqInputWnd.h"
 #include "entry/CGraphicalInput.h"
@@ -70,7 +71,7 @@ TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
 
   const vandrel::DrawingLayout& l = wnd->layout();
   const vandrel::PixelBox f = l.stripOf(vandrel::Strip::kFormants);
-  const vandrel::FrameTable before = doc().table;
+  const vandrel::FrameTable before = doc().table();
   const int frames = before.columns();
   const auto xOf = [&](int column) { return l.area.left + (2 * column + 1) * l.area.width / (2 * frames); };
   const QPoint a(xOf(2), f.top + f.height / 4), b(xOf(9), f.top + f.height / 2);
@@ -90,11 +91,11 @@ TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
   vandrel::FrameTable want = before;
   want.setValue(vandrel::kF1, 2, valueAt(a));
   want.setValue(vandrel::kF1, 9, valueAt(b));
-  EXPECT_EQ(doc().table, want);
+  EXPECT_EQ(doc().table(), want);
   EXPECT_TRUE(doc().changedSinceSynthesis);
 
   frame->runCommand(ID_EDIT_UNDO);  // the whole stroke is one step
-  EXPECT_EQ(doc().table, before);
+  EXPECT_EQ(doc().table(), before);
 
   // A new display maximum in the pitch options: the f0 strip's scale follows.
   frame->environment().config.pitch.displayHighHz = 300;
@@ -137,13 +138,14 @@ TEST_F(GraphicalEntryTest, EnterAllDataCopiesASynthesizedVowelsTracks) {
   const auto f0At = [](int c) { return 800 + c * 1600 / 59; };
   doc().params().fileLengthMs = 600;
   doc().params().frameCount = 60;
-  doc().table.reset(60, doc().params());
+  doc().replaceTable(vandrel::FrameTable(60, doc().params()));
   for (std::size_t k = 0; k < rows.size(); ++k)
-    for (int c = 0; c < 60; ++c) doc().table.setValue(rows[k], c, k == 0 ? f0At(c) : made[k]);
+    for (int c = 0; c < 60; ++c)
+      vandrel::EditTransaction(doc()).setValue(rows[k], c, k == 0 ? f0At(c) : made[k]);
   doc().markEdited();
   vandrel::ensureSynthesized(doc());
   doc().attachAudio(doc().synthesized);
-  doc().table.reset(60, doc().params());
+  doc().replaceTable(vandrel::FrameTable(60, doc().params()));
   doc().notifyStructureChanged();
 
   QAbstractButton* enter = child->panel()->control(CGraphicalInput::kEnterAllData);
@@ -158,8 +160,8 @@ TEST_F(GraphicalEntryTest, EnterAllDataCopiesASynthesizedVowelsTracks) {
     for (int c = 15; c < 45; ++c) {  // the middle half, away from onset and end
       SCOPED_TRACE(testing::Message() << "row " << rows[k] << " frame " << c);
       const int want = k == 0 ? f0At(c) : made[k];
-      if (k == 0) bias += (doc().table.value(rows[k], c) - want) / 30.0;
-      EXPECT_NEAR(doc().table.value(rows[k], c), want, 0.05 * want);
+      if (k == 0) bias += (doc().table().value(rows[k], c) - want) / 30.0;
+      EXPECT_NEAR(doc().table().value(rows[k], c), want, 0.05 * want);
     }
   // The glide rises 2.7 tenths a millisecond: tracks entered half a pitch
   // window (17.5 ms) late or early would be 47 tenths too low or too high.
@@ -169,7 +171,7 @@ TEST_F(GraphicalEntryTest, EnterAllDataCopiesASynthesizedVowelsTracks) {
   EXPECT_TRUE(child->panel()->recordingBox()->isChecked());
   EXPECT_TRUE(QTest::qWaitFor([&] { return !wnd->backgroundBusy() && wnd->hasBackground(); }, 10000));
   frame->runCommand(ID_EDIT_UNDO);
-  EXPECT_EQ(doc().table.value(vandrel::kF1, 30), doc().params().at(vandrel::kF1).defaultValue);
+  EXPECT_EQ(doc().table().value(vandrel::kF1, 30), doc().params().at(vandrel::kF1).defaultValue);
 }
 
 }  // namespace

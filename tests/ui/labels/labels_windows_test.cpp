@@ -48,7 +48,7 @@ class LabelsWindowsTest : public FrameFixture {
     vandrel::CVandrelDoc d;
     d.params().frameCount = 30;
     d.params().fileLengthMs = 300;
-    d.table.reset(30, d.params());
+    d.replaceTable(vandrel::FrameTable(30, d.params()));
     const QString vdr = path(QStringLiteral("files/ba.vdr"));
     EXPECT_EQ(vandrel::saveVdrFile(vdr.toStdString(), d, vandrel::VdrKind::kAllParameters), "");
     vandrel::Labels g;

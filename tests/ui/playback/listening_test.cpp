@@ -18,6 +18,7 @@
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
 #include "common/Workspace.h"
+#include "editing/EditTransaction.h"
 #include "playback/ListenTo.h"
 #include "playback/Listening.h"
 #include "table/CVandrelView.h"
@@ -74,7 +75,7 @@ class ListeningTest : public test::ShellFixture {
   void setSynthesized(const Samples& s, int rate = kSinkRate) {
     doc().params().fileLengthMs = 1000.0 * double(s.size()) / rate;
     doc().params().frameCount = static_cast<int>(doc().params().fileLengthMs) / doc().params().intervalMs;
-    doc().table.reset(doc().params().frameCount, doc().params());
+    doc().replaceTable(vandrel::FrameTable(doc().params().frameCount, doc().params()));
     doc().notifyStructureChanged();
     doc().synthesized.samples = s;
     doc().synthesized.sampleRate = rate;
@@ -230,8 +231,9 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
   EXPECT_EQ(frame->statusBar()->currentMessage(),
             QStringLiteral("No audio file is open beside this document"));
   for (const int row : {kAh, kAf, kAb})
-    for (int c = 0; c < doc().table.columns(); ++c) doc().table.setValue(row, c, row == kAf ? 80 : 50);
-  doc().notifyCellsChanged(CellRange{kAh, kAb, 0, doc().table.columns() - 1});
+    for (int c = 0; c < doc().table().columns(); ++c)
+      vandrel::EditTransaction(doc()).setValue(row, c, row == kAf ? 80 : 50);
+  doc().notifyCellsChanged(CellRange{kAh, kAb, 0, doc().table().columns() - 1});
   trigger(ID_PLAY_CURRENT);  // the normal output, synthesized first
   ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
   const SampleSet normal = doc().synthesized;
@@ -249,8 +251,8 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
         frame->statusBar()->currentMessage(),
         QStringLiteral("Frication noise turned down by %1 dB to keep it from clipping").arg(down, 0, 'f', 1));
   }
-  for (int c = 0; c < doc().table.columns(); ++c) doc().table.setValue(kAf, c, 0);
-  doc().notifyCellsChanged(CellRange{kAf, kAf, 0, doc().table.columns() - 1});
+  for (int c = 0; c < doc().table().columns(); ++c) vandrel::EditTransaction(doc()).setValue(kAf, c, 0);
+  doc().notifyCellsChanged(CellRange{kAf, kAf, 0, doc().table().columns() - 1});
   trigger(ID_LISTEN_TO_FIRST + 3);
   ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
   const Samples silentFrication = listening().soloSet().samples;

@@ -10,6 +10,7 @@
 
 #include "../app/ShellFixture.h"
 #include "SoundTestKit.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "playback/PlayCommand.h"
 #include "playback/SoundOut.h"
@@ -65,7 +66,7 @@ TEST_P(KnownBufferTest, ReachesTheSinkAsGiven) {
     CVandrelDoc doc;  // the default table stretched to 1 s: five streamed buffers
     doc.params().fileLengthMs = 1000.0;
     doc.params().frameCount = 100;
-    doc.table.reset(100, doc.params());
+    doc.replaceTable(vandrel::FrameTable(100, doc.params()));
     ASSERT_TRUE(synthesize(doc));
     sound = doc.synthesized.samples;
     rate = static_cast<int>(doc.synthesized.sampleRate);
@@ -137,7 +138,7 @@ TEST_F(SoundTest, PlayCurrentDuringPlaybackSynthesizesTheEditAndReplacesTheSound
   std::unique_ptr<CSoundOut> player;
   ASSERT_EQ(playCommand(doc, PlayWhich::Previous, player, nullptr), kSoundNoError);
   ASSERT_TRUE(waitFor([&] { return player->PlayPosition() >= kSinkRate / 2; }));
-  for (int c = 0; c < doc.table.columns(); ++c) doc.table.setValue(kF1, c, 750.0);
+  for (int c = 0; c < doc.table().columns(); ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 750.0);
   doc.changedSinceSynthesis = true;  // what every table edit leaves behind
   ASSERT_EQ(playCommand(doc, PlayWhich::Current, player, nullptr), kSoundNoError);
   EXPECT_FALSE(doc.changedSinceSynthesis);

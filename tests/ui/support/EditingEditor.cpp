@@ -28,9 +28,9 @@ void startEditing(vandrel::ui::CMainFrame& frame) {
   timer->setInterval(every);
   QObject::connect(timer, &QTimer::timeout, &frame, [&frame, last, edits = 0]() mutable {
     vandrel::ui::OpenDocument* doc = frame.activeDocument();
-    if (!doc || doc->doc().table.columns() == 0 || edits >= last) return;
+    if (!doc || doc->doc().table().columns() == 0 || edits >= last) return;
     ++edits;
-    vandrel::editCell(doc->doc(), vandrel::kF0, (edits - 1) % doc->doc().table.columns(), 4000 + edits);
+    vandrel::editCell(doc->doc(), vandrel::kF0, (edits - 1) % doc->doc().table().columns(), 4000 + edits);
     std::printf("edit %d\n", edits);
     std::fflush(stdout);
   });

@@ -18,6 +18,7 @@
 #include <QTest>
 
 #include "../app/ShellFixture.h"
+#include "editing/EditTransaction.h"
 #include "print/PrintCommands.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
@@ -44,9 +45,9 @@ class ClipboardPrintTest : public FrameFixture {
     vandrel::ParameterSet& ps = doc().params();
     ps.fileLengthMs = columns * ps.intervalMs;
     ps.frameCount = columns;
-    doc().table.reset(columns, ps);
-    doc().table.setValue(vandrel::kAv, 1, 42.25);
-    doc().table.setAnchor(vandrel::kF1, 2, true);
+    doc().replaceTable(FrameTable(columns, ps));
+    EditTransaction(doc()).setValue(vandrel::kAv, 1, 42.25);
+    EditTransaction(doc()).setAnchor(vandrel::kF1, 2, true);
     doc().notifyStructureChanged();
     QApplication::processEvents();
   }
@@ -99,7 +100,7 @@ TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
   shapeTable(10);
   ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
   view->table()->setFocus();
-  for (int c = 0; c < 3; ++c) doc().table.setValue(kF2, c, 1000 + c);
+  for (int c = 0; c < 3; ++c) EditTransaction(doc()).setValue(kF2, c, 1000 + c);
   doc().notifyCellsChanged(CellRange{kF2, kF2, 0, 2});
   click(kF1, 2);  // from f1 at 30 ms back up to f2 at 10 ms
   click(kF2, 0, Qt::ShiftModifier);
@@ -109,23 +110,23 @@ TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
 
   click(kF2, 6);
   key(Qt::Key_V);
-  EXPECT_EQ(doc().table.value(kF2, 8), 1002);
-  EXPECT_EQ(doc().table.value(kF1, 6), 500);
+  EXPECT_EQ(doc().table().value(kF2, 8), 1002);
+  EXPECT_EQ(doc().table().value(kF1, 6), 500);
   EXPECT_EQ(status(), QStringLiteral("Pasted 6 cells"));
 
   QGuiApplication::clipboard()->setText(QStringLiteral("12\tabc\t40"));
   click(kAv, 1);
   trigger(ID_EDIT_PASTE);
-  EXPECT_EQ(doc().table.value(kAv, 1), 12);
-  EXPECT_EQ(doc().table.value(kAv, 3), 40);
+  EXPECT_EQ(doc().table().value(kAv, 1), 12);
+  EXPECT_EQ(doc().table().value(kAv, 3), 40);
   EXPECT_EQ(status(), QStringLiteral("Pasted 2 cells; skipped 1 that were not numbers"));
 
   click(kF2, 0);
   key(Qt::Key_X);
-  EXPECT_EQ(doc().table.value(kF2, 0), doc().params().at(kF2).defaultValue);
+  EXPECT_EQ(doc().table().value(kF2, 0), doc().params().at(kF2).defaultValue);
   EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("1000\n"));
   key(Qt::Key_Z);
-  EXPECT_EQ(doc().table.value(kF2, 0), 1000);
+  EXPECT_EQ(doc().table().value(kF2, 0), 1000);
 
   // While a cell is being typed into, Ctrl+V pastes into the typing.
   QGuiApplication::clipboard()->setText(QStringLiteral("23"));
@@ -136,8 +137,8 @@ TEST_F(ClipboardPrintTest, CopyPasteCutAndUndoThroughKeysAndToolbar) {
   QTest::keyClick(editor, Qt::Key_V, Qt::ControlModifier);
   QTest::keyClick(editor, Qt::Key_Return);
   ASSERT_TRUE(QTest::qWaitFor([this] { return !view->table()->isEditing(); }));
-  EXPECT_EQ(doc().table.value(kAv, 5), 87);  // 123 held to av's limit
-  EXPECT_EQ(doc().table.value(kAv, 6), 60);
+  EXPECT_EQ(doc().table().value(kAv, 5), 87);  // 123 held to av's limit
+  EXPECT_EQ(doc().table().value(kAv, 6), 60);
   EXPECT_TRUE(messages.empty());
 }
 

@@ -19,6 +19,7 @@
 
 #include "../app/ShellFixture.h"
 #include "config/ConfigFile.h"
+#include "editing/EditTransaction.h"
 #include "editing/TableOptions.h"
 #include "table/CVandrelView.h"
 #include "table/dialogs/CAddColumn.h"
@@ -108,7 +109,7 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     window = frame->newDocument();
-    for (int col = 0; col < 20; ++col) doc().table.setValue(kF1, col, 500 + col);
+    for (int col = 0; col < 20; ++col) vandrel::EditTransaction(doc()).setValue(kF1, col, 500 + col);
     if (c.selectedColumn >= 0) clickHeading(Qt::Horizontal, c.selectedColumn);
     run(ID_EDIT_ADD_COLUMN, [&](QDialog& d) {
       EXPECT_EQ(child<QSpinBox>(d, "timeToAdd")->value(), 100);  // the document's last time
@@ -119,11 +120,11 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
     });
     EXPECT_EQ(titles, std::vector<QString>{QStringLiteral("Add Column")});
     EXPECT_EQ(messages, c.messages);
-    EXPECT_EQ(doc().table.columns(), c.columns);
+    EXPECT_EQ(doc().table().columns(), c.columns);
     EXPECT_EQ(doc().addColumnTimeMs, c.ok ? c.time / 10 * 10 : 100);
     if (c.selectedColumn >= 0) {
-      EXPECT_EQ(doc().table.value(kF1, 6), 505.0);
-      EXPECT_EQ(doc().table.value(kF1, 8), 506.0);
+      EXPECT_EQ(doc().table().value(kF1, 6), 505.0);
+      EXPECT_EQ(doc().table().value(kF1, 8), 506.0);
     }
   }
 
@@ -145,8 +146,8 @@ TEST_F(TableDialogsTest, AddSubtractOpensWithTheLastAmountAndWorksOnTheSelectedR
     });
     EXPECT_EQ(titles, std::vector<QString>{QStringLiteral("Add / Subtract")});
     EXPECT_EQ(doc().addSubtractAmount, stored);
-    EXPECT_EQ(doc().table.value(kF1, 19), 493.0);
-    EXPECT_EQ(doc().table.value(kF2, 19), 1500.0);
+    EXPECT_EQ(doc().table().value(kF1, 19), 493.0);
+    EXPECT_EQ(doc().table().value(kF2, 19), 1500.0);
   }
 }
 
@@ -169,7 +170,7 @@ TEST_F(TableDialogsTest, FileOptionsCutTheLengthResampleAndKeepTheAnchorColourAp
   });
   EXPECT_EQ(doc().params().intervalMs, 5);
   EXPECT_EQ(doc().params().fileLengthMs, 1000.0);
-  EXPECT_EQ(doc().table.columns(), 200);
+  EXPECT_EQ(doc().table().columns(), 200);
   EXPECT_EQ(qobject_cast<CVandrelView*>(window->view())->grid()->model()->columnCount(), 200);
   EXPECT_EQ(doc().sampleRate, 22050.0);
   EXPECT_TRUE(doc().autoInterpolate && doc().anchorAfterEdit);

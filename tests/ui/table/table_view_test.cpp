@@ -17,6 +17,7 @@
 
 #include "../app/ShellFixture.h"
 #include "editing/AfterEdit.h"
+#include "editing/EditTransaction.h"
 #include "table/CVandrelView.h"
 #include "table/FrameTableModel.h"
 #include "table/MyCug.h"
@@ -76,12 +77,12 @@ TEST_F(TableViewTest, ModelFollowsTheDocumentAndFormatsValues) {
       qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& m) {
         if (m.contains(QLatin1String("FAIL"))) sink->push_back(m);
       });
-  doc().table.setValue(kAv, 2, 1.0 / 3.0);
+  vandrel::EditTransaction(doc()).setValue(kAv, 2, 1.0 / 3.0);
   doc().notifyCellsChanged(CellRange{kAv, kAv, 2, 2});
   EXPECT_EQ(view->model()->data(cell(kAv, 2), Qt::DisplayRole).toString(), QStringLiteral("0.33"));
   grid->setCurrentCell(kF1, 15);
   doc().params().setSelected(kF1, false);
-  doc().table.reset(40, doc().params());
+  doc().replaceTable(vandrel::FrameTable(40, doc().params()));
   doc().notifyStructureChanged();
   qInstallMessageHandler(old);
   EXPECT_TRUE(failures.empty()) << failures.front().toStdString();
@@ -111,7 +112,7 @@ TEST_F(TableViewTest, ColumnsFitTheWidestValueOfTheShownRowsAndTheLastHeading) {
   // Only rows of two-digit values shown, and a table of 100,000 frames.
   const int narrow = grid->columnWidth(0);
   for (int r = 0; r < kParamCount; ++r) doc().params().setSelected(r, r == kAh || r == kAf);
-  doc().table.reset(100000, doc().params());
+  doc().replaceTable(vandrel::FrameTable(100000, doc().params()));
   doc().notifyStructureChanged();
   EXPECT_LT(grid->columnWidth(0), narrow);
   EXPECT_TRUE(fits("86.99"));
@@ -130,12 +131,12 @@ TEST_F(TableViewTest, TypingStoresClampedValuesAndMovesDown) {
   QTest::keyClick(grid, Qt::Key_Down);
   QTest::keyClick(grid, Qt::Key_Right);
   type(QStringLiteral("5000"));
-  EXPECT_EQ(doc().table.value(kAv, 1), 87.0);
+  EXPECT_EQ(doc().table().value(kAv, 1), 87.0);
   EXPECT_EQ(view->currentParam(), kAh);
   EXPECT_EQ(view->cellStatusText(), QStringLiteral("ah   20 ms   0"));
 
   type(QStringLiteral("-7"), Qt::Key_Tab);  // below the lower limit of ah
-  EXPECT_EQ(doc().table.value(kAh, 1), 0.0);
+  EXPECT_EQ(doc().table().value(kAh, 1), 0.0);
   EXPECT_EQ(view->currentColumn(), 2);
 
   QTest::keyClick(grid, Qt::Key_X);
@@ -152,15 +153,15 @@ TEST_F(TableViewTest, TypingStoresClampedValuesAndMovesDown) {
 TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
   doc().anchorAfterEdit = true;
   doc().autoInterpolate = true;
-  doc().table.setValue(kAv, 0, 0.0);
-  doc().table.setAnchor(kAv, 0, true);
+  vandrel::EditTransaction(doc()).setValue(kAv, 0, 0.0);
+  vandrel::EditTransaction(doc()).setAnchor(kAv, 0, true);
   doc().notifyCellsChanged(CellRange{kAv, kAv, 0, 0});
   afterEditStep(doc());
 
   grid->setCurrentCell(kAv, 8);
   type(QStringLiteral("80"));
-  EXPECT_TRUE(doc().table.anchor(kAv, 8));
-  EXPECT_EQ(doc().table.value(kAv, 4), 40.0);
+  EXPECT_TRUE(doc().table().anchor(kAv, 8));
+  EXPECT_EQ(doc().table().value(kAv, 4), 40.0);
   EXPECT_EQ(
       view->model()->data(cell(kAv, 8), Qt::BackgroundRole).value<QColor>().rgb(),
       QColor(redOf(doc().anchorColor()), greenOf(doc().anchorColor()), blueOf(doc().anchorColor())).rgb());
@@ -168,12 +169,12 @@ TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
   doc().params().setSelected(kB1, false);
   doc().notifyStructureChanged();
   frame->action(ID_EDIT_UNDO)->trigger();
-  EXPECT_EQ(doc().table.value(kAv, 4), 60.0);
-  EXPECT_EQ(doc().table.value(kAv, 8), 60.0);
+  EXPECT_EQ(doc().table().value(kAv, 4), 60.0);
+  EXPECT_EQ(doc().table().value(kAv, 8), 60.0);
   EXPECT_EQ(view->model()->data(cell(kAv, 4), Qt::DisplayRole).toString(), QStringLiteral("60"));
   EXPECT_TRUE(grid->isRowHidden(kB1));
   QTest::keyClick(grid, Qt::Key_Y, Qt::ControlModifier);  // the table's own Redo key
-  EXPECT_EQ(doc().table.value(kAv, 4), 40.0);
+  EXPECT_EQ(doc().table().value(kAv, 4), 40.0);
   EXPECT_TRUE(grid->isRowHidden(kB1));
 }
 
@@ -181,7 +182,7 @@ TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
 // either direction; Interpolate Selection and Set to Default Values trade the
 // block's ends at each use, so they work on it only at every second use.
 TEST_F(TableViewTest, BlocksAreKeptAsMadeAndCommandsWorkOnThemEverySecondUse) {
-  for (int col = 2; col <= 6; ++col) doc().table.setValue(kAv, col, 10.0 * col);
+  for (int col = 2; col <= 6; ++col) vandrel::EditTransaction(doc()).setValue(kAv, col, 10.0 * col);
   doc().notifyCellsChanged(CellRange{kAv, kAv, 2, 6});
   for (const bool mouse : {true, false}) {
     for (const bool rightToLeft : {false, true}) {
@@ -208,9 +209,9 @@ TEST_F(TableViewTest, BlocksAreKeptAsMadeAndCommandsWorkOnThemEverySecondUse) {
                                          {ID_EDIT_SET_DEFAULTS, 60},
                                          {ID_EDIT_SET_DEFAULTS, 0}};
   for (std::size_t i = 0; i < std::size(uses); ++i) {
-    doc().table.setValue(kAv, 4, 0.0);
+    vandrel::EditTransaction(doc()).setValue(kAv, 4, 0.0);
     frame->action(uses[i].first)->trigger();
-    EXPECT_EQ(doc().table.value(kAv, 4), uses[i].second) << "use " << i + 1;
+    EXPECT_EQ(doc().table().value(kAv, 4), uses[i].second) << "use " << i + 1;
   }
 }
 
@@ -224,18 +225,18 @@ TEST_F(TableViewTest, AnchorsMenuItemsWorkOnTheSelectionAndTheWholeTable) {
           if (a->text() == item) return a->trigger();
     ADD_FAILURE() << "no Anchors item " << item.toStdString();
   };
-  doc().table.setAnchor(kF1, 9, true);  // outside every selection below
+  vandrel::EditTransaction(doc()).setAnchor(kF1, 9, true);  // outside every selection below
   drag(kAv, 4, kAh, 2);
   pick(QStringLiteral("Add to Selection"));
-  EXPECT_EQ(doc().table.anchorCount(), 7);  // which cells a block gives is the core's business
-  EXPECT_TRUE(doc().table.anchor(kAh, 2) && doc().table.anchor(kAv, 4));
+  EXPECT_EQ(doc().table().anchorCount(), 7);  // which cells a block gives is the core's business
+  EXPECT_TRUE(doc().table().anchor(kAh, 2) && doc().table().anchor(kAv, 4));
   EXPECT_TRUE(doc().modified);
   click(kAh, 3);
   pick(QStringLiteral("Remove from Selection"));
-  EXPECT_EQ(doc().table.anchorCount(), 6);
-  EXPECT_FALSE(doc().table.anchor(kAh, 3));
+  EXPECT_EQ(doc().table().anchorCount(), 6);
+  EXPECT_FALSE(doc().table().anchor(kAh, 3));
   pick(QStringLiteral("Remove All"));
-  EXPECT_EQ(doc().table.anchorCount(), 0);
+  EXPECT_EQ(doc().table().anchorCount(), 0);
 }
 
 // Headings select one whole row or column; Select All (Ctrl+A) the table;
@@ -255,7 +256,7 @@ TEST_F(TableViewTest, HeadingsSelectAllAndTheCellMenu) {
 
   grid->setFocus();
   QTest::keyClick(grid, Qt::Key_A, Qt::ControlModifier);
-  EXPECT_EQ(view->selection(), selectAll(doc().table));
+  EXPECT_EQ(view->selection(), selectAll(doc().table()));
 
   doc().setModified(false);
   QStringList items;
@@ -269,7 +270,7 @@ TEST_F(TableViewTest, HeadingsSelectAllAndTheCellMenu) {
   QContextMenuEvent event(QContextMenuEvent::Mouse, at(kF3, 5), grid->viewport()->mapToGlobal(at(kF3, 5)));
   QApplication::sendEvent(grid->viewport(), &event);
   EXPECT_EQ(items, QStringList({QStringLiteral("Add Anchor"), QStringLiteral("Remove Anchor")}));
-  EXPECT_TRUE(doc().table.anchor(kF3, 5));
+  EXPECT_TRUE(doc().table().anchor(kF3, 5));
   EXPECT_FALSE(doc().modified);
 }
 
@@ -290,7 +291,7 @@ TEST_F(TableViewTest, RowsHiddenWhileScrolledLeaveTheColumnsDrawn) {
   ps.intervalMs = 5;
   ps.fileLengthMs = 400;
   ps.frameCount = 80;
-  doc().table.reset(80, ps);
+  doc().replaceTable(vandrel::FrameTable(80, ps));
   doc().notifyStructureChanged();
   QApplication::processEvents();
   grid->setFocus();

@@ -21,6 +21,7 @@
 #include "../app/ShellFixture.h"
 #include "common/Workspace.h"
 #include "config/ConfigFile.h"
+#include "editing/EditTransaction.h"
 #include "engine/KlattState.h"
 #include "engine/Synthesizer.h"
 #include "views/fftlpc/CFormFFTLPCChild.h"
@@ -42,10 +43,10 @@ class FftLpcTest : public FrameFixture {
   // A steady vowel in every column of the table.
   void setVowel(double f1, double f2, double f3) {
     CVandrelDoc& doc = document->doc();
-    for (int c = 0; c < doc.table.columns(); ++c) {
-      doc.table.setValue(kF1, c, f1);
-      doc.table.setValue(kF2, c, f2);
-      doc.table.setValue(kF3, c, f3);
+    for (int c = 0; c < doc.table().columns(); ++c) {
+      vandrel::EditTransaction(doc).setValue(kF1, c, f1);
+      vandrel::EditTransaction(doc).setValue(kF2, c, f2);
+      vandrel::EditTransaction(doc).setValue(kF3, c, f3);
     }
     doc.markEdited();
     doc.notifyStructureChanged();
@@ -149,7 +150,8 @@ TEST_F(FftLpcTest, TheWindowNeverSynthesizesIntoTheDocument) {
   const auto session = [&](bool withWindow) {
     processKlattState() = noiseAtStart;
     document->doc().initialise();
-    for (int c = 0; c < document->doc().table.columns(); ++c) document->doc().table.setValue(kAh, c, 50);
+    for (int c = 0; c < document->doc().table().columns(); ++c)
+      vandrel::EditTransaction(document->doc()).setValue(kAh, c, 50);
     setVowel(700, 1200, 2500);
     synthesize();
     if (withWindow) {

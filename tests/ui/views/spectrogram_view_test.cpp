@@ -21,6 +21,7 @@
 #include "../app/ShellFixture.h"
 #include "common/Workspace.h"
 #include "document/VandrelDoc.h"
+#include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 #include "table/CVandrelView.h"
 #include "table/MyCug.h"
@@ -139,12 +140,12 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   const int f0 = 1200, f1 = 700, f2 = 1220, f3 = 2600;  // f0 in tenths of a hertz
   doc.params().fileLengthMs = 600;
   doc.params().frameCount = 60;
-  doc.table.reset(60, doc.params());
-  for (int c = 0; c < doc.table.columns(); ++c) {
-    doc.table.setValue(kF0, c, f0);
-    doc.table.setValue(kF1, c, f1);
-    doc.table.setValue(kF2, c, f2);
-    doc.table.setValue(kF3, c, f3);
+  doc.replaceTable(vandrel::FrameTable(60, doc.params()));
+  for (int c = 0; c < doc.table().columns(); ++c) {
+    vandrel::EditTransaction(doc).setValue(kF0, c, f0);
+    vandrel::EditTransaction(doc).setValue(kF1, c, f1);
+    vandrel::EditTransaction(doc).setValue(kF2, c, f2);
+    vandrel::EditTransaction(doc).setValue(kF3, c, f3);
   }
   doc.markEdited();
   doc.notifyStructureChanged();
@@ -235,7 +236,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   // The pitch pane holds pitch alone: no intensity curve on its Hz scale, and
   // table values above its top are left out rather than drawn along the edge.
   window->view()->action(QStringLiteral("Table Values"))->setChecked(true);
-  for (int c = 20; c < 40; ++c) doc.table.setValue(kF0, c, 6000);  // 600 Hz, above 500
+  for (int c = 20; c < 40; ++c) vandrel::EditTransaction(doc).setValue(kF0, c, 6000);  // 600 Hz, above 500
   doc.notifyCellsChanged(CellRange{kF0, kF0, 20, 39});
   QApplication::processEvents();
   const QImage whole = canvas->grab().toImage();
@@ -282,10 +283,10 @@ TEST_F(SpectrogramViewTest, TracingAStrokeWritesTheFramesUnderThePointerAsOneUnd
   vandrel::CVandrelDoc& doc = table->document().doc();
   doc.params().fileLengthMs = 1000;  // a second of the table's vowel as the recording to trace over
   doc.params().frameCount = 100;
-  doc.table.reset(100, doc.params());
+  doc.replaceTable(vandrel::FrameTable(100, doc.params()));
   ASSERT_TRUE(vandrel::ensureSynthesized(doc));
   doc.attachAudio(doc.synthesized);
-  const vandrel::FrameTable before = doc.table;
+  const vandrel::FrameTable before = doc.table();
 
   frame->runCommand(ID_ENTRY_TRACE);
   CSpectrogramFrame* window = activeSpectrogram();
@@ -310,12 +311,12 @@ TEST_F(SpectrogramViewTest, TracingAStrokeWritesTheFramesUnderThePointerAsOneUnd
   // Which frames a stroke writes is the core's business; here the pointer's height becomes the value.
   const auto& o = canvas->scene().options.pitch;
   const double pixel = 10.0 * (o.displayHighHz - o.displayLowHz) / (pitch.rect.height() - 1);  // tenths of Hz
-  EXPECT_NEAR(doc.table.value(kF0, 20), 1500, pixel);
-  EXPECT_NEAR(doc.table.value(kF0, 39), 2500, pixel);
+  EXPECT_NEAR(doc.table().value(kF0, 20), 1500, pixel);
+  EXPECT_NEAR(doc.table().value(kF0, 39), 2500, pixel);
   EXPECT_TRUE(doc.modified);
 
   frame->runCommand(ID_EDIT_UNDO);
-  EXPECT_EQ(doc.table, before);
+  EXPECT_EQ(doc.table(), before);
 }
 
 // The rules behind the Defaults button are the option record's; the dialog

@@ -13,6 +13,7 @@
 
 #include "../app/ShellFixture.h"
 #include "common/Workspace.h"
+#include "editing/EditTransaction.h"
 #include "views/vowelspace/CVowelSpaceFrame.h"
 #include "views/vowelspace/VowelSpaceCommands.h"
 #include "views/vowelspace/VowelSpaceView.h"
@@ -40,16 +41,17 @@ class VowelSpaceTest : public FrameFixture {
 };
 
 TEST_F(VowelSpaceTest, DraggingAHandleIsOneEditAndAClickMovesTheCursor) {
-  for (int c = 0; c < 20; ++c) doc().table.setValue(kF2, c, 1000 + 50 * c);  // a glide towards [i]
-  doc().table.setAnchor(kF1, 5, true);
-  doc().table.setAnchor(kF2, 5, true);
+  for (int c = 0; c < 20; ++c)
+    vandrel::EditTransaction(doc()).setValue(kF2, c, 1000 + 50 * c);  // a glide towards [i]
+  vandrel::EditTransaction(doc()).setAnchor(kF1, 5, true);
+  vandrel::EditTransaction(doc()).setAnchor(kF2, 5, true);
   doc().notifyStructureChanged();
   VowelSpaceView* view = openView();
   ASSERT_NE(view, nullptr);
   EXPECT_EQ(frame->mdiArea()->activeSubWindow()->windowTitle(), QStringLiteral("Vandr1::Vowel Space"));
   view->toolBar()->findChild<QAction*>(QStringLiteral("Bark"))->trigger();
   EXPECT_EQ(view->scale(), FormantScale::kBark);
-  const FrameTable before = doc().table;
+  const FrameTable before = doc().table();
 
   QWidget* canvas = view->canvas();
   const QPoint handle = pointOf(*view, 500, 1250);
@@ -62,19 +64,19 @@ TEST_F(VowelSpaceTest, DraggingAHandleIsOneEditAndAClickMovesTheCursor) {
   FrameTable expected = before;  // only the anchored frame's f1 and f2 moved
   expected.setValue(kF1, 5, std::round(m.f1At(target.y())));
   expected.setValue(kF2, 5, std::round(m.f2At(target.x())));
-  EXPECT_EQ(doc().table, expected);
-  EXPECT_NEAR(doc().table.value(kF1, 5), 380, 10);
-  EXPECT_EQ(view->trajectory()[5].f2, doc().table.value(kF2, 5));
+  EXPECT_EQ(doc().table(), expected);
+  EXPECT_NEAR(doc().table().value(kF1, 5), 380, 10);
+  EXPECT_EQ(view->trajectory()[5].f2, doc().table().value(kF2, 5));
   EXPECT_EQ(Workspace::of(*frame->activeDocument()).timeMs(), 50.0);  // the press took the cursor along
 
   frame->action(ID_EDIT_UNDO)->trigger();  // one step takes the whole drag back
-  EXPECT_EQ(doc().table, before);
+  EXPECT_EQ(doc().table(), before);
   EXPECT_EQ(view->trajectory()[5].f1, 500);
 
   // A click on the line away from any handle moves every window's cursor.
   QTest::mouseClick(canvas, Qt::LeftButton, {}, pointOf(*view, 500, 1000 + 50 * 15));
   EXPECT_EQ(Workspace::of(*frame->activeDocument()).timeMs(), 150.0);
-  EXPECT_EQ(doc().table, before);
+  EXPECT_EQ(doc().table(), before);
 
   const QImage picture = view->picture();
   EXPECT_FALSE(picture.isNull());

@@ -251,7 +251,7 @@ void FftLpcView::synthesizePrivately() {
   // Copies of the table and of the noise state: the document may change
   // meanwhile, and its next synthesis must sound as if this one never ran.
   synthesisRun_ = runOnWorker<vandrel::SampleSet>(
-      [ps = doc.params(), table = doc.table, state = vandrel::processKlattState()] {
+      [ps = doc.params(), table = doc.table(), state = vandrel::processKlattState()] {
         return vandrel::synthesizeSolo(ps, table, vandrel::CKlattEngine::kNormal, state).set;
       });
   synthesisRun_.then(this, [this, generation](const QFuture<vandrel::SampleSet>&) {

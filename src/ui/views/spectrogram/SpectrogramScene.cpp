@@ -416,7 +416,7 @@ void SpectrogramScene::paintIntensity(QPainter& p, const Pane& pane, const TimeM
 
 void SpectrogramScene::paintTableRows(QPainter& p, const Pane& pane, const TimeMap& time, bool pitch) const {
   if (!doc) return;
-  const auto& table = doc->table;
+  const auto& table = doc->table();
   const double interval = doc->params().intervalMs;
   if (interval <= 0 || table.columns() == 0) return;
   const double lo = paneBottomHz(pane), hi = paneTopHz(pane);

@@ -155,12 +155,12 @@ bool VowelSpaceView::loadReferenceVowels(const QString& path) {
 }
 
 void VowelSpaceView::reread() {
-  points_ = vandrel::vowelTrajectory(document_.doc().table);
+  points_ = vandrel::vowelTrajectory(document_.doc().table());
   canvas_->update();
 }
 
 void VowelSpaceView::reread(int firstColumn, int lastColumn) {
-  const vandrel::FrameTable& t = document_.doc().table;
+  const vandrel::FrameTable& t = document_.doc().table();
   if (static_cast<int>(points_.size()) != t.columns()) return reread();
   for (int c = std::max(firstColumn, 0); c <= std::min(lastColumn, t.columns() - 1); ++c)
     points_[static_cast<std::size_t>(c)] = {t.value(vandrel::kF1, c), t.value(vandrel::kF2, c),
