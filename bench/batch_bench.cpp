@@ -61,7 +61,7 @@ const SampleSet& recording60s() {
     }
     KlattState state;
     synthesize(doc, {}, state);
-    return doc.synthesized;
+    return doc.synthesized();
   }();
   return rec;
 }
@@ -114,7 +114,7 @@ void BM_Continuum11Steps(benchmark::State& st) {
       writeFileAtomically(stem + ".vdr", writeVdr(doc, VdrKind::kAllParameters));
       KlattState state;
       synthesize(doc, {}, state);
-      saveWaveFile(stem + ".wav", doc.synthesized);
+      saveWaveFile(stem + ".wav", doc.synthesized());
     }
   }
   fs::remove_all(dir);
@@ -148,7 +148,7 @@ void BM_Grid11x11(benchmark::State& st) {
       manifest += gridManifestLine(plan, at, stem + ".vdr");
       KlattState state;
       synthesize(doc, {}, state);
-      saveWaveFile(stem + ".wav", doc.synthesized);
+      saveWaveFile(stem + ".wav", doc.synthesized());
     }
     writeFileAtomically((dir / "manifest.tsv").string(), manifest);
   }

@@ -47,7 +47,7 @@ SampleSet recording3s() {
   }
   KlattState state;
   synthesize(doc, {}, state);
-  return doc.synthesized;
+  return doc.synthesized();
 }
 
 void BM_CopyCommand3s(benchmark::State& st) {
@@ -66,7 +66,7 @@ void BM_CopyCommand3s(benchmark::State& st) {
     copy->trigger();
     QApplication::processEvents();  // the table window repainted
   }
-  if (!doc.modified) st.SkipWithError("the copy did not fill the table");
+  if (!doc.modified()) st.SkipWithError("the copy did not fill the table");
   st.counters["frames"] = doc.table().columns();
 }
 BENCHMARK(BM_CopyCommand3s)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -131,9 +131,9 @@ void BM_SynthesizeAndWrite60s(benchmark::State& st) {
   KlattState shared;
   for (auto _ : st) {
     synthesize(doc, {}, shared);
-    saveWaveFile(path, doc.synthesized);
+    saveWaveFile(path, doc.synthesized());
   }
-  st.SetItemsProcessed(st.iterations() * static_cast<std::int64_t>(doc.synthesized.samples.size()));
+  st.SetItemsProcessed(st.iterations() * static_cast<std::int64_t>(doc.synthesized().samples.size()));
 }
 BENCHMARK(BM_SynthesizeAndWrite60s)->Unit(benchmark::kMillisecond);
 

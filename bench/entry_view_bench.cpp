@@ -82,7 +82,7 @@ void BM_DrawMove(benchmark::State& st) {
   }
   d.send(QEvent::MouseButtonRelease, d.at(i));
   QApplication::processEvents();
-  if (!d.frame->activeDocument()->doc().modified) st.SkipWithError("the stroke wrote nothing");
+  if (!d.frame->activeDocument()->doc().modified()) st.SkipWithError("the stroke wrote nothing");
 }
 BENCHMARK(BM_DrawMove)->Unit(benchmark::kMillisecond)->Iterations(500);
 

@@ -76,7 +76,7 @@ void BM_PlaySelectionOf10sTable(benchmark::State& state) {
   Session& s = session();
   Workspace::of(*s.document).setSelection(4000, 6000);
   for (auto _ : state) {
-    s.document->doc().changedSinceSynthesis = true;  // an edit: Play synthesizes first
+    s.document->doc().markDueForSynthesis();  // an edit: Play synthesizes first
     const std::int64_t from = s.capture.size();
     const auto t0 = Clock::now();
     s.item(ID_PLAY_CURRENT)->trigger();
@@ -92,9 +92,10 @@ void BM_ABSwitchInALoop(benchmark::State& state) {
   ensureSynthesized(doc);
   // A silent original, at the copy's rate or at the one given (then the
   // copy is heard at the original's rate, taken up to it when Play starts).
-  doc.audio =
-      state.range(0) > 0 ? atRate(doc.synthesized, static_cast<double>(state.range(0))) : doc.synthesized;
-  std::fill(doc.audio.samples.begin(), doc.audio.samples.end(), std::int16_t{0});
+  SampleSet silent =
+      state.range(0) > 0 ? atRate(doc.synthesized(), static_cast<double>(state.range(0))) : doc.synthesized();
+  std::fill(silent.samples.begin(), silent.samples.end(), std::int16_t{0});
+  doc.attachAudio(std::move(silent));
   if (!s.item(ID_PLAY_LOOP)->isChecked()) s.item(ID_PLAY_LOOP)->trigger();
   for (auto _ : state) {
     s.item(ID_PLAY_AUDIO)->trigger();

@@ -81,7 +81,7 @@ void BM_VowelSpaceDragMove(benchmark::State& st) {
   }
   send(QEvent::MouseButtonRelease, start);
   QApplication::processEvents();
-  if (!d.modified) st.SkipWithError("the drag wrote nothing");
+  if (!d.modified()) st.SkipWithError("the drag wrote nothing");
 }
 BENCHMARK(BM_VowelSpaceDragMove)->Unit(benchmark::kMillisecond)->Iterations(300);
 

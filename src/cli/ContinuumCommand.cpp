@@ -208,7 +208,7 @@ int continuumCommand(const Args& args) {
     state.reset(static_cast<std::uint32_t>(seed));
     if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
     if (const std::string err = out.add((std::filesystem::path(output) / stepName(s, ".wav")).string(),
-                                        waveImage(doc.synthesized));
+                                        waveImage(doc.synthesized()));
         !err.empty())
       return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   }

@@ -138,7 +138,7 @@ int gridCommand(const Args& args) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
     if (!synthesize(doc, {}, state)) return complain(kExitInput, kCmd, "not enough memory to synthesize");
-    if (const std::string err = out.add(target(stem + ".wav"), waveImage(doc.synthesized)); !err.empty())
+    if (const std::string err = out.add(target(stem + ".wav"), waveImage(doc.synthesized())); !err.empty())
       return complain(kExitInput, kCmd, "%s", explained(err).c_str());
   }
   if (const std::string err = out.add(target("manifest.tsv"), manifest); !err.empty())

@@ -161,25 +161,25 @@ int synthCommand(const Args& args) {
     KlattState state;
     state.reset(static_cast<std::uint32_t>(seed));
     double turnedDown = 0.0;
+    SampleSet other;  // a sine-wave or solo signal, written instead of the synthesis
     if (sinewave > 0) {
-      docs[k].synthesized = synthesizeSineWave(docs[k], sinewave);
-      if (docs[k].synthesized.sampleRate <= 0.0)
-        return complain(kExitInput, kCmd, "not enough memory to synthesize");
+      other = synthesizeSineWave(docs[k], sinewave);
+      if (other.sampleRate <= 0.0) return complain(kExitInput, kCmd, "not enough memory to synthesize");
     } else if (listenTo && *listenTo != CKlattEngine::kNormal) {
       SoloSignal solo = synthesizeSolo(docs[k], *listenTo, state);
       if (solo.set.empty()) return complain(kExitInput, kCmd, "not enough memory to synthesize");
-      docs[k].synthesized = std::move(solo.set);
+      other = std::move(solo.set);
       turnedDown = solo.turnedDownDb;
     } else if (!synthesize(docs[k], {}, state)) {
       return complain(kExitInput, kCmd, "not enough memory to synthesize");
     }
-    const SampleSet& s = docs[k].synthesized;
+    const SampleSet& s = other.sampleRate > 0.0 ? other : docs[k].synthesized();
     if (const std::string err = out.add(targets[k], waveImage(s)); !err.empty())
       return complain(kExitInput, kCmd, "%s", explained(err).c_str());
     const LevelReport level = measureLevels(s);
     clipped += level.clipped;
     const std::size_t count = s.samples.size();
-    docs[k].synthesized = docs[k].previous = {};  // a batch of thousands holds tables, not sounds
+    docs[k].dropSynthesis();  // a batch of thousands holds tables, not sounds
     char line[200];
     if (report) {
       std::snprintf(line, sizeof line, "\t%.1f\t%.0f\t%.2f\t%.2f\t%ld", level.durationMs, level.sampleRate,

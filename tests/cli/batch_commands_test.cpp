@@ -220,7 +220,7 @@ TEST_F(BatchCommandsTest, CopyWritesATableTheEditorReadsAndSynthesizes) {
     EXPECT_GT(doc.table().anchorCount(), 0);
     KlattState state;
     ASSERT_TRUE(synthesize(doc, {}, state));
-    EXPECT_EQ(doc.synthesized.sampleRate, std::stod(rate));
+    EXPECT_EQ(doc.synthesized().sampleRate, std::stod(rate));
     EXPECT_NEAR(doc.table().value(kF0, 20), 1200, 60);
   }
 }

@@ -110,7 +110,7 @@ TEST_F(VandrelCliTest, SynthOfTheBlankDocumentWritesTheEditorsSamples) {
   SampleSet written;
   ASSERT_EQ(loadWaveFile(file("blank.wav"), written), WaveLoad::kOk);
   EXPECT_EQ(written.sampleRate, 11025.0);
-  EXPECT_EQ(written.samples, doc.synthesized.samples);
+  EXPECT_EQ(written.samples, doc.synthesized().samples);
 
   // Another seed, another noise; --quiet says nothing.
   const Result seeded = run({"synth", "--default", "--seed", "2", "--quiet", "-o", file("seeded.wav")});

@@ -103,8 +103,8 @@ void saveSvgAndBack(View& view, const QString& svgFile, const QString& png) {
 void copyTracks(CVandrelDoc& doc) {
   COptionPitch pitch;
   pitch.stepMs = doc.params().intervalMs;
-  const auto& x = doc.audio.samples;
-  const double fs = doc.audio.sampleRate;
+  const auto& x = doc.audio().samples;
+  const double fs = doc.audio().sampleRate;
   const auto f0 = computePitchTrack(x, fs, pitch, PitchMethod::kCepstral);
   const auto formants =
       computeFormantTracks(x, fs, FormantTrackSettings::forFrames(doc.table().columns(), f0.stepSamples));
@@ -188,10 +188,10 @@ int main(int argc, char** argv) {
     frame.newDocument();
     if (frame.openFile(wav)) {
       CVandrelDoc& doc = frame.activeDocument()->doc();
-      const double t = loudestMs(doc.audio);
+      const double t = loudestMs(doc.audio());
       SliceAnalyser analyser;
       const SpectralSlice natural =
-          analyser.analyse(doc.audio, sliceSettings(COptionFFTLPC(doc.audio.sampleRate), 0.98), t);
+          analyser.analyse(doc.audio(), sliceSettings(COptionFFTLPC(doc.audio().sampleRate), 0.98), t);
       const int rows[] = {kF1, kF2, kF3, kF4, kB1, kB2, kB3, kB4};
       double values[8] = {700, 1200, 2500, 3500, 60, 90, 150, 200};
       for (std::size_t k = 0; k < 4 && k < natural.formants.size(); ++k) {
@@ -226,7 +226,7 @@ int main(int argc, char** argv) {
   const double vowel[] = {700, 1200, 2500}, copy[] = {700, 1500, 2500};
   setRows(document->doc(), rows, vowel, 3);
   ensureSynthesized(document->doc());
-  document->doc().attachAudio(document->doc().synthesized);
+  document->doc().attachAudio(document->doc().synthesized());
   setRows(document->doc(), rows, copy, 3);
   if (FftLpcView* view = openView(frame)) {
     view->setSelection(40, 160);

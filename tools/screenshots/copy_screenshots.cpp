@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
     KlattState state;
     state.reset(1);
     synthesize(frame.activeDocument()->doc(), {}, state);
-    recording = frame.activeDocument()->doc().synthesized;
+    recording = frame.activeDocument()->doc().synthesized();
   }
   doc.attachAudio(recording);
   frame.updateCommandStates();

@@ -80,7 +80,8 @@ int main(int argc, char** argv) {
   // the original's rate, and the toolbar says so.
   frame.findChild<QAction*>(QStringLiteral("command_%1").arg(ID_LISTEN_TO_FIRST))->trigger();
   frame.runCommand(ID_PLAY_STOP);
-  document.doc().audio = atRate(document.doc().synthesized, 2 * document.doc().synthesized.sampleRate);
+  document.doc().attachAudio(
+      atRate(document.doc().synthesized(), 2 * document.doc().synthesized().sampleRate));
   frame.runCommand(ID_PLAY_CURRENT);
   QTest::qWait(300);
   frame.runCommand(ID_PLAY_SWITCH);

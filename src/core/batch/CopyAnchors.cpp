@@ -86,7 +86,7 @@ double copyDistance(const SampleSet& recording, CVandrelDoc& doc) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   KlattState state;
   state.reset(1);
-  if (!synthesize(doc, {}, state) || doc.synthesized.samples.empty() || !(recording.sampleRate > 0.0))
+  if (!synthesize(doc, {}, state) || doc.synthesized().samples.empty() || !(recording.sampleRate > 0.0))
     return nan;
   const SynthesisSetup setup = synthesisSetup(doc);
   const int frames = doc.table().columns();
@@ -105,7 +105,8 @@ double copyDistance(const SampleSet& recording, CVandrelDoc& doc) {
     if (doc.table().value(kAv, c) <= 0.0 && doc.table().value(kAh, c) <= 0.0 &&
         doc.table().value(kAf, c) <= 0.0)
       continue;
-    if (!natural.envelope(recording, ss, atRecording, en) || !copy.envelope(doc.synthesized, ss, atCopy, ec))
+    if (!natural.envelope(recording, ss, atRecording, en) ||
+        !copy.envelope(doc.synthesized(), ss, atCopy, ec))
       continue;
     const double dist = envelopeDistance(en, ec);
     if (std::isfinite(dist)) d.push_back(dist);

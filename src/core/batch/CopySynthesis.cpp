@@ -147,7 +147,7 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
   state.reset(1);
   if (!synthesize(doc, {}, state)) return;
   const SynthesisSetup setup = synthesisSetup(doc);
-  const std::vector<double> x = asDoubles(doc.synthesized.samples);
+  const std::vector<double> x = asDoubles(doc.synthesized().samples);
   const double window = kLevelWindowMs * setup.sampleRate / 1000.0;
   const int frames = doc.table().columns();
   const std::vector<double> got = frameLevels(x, setup.samplesPerFrame, window, frames);
@@ -253,7 +253,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   ps.frameCount = frames;
   ps.fileLengthMs = static_cast<double>(frames) * interval;
   if (settings.sampleRate == 22050) ps.setSelected(kF6, true);
-  doc->untouched = false;
+  doc->setUntouched(false);
   // The whole table is filled here: one structure change, told when the fill ends.
   EditTransaction fill(*doc);
   FrameTable& t = fill.table();
@@ -385,9 +385,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   }
 
   if (progress) progress(100);
-  doc->synthesized = {};
-  doc->previous = {};
-  doc->changedSinceSynthesis = true;
+  doc->dropSynthesis();
   doc->undo = UndoHistory{};
   out = std::move(*doc);
   r.frames = frames;

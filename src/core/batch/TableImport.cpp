@@ -81,7 +81,7 @@ void startTable(CVandrelDoc& doc, int frames, int intervalMs) {
   ps.frameCount = frames;
   ps.fileLengthMs = static_cast<double>(frames) * intervalMs;
   doc.replaceTable(FrameTable(frames, ps));
-  doc.untouched = false;
+  doc.setUntouched(false);
 }
 
 std::string joined(const std::vector<std::string>& names, const std::string& what) {

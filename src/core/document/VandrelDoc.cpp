@@ -8,16 +8,16 @@ namespace vandrel {
 void CVandrelDoc::initialise() {
   for (auto& s : paramSets) s.initialise();
   table_.reset(params().frameCount, params());
-  synthesized = SampleSet{};
-  previous = SampleSet{};
-  audio = SampleSet{};
-  sampleRate = 11025.0;
-  highRate = false;
-  modified = false;
-  changedSinceSynthesis = true;
-  changedCompanion = true;
-  untouched = true;
-  tableChanged = false;
+  synthesized_ = SampleSet{};
+  previous_ = SampleSet{};
+  audio_ = SampleSet{};
+  sampleRate_ = 11025.0;
+  highRate_ = false;
+  modified_ = false;
+  changedSinceSynthesis_ = true;
+  changedCompanion_ = true;
+  untouched_ = true;
+  tableChanged_ = false;
   labels.reset();
   colors = kDefaultColors;
   applyGroupColors();
@@ -44,17 +44,83 @@ void CVandrelDoc::replaceTable(const FrameTable& table) {
   notifyStructureChanged();
 }
 
+void CVandrelDoc::loadTable(FrameTable&& table, double rate) {
+  table_ = std::move(table);
+  sampleRate_ = rate;
+  highRate_ = rate == 22050;
+  synthesized_ = SampleSet{};
+  previous_ = SampleSet{};
+  modified_ = false;
+  changedSinceSynthesis_ = true;
+  changedCompanion_ = true;
+  untouched_ = false;
+  rowsInUse = kParamCount;
+  undo = UndoHistory{};
+  notifyStructureChanged();
+  notifySamplesChanged(SampleSlot::kSynthesized);
+  notifySamplesChanged(SampleSlot::kPrevious);
+  notifyFlagsChanged();
+}
+
+void CVandrelDoc::acceptSynthesis(SampleSet fresh, double rate) {
+  const bool first = synthesized_.byteSize() < 100;
+  sampleRate_ = rate;
+  highRate_ = rate == 22050;
+  if (!first) previous_ = std::move(synthesized_);
+  synthesized_ = std::move(fresh);
+  if (first) previous_ = synthesized_;
+  changedSinceSynthesis_ = false;
+  changedCompanion_ = false;
+  notifySamplesChanged(SampleSlot::kSynthesized);
+  notifySamplesChanged(SampleSlot::kPrevious);
+  notifyFlagsChanged();
+}
+
+void CVandrelDoc::dropSynthesis() {
+  synthesized_ = SampleSet{};
+  previous_ = SampleSet{};
+  changedSinceSynthesis_ = true;
+  changedCompanion_ = true;
+  notifySamplesChanged(SampleSlot::kSynthesized);
+  notifySamplesChanged(SampleSlot::kPrevious);
+  notifyFlagsChanged();
+}
+
 void CVandrelDoc::markEdited() {
-  modified = true;
-  changedSinceSynthesis = true;
-  changedCompanion = true;
-  untouched = false;
+  modified_ = true;
+  changedSinceSynthesis_ = true;
+  changedCompanion_ = true;
+  untouched_ = false;
   notifyFlagsChanged();
 }
 
 void CVandrelDoc::setModified(bool on) {
-  if (modified == on) return;
-  modified = on;
+  if (modified_ == on) return;
+  modified_ = on;
+  notifyFlagsChanged();
+}
+
+void CVandrelDoc::markDueForSynthesis() {
+  if (changedSinceSynthesis_ && changedCompanion_) return;
+  changedSinceSynthesis_ = changedCompanion_ = true;
+  notifyFlagsChanged();
+}
+
+void CVandrelDoc::setUntouched(bool on) {
+  if (untouched_ == on) return;
+  untouched_ = on;
+  notifyFlagsChanged();
+}
+
+void CVandrelDoc::setTableChanged(bool on) {
+  // No window shows this flag, so there is no one to tell: every command that
+  // sets it tells of its edit (markEdited) or of its snapshot itself.
+  tableChanged_ = on;
+}
+
+void CVandrelDoc::setSampleRate(double rate) {
+  if (sampleRate_ == rate) return;
+  sampleRate_ = rate;
   notifyFlagsChanged();
 }
 
@@ -83,13 +149,13 @@ void CVandrelDoc::attachAudio(SampleSet recording) {
         ps.frameCount = n;
         ps.fileLengthMs = static_cast<double>(n) * ps.intervalMs;
         table_.reset(n, ps);
-        changedSinceSynthesis = true;
-        changedCompanion = true;
+        changedSinceSynthesis_ = true;
+        changedCompanion_ = true;
         resized = true;
       }
     }
   }
-  audio = std::move(recording);
+  audio_ = std::move(recording);
   if (resized) notifyStructureChanged();
   notifySamplesChanged(SampleSlot::kAudio);
 }

@@ -44,26 +44,56 @@ class CVandrelDoc {
   const ParameterSet& params() const { return paramSets[0]; }
 
   // --- flags --------------------------------------------------------------
+  // Each setter but setTableChanged tells the observers (notifyFlagsChanged)
+  // when it changes something.
+  bool modified() const { return modified_; }
+  bool changedSinceSynthesis() const { return changedSinceSynthesis_; }  // set by every edit
+  bool changedCompanion() const { return changedCompanion_; }  // cleared together with the flag above
+  bool untouched() const { return untouched_; }                // cleared by the first edit or load
+  // Set by every after-edit step and by the commands that change the table,
+  // cleared by undo and redo. No window shows it.
+  bool tableChanged() const { return tableChanged_; }
+  double sampleRate() const { return sampleRate_; }  // of the last synthesis
+  bool highRate() const { return highRate_; }        // 22050 Hz was in force at the last synthesis
+
   // The after-edit marking: modified, and due for synthesis.
   void markEdited();
   void setModified(bool on);
+  // Due for synthesis again, without being an edit (Play synthesizes first).
+  void markDueForSynthesis();
+  void setUntouched(bool on);
+  void setTableChanged(bool on);
+  // The rate the next synthesis writes into the file (Table options).
+  void setSampleRate(double rate);
   // True for a blank table that nothing has edited or loaded into yet.
-  bool tableUntouched() const { return untouched && !modified; }
-  bool hasAudio() const { return !audio.empty(); }
+  bool tableUntouched() const { return untouched_ && !modified_; }
+  bool hasAudio() const { return !audio_.empty(); }
   // The rate the analyses' derived defaults (window lengths, frequency
   // ranges) follow: the recording's, else the last synthesis's, else the one
   // the table's parameters call for. One rule, so the spectrogram, FFT/LPC and
   // drawing windows of one document never disagree on it.
   double analysisRate() const {
-    if (hasAudio() && audio.sampleRate > 0.0) return audio.sampleRate;
-    return synthesized.sampleRate > 0.0 ? synthesized.sampleRate : params().sampleRate();
+    if (hasAudio() && audio_.sampleRate > 0.0) return audio_.sampleRate;
+    return synthesized_.sampleRate > 0.0 ? synthesized_.sampleRate : params().sampleRate();
   }
 
+  // --- sounds -------------------------------------------------------------
+  const SampleSet& synthesized() const { return synthesized_; }  // the last synthesis
+  const SampleSet& previous() const { return previous_; }        // the one before it ("Play Previous")
+  const SampleSet& audio() const { return audio_; }              // an opened natural recording
   // The signal a window shows, by the slot its notifications name.
   const SampleSet& sampleSet(SampleSlot slot) const {
-    if (slot == SampleSlot::kSynthesized) return synthesized;
-    return slot == SampleSlot::kPrevious ? previous : audio;
+    if (slot == SampleSlot::kSynthesized) return synthesized_;
+    return slot == SampleSlot::kPrevious ? previous_ : audio_;
   }
+  // A new synthesis made at `rate`: the current sound becomes the previous
+  // one (the first synthesis of a document leaves both holding the new one),
+  // and the document is no longer due for synthesis. The observers hear of
+  // both sample sets and of the flags, once each.
+  void acceptSynthesis(SampleSet fresh, double rate);
+  // Neither a synthesized nor a previous sound (a batch keeps tables, not
+  // sounds): the document is due for synthesis.
+  void dropSynthesis();
 
   // --- colours ------------------------------------------------------------
   Colorref groupColor(int group) const { return colors.at(static_cast<std::size_t>(group)); }
@@ -97,25 +127,15 @@ class CVandrelDoc {
   // Read freely; written only through an EditTransaction (editing/), which
   // collects the cells written and tells the observers, or replaced whole.
   const FrameTable& table() const { return table_; }
-  // A whole new table (a file read, a new document, a continuum step): the
-  // observers hear of a structure change. The copying form reuses the room
-  // of the table it replaces (the recovery copy relies on it).
+  // A whole new table (a new document, a continuum step): the observers
+  // hear of a structure change. The copying form reuses the room of the
+  // table it replaces (the recovery copy relies on it).
   void replaceTable(FrameTable&& table);
   void replaceTable(const FrameTable& table);
-
-  SampleSet synthesized;  // the last synthesis
-  SampleSet previous;     // the one before it ("Play Previous")
-  SampleSet audio;        // an opened natural recording
-
-  double sampleRate = 11025.0;  // of the last synthesis
-  bool highRate = false;        // 22050 Hz was in force at the last synthesis
-  bool modified = false;
-  bool changedSinceSynthesis = true;  // set by every edit, cleared by synthesis
-  bool changedCompanion = true;       // cleared together with the flag above
-  bool untouched = true;              // cleared by the first edit or load
-  // Set by every after-edit step and by the commands that change the table,
-  // cleared by undo and redo.
-  bool tableChanged = false;
+  // A table read from a file, synthesized at `rate`: no sounds but the
+  // recording, not modified, due for synthesis, no history. The observers
+  // hear of the structure, both synthesized sample sets and the flags.
+  void loadTable(FrameTable&& table, double rate);
 
   ColorSlots colors = kDefaultColors;
 
@@ -163,6 +183,16 @@ class CVandrelDoc {
   friend class EditTransaction;
 
   FrameTable table_;
+  SampleSet synthesized_;
+  SampleSet previous_;
+  SampleSet audio_;
+  double sampleRate_ = 11025.0;
+  bool highRate_ = false;
+  bool modified_ = false;
+  bool changedSinceSynthesis_ = true;
+  bool changedCompanion_ = true;
+  bool untouched_ = true;
+  bool tableChanged_ = false;
 
   Observers observers_;
 };

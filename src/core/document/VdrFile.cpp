@@ -453,20 +453,7 @@ void loadVdr(CVandrelDoc& doc, VdrContent content) {
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, content.selected[static_cast<std::size_t>(r)]);
   doc.colors = content.colors;
   doc.applyGroupColors();
-  doc.sampleRate = content.sampleRate;
-  doc.highRate = content.sampleRate == 22050;
-  doc.synthesized = SampleSet{};
-  doc.previous = SampleSet{};
-  doc.modified = false;
-  doc.changedSinceSynthesis = true;
-  doc.changedCompanion = true;
-  doc.untouched = false;
-  doc.rowsInUse = kParamCount;
-  doc.undo = UndoHistory{};
-  doc.replaceTable(std::move(content.table));  // tells of the structure change
-  doc.notifySamplesChanged(SampleSlot::kSynthesized);
-  doc.notifySamplesChanged(SampleSlot::kPrevious);
-  doc.notifyFlagsChanged();
+  doc.loadTable(std::move(content.table), content.sampleRate);
 }
 
 }  // namespace vandrel

@@ -90,7 +90,7 @@ std::string writeVdr(const CVandrelDoc& doc, VdrKind kind) {
   TextOut out(s);
 
   out.value(truncateToInt32(ps.fileLengthMs));
-  out.value(truncateToInt32(doc.sampleRate));
+  out.value(truncateToInt32(doc.sampleRate()));
   out.value(ps.intervalMs);
   out.endLine();
 

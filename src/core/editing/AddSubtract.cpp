@@ -29,7 +29,7 @@ void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount) {
                      [&](int r, int c) { t.setValue(r, c, std::trunc(t.value(r, c)) + add); });
   }
   doc.markEdited();
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
 }
 
 }  // namespace vandrel

@@ -4,7 +4,7 @@ namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc) {
   doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels);
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
 }
 
 void afterEditStep(CVandrelDoc& doc, const CellRange& written) {

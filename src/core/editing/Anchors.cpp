@@ -40,7 +40,7 @@ void setSelection(CVandrelDoc& doc, TableSelection& selection, bool on) {
       return;
   }
   doc.setModified(true);
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
 }
 
 }  // namespace
@@ -64,7 +64,7 @@ void removeAllAnchors(CVandrelDoc& doc) {
     if (doc.table().columns() > 0) edit.note(CellRange{0, kParamCount - 1, 0, doc.table().columns() - 1});
   }
   doc.setModified(true);
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
 }
 
 }  // namespace vandrel

@@ -7,14 +7,14 @@ namespace vandrel {
 void removeRow(CVandrelDoc& doc) {
   if (doc.rowsInUse > 0) --doc.rowsInUse;
   doc.markEdited();
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
   afterEditStep(doc);
 }
 
 void removeColumn(CVandrelDoc& doc, TableSelection& selection) {
   doc.markEdited();
   if (selection.kind == SelectionKind::kColumn) selection = TableSelection::none();
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
 }
 
 }  // namespace vandrel

@@ -27,7 +27,7 @@ void setToDefaultValues(CVandrelDoc& doc, TableSelection& selection) {
     forColumnOrBlock(doc, edit, sel, [&](int r, int c) { t.setValue(r, c, ps.at(r).defaultValue); });
   }
   doc.markEdited();
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
   afterEditStep(doc);
 }
 

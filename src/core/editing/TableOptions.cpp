@@ -17,7 +17,7 @@ std::string name(int index) { return std::string(builtinParams()[static_cast<std
 FileOptions fileOptionsOf(const CVandrelDoc& doc) {
   const ParameterSet& ps = doc.params();
   FileOptions o;
-  o.sampleRate = doc.sampleRate > 11025.0 ? 22050 : 11025;
+  o.sampleRate = doc.sampleRate() > 11025.0 ? 22050 : 11025;
   o.fileLengthMs = static_cast<int>(ps.fileLengthMs);
   o.intervalMs = ps.intervalMs;
   o.autoInterpolate = doc.autoInterpolate;
@@ -44,7 +44,7 @@ UserMessages applyFileOptions(CVandrelDoc& doc, const FileOptions& options, cons
   ParameterSet& ps = doc.params();
   const int now = static_cast<int>(ps.fileLengthMs);
   if (auto refused = checkFileOptions(fileOptionsOf(doc), options)) return {*refused};
-  doc.sampleRate = options.sampleRate == 11025 ? 11025.0 : 22050.0;
+  doc.setSampleRate(options.sampleRate == 11025 ? 11025.0 : 22050.0);
   UserMessages out = resampleToInterval(doc, options.intervalMs);
 
   // A length the user did not touch is not a request, even when it is not a
@@ -62,7 +62,7 @@ UserMessages applyFileOptions(CVandrelDoc& doc, const FileOptions& options, cons
     doc.setModified(true);  // the parameter file keeps the colours
     doc.notifyStructureChanged();
   }
-  doc.tableChanged = true;
+  doc.setTableChanged(true);
   afterEditStep(doc);
   return out;
 }

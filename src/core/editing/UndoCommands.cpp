@@ -29,7 +29,7 @@ UndoStatus restoreSnapshot(CVandrelDoc& doc, int index) {
     doc.notifyLabelsChanged();
   }
   doc.markEdited();
-  doc.tableChanged = false;
+  doc.setTableChanged(false);
   return UndoStatus::kRestored;
 }
 

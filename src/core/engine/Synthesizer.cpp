@@ -121,19 +121,9 @@ bool render(const ParameterSet& ps, const FrameTable& table, std::uint8_t select
 }  // namespace
 
 bool synthesize(CVandrelDoc& doc, const ProgressFn& progress, KlattState& state) {
-  // The first synthesis of a document leaves both buffers holding its sound.
-  const bool copyAtEnd = doc.synthesized.byteSize() < 100;
   SampleSet fresh;
   if (!render(doc.params(), doc.table(), CKlattEngine::kNormal, progress, state, fresh)) return false;
-
-  const SynthesisSetup setup = synthesisSetup(doc);
-  doc.sampleRate = setup.sampleRate;
-  doc.highRate = setup.sampleRate == 22050;
-  if (!copyAtEnd) doc.previous = std::move(doc.synthesized);
-  doc.synthesized = std::move(fresh);
-  if (copyAtEnd) doc.previous = doc.synthesized;
-  doc.changedSinceSynthesis = false;
-  doc.changedCompanion = false;
+  doc.acceptSynthesis(std::move(fresh), synthesisSetup(doc).sampleRate);
   return true;
 }
 
@@ -208,13 +198,9 @@ SoloSignal synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::
 }
 
 bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress) {
-  if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return false;
-  if (doc.modified) doc.notifyAboutToSynthesize();
-  if (!synthesize(doc, progress)) return false;
-  doc.notifySamplesChanged(SampleSlot::kSynthesized);
-  doc.notifySamplesChanged(SampleSlot::kPrevious);
-  doc.notifyFlagsChanged();
-  return true;
+  if (!doc.changedSinceSynthesis() && !doc.synthesized().empty()) return false;
+  if (doc.modified()) doc.notifyAboutToSynthesize();
+  return synthesize(doc, progress);  // which tells the observers
 }
 
 }  // namespace vandrel

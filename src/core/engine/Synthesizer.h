@@ -23,9 +23,10 @@ struct SynthesisSetup {
 SynthesisSetup synthesisSetup(const CVandrelDoc& doc);
 SynthesisSetup synthesisSetup(const ParameterSet& ps);
 
-// Synthesizes the table of `doc` into doc.synthesized. All 48 rows drive the
-// engine, shown or not. Returns false (and leaves the buffers as they were)
-// only when the working memory cannot be had.
+// Synthesizes the table of `doc` into its synthesized sound
+// (CVandrelDoc::acceptSynthesis, which tells the observers). All 48 rows drive
+// the engine, shown or not. Returns false (and leaves the buffers as they
+// were) only when the working memory cannot be had.
 bool synthesize(CVandrelDoc& doc, const ProgressFn& progress = {}, KlattState& state = processKlattState());
 
 // One signal of the synthesizer heard alone, and by how much it was turned
@@ -55,8 +56,8 @@ SoloSignal synthesizeSolo(const ParameterSet& ps, const FrameTable& table, std::
                           KlattState state);
 
 // Synthesizes when the table changed since the last synthesis (or nothing
-// has been synthesized yet), then tells the document's observers about the
-// new synthesized and previous buffers and the cleared flag. Returns true
+// has been synthesized yet), telling the observers first when the document
+// is modified (notifyAboutToSynthesize). Returns true
 // when it synthesized. The one way the commands that need the current sound
 // (Play Current, Save As Audio) bring it up to date.
 bool ensureSynthesized(CVandrelDoc& doc, const ProgressFn& progress = {});

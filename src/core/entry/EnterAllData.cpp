@@ -114,7 +114,7 @@ void enterTracks(CVandrelDoc& doc, const RecordingTracks& tracks) {
 UserMessages enterAllData(CVandrelDoc& doc, const EntryAnalysis& analysis, const AnalysisProgress& progress) {
   if (!analysis.spectrogram.displayFormants) return {UserMessage{kFormantTrackingOffMessage}};
   if (!doc.hasAudio()) return {UserMessage{kNoRecordingMessage}};
-  const RecordingTracks tracks = trackRecording(doc.audio, analysis, progress);
+  const RecordingTracks tracks = trackRecording(doc.audio(), analysis, progress);
   if (tracks.f0.empty()) return {UserMessage{kRecordingTooShortMessage}};
   enterTracks(doc, tracks);
   return {};

@@ -21,7 +21,7 @@
 //     router.setHandler(ID_PLAY_CURRENT, [](CommandContext& ctx) {
 //       vandrel::CVandrelDoc& doc = *ctx.doc();    // never null: see needsDocument
 //       vandrel::ensureSynthesized(doc);         // tells the windows itself
-//       // ... then play doc.synthesized
+//       // ... then play doc.synthesized()
 //     });
 //   }
 //   const bool playbackInstalled = vandrel::ui::addCommandInstaller(&installPlayback);

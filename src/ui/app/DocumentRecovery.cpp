@@ -111,7 +111,7 @@ void DocumentRecovery::startCopies(bool wait) {
     const vandrel::CVandrelDoc& d = doc->doc();
     snapshot->paramSets = d.paramSets;
     snapshot->replaceTable(d.table());  // into the room made before: no new allocation
-    snapshot->sampleRate = d.sampleRate;
+    snapshot->setSampleRate(d.sampleRate());
     snapshot->colors = d.colors;
     snapshot->labels = d.labels;  // never changed in place: safe to share with the writer
     const std::uint64_t revision = doc->revision();

@@ -124,7 +124,7 @@ void exportParameters(CommandContext& ctx, vandrel::VdrKind kind) {
 void saveAsAudio(CommandContext& ctx) {
   synthesizeWithProgress(*ctx.doc(), ctx.dialogParent());
   const vandrel::CVandrelDoc& doc = *ctx.doc();
-  if (doc.synthesized.empty()) {
+  if (doc.synthesized().empty()) {
     warn(ctx.dialogParent(), QStringLiteral("There is no synthesized sound to save."));
     return;
   }
@@ -136,7 +136,7 @@ void saveAsAudio(CommandContext& ctx) {
   path = withSuffix(path, QStringLiteral(".wav"));
   vandrel::WriteOptions options;
   if (path.isEmpty() || !mayReplace(ctx.dialogParent(), path, options)) return;
-  const std::string error = vandrel::saveWaveFile(toStd(path), doc.synthesized, options);
+  const std::string error = vandrel::saveWaveFile(toStd(path), doc.synthesized(), options);
   if (!error.empty()) {
     warn(ctx.dialogParent(), QStringLiteral("The audio file could not be saved.\n%1").arg(fromStd(error)));
     return;

@@ -56,7 +56,7 @@ QString OpenDocument::title() const {
 }
 
 void OpenDocument::setModified(bool on) {
-  if (doc_->modified == on) return;
+  if (doc_->modified() == on) return;
   doc_->setModified(on);  // tells the observers, us included
 }
 

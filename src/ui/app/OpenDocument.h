@@ -35,7 +35,7 @@ class OpenDocument : public QObject {
   void setPath(const QString& path);      // emits titleChanged
   QString title() const;                  // the file's name, or "Vandr<n>"
 
-  bool isModified() const { return doc_->modified; }
+  bool isModified() const { return doc_->modified(); }
   void setModified(bool on);
 
   // Counts the document's change notifications: equal counts, same content.

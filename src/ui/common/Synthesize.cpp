@@ -7,7 +7,7 @@
 namespace vandrel::ui {
 
 void synthesizeWithProgress(vandrel::CVandrelDoc& doc, QWidget* parent) {
-  if (!doc.changedSinceSynthesis && !doc.synthesized.empty()) return;
+  if (!doc.changedSinceSynthesis() && !doc.synthesized().empty()) return;
   LazyProgress progress(parent, CProgressDialog::kSynthesizing, 150);
   vandrel::ensureSynthesized(doc, progress.callback());
 }

@@ -95,7 +95,7 @@ class CopyProgressDialog : public QDialog {
 void copyFromAudio(CommandContext& ctx) {
   vandrel::CVandrelDoc& doc = *ctx.doc();
   if (!doc.hasAudio()) return;
-  const vandrel::SampleSet audio = doc.audio;  // the worker's own
+  const vandrel::SampleSet audio = doc.audio();  // the worker's own
   vandrel::CVandrelDoc copy;
   CopyProgressDialog dialog(ctx.dialogParent());
   const vandrel::CopyResult r = dialog.run(audio, vandrel::copySettingsFor(doc), copy);

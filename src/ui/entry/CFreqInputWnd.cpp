@@ -85,10 +85,10 @@ void CFreqInputWnd::makePens() {
 std::pair<int, int> CFreqInputWnd::displayMaxima() const {
   const vandrel::CVandrelDoc& doc = document_.doc();
   double fs = doc.params().sampleRate();
-  if (doc.hasAudio() && doc.audio.sampleRate > 0)
-    fs = doc.audio.sampleRate;
-  else if (doc.synthesized.sampleRate > 0)
-    fs = doc.synthesized.sampleRate;
+  if (doc.hasAudio() && doc.audio().sampleRate > 0)
+    fs = doc.audio().sampleRate;
+  else if (doc.synthesized().sampleRate > 0)
+    fs = doc.synthesized().sampleRate;
   SpectrogramViewOptions o = viewOptionsOf(mainFrame_.environment().config);
   if (o.spectrogram.fs != fs) {
     o.spectrogram.fs = fs;
@@ -209,13 +209,13 @@ bool CFreqInputWnd::backgroundBusy() const {
 
 void CFreqInputWnd::startBackground() {
   const vandrel::CVandrelDoc& doc = document_.doc();
-  if (!doc.hasAudio() || !(doc.audio.sampleRate > 0)) {
+  if (!doc.hasAudio() || !(doc.audio().sampleRate > 0)) {
     spectrogram_ = {};
     pitch_ = {};
     return;
   }
   SpectrogramViewOptions o = viewOptionsOf(mainFrame_.environment().config);
-  const double fs = doc.audio.sampleRate;
+  const double fs = doc.audio().sampleRate;
   if (o.spectrogram.fs != fs) {
     o.spectrogram.fs = fs;
     o.spectrogram.setDefaults();

@@ -64,7 +64,7 @@ bool Listening::playing() const { return tick_->isActive(); }
 
 PlayWhich Listening::partnerOf(PlayWhich which) const {
   if (which != PlayWhich::Current) return PlayWhich::Current;
-  return document_.doc().audio.empty() ? PlayWhich::Previous : PlayWhich::Audio;
+  return document_.doc().audio().empty() ? PlayWhich::Previous : PlayWhich::Audio;
 }
 
 const SampleSet& Listening::setFor(PlayWhich which, std::uint8_t solo) {

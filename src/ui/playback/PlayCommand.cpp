@@ -5,13 +5,13 @@ namespace vandrel::ui {
 const SampleSet& chosenSet(const CVandrelDoc& doc, PlayWhich which) {
   switch (which) {
     case PlayWhich::Current:
-      return doc.synthesized;
+      return doc.synthesized();
     case PlayWhich::Previous:
-      return doc.previous;
+      return doc.previous();
     case PlayWhich::Audio:
-      return doc.audio;
+      return doc.audio();
   }
-  return doc.synthesized;
+  return doc.synthesized();
 }
 
 namespace {

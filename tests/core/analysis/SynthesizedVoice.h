@@ -56,7 +56,7 @@ struct Utterance {
     KlattState state;
     state.reset(1);
     EXPECT_TRUE(synthesize(doc, {}, state));
-    audio = doc.synthesized;
+    audio = doc.synthesized();
   }
 
   // The f0 a window starting at `from` sees: the engine fixes each period at

@@ -230,23 +230,23 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   state.reset(1);
   ASSERT_TRUE(synthesize(src, {}, state));
 
-  ASSERT_EQ(src.synthesized.sampleRate, 22050);
+  ASSERT_EQ(src.synthesized().sampleRate, 22050);
 
   CVandrelDoc copy;
   std::atomic<bool> cancel{true};
-  EXPECT_EQ(copySynthesis(src.synthesized, CopySettings{}, copy, {}, &cancel).status,
+  EXPECT_EQ(copySynthesis(src.synthesized(), CopySettings{}, copy, {}, &cancel).status,
             CopyResult::Status::kCancelled);
   EXPECT_EQ(copy.table(), CVandrelDoc{}.table());  // a cancelled copy leaves the document alone
   std::vector<int> percent;
   const CopyResult r =
-      copySynthesis(src.synthesized, CopySettings{}, copy, [&](int p) { percent.push_back(p); });
+      copySynthesis(src.synthesized(), CopySettings{}, copy, [&](int p) { percent.push_back(p); });
   EXPECT_EQ(percent.back(), 100);
   EXPECT_TRUE(std::is_sorted(percent.begin(), percent.end()));
   ASSERT_EQ(r.status, CopyResult::Status::kOk) << r.message;
   CopySettings oneThread;  // the same copy whichever thread tracks the pitch or fits which frame
   oneThread.threads = 1;
   CVandrelDoc single;
-  copySynthesis(src.synthesized, oneThread, single);
+  copySynthesis(src.synthesized(), oneThread, single);
   EXPECT_EQ(single.table(), copy.table());
   ASSERT_EQ(r.frames, 60);
   const FrameTable& t = copy.table();

@@ -97,7 +97,7 @@ TEST(OpenAudioTest, EachFormatDecodesToSixteenBitMono) {
     EXPECT_EQ(f.audio.sampleCount, static_cast<double>(c.samples.size()));
     CVandrelDoc doc;  // the open command puts the recording beside the table
     applyOpened(doc, f);
-    EXPECT_EQ(doc.audio.samples, c.samples);
+    EXPECT_EQ(doc.audio().samples, c.samples);
   }
   fs::remove_all(kTemp);
 }

@@ -53,7 +53,7 @@ TEST(CVandrelDocTest, RecordingLengthRule) {
     EXPECT_EQ(doc.table().columns(), c.frames);
     EXPECT_EQ(doc.params().frameCount, c.frames);
     EXPECT_EQ(doc.params().fileLengthMs, static_cast<double>(c.frames * c.interval));
-    EXPECT_EQ(doc.audio.samples.size(), c.samples);
+    EXPECT_EQ(doc.audio().samples.size(), c.samples);
     EXPECT_EQ(doc.table().value(kF1, 0), c.edited || c.samples == 0 ? 700.0 : 500.0);
   }
 }

@@ -82,7 +82,7 @@ TEST(VdrWriterTest, FractionsTruncatedTowardZero) {
   }
   CVandrelDoc doc;
   doc.params().fileLengthMs = 205.9;
-  doc.sampleRate = 22050.0;
+  doc.setSampleRate(22050.0);
   EXPECT_EQ(writeVdr(doc, kAll).substr(0, 15), "205\t22050\t10\t\r\n");
 }
 
@@ -100,7 +100,7 @@ CVandrelDoc randomDoc(std::uint32_t seed) {
   ps.cascadeParallel = pick(0, 1);
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, seed % 10 != 0 && pick(0, 3) != 0);
   for (auto& c : doc.colors) c = rgb(pick(0, 255), pick(0, 255), pick(0, 255));
-  doc.sampleRate = pick(0, 1) != 0 ? 22050.0 : 11025.0;
+  doc.setSampleRate(pick(0, 1) != 0 ? 22050.0 : 11025.0);
   doc.replaceTable(vandrel::FrameTable(ps.frameCount, ps));
   for (int r = 0; r < kParamCount; ++r)
     for (int c = 0; c < ps.frameCount; ++c) {
@@ -136,7 +136,7 @@ TEST(VdrReaderTest, RandomDocumentsRoundTrip) {
       EXPECT_EQ(r.content.colors, doc.colors);
       EXPECT_EQ(r.content.fileLengthMs, static_cast<int>(ps.fileLengthMs));
       EXPECT_EQ(r.content.intervalMs, ps.intervalMs);
-      EXPECT_EQ(r.content.sampleRate, static_cast<int>(doc.sampleRate));
+      EXPECT_EQ(r.content.sampleRate, static_cast<int>(doc.sampleRate()));
       EXPECT_EQ(r.content.cascadeParallel, ps.cascadeParallel);
       EXPECT_EQ(r.content.anchorCount, doc.table().anchorCount());
       for (int row = 0; row < kParamCount; ++row)
@@ -173,7 +173,9 @@ TEST(VdrReaderTest, AwkwardFiles) {
        "anchor_column_negative anchor_twice"},
   };
   CVandrelDoc doc = randomDoc(7);
-  doc.synthesized.samples.assign(10, 1);
+  SampleSet sound;
+  sound.samples.assign(10, 1);
+  doc.acceptSynthesis(std::move(sound), doc.sampleRate());
   doc.markEdited();
   const std::string before = writeVdr(doc, kAll);
   int files = 0;
@@ -196,13 +198,13 @@ TEST(VdrReaderTest, AwkwardFiles) {
         EXPECT_EQ(writeVdr(opened, kSel), fileText("good_sel.vdr"));
         EXPECT_EQ(opened.params().frameCount, 5);
         EXPECT_EQ(opened.params().selectedCount, 31);
-        EXPECT_FALSE(opened.modified);
-        EXPECT_TRUE(opened.changedSinceSynthesis);
-        EXPECT_TRUE(opened.synthesized.empty());
+        EXPECT_FALSE(opened.modified());
+        EXPECT_TRUE(opened.changedSinceSynthesis());
+        EXPECT_TRUE(opened.synthesized().empty());
         EXPECT_FALSE(opened.tableUntouched());
       } else {
         EXPECT_EQ(writeVdr(opened, kAll), before);
-        EXPECT_TRUE(opened.modified);
+        EXPECT_TRUE(opened.modified());
       }
     }
   }

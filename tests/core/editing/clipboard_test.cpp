@@ -67,7 +67,7 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   EXPECT_EQ(f.doc.table().value(kF5, 4), 804);  // hidden: passed over
   EXPECT_EQ(f.doc.table().value(kF4, 5), 3500.5);
   EXPECT_EQ(f.doc.undo.count(), 2);
-  EXPECT_TRUE(f.doc.modified && f.doc.tableChanged);
+  EXPECT_TRUE(f.doc.modified() && f.doc.tableChanged());
 
   ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
   EXPECT_EQ(f.doc.table().value(kF6, 4), 704);
@@ -117,7 +117,7 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
     EXPECT_EQ(r.outside, c.outside);
     EXPECT_EQ(std::vector<double>(f.doc.table().row(kAv), f.doc.table().row(kAv) + 6), c.av);
     EXPECT_EQ(f.doc.undo.count(), c.written > 0 ? 2 : 1);
-    EXPECT_EQ(f.doc.modified, c.written > 0);
+    EXPECT_EQ(f.doc.modified(), c.written > 0);
   }
 }
 

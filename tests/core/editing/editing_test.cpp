@@ -104,7 +104,7 @@ TEST(InterpolationTest, TableOfCases) {
     EXPECT_EQ(rowValues(doc.table(), kF2), c.expected);
     EXPECT_EQ(doc.table(), expected);  // other rows and every anchor as they were
     // Every form, even one that changes nothing, ends with the marks and a snapshot.
-    EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged);
+    EXPECT_TRUE(doc.modified() && doc.changedSinceSynthesis() && doc.tableChanged());
     EXPECT_EQ(doc.undo.count(), c.times);
   }
 }
@@ -179,7 +179,8 @@ TEST(CellEditTest, AfterEditHookFollowsTheOptions) {
       EXPECT_EQ(anchorColumns(doc.table(), kF1),
                 (anchorAfterEdit ? std::vector<int>{0, 4} : std::vector<int>{0}));
       EXPECT_EQ(doc.table().value(kAv, 1), autoInterpolate ? 10.0 : 1.0);
-      EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged && doc.undo.count() == 1);
+      EXPECT_TRUE(doc.modified() && doc.changedSinceSynthesis() && doc.tableChanged() &&
+                  doc.undo.count() == 1);
       EXPECT_EQ(doc.undo.valueAt(0, kF1, 2), filled ? 700 : 500);  // taken after the hook
     }
   }
@@ -225,7 +226,7 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
       }
       EXPECT_EQ(doc.table(), expected);
       EXPECT_EQ(doc.addSubtractAmount, defaults ? 0 : 7);
-      EXPECT_TRUE(doc.modified && doc.tableChanged && doc.undo.count() == 1);
+      EXPECT_TRUE(doc.modified() && doc.tableChanged() && doc.undo.count() == 1);
     }
   }
 }
@@ -244,7 +245,7 @@ TEST(AnchorCommandsTest, BlockGivesTheSameAnchorsWhicheverWayItWasDragged) {
       EXPECT_EQ(anchorColumns(doc.table(), r),
                 (r >= kF3 && r <= kF1 ? std::vector<int>{1, 2, 3} : std::vector<int>{}));
     EXPECT_EQ(selection, drag);  // ordered for use, not in the stored selection
-    EXPECT_TRUE(doc.modified && doc.undo.count() == 0);
+    EXPECT_TRUE(doc.modified() && doc.undo.count() == 0);
     selection = TableSelection::wholeColumn(2);
     removeAnchorsFromSelection(doc, selection);
     EXPECT_EQ(anchorColumns(doc.table(), kF2), (std::vector<int>{1, 3}));
@@ -259,14 +260,14 @@ TEST(AnchorCommandsTest, BlockGivesTheSameAnchorsWhicheverWayItWasDragged) {
 TEST(TableCommandsTest, CellAnchorRemoveColumnAndRemoveRow) {
   CVandrelDoc doc;
   setCellAnchor(doc, kF0, 4, true);  // the cell menu does not mark the document
-  EXPECT_TRUE(doc.table().anchorCount() == 1 && doc.table().anchor(kF0, 4) && !doc.modified);
+  EXPECT_TRUE(doc.table().anchorCount() == 1 && doc.table().anchor(kF0, 4) && !doc.modified());
   const FrameTable before = doc.table();
   TableSelection selection;
   selection = TableSelection::wholeColumn(3);
   removeColumn(doc, selection);  // takes nothing out
-  EXPECT_TRUE(doc.table() == before && doc.tableChanged && selection.kind == SelectionKind::kNone);
+  EXPECT_TRUE(doc.table() == before && doc.tableChanged() && selection.kind == SelectionKind::kNone);
   for (int i = 0; i < 2; ++i) removeRow(doc);
-  EXPECT_TRUE(doc.rowsInUse == kParamCount - 2 && doc.modified && doc.undo.count() == 2);
+  EXPECT_TRUE(doc.rowsInUse == kParamCount - 2 && doc.modified() && doc.undo.count() == 2);
   doc.rowsInUse = 0;  // nothing left to remove
   removeRow(doc);
   EXPECT_EQ(doc.rowsInUse, 0);
@@ -314,7 +315,7 @@ TEST(AdjustTimeTest, AddTimeAndChangeLengthRoundToWholeIntervals) {
     SCOPED_TRACE((c.add ? "add " : "length ") + std::to_string(c.asked) + (c.audioOpen ? " with audio" : ""));
     CVandrelDoc doc;
     numberedDoc(doc, 200);
-    if (c.audioOpen) doc.audio.samples.assign(100, 0);
+    if (c.audioOpen) doc.attachAudio(SampleSet{std::vector<std::int16_t>(100), 0.0});
     doc.addColumnTimeMs = c.asked;
     TableSelection selection;
     EXPECT_EQ(c.add ? addTime(doc, selection) : changeFileLength(doc, c.asked), c.messages);
@@ -323,7 +324,7 @@ TEST(AdjustTimeTest, AddTimeAndChangeLengthRoundToWholeIntervals) {
     for (int col = 0; col < std::min(c.columnsAfter, 200); ++col)  // the columns kept hold what they held
       ASSERT_EQ(doc.table().value(kF1, col), 100 + col) << col;
     EXPECT_EQ(doc.undo.count(), c.snapshots);
-    EXPECT_EQ(doc.modified, c.snapshots > 0);
+    EXPECT_EQ(doc.modified(), c.snapshots > 0);
   }
 }
 
@@ -392,21 +393,22 @@ TEST(AdjustTimeTest, NewColumnsHoldDefaultsWithinLimitsAndHeadingsFollow) {
 TEST(UndoTest, StepsFailBeforeAnySnapshotAndARestoreMarksTheDocument) {
   for (const bool redo : {true, false}) {
     CVandrelDoc doc;
-    doc.tableChanged = true;
+    doc.setTableChanged(true);
     EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kInvalidArgument);
     EXPECT_EQ(doc.undo.current(), redo ? -4 : 0) << redo;
-    EXPECT_TRUE(doc.table() == CVandrelDoc().table() && !doc.modified && doc.tableChanged) << redo;
+    EXPECT_TRUE(doc.table() == CVandrelDoc().table() && !doc.modified() && doc.tableChanged()) << redo;
   }
   CVandrelDoc doc;
   for (double v : {300.0, 400.0, 600.0}) editCell(doc, kF1, 0, v);
   for (auto [redo, index, f1] : {std::tuple{false, 1, 400.0}, {true, 2, 600.0}}) {
-    doc.tableChanged = true;
-    doc.modified = false;
+    doc.setTableChanged(true);
+    doc.setModified(false);
     EXPECT_EQ(redo ? redoCommand(doc) : undoCommand(doc), UndoStatus::kRestored);
     EXPECT_EQ(doc.undo.current(), index);
     EXPECT_EQ(doc.table().value(kF1, 0), f1);
     // Restoring marks the document, keeps the view and takes no snapshot.
-    EXPECT_TRUE(!doc.tableChanged && doc.modified && doc.changedSinceSynthesis && doc.undo.count() == 3);
+    EXPECT_TRUE(!doc.tableChanged() && doc.modified() && doc.changedSinceSynthesis() &&
+                doc.undo.count() == 3);
   }
 }
 

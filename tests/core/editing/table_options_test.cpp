@@ -71,7 +71,7 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
     EXPECT_EQ(anchors, c.anchorColumns);
     EXPECT_EQ(doc.table().value(kF1, anchors.back()), 550.0);
     EXPECT_EQ(doc.table().anchorCount(), static_cast<int>(anchors.size()));
-    EXPECT_TRUE(doc.modified);
+    EXPECT_TRUE(doc.modified());
     EXPECT_EQ(doc.undo.count(), 1);
   }
 }
@@ -132,7 +132,7 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     SCOPED_TRACE(c.what);
     CVandrelDoc doc;
     shapeDoc(doc, c.columns, c.interval);
-    if (c.audio) doc.audio.samples.assign(100, 0);
+    if (c.audio) doc.attachAudio(SampleSet{std::vector<std::int16_t>(100), 0.0});
     FileOptions o = fileOptionsOf(doc);
     EXPECT_EQ(o.fileLengthMs, c.columns * c.interval);
     o.fileLengthMs = c.length;
@@ -145,10 +145,10 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     EXPECT_EQ(doc.table().columns(), c.columnsAfter);
     EXPECT_EQ(doc.params().fileLengthMs, c.lengthAfter);
     const bool refused = c.length < c.newInterval;
-    EXPECT_EQ(doc.sampleRate, refused ? 11025.0 : 22050.0);
+    EXPECT_EQ(doc.sampleRate(), refused ? 11025.0 : 22050.0);
     EXPECT_EQ(doc.autoInterpolate, !refused);
     EXPECT_EQ(doc.anchorColor(), refused ? kDefaultColors[kAnchorColorSlot] : rgb(1, 2, 3));
-    EXPECT_EQ(doc.tableChanged, !refused);
+    EXPECT_EQ(doc.tableChanged(), !refused);
   }
 }
 
@@ -213,7 +213,7 @@ TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTh
   EXPECT_EQ(ps.at(kF1).defaultValue, 400);
   EXPECT_EQ(doc.table().value(kF3, 4), 2700.0);
   EXPECT_EQ(doc.rowsInUse, kParamCount);
-  EXPECT_TRUE(doc.modified);
+  EXPECT_TRUE(doc.modified());
   EXPECT_EQ(doc.undo.count(), 1);
 
   o.shown[kF3] = true;

@@ -73,8 +73,8 @@ TEST(TraceStrokeTest, EachStrokeIsOneUndoStepEvenAfterAnUnrecordedChange) {
   second.add(doc, 150, 1700);
   second.add(doc, 250, 1900);
   second.finish();
-  EXPECT_TRUE(doc.modified);
-  EXPECT_TRUE(doc.changedSinceSynthesis);
+  EXPECT_TRUE(doc.modified());
+  EXPECT_TRUE(doc.changedSinceSynthesis());
 
   undoCommand(doc);
   EXPECT_EQ(doc.table(), afterFirst);

@@ -109,7 +109,7 @@ TEST_P(GoldenTest, SynthesisMatchesCommittedSamples) {
   g.setup(doc);
   KlattState state;  // a fresh process's noise
   ASSERT_TRUE(synthesize(doc, {}, state));
-  const std::string got = render(doc.synthesized);
+  const std::string got = render(doc.synthesized());
 
   const std::string path = goldenPath(g.name);
   if (const char* b = std::getenv("VANDREL_BLESS"); b && std::string(b) == "1") {

@@ -46,9 +46,9 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
     std::vector<std::pair<int, int>> progress;
     ASSERT_TRUE(synthesize(
         doc, [&](int d, int t) { progress.emplace_back(d, t); }, state));
-    const SampleSet& s = doc.synthesized;
+    const SampleSet& s = doc.synthesized();
     EXPECT_EQ(s.sampleRate, c.rate);
-    EXPECT_EQ(doc.highRate, c.rate == 22050.0);
+    EXPECT_EQ(doc.highRate(), c.rate == 22050.0);
     EXPECT_EQ(synthesisSetup(doc).samplesPerFrame, c.perFrame);
     EXPECT_EQ(synthesisSetup(doc).cascadeFormants, c.formants);
     ASSERT_EQ(s.samples.size(), c.block);
@@ -58,8 +58,8 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
     EXPECT_TRUE(allZero(s.samples, written, c.block));
     ASSERT_EQ(progress.size(), static_cast<std::size_t>(c.frames));
     EXPECT_EQ(progress.back(), std::make_pair(c.frames, c.frames));
-    EXPECT_FALSE(doc.changedSinceSynthesis);
-    EXPECT_FALSE(doc.changedCompanion);
+    EXPECT_FALSE(doc.changedSinceSynthesis());
+    EXPECT_FALSE(doc.changedCompanion());
   }
 }
 
@@ -76,11 +76,11 @@ TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndKeepsTheEarlie
   CVandrelDoc doc;
   doc.addObserver(&recorder);
   ASSERT_TRUE(ensureSynthesized(doc));
-  EXPECT_FALSE(doc.changedSinceSynthesis);
+  EXPECT_FALSE(doc.changedSinceSynthesis());
   EXPECT_EQ(recorder.calls, (std::vector<int>{static_cast<int>(SampleSlot::kSynthesized),
                                               static_cast<int>(SampleSlot::kPrevious), -1}));
-  const SampleSet first = doc.synthesized;
-  EXPECT_EQ(doc.previous, first);
+  const SampleSet first = doc.synthesized();
+  EXPECT_EQ(doc.previous(), first);
   recorder.calls.clear();
   EXPECT_FALSE(ensureSynthesized(doc));
   EXPECT_TRUE(recorder.calls.empty());
@@ -90,12 +90,12 @@ TEST(SynthesizerTest, EnsureSynthesizedRunsOnlyForAChangedTableAndKeepsTheEarlie
   recorder.calls.clear();
   EXPECT_TRUE(ensureSynthesized(doc));
   EXPECT_EQ(recorder.calls.size(), 3u);
-  EXPECT_EQ(doc.previous, first);
-  EXPECT_NE(doc.synthesized.samples, first.samples);
-  const SampleSet second = doc.synthesized;
+  EXPECT_EQ(doc.previous(), first);
+  EXPECT_NE(doc.synthesized().samples, first.samples);
+  const SampleSet second = doc.synthesized();
   doc.markEdited();
   ASSERT_TRUE(ensureSynthesized(doc));
-  EXPECT_EQ(doc.previous, second);
+  EXPECT_EQ(doc.previous(), second);
   doc.removeObserver(&recorder);
 }
 
@@ -118,8 +118,8 @@ TEST(SynthesizerTest, HiddenRowsAndFractions) {
     KlattState state;
     ASSERT_TRUE(synthesize(*d, {}, state));
   }
-  EXPECT_LT(peak(quiet.synthesized) * 5, peak(plain.synthesized));  // 20 dB quieter
-  EXPECT_EQ(fraction.synthesized, plain.synthesized);
+  EXPECT_LT(peak(quiet.synthesized()) * 5, peak(plain.synthesized()));  // 20 dB quieter
+  EXPECT_EQ(fraction.synthesized(), plain.synthesized());
 }
 
 // A signal heard alone goes through the frames' gain as the whole does. The

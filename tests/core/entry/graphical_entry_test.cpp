@@ -73,7 +73,7 @@ TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
   }
   stroke.finish();
   EXPECT_EQ(doc.table(), after);
-  EXPECT_TRUE(doc.modified && doc.changedSinceSynthesis && doc.tableChanged);
+  EXPECT_TRUE(doc.modified() && doc.changedSinceSynthesis() && doc.tableChanged());
 
   EXPECT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table(), before);
@@ -157,9 +157,9 @@ TEST(EnterAllDataTest, KnownGlideArrivesAtItsOwnFrames) {
   ASSERT_TRUE(synthesize(src, {}, state));
 
   CVandrelDoc doc = src;
-  doc.attachAudio(src.synthesized);
+  doc.attachAudio(src.synthesized());
   EntryAnalysis analysis;
-  analysis.spectrogram = COptionSpectrogram(doc.audio.sampleRate);
+  analysis.spectrogram = COptionSpectrogram(doc.audio().sampleRate);
   analysis.spectrogram.displayFormants = true;
   for (int c = 0; c < 40; ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 0);
   ASSERT_EQ(enterAllData(doc, analysis), UserMessages{});

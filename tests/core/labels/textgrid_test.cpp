@@ -172,7 +172,7 @@ TEST(DocumentLabelsTest, EachHandEditIsOneUndoStepAndTheLabelsLiveBesideTheTable
   ASSERT_EQ(editLabels(doc, split), "");
   EXPECT_EQ(editLabels(doc, split), "there is a boundary at that time already");  // no step
   ASSERT_TRUE(editCell(doc, kF1, 3, 700));
-  EXPECT_TRUE(doc.modified);
+  EXPECT_TRUE(doc.modified());
   const auto intervals = [&] { return documentLabels(doc).tiers.at(0).intervals.size(); };
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
   EXPECT_EQ(doc.table().value(kF1, 3), 500);
@@ -190,7 +190,7 @@ TEST(DocumentLabelsTest, EachHandEditIsOneUndoStepAndTheLabelsLiveBesideTheTable
   CVandrelDoc other;
   EXPECT_EQ(openSidecarLabels(other, (dir / "t.wav").string()), "");
   EXPECT_EQ(documentLabels(other), documentLabels(doc));
-  EXPECT_FALSE(other.modified);
+  EXPECT_FALSE(other.modified());
   ASSERT_EQ(writeFileAtomically((dir / "t.TextGrid").string(), "File type = \"ooTextFile\"\n\"TextGrid\" 0"),
             "");
   EXPECT_EQ(openSidecarLabels(other, (dir / "t.vdr").string()),

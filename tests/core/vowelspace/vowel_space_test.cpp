@@ -94,7 +94,7 @@ TEST(VowelSpaceTest, DraggingAHandleMovesOnlyItsAnchorsAsOneUndoStep) {
   EXPECT_EQ(doc.table().value(kF1, 5), 351);
   EXPECT_EQ(doc.table().value(kF2, 5), 2200);
   EXPECT_EQ(doc.table().value(kF1, 12), 1300);
-  EXPECT_TRUE(doc.modified);
+  EXPECT_TRUE(doc.modified());
 
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);  // the f1-only drag
   EXPECT_EQ(doc.table().value(kF1, 12), 500);

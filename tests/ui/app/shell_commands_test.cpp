@@ -135,11 +135,11 @@ TEST_F(ShellCommandsTest, SaveAsAudioSynthesizesFirstAndOpenAnAudioFileAsksForOn
   CMainFrame frame(environment());
   frame.newDocument();
   vandrel::CVandrelDoc& doc = frame.activeDocument()->doc();
-  ASSERT_TRUE(doc.changedSinceSynthesis);
+  ASSERT_TRUE(doc.changedSinceSynthesis());
   nextFile = path(QStringLiteral("files/vowel.wav"));
   frame.runCommand(ID_FILE_SAVE_AUDIO);
-  EXPECT_FALSE(doc.changedSinceSynthesis);
-  ASSERT_FALSE(doc.synthesized.empty());
+  EXPECT_FALSE(doc.changedSinceSynthesis());
+  ASSERT_FALSE(doc.synthesized().empty());
   EXPECT_EQ(readAll(nextFile).left(4),
             QByteArray("RIFF"));  // its bytes are the wave writer's tests' business
   EXPECT_EQ(asked.back(), QStringLiteral("Save As Audio|Wave files (*.wav);;All files (*)"));

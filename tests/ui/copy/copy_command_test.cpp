@@ -58,7 +58,7 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   frame.updateCommandStates();
   EXPECT_FALSE(frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->isEnabled());  // no recording yet
   doc.params().intervalMs = 5;                                          // kept by the copy
-  doc.attachAudio(src.synthesized);
+  doc.attachAudio(src.synthesized());
   frame.updateCommandStates();
   ASSERT_TRUE(frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->isEnabled());
   ASSERT_EQ(doc.table().columns(), 120);
@@ -67,10 +67,10 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   cancelWhenShown();
   frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->trigger();
   EXPECT_EQ(doc.table(), before);
-  EXPECT_FALSE(doc.modified);
+  EXPECT_FALSE(doc.modified());
 
   frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->trigger();
-  EXPECT_TRUE(doc.modified);
+  EXPECT_TRUE(doc.modified());
   EXPECT_EQ(doc.params().intervalMs, 5);
   ASSERT_EQ(doc.table().columns(), 120);
   EXPECT_NEAR(doc.table().value(vandrel::kF0, 60), 1200, 30);

@@ -92,7 +92,7 @@ TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
   want.setValue(vandrel::kF1, 2, valueAt(a));
   want.setValue(vandrel::kF1, 9, valueAt(b));
   EXPECT_EQ(doc().table(), want);
-  EXPECT_TRUE(doc().changedSinceSynthesis);
+  EXPECT_TRUE(doc().changedSinceSynthesis());
 
   frame->runCommand(ID_EDIT_UNDO);  // the whole stroke is one step
   EXPECT_EQ(doc().table(), before);
@@ -144,7 +144,7 @@ TEST_F(GraphicalEntryTest, EnterAllDataCopiesASynthesizedVowelsTracks) {
       vandrel::EditTransaction(doc()).setValue(rows[k], c, k == 0 ? f0At(c) : made[k]);
   doc().markEdited();
   vandrel::ensureSynthesized(doc());
-  doc().attachAudio(doc().synthesized);
+  doc().attachAudio(doc().synthesized());
   doc().replaceTable(vandrel::FrameTable(60, doc().params()));
   doc().notifyStructureChanged();
 

@@ -106,7 +106,7 @@ TEST_F(LabelsWindowsTest, AClickedIntervalIsChosenInEveryWindowAndEditsAreUndoSt
   editor->setText(QStringLiteral("aː"));
   QTest::keyClick(editor, Qt::Key_Return);
   EXPECT_EQ(tier().intervals[1].text, "aː");
-  EXPECT_TRUE(doc().modified);
+  EXPECT_TRUE(doc().modified());
 
   QTest::mousePress(pane, Qt::LeftButton, {}, at(100));
   QTest::mouseMove(pane, at(150));
@@ -158,7 +158,7 @@ TEST_F(LabelsWindowsTest, OpenLabelsRefusesABrokenFileByLineAndTheDrawingWindowS
   writeToken();
   frame->runCommand(ID_FILE_OPEN_LABELS);
   ASSERT_TRUE(doc().labels);
-  EXPECT_TRUE(doc().modified);
+  EXPECT_TRUE(doc().modified());
 
   // Tiled with two tables, the drawing window's tiers stay inside the area.
   frame->runCommand(ID_WINDOW_NEW);

@@ -76,10 +76,7 @@ class ListeningTest : public test::ShellFixture {
     doc().params().fileLengthMs = 1000.0 * double(s.size()) / rate;
     doc().params().frameCount = static_cast<int>(doc().params().fileLengthMs) / doc().params().intervalMs;
     doc().replaceTable(vandrel::FrameTable(doc().params().frameCount, doc().params()));
-    doc().notifyStructureChanged();
-    doc().synthesized.samples = s;
-    doc().synthesized.sampleRate = rate;
-    doc().changedSinceSynthesis = false;
+    doc().acceptSynthesis(vandrel::SampleSet{s, double(rate)}, rate);
   }
 
   static bool waitFor(const std::function<bool()>& done, int limitMs = 8000) {
@@ -177,11 +174,10 @@ TEST_P(ABSwitchTest, GoesOnFromTheSameMomentWithoutABreak) {
   const ABCase& c = GetParam();
   const Samples copy = noise(11, std::size_t(c.copyRate)), original = noise(23, std::size_t(c.originalRate));
   setSynthesized(copy, c.copyRate);
-  doc().audio.samples = original;
-  doc().audio.sampleRate = c.originalRate;
+  doc().attachAudio(vandrel::SampleSet{original, double(c.originalRate)});
   // What the sink should hear of each: one second at its rate.
-  const Samples heardCopy = atRate(doc().synthesized, kSinkRate).samples;
-  const Samples heardOriginal = atRate(doc().audio, kSinkRate).samples;
+  const Samples heardCopy = atRate(doc().synthesized(), kSinkRate).samples;
+  const Samples heardOriginal = atRate(doc().audio(), kSinkRate).samples;
   auto* side = frame->findChild<QLabel*>(QStringLiteral("vandrel-now-playing"));
   ASSERT_NE(side, nullptr);
   trigger(ID_PLAY_LOOP);
@@ -236,7 +232,7 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
   doc().notifyCellsChanged(CellRange{kAh, kAb, 0, doc().table().columns() - 1});
   trigger(ID_PLAY_CURRENT);  // the normal output, synthesized first
   ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
-  const SampleSet normal = doc().synthesized;
+  const SampleSet normal = doc().synthesized();
   const int undoCount = doc().undo.count();
 
   std::vector<Samples> played;
@@ -269,7 +265,7 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
   EXPECT_TRUE(item(ID_PLAY_LOOP)->isChecked());
   EXPECT_FALSE(Workspace::of(other->document()).loop());
 
-  EXPECT_EQ(doc().synthesized, normal);
+  EXPECT_EQ(doc().synthesized(), normal);
   EXPECT_EQ(doc().undo.count(), undoCount);
   EXPECT_LT(peakOf(cap), 32767) << "something clipped on the way";
   EXPECT_TRUE(std::all_of(silentFrication.begin(), silentFrication.end(), [](auto s) { return s == 0; }));

@@ -60,12 +60,12 @@ TEST_F(NoSoundTest, CtrlOneSynthesizesAndSaysNoSoundOutputDevice) {
   CChildFrame* child = frame.newDocument();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
   OpenDocument& document = child->document();
-  ASSERT_TRUE(document.doc().changedSinceSynthesis);
+  ASSERT_TRUE(document.doc().changedSinceSynthesis());
 
   child->widget()->setFocus();
   QTest::keyClick(QApplication::focusWidget(), Qt::Key_1, Qt::ControlModifier);
-  EXPECT_FALSE(document.doc().changedSinceSynthesis);
-  EXPECT_FALSE(document.doc().synthesized.empty());
+  EXPECT_FALSE(document.doc().changedSinceSynthesis());
+  EXPECT_FALSE(document.doc().synthesized().empty());
   EXPECT_EQ(messages, std::vector<QString>{"No Sound Output Device"});
   ASSERT_NE(documentPlayer(document), nullptr);
   EXPECT_FALSE(documentPlayer(document)->IsPlaying());

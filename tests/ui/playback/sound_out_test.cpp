@@ -68,8 +68,8 @@ TEST_P(KnownBufferTest, ReachesTheSinkAsGiven) {
     doc.params().frameCount = 100;
     doc.replaceTable(vandrel::FrameTable(100, doc.params()));
     ASSERT_TRUE(synthesize(doc));
-    sound = doc.synthesized.samples;
-    rate = static_cast<int>(doc.synthesized.sampleRate);
+    sound = doc.synthesized().samples;
+    rate = static_cast<int>(doc.synthesized().sampleRate);
   }
   const int step = kSinkRate / rate;
   const auto n = std::ssize(sound);
@@ -130,20 +130,20 @@ TEST_F(SoundTest, AFormatTheDeviceRefusesSaysCannotOpenDevice) {
 TEST_F(SoundTest, PlayCurrentDuringPlaybackSynthesizesTheEditAndReplacesTheSound) {
   CVandrelDoc doc;
   ASSERT_TRUE(synthesize(doc));
-  const SampleSet before = doc.synthesized;
-  doc.previous.samples = fadedTone(440.0, kSinkRate, 3.0);
-  doc.previous.sampleRate = kSinkRate;
-  const Samples first = doc.previous.samples;
+  const SampleSet before = doc.synthesized();
+  doc.acceptSynthesis(SampleSet{fadedTone(440.0, kSinkRate, 3.0), kSinkRate}, kSinkRate);  // the tone, and
+  doc.acceptSynthesis(before, before.sampleRate);  // behind it the synthesis: the tone is the previous sound
+  const Samples first = doc.previous().samples;
 
   std::unique_ptr<CSoundOut> player;
   ASSERT_EQ(playCommand(doc, PlayWhich::Previous, player, nullptr), kSoundNoError);
   ASSERT_TRUE(waitFor([&] { return player->PlayPosition() >= kSinkRate / 2; }));
   for (int c = 0; c < doc.table().columns(); ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 750.0);
-  doc.changedSinceSynthesis = true;  // what every table edit leaves behind
+  doc.markDueForSynthesis();  // what every table edit leaves behind
   ASSERT_EQ(playCommand(doc, PlayWhich::Current, player, nullptr), kSoundNoError);
-  EXPECT_FALSE(doc.changedSinceSynthesis);
-  EXPECT_EQ(doc.previous, before);
-  const auto& second = doc.synthesized.samples;
+  EXPECT_FALSE(doc.changedSinceSynthesis());
+  EXPECT_EQ(doc.previous(), before);
+  const auto& second = doc.synthesized().samples;
   EXPECT_TRUE(waitFor([&] { return player->PlayPosition() >= std::ssize(second); }));
   const auto cap = finishRecording(600);
   player.reset();

@@ -129,7 +129,7 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
   }
 
   // With a recording beside the table the dialog does not even open.
-  doc().audio.samples.assign(1000, 0);
+  doc().attachAudio(vandrel::SampleSet{std::vector<std::int16_t>(1000), 0.0});
   run(ID_EDIT_ADD_COLUMN, {});
   EXPECT_EQ(opened, 0);
   EXPECT_EQ(messages, std::vector<QString>{QString::fromStdString(std::string(kMsgTimeLockedByAudio))});
@@ -172,7 +172,7 @@ TEST_F(TableDialogsTest, FileOptionsCutTheLengthResampleAndKeepTheAnchorColourAp
   EXPECT_EQ(doc().params().fileLengthMs, 1000.0);
   EXPECT_EQ(doc().table().columns(), 200);
   EXPECT_EQ(qobject_cast<CVandrelView*>(window->view())->grid()->model()->columnCount(), 200);
-  EXPECT_EQ(doc().sampleRate, 22050.0);
+  EXPECT_EQ(doc().sampleRate(), 22050.0);
   EXPECT_TRUE(doc().autoInterpolate && doc().anchorAfterEdit);
   EXPECT_EQ(doc().anchorColor(), anchor);
   vandrel::ConfigRecord saved;
@@ -181,7 +181,7 @@ TEST_F(TableDialogsTest, FileOptionsCutTheLengthResampleAndKeepTheAnchorColourAp
 
   // A refused interval keeps the dialog open with what was typed; Cancel
   // then leaves the document as it was, and a recording greys the length.
-  doc().audio.samples.assign(1000, 0);
+  doc().attachAudio(vandrel::SampleSet{std::vector<std::int16_t>(1000), 0.0});
   const FileOptions before = fileOptionsOf(doc());
   run(ID_OPTIONS_FILE, [&](QDialog& d) {
     EXPECT_FALSE(child<QSpinBox>(d, "fileLength")->isEnabled());

@@ -230,7 +230,7 @@ TEST_F(TableViewTest, AnchorsMenuItemsWorkOnTheSelectionAndTheWholeTable) {
   pick(QStringLiteral("Add to Selection"));
   EXPECT_EQ(doc().table().anchorCount(), 7);  // which cells a block gives is the core's business
   EXPECT_TRUE(doc().table().anchor(kAh, 2) && doc().table().anchor(kAv, 4));
-  EXPECT_TRUE(doc().modified);
+  EXPECT_TRUE(doc().modified());
   click(kAh, 3);
   pick(QStringLiteral("Remove from Selection"));
   EXPECT_EQ(doc().table().anchorCount(), 6);
@@ -271,7 +271,7 @@ TEST_F(TableViewTest, HeadingsSelectAllAndTheCellMenu) {
   QApplication::sendEvent(grid->viewport(), &event);
   EXPECT_EQ(items, QStringList({QStringLiteral("Add Anchor"), QStringLiteral("Remove Anchor")}));
   EXPECT_TRUE(doc().table().anchor(kF3, 5));
-  EXPECT_FALSE(doc().modified);
+  EXPECT_FALSE(doc().modified());
 }
 
 // Rows hidden through Options > Parameters while the table is scrolled to its

@@ -72,7 +72,7 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
 
   view->setTimeMs(100);
   ASSERT_TRUE(QTest::qWaitFor([&] { return view->copySlice().formants.size() >= 3; }, 5000));
-  EXPECT_TRUE(document->doc().changedSinceSynthesis);  // the view synthesized the table for itself
+  EXPECT_TRUE(document->doc().changedSinceSynthesis());  // the view synthesized the table for itself
   const auto& formants = view->copySlice().formants;
   ASSERT_GE(formants.size(), 3u);
   const double table[] = {700, 1200, 2500};
@@ -81,7 +81,7 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
 
   // The copy against itself: 0 dB everywhere, slice and strip.
   ASSERT_TRUE(vandrel::ensureSynthesized(document->doc()));
-  document->doc().attachAudio(document->doc().synthesized);
+  document->doc().attachAudio(document->doc().synthesized());
   const FitMeter& same = view->meter();
   ASSERT_TRUE(same.valid);
   EXPECT_EQ(same.distanceDb, 0.0);
@@ -96,7 +96,7 @@ TEST_F(FftLpcTest, VowelSliceMeterAndStripFollowTheTable) {
   // (the document stays due for synthesis) and the meter names F2.
   setVowel(700, 1500, 2500);
   ASSERT_TRUE(QTest::qWaitFor([&] { return view->meter().worstPeak == 1; }, 5000));
-  EXPECT_TRUE(document->doc().changedSinceSynthesis);
+  EXPECT_TRUE(document->doc().changedSinceSynthesis());
   EXPECT_GT(view->meter().distanceDb, 1.0);
   view->finishTrack();
   EXPECT_GT(view->track()->maxDb(), 1.0);
@@ -165,7 +165,8 @@ TEST_F(FftLpcTest, TheWindowNeverSynthesizesIntoTheDocument) {
     setVowel(700, 1800, 2500);
     QTest::qWait(400);
     synthesize();
-    const auto sounds = std::make_pair(document->doc().previous.samples, document->doc().synthesized.samples);
+    const auto sounds =
+        std::make_pair(document->doc().previous().samples, document->doc().synthesized().samples);
     for (QMdiSubWindow* w : frame->mdiArea()->subWindowList())
       if (qobject_cast<CFormFFTLPCChild*>(w)) delete w;
     return sounds;

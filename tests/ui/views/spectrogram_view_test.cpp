@@ -154,7 +154,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   CSpectrogramFrame* window = activeSpectrogram();
   ASSERT_NE(window, nullptr);
   EXPECT_EQ(window->windowTitle(), QStringLiteral("Vandr1::Spectrogram"));
-  EXPECT_FALSE(doc.changedSinceSynthesis);
+  EXPECT_FALSE(doc.changedSinceSynthesis());
   SpectrogramCanvas* canvas = window->view()->canvas();
   const SignalPicture& s = canvas->scene().signal[0];
   ASSERT_TRUE(QTest::qWaitFor([&] { return !canvas->busy() && s.spectrogram.ok && s.pitch.ok; }, 10000));
@@ -259,7 +259,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   EXPECT_EQ(window->view()->vectorSize(), QSizeF(576, 960));  // the same in 1/96 inch, for SVG and PDF
 
   // The recording's window is a second one of the same kind: both numbered.
-  doc.audio = doc.synthesized;
+  doc.attachAudio(doc.synthesized());
   frame->runCommand(ID_ANALYSIS_SPECTRO_AUDIO);
   CSpectrogramFrame* audio = activeSpectrogram();
   ASSERT_NE(audio, window);
@@ -285,7 +285,7 @@ TEST_F(SpectrogramViewTest, TracingAStrokeWritesTheFramesUnderThePointerAsOneUnd
   doc.params().frameCount = 100;
   doc.replaceTable(vandrel::FrameTable(100, doc.params()));
   ASSERT_TRUE(vandrel::ensureSynthesized(doc));
-  doc.attachAudio(doc.synthesized);
+  doc.attachAudio(doc.synthesized());
   const vandrel::FrameTable before = doc.table();
 
   frame->runCommand(ID_ENTRY_TRACE);
@@ -313,7 +313,7 @@ TEST_F(SpectrogramViewTest, TracingAStrokeWritesTheFramesUnderThePointerAsOneUnd
   const double pixel = 10.0 * (o.displayHighHz - o.displayLowHz) / (pitch.rect.height() - 1);  // tenths of Hz
   EXPECT_NEAR(doc.table().value(kF0, 20), 1500, pixel);
   EXPECT_NEAR(doc.table().value(kF0, 39), 2500, pixel);
-  EXPECT_TRUE(doc.modified);
+  EXPECT_TRUE(doc.modified());
 
   frame->runCommand(ID_EDIT_UNDO);
   EXPECT_EQ(doc.table(), before);

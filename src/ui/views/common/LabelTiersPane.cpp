@@ -56,7 +56,8 @@ int LabelTiersPane::tierAt(int y) const {
 double LabelTiersPane::documentLengthMs() const {
   const vandrel::CVandrelDoc& doc = document_.doc();
   double ms = static_cast<double>(doc.table().columns()) * doc.params().intervalMs;
-  if (doc.audio.sampleRate > 0) ms = std::max(ms, 1000.0 * doc.audio.sampleCount / doc.audio.sampleRate);
+  if (doc.audio().sampleRate > 0)
+    ms = std::max(ms, 1000.0 * doc.audio().sampleCount / doc.audio().sampleRate);
   return ms;
 }
 

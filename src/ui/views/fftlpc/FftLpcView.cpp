@@ -189,7 +189,7 @@ void FftLpcView::setOptions(const vandrel::COptionFFTLPC& options, double preEmp
 double FftLpcView::lengthMs() const {
   if (!document_) return 0.0;
   const vandrel::CVandrelDoc& doc = document_->doc();
-  return std::max(lengthOf(doc.audio), lengthOf(copySound()));
+  return std::max(lengthOf(doc.audio()), lengthOf(copySound()));
 }
 
 void FftLpcView::updateSlider() {
@@ -235,16 +235,16 @@ const vandrel::SampleSet& FftLpcView::copySound() const {
   static const vandrel::SampleSet none;
   if (!document_) return none;
   const vandrel::CVandrelDoc& doc = document_->doc();
-  if (doc.changedSinceSynthesis && ownCopy_) return *ownCopy_;
-  return doc.synthesized;
+  if (doc.changedSinceSynthesis() && ownCopy_) return *ownCopy_;
+  return doc.synthesized();
 }
 
 void FftLpcView::tableEdited() {
-  if (document_ && document_->doc().changedSinceSynthesis) resynthesis_->start();
+  if (document_ && document_->doc().changedSinceSynthesis()) resynthesis_->start();
 }
 
 void FftLpcView::synthesizePrivately() {
-  if (!document_ || !document_->doc().changedSinceSynthesis) return;
+  if (!document_ || !document_->doc().changedSinceSynthesis()) return;
   const vandrel::CVandrelDoc& doc = document_->doc();
   const int generation = ++synthesisGeneration_;
   synthesisRunAt_ = generation;
@@ -264,7 +264,7 @@ void FftLpcView::takeSynthesis() {
       synthesisTaken_ == synthesisGeneration_)
     return;
   synthesisTaken_ = synthesisGeneration_;
-  if (!document_ || !document_->doc().changedSinceSynthesis) return;
+  if (!document_ || !document_->doc().changedSinceSynthesis()) return;
   ownCopy_ = synthesisRun_.result();
   followCursor();
   restartTrack();
@@ -273,7 +273,7 @@ void FftLpcView::takeSynthesis() {
 void FftLpcView::samplesChanged(vandrel::SampleSlot slot) {
   // The previous buffer is not shown here; a synthesis tells both.
   if (slot == vandrel::SampleSlot::kPrevious) return;
-  if (slot == vandrel::SampleSlot::kSynthesized && document_ && !document_->doc().changedSinceSynthesis) {
+  if (slot == vandrel::SampleSlot::kSynthesized && document_ && !document_->doc().changedSinceSynthesis()) {
     ownCopy_.reset();
     ++synthesisGeneration_;
   }
@@ -290,7 +290,7 @@ void FftLpcView::recompute() {
     const double start = picture_.selection ? picture_.selection->first : picture_.timeMs;
     const double end = picture_.selection ? picture_.selection->second : 0.0;
     const int step = picture_.options.averageStepMs;
-    if (doc.hasAudio()) natural_ = naturalAnalyser_.analyse(doc.audio, settings_, start, end, step);
+    if (doc.hasAudio()) natural_ = naturalAnalyser_.analyse(doc.audio(), settings_, start, end, step);
     copy_ = copyAnalyser_.analyse(copySound(), settings_, start, end, step);
     if (!natural_.empty() && !copy_.empty())
       picture_.meter = vandrel::fitMeter(natural_.lpcDb, copy_.lpcDb, settings_.hzPerPoint());
@@ -315,7 +315,7 @@ void FftLpcView::restartTrack() {
   cancel_ = std::make_shared<std::atomic<bool>>(false);
   // The worker reads its own copies: the document may change meanwhile.
   trackRun_ = runOnWorker<vandrel::DistanceTrack>(
-      [natural = document_->doc().audio, copy = copySound(), settings = settings_,
+      [natural = document_->doc().audio(), copy = copySound(), settings = settings_,
        step = std::max(picture_.options.averageStepMs, 1),
        cancel = cancel_] { return vandrel::distanceTrack(natural, copy, settings, step, cancel.get()); });
   trackRun_.then(this, [this, generation](const QFuture<vandrel::DistanceTrack>&) {

@@ -94,7 +94,7 @@ CSpectrogramFrame* openSpectrogram(CommandContext& ctx, vandrel::SampleSlot slot
       *ctx.mainFrame, document,
       [&ctx, &doc, slot] {
         const double fs =
-            slot == vandrel::SampleSlot::kAudio ? doc.audio.sampleRate : doc.synthesized.sampleRate;
+            slot == vandrel::SampleSlot::kAudio ? doc.audio().sampleRate : doc.synthesized().sampleRate;
         return new CSpectrogramFrame(*ctx.mainFrame, ctx.childFrame->sharedDocument(), slot,
                                      optionsFor(*ctx.mainFrame, fs > 0 ? fs : doc.analysisRate()));
       },
