@@ -109,12 +109,13 @@ class Estimator {
     total_ = static_cast<int>((ceilings.size() + 1) * m);
     std::vector<CeilingTrack> tracks(ceilings.size());
     // The pitch is tracked beside the ceilings' paths (only the fits need
-    // it), as the first task: it takes longest.
+    // it). Longest first, so that the threads end together: the pitch, then
+    // the highest ceiling, whose rate gives its frames the most samples.
     const int pitchTasks = s_.f0.size() == m ? 0 : 1;
     if (pitchTasks == 0) f0_ = s_.f0;
     runTasks(static_cast<int>(ceilings.size()) + pitchTasks, threads_, [&](int k) {
       if (k < pitchTasks) return pitch();
-      const auto uk = static_cast<std::size_t>(k - pitchTasks);
+      const std::size_t uk = ceilings.size() - 1 - static_cast<std::size_t>(k - pitchTasks);
       tracks[uk] = {ceilings[uk], track(ceilings[uk]), {}};
     });
     tell();
