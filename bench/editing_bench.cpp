@@ -127,8 +127,8 @@ BENCHMARK(BM_ThousandEditsThenUndoRedo)->UseManualTime()->Unit(benchmark::kMilli
 void BM_UndoAcrossAddedTime(benchmark::State& st) {
   auto doc = longDocument();
   TableSelection selection;
-  doc->addColumnTimeMs = 10000;
-  doc->addColumnPlace = AddColumnPlace::kBeginning;
+  doc->setAddColumnTimeMs(10000);
+  doc->setAddColumnPlace(AddColumnPlace::kBeginning);
   addTime(*doc, selection);
   std::vector<double> times;
   for (auto _ : st) {
@@ -189,8 +189,8 @@ void BM_AddTenSecondsAtTheBeginning(benchmark::State& st) {
     st.PauseTiming();
     auto doc = longDocument();
     TableSelection selection;
-    doc->addColumnTimeMs = 10000;
-    doc->addColumnPlace = AddColumnPlace::kBeginning;
+    doc->setAddColumnTimeMs(10000);
+    doc->setAddColumnPlace(AddColumnPlace::kBeginning);
     int steps = 0;
     st.ResumeTiming();
     const auto t0 = Clock::now();

@@ -92,7 +92,7 @@ struct Scene {
       for (int k = 1; k < 2000; ++k) addBoundary(g, g.tiers.size() - 1, k * 0.03);
       for (std::size_t k = 0; k < 2000; ++k) setLabelText(g, g.tiers.size() - 1, k, k % 2 ? "a\u02D0" : "b");
     }
-    doc.labels = std::make_shared<const Labels>(std::move(g));
+    doc.setLabels(std::make_shared<const Labels>(std::move(g)));
     QApplication::processEvents();
   }
 

@@ -126,7 +126,7 @@ void BM_TypeAndCommit(benchmark::State& st) {
   Sixty s;
   MyCug* grid = s.view->table();
   grid->setFocus();
-  s.view->document().doc().anchorAfterEdit = true;
+  s.view->document().doc().setAnchorAfterEdit(true);
   int column = 30000;
   for (auto _ : st) {
     grid->setCurrentCell(kF1, column++);

@@ -313,12 +313,12 @@ void applyConfig(const ConfigRecord& record, CVandrelDoc& doc) {
     set.reserved = record.table.reserved;
     set.selectedCount = set.countSelected();
   }
-  doc.colors = record.table.colors;
+  doc.setColors(record.table.colors);
   // The rows take their group's colour, as when a parameter file is loaded,
   // so that a record written before the group colours changed still agrees.
   doc.applyGroupColors();
-  doc.autoInterpolate = record.table.autoInterpolate != 0;
-  doc.anchorAfterEdit = record.table.anchorAfterEdit != 0;
+  doc.setAutoInterpolate(record.table.autoInterpolate != 0);
+  doc.setAnchorAfterEdit(record.table.anchorAfterEdit != 0);
   doc.replaceTable(FrameTable(doc.params().frameCount, doc.params()));
 }
 
@@ -336,9 +336,9 @@ void storeConfig(const CVandrelDoc& doc, ConfigRecord& record) {
   record.table.cascadeParallel = set.cascadeParallel;
   record.table.reserved = set.reserved;
   record.table.sampleRate = static_cast<std::int32_t>(set.sampleRate());
-  record.table.colors = doc.colors;
-  record.table.autoInterpolate = doc.autoInterpolate ? 1 : 0;
-  record.table.anchorAfterEdit = doc.anchorAfterEdit ? 1 : 0;
+  record.table.colors = doc.colors();
+  record.table.autoInterpolate = doc.autoInterpolate() ? 1 : 0;
+  record.table.anchorAfterEdit = doc.anchorAfterEdit() ? 1 : 0;
 }
 
 }  // namespace vandrel

@@ -18,15 +18,15 @@ void CVandrelDoc::initialise() {
   changedCompanion_ = true;
   untouched_ = true;
   tableChanged_ = false;
-  labels.reset();
-  colors = kDefaultColors;
+  labels_.reset();
+  colors_ = kDefaultColors;
   applyGroupColors();
-  rowsInUse = kParamCount;
-  autoInterpolate = false;
-  anchorAfterEdit = false;
-  addColumnTimeMs = 100;
-  addColumnPlace = AddColumnPlace::kEnd;
-  addSubtractAmount = 0;
+  rowsInUse_ = kParamCount;
+  autoInterpolate_ = false;
+  anchorAfterEdit_ = false;
+  addColumnTimeMs_ = 100;
+  addColumnPlace_ = AddColumnPlace::kEnd;
+  addSubtractAmount_ = 0;
   undo = UndoHistory{};
   drawing = DrawingChoice{};
   notifyStructureChanged();
@@ -44,8 +44,10 @@ void CVandrelDoc::replaceTable(const FrameTable& table) {
   notifyStructureChanged();
 }
 
-void CVandrelDoc::loadTable(FrameTable&& table, double rate) {
+void CVandrelDoc::loadTable(FrameTable&& table, double rate, const ColorSlots& colors) {
   table_ = std::move(table);
+  colors_ = colors;
+  applyGroupColors();
   sampleRate_ = rate;
   highRate_ = rate == 22050;
   synthesized_ = SampleSet{};
@@ -54,7 +56,7 @@ void CVandrelDoc::loadTable(FrameTable&& table, double rate) {
   changedSinceSynthesis_ = true;
   changedCompanion_ = true;
   untouched_ = false;
-  rowsInUse = kParamCount;
+  rowsInUse_ = kParamCount;
   undo = UndoHistory{};
   notifyStructureChanged();
   notifySamplesChanged(SampleSlot::kSynthesized);
@@ -124,14 +126,22 @@ void CVandrelDoc::setSampleRate(double rate) {
   notifyFlagsChanged();
 }
 
-void CVandrelDoc::setGroupColor(int group, Colorref c) {
-  colors.at(static_cast<std::size_t>(group)) = c;
-  for (int i = 0; i < kParamCount; ++i)
-    if (paramGroup(i) == group) params().setColor(i, c);
+bool CVandrelDoc::setColors(const ColorSlots& colors) {
+  const bool changed = colors != colors_;
+  colors_ = colors;
+  applyGroupColors();
+  if (changed) notifyStructureChanged();
+  return changed;
 }
 
 void CVandrelDoc::applyGroupColors() {
-  for (int i = 0; i < kParamCount; ++i) params().setColor(i, colors[static_cast<std::size_t>(paramGroup(i))]);
+  for (int i = 0; i < kParamCount; ++i)
+    params().setColor(i, colors_[static_cast<std::size_t>(paramGroup(i))]);
+}
+
+void CVandrelDoc::setLabels(std::shared_ptr<const Labels> labels) {
+  labels_ = std::move(labels);
+  notifyLabelsChanged();
 }
 
 void CVandrelDoc::attachAudio(SampleSet recording) {

@@ -96,13 +96,45 @@ class CVandrelDoc {
   void dropSynthesis();
 
   // --- colours ------------------------------------------------------------
-  Colorref groupColor(int group) const { return colors.at(static_cast<std::size_t>(group)); }
-  // Sets a group's colour and the colour of every parameter row of the group.
-  void setGroupColor(int group, Colorref c);
-  Colorref anchorColor() const { return colors[kAnchorColorSlot]; }
-  Colorref selectionColor() const { return colors[kSelectionColorSlot]; }
+  const ColorSlots& colors() const { return colors_; }
+  Colorref groupColor(int group) const { return colors_.at(static_cast<std::size_t>(group)); }
+  Colorref anchorColor() const { return colors_[kAnchorColorSlot]; }
+  Colorref selectionColor() const { return colors_[kSelectionColorSlot]; }
+  // The ten slots, and every parameter row of the working set in its group's
+  // colour. When a colour changed the observers hear of a structure change
+  // (the table draws rows and anchors in them) and it returns true.
+  bool setColors(const ColorSlots& colors);
   // Gives every parameter row of the working set its group's colour.
   void applyGroupColors();
+
+  // --- editing options and the dialogs' last choices ---------------------
+  // None of these is shown by a window: the next edit or the next opening of
+  // a dialog reads them, so their setters tell no one.
+  //
+  // Bounds the column forms of Add/Subtract and Set to Default Values;
+  // lowered by Remove Row, reset by the parameter selection.
+  int rowsInUse() const { return rowsInUse_; }
+  void setRowsInUse(int rows) { rowsInUse_ = rows; }
+  // After-edit options (File options).
+  bool autoInterpolate() const { return autoInterpolate_; }  // interpolate the whole table after an edit
+  bool anchorAfterEdit() const { return anchorAfterEdit_; }  // an edited cell becomes an anchor
+  void setAutoInterpolate(bool on) { autoInterpolate_ = on; }
+  void setAnchorAfterEdit(bool on) { anchorAfterEdit_ = on; }
+  // The last choices of the Add Column and Add/Subtract dialogs.
+  int addColumnTimeMs() const { return addColumnTimeMs_; }
+  AddColumnPlace addColumnPlace() const { return addColumnPlace_; }
+  int addSubtractAmount() const { return addSubtractAmount_; }
+  void setAddColumnTimeMs(int ms) { addColumnTimeMs_ = ms; }
+  void setAddColumnPlace(AddColumnPlace place) { addColumnPlace_ = place; }
+  void setAddSubtractAmount(int amount) { addSubtractAmount_ = amount; }
+
+  // --- labels -------------------------------------------------------------
+  // The labels of the table or the recording (a TextGrid beside the file),
+  // or null when there are none. Shared and never changed in place: an edit
+  // puts new labels here (labels/DocumentLabels.h), so the undo history can
+  // keep the old ones. setLabels tells the observers.
+  const std::shared_ptr<const Labels>& labels() const { return labels_; }
+  void setLabels(std::shared_ptr<const Labels> labels);
 
   // --- the recording beside the table ------------------------------------
   // Puts `recording` into the audio-file set. An untouched table takes the
@@ -132,34 +164,14 @@ class CVandrelDoc {
   // table it replaces (the recovery copy relies on it).
   void replaceTable(FrameTable&& table);
   void replaceTable(const FrameTable& table);
-  // A table read from a file, synthesized at `rate`: no sounds but the
-  // recording, not modified, due for synthesis, no history. The observers
-  // hear of the structure, both synthesized sample sets and the flags.
-  void loadTable(FrameTable&& table, double rate);
-
-  ColorSlots colors = kDefaultColors;
-
-  // Bounds the column forms of Add/Subtract and Set to Default Values;
-  // lowered by Remove Row, reset by the parameter selection.
-  int rowsInUse = kParamCount;
-
-  // After-edit options (File options).
-  bool autoInterpolate = false;  // interpolate the whole table after an edit
-  bool anchorAfterEdit = false;  // an edited cell becomes an anchor
-
-  // The last choices of the Add Column and Add/Subtract dialogs.
-  int addColumnTimeMs = 100;
-  AddColumnPlace addColumnPlace = AddColumnPlace::kEnd;
-  int addSubtractAmount = 0;
+  // A table read from a file, synthesized at `rate`, with its colours: no
+  // sounds but the recording, not modified, due for synthesis, no history.
+  // The observers hear of the structure, both synthesized sample sets and the
+  // flags, once each.
+  void loadTable(FrameTable&& table, double rate, const ColorSlots& colors);
 
   // The graphical entry window's selected track and track colours.
   DrawingChoice drawing;
-
-  // The labels of the table or the recording (a TextGrid beside the file),
-  // or null when there are none. Shared and never changed in place: an edit
-  // puts new labels here (labels/DocumentLabels.h), so the undo history can
-  // keep the old ones.
-  std::shared_ptr<const Labels> labels;
 
   // Whole-table snapshots and the current index (-5 until the first one);
   // the editing layer appends and restores.
@@ -193,6 +205,14 @@ class CVandrelDoc {
   bool changedCompanion_ = true;
   bool untouched_ = true;
   bool tableChanged_ = false;
+  ColorSlots colors_ = kDefaultColors;
+  int rowsInUse_ = kParamCount;
+  bool autoInterpolate_ = false;
+  bool anchorAfterEdit_ = false;
+  int addColumnTimeMs_ = 100;
+  AddColumnPlace addColumnPlace_ = AddColumnPlace::kEnd;
+  int addSubtractAmount_ = 0;
+  std::shared_ptr<const Labels> labels_;
 
   Observers observers_;
 };

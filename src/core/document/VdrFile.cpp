@@ -451,9 +451,7 @@ void loadVdr(CVandrelDoc& doc, VdrContent content) {
   ps.frameCount = content.table.columns();
   ps.cascadeParallel = content.cascadeParallel;
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, content.selected[static_cast<std::size_t>(r)]);
-  doc.colors = content.colors;
-  doc.applyGroupColors();
-  doc.loadTable(std::move(content.table), content.sampleRate);
+  doc.loadTable(std::move(content.table), content.sampleRate, content.colors);
 }
 
 }  // namespace vandrel

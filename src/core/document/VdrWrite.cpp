@@ -101,7 +101,7 @@ std::string writeVdr(const CVandrelDoc& doc, VdrKind kind) {
   out.value(50);
   out.endLine();
 
-  for (Colorref c : doc.colors) {
+  for (Colorref c : doc.colors()) {
     out.value(redOf(c));
     out.value(greenOf(c));
     out.value(blueOf(c));

@@ -8,7 +8,7 @@
 namespace vandrel {
 
 void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount) {
-  doc.addSubtractAmount = amount;
+  doc.setAddSubtractAmount(amount);
   afterEditStep(doc);
 
   EditTransaction edit(doc);

@@ -97,14 +97,14 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
   const int interval = ps.intervalMs;
   if (interval <= 0) return out;
 
-  const int asked = doc.addColumnTimeMs;
+  const int asked = doc.addColumnTimeMs();
   const int n = asked / interval;
   if (static_cast<long long>(doc.table().columns()) + n > kMaxFrames) {
     out.push_back(beepWith(tooManyFramesMessage(static_cast<long long>(doc.table().columns()) + n)));
     return out;
   }
   const int added = n * interval;
-  doc.addColumnTimeMs = added;
+  doc.setAddColumnTimeMs(added);
   if (added <= 0) {
     out.push_back(beepWith(""));
     return out;
@@ -116,7 +116,7 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
 
   const int oldCols = doc.table().columns();
   int p = 0;
-  switch (doc.addColumnPlace) {
+  switch (doc.addColumnPlace()) {
     case AddColumnPlace::kBeginning:
       p = 1;
       break;

@@ -3,7 +3,7 @@
 namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc) {
-  doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels);
+  doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels());
   doc.setTableChanged(true);
 }
 
@@ -21,7 +21,7 @@ void keepTableBeforeEdit(CVandrelDoc& doc, std::initializer_list<int> rows) {
       same = h.valueAt(at, row, c) == UndoHistory::wholeValue(doc.table().value(row, c));
   if (same) return;
   h.noteAllChanged();
-  h.append(doc.table(), doc.params().intervalMs, doc.labels);
+  h.append(doc.table(), doc.params().intervalMs, doc.labels());
 }
 
 }  // namespace vandrel

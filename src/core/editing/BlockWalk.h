@@ -24,7 +24,7 @@ bool forColumnOrBlock(CVandrelDoc& doc, EditTransaction& edit, TableSelection& s
   const FrameTable& t = doc.table();
   int r0 = 0, r1 = -1, c0 = 0, c1 = -1;
   if (sel.kind == SelectionKind::kColumn) {
-    r1 = std::min(doc.rowsInUse, t.rows()) - 1;
+    r1 = std::min(doc.rowsInUse(), t.rows()) - 1;
     c0 = c1 = sel.column;
   } else if (sel.kind == SelectionKind::kBlock) {
     sel.exchangeBlockColumns();

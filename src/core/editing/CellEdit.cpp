@@ -19,8 +19,8 @@ bool editCell(CVandrelDoc& doc, int row, int column, double typed) {
   if (typed != typed || row < 0 || row >= t.rows() || column < 0 || column >= t.columns()) return false;
   EditTransaction edit(doc);
   edit.setValue(row, column, clampToLimits(doc.params().at(row), typed));
-  if (doc.anchorAfterEdit) edit.setAnchor(row, column, true);
-  if (doc.autoInterpolate) interpolateAll(doc);
+  if (doc.anchorAfterEdit()) edit.setAnchor(row, column, true);
+  if (doc.autoInterpolate()) interpolateAll(doc);
   edit.commit();
   return true;
 }

@@ -184,7 +184,7 @@ PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view te
         ++result.outside;
       } else if (const std::optional<double> v = wholeNumber(cell)) {
         t.setValue(r, c, clampToLimits(doc.params().at(r), *v));
-        if (doc.anchorAfterEdit) t.setAnchor(r, c, true);
+        if (doc.anchorAfterEdit()) t.setAnchor(r, c, true);
         growTo(written, any, r, c);
         ++result.written;
       } else {
@@ -199,7 +199,7 @@ PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view te
   edit.note(written);
   edit.flush();
   doc.undo.noteChanged(written);
-  if (doc.autoInterpolate) interpolateAll(doc);
+  if (doc.autoInterpolate()) interpolateAll(doc);
   doc.markEdited();
   afterEditStep(doc);
   return result;

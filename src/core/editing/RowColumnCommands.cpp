@@ -5,7 +5,7 @@
 namespace vandrel {
 
 void removeRow(CVandrelDoc& doc) {
-  if (doc.rowsInUse > 0) --doc.rowsInUse;
+  if (doc.rowsInUse() > 0) doc.setRowsInUse(doc.rowsInUse() - 1);
   doc.markEdited();
   doc.setTableChanged(true);
   afterEditStep(doc);

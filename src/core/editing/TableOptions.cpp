@@ -20,8 +20,8 @@ FileOptions fileOptionsOf(const CVandrelDoc& doc) {
   o.sampleRate = doc.sampleRate() > 11025.0 ? 22050 : 11025;
   o.fileLengthMs = static_cast<int>(ps.fileLengthMs);
   o.intervalMs = ps.intervalMs;
-  o.autoInterpolate = doc.autoInterpolate;
-  o.anchorAfterEdit = doc.anchorAfterEdit;
+  o.autoInterpolate = doc.autoInterpolate();
+  o.anchorAfterEdit = doc.anchorAfterEdit();
   o.anchorColor = doc.anchorColor();
   return o;
 }
@@ -55,12 +55,13 @@ UserMessages applyFileOptions(CVandrelDoc& doc, const FileOptions& options, cons
     out.insert(out.end(), more.begin(), more.end());
   }
 
-  doc.autoInterpolate = options.autoInterpolate;
-  doc.anchorAfterEdit = options.anchorAfterEdit;
+  doc.setAutoInterpolate(options.autoInterpolate);
+  doc.setAnchorAfterEdit(options.anchorAfterEdit);
   if (options.anchorColor != doc.anchorColor()) {
-    doc.colors[kAnchorColorSlot] = options.anchorColor;
+    ColorSlots colors = doc.colors();
+    colors[kAnchorColorSlot] = options.anchorColor;
     doc.setModified(true);  // the parameter file keeps the colours
-    doc.notifyStructureChanged();
+    doc.setColors(colors);  // tells of the structure change
   }
   doc.setTableChanged(true);
   afterEditStep(doc);
@@ -132,8 +133,6 @@ UserMessages applyParameterOptions(CVandrelDoc& doc, const ParameterOptions& opt
   if (auto refused = checkLimits(options.limits)) return {*refused};
   const bool changed = options != parameterOptionsOf(doc);
   ParameterSet& ps = doc.params();
-  for (int g = 0; g < kGroupCount; ++g)
-    doc.setGroupColor(g, options.groupColors[static_cast<std::size_t>(g)]);
   for (int i = 0; i < kParamCount; ++i) {
     const auto k = static_cast<std::size_t>(i);
     ps.setSelected(i, options.shown[k]);
@@ -142,8 +141,10 @@ UserMessages applyParameterOptions(CVandrelDoc& doc, const ParameterOptions& opt
     ps.setDefault(i, options.limits[k].defaultValue);
   }
   ps.cascadeParallel = options.cascadeParallel ? 1 : 0;
-  doc.rowsInUse = kParamCount;
-  doc.notifyStructureChanged();
+  doc.setRowsInUse(kParamCount);
+  ColorSlots colors = doc.colors();
+  std::copy(options.groupColors.begin(), options.groupColors.end(), colors.begin());
+  if (!doc.setColors(colors)) doc.notifyStructureChanged();  // once, for the rows shown and their limits
   if (changed) doc.markEdited();
   afterEditStep(doc);
   return {};

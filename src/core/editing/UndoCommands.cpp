@@ -24,9 +24,8 @@ UndoStatus restoreSnapshot(CVandrelDoc& doc, int index) {
       edit.note(CellRange{0, kParamCount - 1, 0, before - 1});
     }
   }
-  if (doc.undo.labelsAt(index) != doc.labels) {
-    doc.labels = doc.undo.labelsAt(index);
-    doc.notifyLabelsChanged();
+  if (doc.undo.labelsAt(index) != doc.labels()) {
+    doc.setLabels(doc.undo.labelsAt(index));
   }
   doc.markEdited();
   doc.setTableChanged(false);

@@ -10,7 +10,7 @@ namespace vandrel {
 
 const Labels& documentLabels(const CVandrelDoc& doc) {
   static const Labels none;
-  return doc.labels ? *doc.labels : none;
+  return doc.labels() ? *doc.labels() : none;
 }
 
 std::optional<std::pair<int, int>> framesWithin(const CVandrelDoc& doc, double start, double end) {
@@ -36,12 +36,12 @@ void commitLabels(CVandrelDoc& doc, Labels labels) {
   // Undo goes back to the snapshot before the current one: the labels as
   // they were must be in one, or the first edit could not be taken back.
   UndoHistory& h = doc.undo;
-  if (h.current() < 0 || h.current() >= h.count() || h.labelsAt(h.current()) != doc.labels)
-    h.append(doc.table(), doc.params().intervalMs, doc.labels);
-  doc.labels = std::make_shared<const Labels>(std::move(labels));
-  doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels);
+  if (h.current() < 0 || h.current() >= h.count() || h.labelsAt(h.current()) != doc.labels())
+    h.append(doc.table(), doc.params().intervalMs, doc.labels());
+  auto next = std::make_shared<const Labels>(std::move(labels));
+  doc.undo.append(doc.table(), doc.params().intervalMs, next);
   doc.setModified(true);
-  doc.notifyLabelsChanged();
+  doc.setLabels(std::move(next));  // told last: the history and the flags are in step by then
 }
 
 std::string editLabels(CVandrelDoc& doc, const std::function<std::string(Labels&)>& edit) {
@@ -63,14 +63,13 @@ std::string openSidecarLabels(CVandrelDoc& doc, const std::string& path) {
   if (side.empty()) return {};
   TextGridRead read = readTextGridFile(side);
   if (!read.ok()) return read.message;
-  doc.labels = std::make_shared<const Labels>(std::move(read.labels));
-  doc.notifyLabelsChanged();
+  doc.setLabels(std::make_shared<const Labels>(std::move(read.labels)));
   return {};
 }
 
 std::string saveSidecarLabels(const CVandrelDoc& doc, const std::string& tablePath) {
-  if (!doc.labels) return {};
-  return saveTextGridFile(sidecarPath(tablePath), *doc.labels);
+  if (!doc.labels()) return {};
+  return saveTextGridFile(sidecarPath(tablePath), *doc.labels());
 }
 
 }  // namespace vandrel

@@ -32,7 +32,7 @@ CellRange FormantDrag::moveTo(CVandrelDoc& doc, double f1, double f2) {
 void FormantDrag::finish(CVandrelDoc& doc) {
   if (!wrote_) return;
   wrote_ = false;
-  if (doc.autoInterpolate) interpolateAll(doc);
+  if (doc.autoInterpolate()) interpolateAll(doc);
   doc.markEdited();
   afterEditStep(doc, CellRange{kF2, kF1, frame_, frame_});
 }

@@ -112,8 +112,8 @@ void DocumentRecovery::startCopies(bool wait) {
     snapshot->paramSets = d.paramSets;
     snapshot->replaceTable(d.table());  // into the room made before: no new allocation
     snapshot->setSampleRate(d.sampleRate());
-    snapshot->colors = d.colors;
-    snapshot->labels = d.labels;  // never changed in place: safe to share with the writer
+    snapshot->setColors(d.colors());
+    snapshot->setLabels(d.labels());  // never changed in place: safe to share with the writer
     const std::uint64_t revision = doc->revision();
     const std::string vdr = native(copyPath(serial, "vdr"));
     const std::string pathFile = native(copyPath(serial, "path"));
@@ -123,8 +123,9 @@ void DocumentRecovery::startCopies(bool wait) {
     writer_.start([this, snapshot, serial, revision, vdr, pathFile, labelsFile, belongsTo] {
       std::string error = vandrel::writeFileAtomically(pathFile, belongsTo);
       // The labels first: a copy whose table is there has its labels too.
-      if (error.empty() && snapshot->labels) error = vandrel::saveTextGridFile(labelsFile, *snapshot->labels);
-      if (error.empty() && !snapshot->labels) QFile::remove(QFile::decodeName(labelsFile.c_str()));
+      if (error.empty() && snapshot->labels())
+        error = vandrel::saveTextGridFile(labelsFile, *snapshot->labels());
+      if (error.empty() && !snapshot->labels()) QFile::remove(QFile::decodeName(labelsFile.c_str()));
       if (error.empty()) error = vandrel::saveVdrFile(vdr, *snapshot, vandrel::VdrKind::kAllParameters);
       {
         const QMutexLocker locker(&doneMutex_);

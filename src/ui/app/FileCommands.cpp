@@ -42,7 +42,7 @@ QString fromStd(std::string_view s) { return QString::fromUtf8(s.data(), static_
 // table's always, a recording's when the document has none yet. Labels that
 // cannot be read are said, and the file stays open without them.
 void openSidecar(QWidget* parent, vandrel::CVandrelDoc& doc, const QString& path, bool recording) {
-  if (recording && doc.labels) return;
+  if (recording && doc.labels()) return;
   const std::string why = vandrel::openSidecarLabels(doc, toStd(path));
   if (!why.empty()) warn(parent, QStringLiteral("The labels could not be read.\n%1").arg(fromStd(why)));
 }

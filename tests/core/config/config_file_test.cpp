@@ -199,8 +199,10 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
   edited.params().setUpper(kF1, 1200);
   edited.params().fileLengthMs = 300.0;
   edited.params().intervalMs = 5;
-  edited.colors[kAnchorColorSlot] = 0x000000FF;
-  edited.anchorAfterEdit = true;
+  ColorSlots colors = edited.colors();
+  colors[kAnchorColorSlot] = 0x000000FF;
+  edited.setColors(colors);
+  edited.setAnchorAfterEdit(true);
 
   ConfigRecord r = ConfigRecord::defaults();
   storeConfig(edited, r);
@@ -219,8 +221,8 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
   EXPECT_EQ(fresh.table().columns(), 60);
   EXPECT_EQ(fresh.params().sampleRate(), 22050.0);
   EXPECT_EQ(fresh.anchorColor(), 0x000000FFu);
-  EXPECT_TRUE(fresh.anchorAfterEdit);
-  EXPECT_FALSE(fresh.autoInterpolate);
+  EXPECT_TRUE(fresh.anchorAfterEdit());
+  EXPECT_FALSE(fresh.autoInterpolate());
 }
 
 // The record's built-in analysis part equals the option records' own

@@ -109,7 +109,7 @@ TEST_F(ReaderLimits, EditsStopAtTheFrameLimit) {
   const UserMessages longer = changeFileLength(doc, 2'000'000'000);
   ASSERT_EQ(longer.size(), 1u);
   EXPECT_EQ(longer[0].text, tooManyFramesMessage(200'000'000));
-  doc.addColumnTimeMs = 10'000'000;
+  doc.setAddColumnTimeMs(10'000'000);
   ASSERT_EQ(addTime(doc, selection).size(), 1u);
   EXPECT_EQ(addTime(doc, selection)[0].text, tooManyFramesMessage(1'000'020));
   EXPECT_EQ(writeVdr(doc, VdrKind::kAllParameters), before);

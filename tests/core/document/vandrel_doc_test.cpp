@@ -13,7 +13,9 @@ namespace {
 
 TEST(CVandrelDocTest, GroupColourPaintsItsOwnRowsOnly) {
   CVandrelDoc doc;
-  doc.setGroupColor(kGroupNasal, rgb(10, 20, 30));
+  ColorSlots colors = doc.colors();
+  colors[kGroupNasal] = rgb(10, 20, 30);
+  doc.setColors(colors);
   EXPECT_EQ(doc.groupColor(kGroupNasal), rgb(10, 20, 30));
   for (int i = 0; i < kParamCount; ++i)
     EXPECT_EQ(doc.params().at(i).color, i >= kFnz && i <= kBnp

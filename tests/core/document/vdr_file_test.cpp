@@ -99,7 +99,9 @@ CVandrelDoc randomDoc(std::uint32_t seed) {
   ps.fileLengthMs = ps.frameCount * ps.intervalMs + pick(0, ps.intervalMs - 1);
   ps.cascadeParallel = pick(0, 1);
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, seed % 10 != 0 && pick(0, 3) != 0);
-  for (auto& c : doc.colors) c = rgb(pick(0, 255), pick(0, 255), pick(0, 255));
+  ColorSlots colors;
+  for (auto& c : colors) c = rgb(pick(0, 255), pick(0, 255), pick(0, 255));
+  doc.setColors(colors);
   doc.setSampleRate(pick(0, 1) != 0 ? 22050.0 : 11025.0);
   doc.replaceTable(vandrel::FrameTable(ps.frameCount, ps));
   for (int r = 0; r < kParamCount; ++r)
@@ -133,7 +135,7 @@ TEST(VdrReaderTest, RandomDocumentsRoundTrip) {
       const VdrReadResult r = parseVdr(text, ParameterSet{});
       ASSERT_TRUE(r.ok()) << r.detail;
       EXPECT_TRUE(r.content.table == want);
-      EXPECT_EQ(r.content.colors, doc.colors);
+      EXPECT_EQ(r.content.colors, doc.colors());
       EXPECT_EQ(r.content.fileLengthMs, static_cast<int>(ps.fileLengthMs));
       EXPECT_EQ(r.content.intervalMs, ps.intervalMs);
       EXPECT_EQ(r.content.sampleRate, static_cast<int>(doc.sampleRate()));

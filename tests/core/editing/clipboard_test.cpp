@@ -123,7 +123,8 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
 
 TEST(ClipboardTest, PasteFollowsTheAfterEditOptions) {
   Fixture f;
-  f.doc.anchorAfterEdit = f.doc.autoInterpolate = true;
+  f.doc.setAutoInterpolate(true);
+  f.doc.setAnchorAfterEdit(true);
   ASSERT_EQ(pasteText(f.doc, kAv, 0, "10\t\t\t40", f.shown).written, 2);
   EXPECT_TRUE(f.doc.table().anchor(kAv, 0) && f.doc.table().anchor(kAv, 3) && !f.doc.table().anchor(kAv, 1));
   EXPECT_EQ(f.doc.table().value(kAv, 1), 20);

@@ -158,8 +158,8 @@ TEST(CellEditTest, AfterEditHookFollowsTheOptions) {
       SCOPED_TRACE(std::to_string(anchorAfterEdit) + std::to_string(autoInterpolate));
       CVandrelDoc doc;
       shapeDoc(doc, 6);
-      doc.anchorAfterEdit = anchorAfterEdit;
-      doc.autoInterpolate = autoInterpolate;
+      doc.setAnchorAfterEdit(anchorAfterEdit);
+      doc.setAutoInterpolate(autoInterpolate);
       setRowValues(doc, kAv, {0, 1, 1, 1, 1, 50});
       for (auto [r, col] : {std::pair{kF1, 0}, {kAv, 0}, {kAv, 5}})
         vandrel::EditTransaction(doc).setAnchor(r, col, true);
@@ -213,7 +213,7 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
       shapeDoc(doc, 4);
       doc.params().setDefault(kGain, 77);
       for (int r = 0; r < kParamCount; ++r) setRowValues(doc, r, start);
-      doc.rowsInUse = c.rowsInUse;
+      doc.setRowsInUse(c.rowsInUse);
       const FrameTable before = doc.table();
       TableSelection selection;
       selection = c.selection;
@@ -225,7 +225,7 @@ TEST(SelectionFormsTest, AddSubtractAndDefaults) {
         expected.setValue(r, col, defaults ? doc.params().at(owner).defaultValue : plus7[std::size_t(col)]);
       }
       EXPECT_EQ(doc.table(), expected);
-      EXPECT_EQ(doc.addSubtractAmount, defaults ? 0 : 7);
+      EXPECT_EQ(doc.addSubtractAmount(), defaults ? 0 : 7);
       EXPECT_TRUE(doc.modified() && doc.tableChanged() && doc.undo.count() == 1);
     }
   }
@@ -267,10 +267,10 @@ TEST(TableCommandsTest, CellAnchorRemoveColumnAndRemoveRow) {
   removeColumn(doc, selection);  // takes nothing out
   EXPECT_TRUE(doc.table() == before && doc.tableChanged() && selection.kind == SelectionKind::kNone);
   for (int i = 0; i < 2; ++i) removeRow(doc);
-  EXPECT_TRUE(doc.rowsInUse == kParamCount - 2 && doc.modified() && doc.undo.count() == 2);
-  doc.rowsInUse = 0;  // nothing left to remove
+  EXPECT_TRUE(doc.rowsInUse() == kParamCount - 2 && doc.modified() && doc.undo.count() == 2);
+  doc.setRowsInUse(0);  // nothing left to remove
   removeRow(doc);
-  EXPECT_EQ(doc.rowsInUse, 0);
+  EXPECT_EQ(doc.rowsInUse(), 0);
 }
 
 const std::string kAsked = "you have requested a time(ms) = ";
@@ -316,7 +316,7 @@ TEST(AdjustTimeTest, AddTimeAndChangeLengthRoundToWholeIntervals) {
     CVandrelDoc doc;
     numberedDoc(doc, 200);
     if (c.audioOpen) doc.attachAudio(SampleSet{std::vector<std::int16_t>(100), 0.0});
-    doc.addColumnTimeMs = c.asked;
+    doc.setAddColumnTimeMs(c.asked);
     TableSelection selection;
     EXPECT_EQ(c.add ? addTime(doc, selection) : changeFileLength(doc, c.asked), c.messages);
     EXPECT_TRUE(doc.table().columns() == c.columnsAfter && doc.params().frameCount == c.columnsAfter);
@@ -353,8 +353,8 @@ TEST(AdjustTimeTest, PlacementsCopyTheColumnPushedRight) {
     CVandrelDoc doc;
     numberedDoc(doc);
     vandrel::EditTransaction(doc).setAnchor(kF1, 1, true);
-    doc.addColumnTimeMs = 12;
-    doc.addColumnPlace = c.place;
+    doc.setAddColumnTimeMs(12);
+    doc.setAddColumnPlace(c.place);
     TableSelection selection;
     if (c.selected != -1) selection = TableSelection::wholeColumn(c.selected);
     if (c.selected == -2) selection = TableSelection::wholeRow(2);
@@ -418,7 +418,7 @@ TEST(UndoTest, RestoreGivesWholeNumbersKeepsAnchorsAndHiddenRowsAndFollowsLength
   TableSelection selection;
   editCell(doc, kF1, 1, 333.75);
   editCell(doc, kF1, 3, 1e12);  // held to the row's upper limit
-  doc.addColumnTimeMs = 30;
+  doc.setAddColumnTimeMs(30);
   addTime(doc, selection);
   doc.params().setSelected(kF1, false);
   doc.params().setSelected(kF8, true);
@@ -506,8 +506,8 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     CVandrelDoc doc;
     shapeDoc(doc, pick(1, 700), 1);
-    doc.autoInterpolate = pick(0, 1) == 1;
-    doc.anchorAfterEdit = pick(0, 1) == 1;
+    doc.setAutoInterpolate(pick(0, 1) == 1);
+    doc.setAnchorAfterEdit(pick(0, 1) == 1);
     TableSelection selection;
     std::vector<Picture> pictures;
     const auto at = [&](int i) -> const Picture& { return pictures[static_cast<std::size_t>(i)]; };
@@ -535,8 +535,8 @@ TEST(UndoTest, RandomEditSequencesWalkBackAndForth) {
         setCellAnchor(doc, row, col, true);
         interpolateAllCommand(doc);
       } else if (kind == 7) {
-        doc.addColumnTimeMs = pick(-2, 40);
-        doc.addColumnPlace = static_cast<AddColumnPlace>(pick(0, 2));
+        doc.setAddColumnTimeMs(pick(-2, 40));
+        doc.setAddColumnPlace(static_cast<AddColumnPlace>(pick(0, 2)));
         selection = TableSelection::wholeColumn(col);
         addTime(doc, selection);
       } else if (kind == 8) {

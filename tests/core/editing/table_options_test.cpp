@@ -146,7 +146,7 @@ TEST(FileOptionsTest, ConfirmingFollowsTheOrderAndCutsTheLengthToWholeFrames) {
     EXPECT_EQ(doc.params().fileLengthMs, c.lengthAfter);
     const bool refused = c.length < c.newInterval;
     EXPECT_EQ(doc.sampleRate(), refused ? 11025.0 : 22050.0);
-    EXPECT_EQ(doc.autoInterpolate, !refused);
+    EXPECT_EQ(doc.autoInterpolate(), !refused);
     EXPECT_EQ(doc.anchorColor(), refused ? kDefaultColors[kAnchorColorSlot] : rgb(1, 2, 3));
     EXPECT_EQ(doc.tableChanged(), !refused);
   }
@@ -193,7 +193,7 @@ TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTh
   CVandrelDoc doc;
   TableSelection selection;
   vandrel::EditTransaction(doc).setValue(kF3, 4, 2700);
-  doc.rowsInUse = 10;
+  doc.setRowsInUse(10);
   ParameterOptions o = parameterOptionsOf(doc);
   o.shown[kF3] = false;
   o.shown[kGain] = true;
@@ -212,7 +212,7 @@ TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTh
   EXPECT_EQ(ps.at(kF1).lower, 100);
   EXPECT_EQ(ps.at(kF1).defaultValue, 400);
   EXPECT_EQ(doc.table().value(kF3, 4), 2700.0);
-  EXPECT_EQ(doc.rowsInUse, kParamCount);
+  EXPECT_EQ(doc.rowsInUse(), kParamCount);
   EXPECT_TRUE(doc.modified());
   EXPECT_EQ(doc.undo.count(), 1);
 

@@ -103,7 +103,7 @@ TEST(VowelSpaceTest, DraggingAHandleMovesOnlyItsAnchorsAsOneUndoStep) {
   EXPECT_EQ(doc.table(), before);
 
   // With automatic interpolation the frames between the anchors follow.
-  doc.autoInterpolate = true;
+  doc.setAutoInterpolate(true);
   FormantDrag follow(5);
   follow.moveTo(doc, 300, 1500);
   follow.finish(doc);

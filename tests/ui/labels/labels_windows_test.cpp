@@ -152,12 +152,12 @@ TEST_F(LabelsWindowsTest, OpenLabelsRefusesABrokenFileByLineAndTheDrawingWindowS
   frame->runCommand(ID_FILE_OPEN_LABELS);
   ASSERT_FALSE(messages.empty());
   EXPECT_EQ(messages.back(), broken + QStringLiteral(", line 6: interval 2 starts before interval 1 ends"));
-  EXPECT_FALSE(doc().labels);
+  EXPECT_FALSE(doc().labels());
 
   nextFile = path(QStringLiteral("files/ba.TextGrid"));
   writeToken();
   frame->runCommand(ID_FILE_OPEN_LABELS);
-  ASSERT_TRUE(doc().labels);
+  ASSERT_TRUE(doc().labels());
   EXPECT_TRUE(doc().modified());
 
   // Tiled with two tables, the drawing window's tiers stay inside the area.

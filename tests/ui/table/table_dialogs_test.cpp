@@ -121,7 +121,7 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
     EXPECT_EQ(titles, std::vector<QString>{QStringLiteral("Add Column")});
     EXPECT_EQ(messages, c.messages);
     EXPECT_EQ(doc().table().columns(), c.columns);
-    EXPECT_EQ(doc().addColumnTimeMs, c.ok ? c.time / 10 * 10 : 100);
+    EXPECT_EQ(doc().addColumnTimeMs(), c.ok ? c.time / 10 * 10 : 100);
     if (c.selectedColumn >= 0) {
       EXPECT_EQ(doc().table().value(kF1, 6), 505.0);
       EXPECT_EQ(doc().table().value(kF1, 8), 506.0);
@@ -138,14 +138,14 @@ TEST_F(TableDialogsTest, AddColumnRoundsToWholeFramesAndSaysSo) {
 TEST_F(TableDialogsTest, AddSubtractOpensWithTheLastAmountAndWorksOnTheSelectedRow) {
   clickHeading(Qt::Vertical, kF1);
   for (const auto& [amount, ok, stored] : {std::tuple{-7, true, -7}, std::tuple{12, false, -7}}) {
-    const int last = doc().addSubtractAmount;
+    const int last = doc().addSubtractAmount();
     run(ID_EDIT_ADD_SUBTRACT, [&](QDialog& d) {
       EXPECT_EQ(child<QSpinBox>(d, "amount")->value(), last);
       child<QSpinBox>(d, "amount")->setValue(amount);
       press(d, ok ? QDialogButtonBox::Ok : QDialogButtonBox::Cancel);
     });
     EXPECT_EQ(titles, std::vector<QString>{QStringLiteral("Add / Subtract")});
-    EXPECT_EQ(doc().addSubtractAmount, stored);
+    EXPECT_EQ(doc().addSubtractAmount(), stored);
     EXPECT_EQ(doc().table().value(kF1, 19), 493.0);
     EXPECT_EQ(doc().table().value(kF2, 19), 1500.0);
   }
@@ -173,7 +173,7 @@ TEST_F(TableDialogsTest, FileOptionsCutTheLengthResampleAndKeepTheAnchorColourAp
   EXPECT_EQ(doc().table().columns(), 200);
   EXPECT_EQ(qobject_cast<CVandrelView*>(window->view())->grid()->model()->columnCount(), 200);
   EXPECT_EQ(doc().sampleRate(), 22050.0);
-  EXPECT_TRUE(doc().autoInterpolate && doc().anchorAfterEdit);
+  EXPECT_TRUE(doc().autoInterpolate() && doc().anchorAfterEdit());
   EXPECT_EQ(doc().anchorColor(), anchor);
   vandrel::ConfigRecord saved;
   ASSERT_EQ(loadConfigFile(frame->environment().configPath().toStdString(), saved), ConfigStatus::kOk);

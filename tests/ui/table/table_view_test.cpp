@@ -151,8 +151,8 @@ TEST_F(TableViewTest, TypingStoresClampedValuesAndMovesDown) {
 // is interpolated between its anchors; undo and redo give the values back and
 // leave hidden rows hidden.
 TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
-  doc().anchorAfterEdit = true;
-  doc().autoInterpolate = true;
+  doc().setAnchorAfterEdit(true);
+  doc().setAutoInterpolate(true);
   vandrel::EditTransaction(doc()).setValue(kAv, 0, 0.0);
   vandrel::EditTransaction(doc()).setAnchor(kAv, 0, true);
   doc().notifyCellsChanged(CellRange{kAv, kAv, 0, 0});

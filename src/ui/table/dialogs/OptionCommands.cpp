@@ -35,10 +35,10 @@ void addColumn(CommandContext& ctx) {
     view->showMessages(vandrel::addTime(doc, view->selection()));
     return;
   }
-  CAddColumn dialog(doc.addColumnTimeMs, doc.addColumnPlace, ctx.dialogParent());
+  CAddColumn dialog(doc.addColumnTimeMs(), doc.addColumnPlace(), ctx.dialogParent());
   if (runDialog(dialog) != QDialog::Accepted) return;
-  doc.addColumnTimeMs = dialog.timeMs();
-  doc.addColumnPlace = dialog.place();
+  doc.setAddColumnTimeMs(dialog.timeMs());
+  doc.setAddColumnPlace(dialog.place());
   LazyProgress progress(ctx.dialogParent());
   view->showMessages(vandrel::addTime(doc, view->selection(), progress.callback()));
 }
@@ -47,7 +47,7 @@ void addSubtract(CommandContext& ctx) {
   CVandrelView* view = CVandrelView::active(ctx);
   if (!view) return;
   vandrel::CVandrelDoc& doc = view->document().doc();
-  CDialogAddSubtract dialog(doc.addSubtractAmount, ctx.dialogParent());
+  CDialogAddSubtract dialog(doc.addSubtractAmount(), ctx.dialogParent());
   if (runDialog(dialog) != QDialog::Accepted) return;
   vandrel::addSubtract(doc, view->selection(), dialog.amount());
 }

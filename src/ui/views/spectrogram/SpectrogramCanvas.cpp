@@ -438,7 +438,7 @@ void SpectrogramCanvas::paintPage(QPainter& p, const QRect& area, double startMs
   page.upperShare = upperShare;
   // The page is the selection; its tint and the table's column are screen aids.
   page.selection.reset();
-  page.labels = document_.doc().labels;
+  page.labels = document_.doc().labels();
   page.paint(p, area, time);
 }
 
