@@ -50,7 +50,9 @@ struct Drawing {
     d.undo.noteAllChanged();
     d.notifyStructureChanged();
     afterEditStep(d);
-    d.drawing.selected = DrawTrack::kF1;  // strokes go over the formant strip
+    DrawingChoice choice = d.drawing();
+    choice.selected = DrawTrack::kF1;  // strokes go over the formant strip
+    d.setDrawing(choice);
     frame->runCommand(ID_ENTRY_GRAPHICAL);
     auto* child = qobject_cast<CGraphicalInputChild*>(frame->mdiArea()->activeSubWindow());
     frame->mdiArea()->tileSubWindows();  // the table and the drawing side by side

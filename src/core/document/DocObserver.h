@@ -42,6 +42,9 @@ class DocObserver {
 
   // The document's labels (tiers, boundaries or texts) were replaced.
   virtual void notifyLabelsChanged() {}
+
+  // The graphical entry window's selected track or a track colour changed.
+  virtual void notifyDrawingChanged() {}
 };
 
 }  // namespace vandrel

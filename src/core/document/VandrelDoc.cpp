@@ -28,7 +28,7 @@ void CVandrelDoc::initialise() {
   addColumnPlace_ = AddColumnPlace::kEnd;
   addSubtractAmount_ = 0;
   undo = UndoHistory{};
-  drawing = DrawingChoice{};
+  drawing_ = DrawingChoice{};
   notifyStructureChanged();
   notifyLabelsChanged();
   notifyFlagsChanged();
@@ -139,6 +139,11 @@ void CVandrelDoc::applyGroupColors() {
     params().setColor(i, colors_[static_cast<std::size_t>(paramGroup(i))]);
 }
 
+void CVandrelDoc::setDrawing(const DrawingChoice& drawing) {
+  drawing_ = drawing;
+  notifyDrawingChanged();
+}
+
 void CVandrelDoc::setLabels(std::shared_ptr<const Labels> labels) {
   labels_ = std::move(labels);
   notifyLabelsChanged();
@@ -208,6 +213,10 @@ void CVandrelDoc::notifyAboutToSynthesize() {
 
 void CVandrelDoc::notifyLabelsChanged() {
   forEachObserver([](DocObserver& o) { o.notifyLabelsChanged(); });
+}
+
+void CVandrelDoc::notifyDrawingChanged() {
+  forEachObserver([](DocObserver& o) { o.notifyDrawingChanged(); });
 }
 
 }  // namespace vandrel

@@ -1,14 +1,17 @@
 #pragma once
 // CVandrelDoc: one open document. It owns the parameter set instances, the
 // frame table, the three sample sets, the document flags, the ten colour
-// slots and the table's editing options. Views learn of changes through
-// DocObserver.
+// slots, the table's editing options, the labels and the drawing choice.
+// Views learn of changes through DocObserver.
 //
-// The table is private: it is read through table() and written only through
-// an EditTransaction (editing/EditTransaction.h), which tells the observers
-// what it wrote, or replaced whole by replaceTable(). The members still public
-// below are changed by the driver, the editing operations and the views, which
-// call the matching notify...() themselves.
+// Its state is private: read through the getters, changed through setters
+// that tell the observers, so no caller changes it silently. The table is
+// written only through an EditTransaction (editing/EditTransaction.h), which
+// tells what it wrote, or replaced whole (replaceTable, loadTable). Two
+// members stay public: the parameter sets, which the option dialogs and the
+// readers change through params() before they tell of a structure change,
+// and the undo history, the editing layer's own bookkeeping (no window shows
+// it; every change to it comes with an edit that is told).
 
 #include <memory>
 #include <string>
@@ -128,6 +131,10 @@ class CVandrelDoc {
   void setAddColumnPlace(AddColumnPlace place) { addColumnPlace_ = place; }
   void setAddSubtractAmount(int amount) { addSubtractAmount_ = amount; }
 
+  // --- the graphical entry window's selected track and track colours ------
+  const DrawingChoice& drawing() const { return drawing_; }
+  void setDrawing(const DrawingChoice& drawing);  // tells the observers (notifyDrawingChanged)
+
   // --- labels -------------------------------------------------------------
   // The labels of the table or the recording (a TextGrid beside the file),
   // or null when there are none. Shared and never changed in place: an edit
@@ -152,6 +159,7 @@ class CVandrelDoc {
   void notifyFlagsChanged();
   void notifyAboutToSynthesize();
   void notifyLabelsChanged();
+  void notifyDrawingChanged();
 
   std::array<ParameterSet, 3> paramSets;
 
@@ -169,9 +177,6 @@ class CVandrelDoc {
   // The observers hear of the structure, both synthesized sample sets and the
   // flags, once each.
   void loadTable(FrameTable&& table, double rate, const ColorSlots& colors);
-
-  // The graphical entry window's selected track and track colours.
-  DrawingChoice drawing;
 
   // Whole-table snapshots and the current index (-5 until the first one);
   // the editing layer appends and restores.
@@ -213,6 +218,7 @@ class CVandrelDoc {
   AddColumnPlace addColumnPlace_ = AddColumnPlace::kEnd;
   int addSubtractAmount_ = 0;
   std::shared_ptr<const Labels> labels_;
+  DrawingChoice drawing_;
 
   Observers observers_;
 };

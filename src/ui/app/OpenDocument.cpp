@@ -30,6 +30,9 @@ class OpenDocument::Observer : public vandrel::DocObserver {
     ++owner_.revision_;
     emit owner_.labelsChanged();
   }
+  // Not a change of the file's content: the revision (what the recovery copy
+  // follows) stays.
+  void notifyDrawingChanged() override { emit owner_.drawingChanged(); }
 
  private:
   OpenDocument& owner_;

@@ -48,6 +48,7 @@ class OpenDocument : public QObject {
   void flagsChanged();       // modified / due for synthesis
   void aboutToSynthesize();  // a modified table is about to be synthesized
   void labelsChanged();      // the labels' tiers, boundaries or texts
+  void drawingChanged();     // the graphical entry's selected track or track colours
   void titleChanged();
 
  private:

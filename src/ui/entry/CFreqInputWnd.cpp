@@ -59,6 +59,10 @@ CFreqInputWnd::CFreqInputWnd(CMainFrame& mainFrame, OpenDocument& document, QWid
     updateLayout();
     update();
   });
+  connect(&document_, &OpenDocument::drawingChanged, this, [this] {
+    makePens();
+    update();
+  });
   connect(&document_, &OpenDocument::samplesChanged, this, [this](vandrel::SampleSlot slot) {
     if (slot != vandrel::SampleSlot::kAudio) return;
     refreshSettings();
@@ -75,7 +79,7 @@ CFreqInputWnd::CFreqInputWnd(CMainFrame& mainFrame, OpenDocument& document, QWid
 }
 
 void CFreqInputWnd::makePens() {
-  const vandrel::DrawingChoice& choice = document_.doc().drawing;
+  const vandrel::DrawingChoice& choice = document_.doc().drawing();
   for (int t = 0; t < vandrel::kDrawTrackCount; ++t)
     pens_[static_cast<std::size_t>(t)] = QPen(colorOf(choice.color(static_cast<vandrel::DrawTrack>(t))), 1.2);
   pens_[kGridPen] = QPen(QColor(0, 0, 0, 40), 1);
@@ -149,7 +153,7 @@ void CFreqInputWnd::mousePressEvent(QMouseEvent* event) {
   stroking_ = true;
   drawn_ = false;
   last_ = event->position().toPoint();
-  stroke_.emplace(document_.doc().drawing.selected);
+  stroke_.emplace(document_.doc().drawing().selected);
   ink_ = {last_};
 }
 
@@ -165,7 +169,7 @@ void CFreqInputWnd::mouseMoveEvent(QMouseEvent* event) {
   last_ = p;
   vandrel::CVandrelDoc& doc = document_.doc();
   if (const auto point =
-          vandrel::drawPointAt(layout_, doc.drawing.selected, doc.table().columns(), p.x(), p.y()))
+          vandrel::drawPointAt(layout_, doc.drawing().selected, doc.table().columns(), p.x(), p.y()))
     if (stroke_->write(doc, *point)) drawn_ = true;
 }
 

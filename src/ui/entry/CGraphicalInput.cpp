@@ -110,7 +110,7 @@ CGraphicalInput::CGraphicalInput(OpenDocument& document, CFreqInputWnd& drawing,
     const QString text =
         track == DrawTrack::kF0 ? QStringLiteral("F0-color") : QStringLiteral("F%1-color").arg(t);
     auto* color = makeButton<QPushButton>(text, colorId, pitchBox);
-    color->setIcon(swatch(document_.doc().drawing.color(track)));
+    color->setIcon(swatch(document_.doc().drawing().color(track)));
     connect(color, &QPushButton::clicked, this, [this, track, color] { chooseTrackColor(track, color); });
     pitchGrid->addWidget(color, t, 1);
   }
@@ -121,6 +121,7 @@ CGraphicalInput::CGraphicalInput(OpenDocument& document, CFreqInputWnd& drawing,
   connect(ok, &QPushButton::clicked, this, &CGraphicalInput::okPressed);
   layout->addWidget(ok);
   updateChecks();
+  connect(&document_, &OpenDocument::drawingChanged, this, &CGraphicalInput::updateChecks);
 }
 
 QAbstractButton* CGraphicalInput::control(int id) const {
@@ -130,29 +131,28 @@ QAbstractButton* CGraphicalInput::control(int id) const {
 }
 
 void CGraphicalInput::select(DrawTrack track) {
-  document_.doc().drawing.selected = track;
-  updateChecks();
+  vandrel::DrawingChoice choice = document_.doc().drawing();
+  choice.selected = track;
   if (track == DrawTrack::kF1) drawing_.setDisplayMode(3);
-  drawing_.update();
+  document_.doc().setDrawing(choice);  // the drawing window repaints on the notification
 }
 
 void CGraphicalInput::updateChecks() {
-  const vandrel::DrawingChoice& choice = document_.doc().drawing;
+  const vandrel::DrawingChoice& choice = document_.doc().drawing();
   for (int t = 0; t < vandrel::kDrawTrackCount; ++t)
     if (QAbstractButton* b = control(kRadios[static_cast<std::size_t>(t)].id))
       b->setChecked(choice.flag(static_cast<DrawTrack>(t)));
 }
 
 void CGraphicalInput::chooseTrackColor(DrawTrack track, QAbstractButton* button) {
-  vandrel::DrawingChoice& choice = document_.doc().drawing;
+  vandrel::DrawingChoice choice = document_.doc().drawing();
   const vandrel::Colorref old = choice.color(track);
   const QColor chosen =
       chooseColor(QColor(vandrel::redOf(old), vandrel::greenOf(old), vandrel::blueOf(old)), this);
   if (!chosen.isValid()) return;
   choice.setColor(track, vandrel::rgb(chosen.red(), chosen.green(), chosen.blue()));
   button->setIcon(swatch(choice.color(track)));
-  drawing_.makePens();
-  drawing_.update();
+  document_.doc().setDrawing(choice);  // the drawing window takes the new pens on the notification
   update();
 }
 

@@ -54,7 +54,7 @@ void CFreqInputWnd::paintEvent(QPaintEvent* event) {
   paintTimeAxis(p);
   for (int s = 0; s < vandrel::kStripCount; ++s) paintStrip(p, static_cast<vandrel::Strip>(s), x0, x1);
   if (ink_.size() > 1) {
-    QPen pen = pens_[static_cast<std::size_t>(document_.doc().drawing.selected)];
+    QPen pen = pens_[static_cast<std::size_t>(document_.doc().drawing().selected)];
     pen.setWidthF(1);
     pen.setStyle(Qt::DotLine);
     p.setPen(pen);
@@ -79,7 +79,7 @@ void CFreqInputWnd::paintStrip(QPainter& p, vandrel::Strip strip, int x0, int x1
                QString::number(static_cast<int>(v)));
   }
   // The unselected tracks first, so that the selected one lies on top.
-  const vandrel::DrawTrack selected = document_.doc().drawing.selected;
+  const vandrel::DrawTrack selected = document_.doc().drawing().selected;
   p.save();
   p.setClipRect(box.adjusted(0, -2, 0, 2), Qt::IntersectClip);
   p.setRenderHint(QPainter::Antialiasing, true);
@@ -112,7 +112,7 @@ void CFreqInputWnd::paintTrack(QPainter& p, vandrel::DrawTrack track, int x0, in
     return std::clamp(static_cast<int>(static_cast<long long>(x - left) * frames / width), 0, frames - 1);
   };
   QPen pen = pens_[static_cast<std::size_t>(track)];
-  if (doc.drawing.selected == track) pen.setWidthF(3.0);
+  if (doc.drawing().selected == track) pen.setWidthF(3.0);
   p.setPen(pen);
   if (frames <= width) {
     QPolygonF line;
@@ -154,7 +154,7 @@ void CFreqInputWnd::paintAnchors(QPainter& p, vandrel::DrawTrack track, int x0, 
     return std::clamp(static_cast<int>(static_cast<long long>(x - left) * frames / layout_.area.width), 0,
                       frames - 1);
   };
-  const double half = doc.drawing.selected == track ? 4.0 : 2.5;
+  const double half = doc.drawing().selected == track ? 4.0 : 2.5;
   const double scale = def.row == vandrel::kF0 ? 0.1 : 1.0;
   p.setPen(pens_[kAnchorPen]);
   p.setBrush(colorOf(doc.anchorColor()));
@@ -182,7 +182,7 @@ void CFreqInputWnd::paintTitle(QPainter& p, vandrel::Strip strip) const {
     const auto track = static_cast<vandrel::DrawTrack>(t);
     const vandrel::DrawTrackDef& def = vandrel::drawTrack(track);
     if (def.strip != strip) continue;
-    const bool chosen = doc.drawing.selected == track;
+    const bool chosen = doc.drawing().selected == track;
     QFont f = font();
     f.setBold(chosen);
     f.setUnderline(chosen);

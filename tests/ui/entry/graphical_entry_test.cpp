@@ -66,7 +66,7 @@ class GraphicalEntryTest : public FrameFixture {
 TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
   EXPECT_EQ(child->windowTitle(), QStringLiteral("Vandr1::Graphical Data Entry"));
   choose(1011);  // F1
-  EXPECT_EQ(doc().drawing.selected, vandrel::DrawTrack::kF1);
+  EXPECT_EQ(doc().drawing().selected, vandrel::DrawTrack::kF1);
   EXPECT_EQ(wnd->displayMode(), 3);
 
   const vandrel::DrawingLayout& l = wnd->layout();
@@ -107,8 +107,8 @@ TEST_F(GraphicalEntryTest, DragWritesOnlyTheFramesUnderTheReportedPositions) {
   child->panel()->control(CGraphicalInput::kF1Color + 2)->click();  // "F3-color"
   CGraphicalInput::chooseColor = [](const QColor&, QWidget*) { return QColor(); };
   child->panel()->control(CGraphicalInput::kF0Color)->click();  // cancelled
-  EXPECT_EQ(doc().drawing.color(vandrel::DrawTrack::kF3), vandrel::rgb(10, 20, 30));
-  EXPECT_EQ(doc().drawing.color(vandrel::DrawTrack::kF0), vandrel::DrawingChoice::defaultColors()[0]);
+  EXPECT_EQ(doc().drawing().color(vandrel::DrawTrack::kF3), vandrel::rgb(10, 20, 30));
+  EXPECT_EQ(doc().drawing().color(vandrel::DrawTrack::kF0), vandrel::DrawingChoice::defaultColors()[0]);
   EXPECT_EQ(child->panel()->control(CGraphicalInput::kF0Color)->text(), QStringLiteral("F0-color"));
 
   // The table's keys work in this window (Play Current on its document), and
