@@ -167,6 +167,36 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
   }
 }
 
+// A period of the synthesizer's voicing takes the f0 of the frame it starts
+// in, and the glottis closes, exciting the tract, about half a period later
+// (kOpenQuotient; the fitted open quotient wanders too much from frame to
+// frame to time by). The span between two closures, the period a listener or
+// a pitch tracker hears, is thus centred about one period after the period
+// starts: copied as measured, a low voice's pitch contour comes out about a
+// frame late. So each voiced frame takes the recording's f0 one period later,
+// within its voiced stretch (near its end, the stretch's last value).
+std::vector<double> f0Ahead(const std::vector<double>& f0, double frameMs) {
+  const int n = static_cast<int>(f0.size());
+  std::vector<double> out = f0;
+  int last = n - 1;  // the last voiced frame of the stretch holding c
+  for (int c = n - 1; c >= 0; --c) {
+    const auto uc = static_cast<std::size_t>(c);
+    if (!(f0[uc] > 0.0)) {
+      last = c - 1;
+      continue;
+    }
+    const double at = c + (0.5 + kOpenQuotient) * 1000.0 / (f0[uc] * frameMs);
+    const int k = static_cast<int>(at);
+    if (k >= last) {
+      out[uc] = f0[static_cast<std::size_t>(last)];
+      continue;
+    }
+    const auto uk = static_cast<std::size_t>(k);
+    out[uc] = f0[uk] + (at - k) * (f0[uk + 1] - f0[uk]);
+  }
+  return out;
+}
+
 }  // namespace
 
 const std::vector<int>& copiedRows() {
@@ -274,11 +304,17 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   ss.fmaxHz = static_cast<int>(std::min(5500.0, fs / 2.0));
   std::vector<double> env;
 
+  std::vector<double> voicedF0(static_cast<std::size_t>(frames));
+  for (int c = 0; c < frames; ++c) {
+    const auto uc = static_cast<std::size_t>(c);
+    voicedF0[uc] = level[uc] > loudest - kSilenceBelowLoudestDb ? formants.f0[uc] : 0.0;
+  }
+  const std::vector<double> heard = f0Ahead(voicedF0, interval);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
     const bool silent = !(level[uc] > loudest - kSilenceBelowLoudestDb);
     sounding[uc] = silent ? 0 : 1;
-    const double f0 = silent ? 0.0 : formants.f0[uc];
+    const double f0 = heard[uc];
     if (f0 > 0.0) {
       ++r.voicedFrames;
       t.setValue(kF0, c, held(ps.at(kF0), f0 * 10.0));
