@@ -5,6 +5,18 @@
 
 namespace vandrel {
 
+namespace {
+
+// Taking in, dropping or clearing a synthesis changes both sound buffers and
+// the flags.
+void tellSynthesisChanged(CVandrelDoc& doc) {
+  doc.notifySamplesChanged(SampleSlot::kSynthesized);
+  doc.notifySamplesChanged(SampleSlot::kPrevious);
+  doc.notifyFlagsChanged();
+}
+
+}  // namespace
+
 void CVandrelDoc::initialise() {
   for (auto& s : paramSets) s.initialise();
   table_.reset(params().frameCount, params());
@@ -59,9 +71,7 @@ void CVandrelDoc::loadTable(FrameTable&& table, double rate, const ColorSlots& c
   rowsInUse_ = kParamCount;
   undo = UndoHistory{};
   notifyStructureChanged();
-  notifySamplesChanged(SampleSlot::kSynthesized);
-  notifySamplesChanged(SampleSlot::kPrevious);
-  notifyFlagsChanged();
+  tellSynthesisChanged(*this);
 }
 
 void CVandrelDoc::acceptSynthesis(SampleSet fresh, double rate) {
@@ -73,9 +83,7 @@ void CVandrelDoc::acceptSynthesis(SampleSet fresh, double rate) {
   if (first) previous_ = synthesized_;
   changedSinceSynthesis_ = false;
   changedCompanion_ = false;
-  notifySamplesChanged(SampleSlot::kSynthesized);
-  notifySamplesChanged(SampleSlot::kPrevious);
-  notifyFlagsChanged();
+  tellSynthesisChanged(*this);
 }
 
 void CVandrelDoc::dropSynthesis() {
@@ -83,9 +91,7 @@ void CVandrelDoc::dropSynthesis() {
   previous_ = SampleSet{};
   changedSinceSynthesis_ = true;
   changedCompanion_ = true;
-  notifySamplesChanged(SampleSlot::kSynthesized);
-  notifySamplesChanged(SampleSlot::kPrevious);
-  notifyFlagsChanged();
+  tellSynthesisChanged(*this);
 }
 
 void CVandrelDoc::markEdited() {
