@@ -18,6 +18,7 @@
 #include <cmath>
 #include <memory>
 
+#include "TypeInCell.h"
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/CommandIds.h"
@@ -104,13 +105,7 @@ void BM_TypedValueWithFourWindows(benchmark::State& st) {
   grid->setFocus();
   int column = 100;
   for (auto _ : st) {
-    grid->setCurrentCell(kF1, column++);
-    QTest::keyClick(grid, Qt::Key_5);
-    QWidget* editor = QApplication::focusWidget();
-    QTest::keyClicks(editor, QStringLiteral("00"));
-    QTest::keyClick(editor, Qt::Key_Return);
-    while (grid->isEditing()) QApplication::processEvents();
-    QApplication::processEvents();  // every window repaints what the edit changed
+    typeInCell(grid, kF1, column++, QStringLiteral("500"));
   }
   st.counters["runs_spectrogram_window"] = w.runsSpectrogram;
   st.counters["runs_entry_window"] = w.runsEntry;
