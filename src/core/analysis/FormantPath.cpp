@@ -58,7 +58,7 @@ class PathSearch {
     return std::min<std::size_t>(cand_[frame].size(), C::kMaxCandidates);
   }
 
-  void enumerate(std::size_t frame, int formant, std::size_t next, State& s) {
+  void enumerate(std::size_t frame, int formant, std::size_t next, int gaps, State& s) {
     if (formant == kFormants) {
       all_.push_back(s);
       return;
@@ -67,7 +67,7 @@ class PathSearch {
     const double saved = s.cost;
     s.pick[k] = -1;
     s.cost = saved + C::kMissingCost;
-    enumerate(frame, formant + 1, next, s);
+    enumerate(frame, formant + 1, next, formant == 0 ? gaps : gaps + 1, s);
     const auto& c = cand_[frame];
     for (std::size_t j = next; j < count(frame); ++j) {
       const double f = c[j].f;
@@ -75,8 +75,8 @@ class PathSearch {
       if (f > C::kHighest[k]) break;
       s.pick[k] = static_cast<std::int8_t>(j);
       s.cost = saved + C::kFrequencyWeight * std::fabs(f - reference_[k]) / reference_[k] +
-               C::kBandwidthWeight * c[j].b / f;
-      enumerate(frame, formant + 1, j + 1, s);
+               C::kBandwidthWeight * c[j].b / f + gaps * C::kInnerGapCost;
+      enumerate(frame, formant + 1, j + 1, 0, s);
     }
     s.cost = saved;
   }
@@ -85,7 +85,7 @@ class PathSearch {
     if (count(frame) == 0) return;
     all_.clear();
     State s;
-    enumerate(frame, 0, 0, s);
+    enumerate(frame, 0, 0, 0, s);
     const auto keep = static_cast<std::ptrdiff_t>(std::min<std::size_t>(all_.size(), C::kBeam));
     std::partial_sort(all_.begin(), all_.begin() + keep, all_.end(),
                       [](const State& a, const State& b) { return a.cost < b.cost; });

@@ -8,7 +8,8 @@
 //   sum over frames and formants of  local(F, B) + transition(F_prev, F)
 //
 //   local      = kFrequencyWeight |F - R_k| / R_k + kBandwidthWeight B / F,
-//                or kMissingCost for an absent formant;
+//                or kMissingCost for an absent formant (plus kInnerGapCost
+//                for an absent F2..F4 below a present one);
 //   transition = kTransitionWeight |F - F_prev| / ((F + F_prev) / 2), at most
 //                kMaxTransition, or kSwitchCost when the formant appears or
 //                disappears; scaled by 10 ms / step.
@@ -51,6 +52,16 @@ struct FormantPathCosts {
   static constexpr double kMaxTransition = 1.0;
   static constexpr double kMissingCost = 1.5;
   static constexpr double kSwitchCost = 0.5;
+  // Added for each of F2..F4 absent below a formant that is present: a
+  // tract's resonances below its ceiling are all there, so a gap costs more
+  // than a missing top formant. Without it, a child's /i/ (candidates 470,
+  // 2550, 3260, 4990 Hz under a 6000 Hz ceiling) read with no F2 and its F2
+  // as F3, the tube's F3..F5 lying nearer those three than its F2..F4; the
+  // high voices' recordings then had no F2 in 5-28% of their voiced frames.
+  // F1 is exempt: it is often truly lost at a voicing onset, and moving F2
+  // down into its place is worse than leaving it out (with F1 counted, low
+  // voices read an F2 of 1000 Hz as F1 there).
+  static constexpr double kInnerGapCost = 1.0;
   static constexpr double kReferenceStepMs = 10.0;
   // States kept per frame (the cheapest by local cost); the rest are pruned.
   static constexpr int kBeam = 20;

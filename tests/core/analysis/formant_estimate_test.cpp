@@ -37,6 +37,13 @@ TEST(FormantPathTest, MissingFormantKeepsTheOthersInPlaceAndTheStepDoesNotMatter
     EXPECT_EQ(path[i].b[1], 80.0);
   }
 
+  // A child's /i/ under a 6000 Hz tract, four candidates for five formants:
+  // the missing one is the top one, not F2 (the tube's F3..F5 lie nearer
+  // the upper three than its F2..F4 do).
+  const Frames child(5, {{470.0, 100.0}, {2550.0, 220.0}, {3260.0, 450.0}, {4990.0, 256.0}});
+  EXPECT_EQ(formantPath(child, 6000.0, 10.0)[2].f,
+            (std::array<double, 5>{470.0, 2550.0, 3260.0, 4990.0, 0.0}));
+
   // A glide of F1 from 400 to 700 Hz over 100 ms gives the same path whether
   // it is sampled every 3 ms or every 10 ms (at the frames both have).
   const auto glide = [](double stepMs) {
