@@ -109,6 +109,19 @@ double CHarmonicFit::sourceDb(double f, double open) {
   return 10.0 * std::log10(std::norm(d) + 1e-300);
 }
 
+namespace {
+// The synthesizer's tilt filter, the one-pole low-pass y = (1 - d) x + d
+// y[-1] with d = 0.033 per dB of tilt, at a frequency whose cos(w) is given.
+double tiltLevel(double cosine, double tilt) {
+  const double d = 0.033 * tilt;
+  return 10.0 * std::log10((1.0 - d) * (1.0 - d) / (1.0 - 2.0 * d * cosine + d * d));
+}
+}  // namespace
+
+double CHarmonicFit::tiltDb(double f, double tilt) {
+  return tiltLevel(std::cos(2.0 * kPi * f / kModelRate), tilt);
+}
+
 void CHarmonicFit::resonance(std::size_t k, double F, double B, std::vector<double>& out) {
   // A trial moves either the frequency or the bandwidth: the other's factor
   // is kept from formant k's last one.
@@ -132,7 +145,13 @@ void CHarmonicFit::resonance(std::size_t k, double F, double B, std::vector<doub
                                                c, a2, out.data());
 }
 
+void CHarmonicFit::pullOpenQuotient(double centre, double weight) {
+  pullCentre_ = centre;
+  pullWeight_ = weight;
+}
+
 void CHarmonicFit::use(const Harmonics& h) {
+  pullWeight_ = 0.0;
   hz_ = h.hz;
   db_ = h.db;
   top_ = h.top;
@@ -140,6 +159,7 @@ void CHarmonicFit::use(const Harmonics& h) {
 }
 
 bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centre, double f0) {
+  pullWeight_ = 0.0;
   hz_.clear();
   db_.clear();
   top_ = std::min(kTopHz, 0.4 * fs);
@@ -195,7 +215,8 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
 void CHarmonicFit::prepare(double f0) {
   for (auto& cache : tries_)
     for (auto& e : cache) e.levels.clear();
-  for (auto& e : sources_) e.levels.clear();
+  for (auto* c : {&pulses_, &tilts_})
+    for (auto& e : c->entries) e.levels.clear();
   f0_ = f0;
   for (auto& g : gridSource_) g.clear();  // made by the first score(): refine() has its own
   // An orthonormal basis of the source's shape (level, slope and curvature
@@ -294,48 +315,52 @@ double CHarmonicFit::bandwidthPull() const {
       const double l = logBw_[k] - logTypical_[k];
       pull += l * l;
     }
-  return kBandwidthPull * pull;
+  const double q = (open_ - pullCentre_) / kOpenQuotientGrid;
+  return kBandwidthPull * pull + pullWeight_ * q * q;
 }
 
-void CHarmonicFit::setOpenQuotient(double q) {
+// The levels of one factor of the source (the pulse at open quotient `key`,
+// or the tilt filter at `key` dB) from its cache, made when not found.
+template <class Make>
+const std::vector<double>& CHarmonicFit::cached(Cache& cache, double key, const Make& make) {
+  for (const auto& e : cache.entries)
+    if (e.f == key && !e.levels.empty()) return e.levels;
+  auto& slot = cache.entries[cache.next];
+  cache.next = (cache.next + 1) % cache.entries.size();
+  slot.f = key;
+  slot.levels.resize(hz_.size());
+  for (std::size_t h = 0; h < hz_.size(); ++h) slot.levels[h] = make(h);
+  return slot.levels;
+}
+
+void CHarmonicFit::setSource(double q, double tilt) {
   open_ = q;
-  // Each descent of a frame tries the same grid and mostly the same steps.
-  for (const auto& e : sources_)
-    if (e.f == q && !e.levels.empty()) {
-      source_ = e.levels;
-      return;
-    }
+  tilt_ = tilt;
+  // Each descent of a frame tries the same grids and mostly the same steps;
+  // the two factors are cached apart, so a grid of both costs the sum of
+  // their sizes in levels, not the product.
+  const auto& pulse = cached(pulses_, q, [&](std::size_t h) { return sourceDb(hz_[h], q / f0_); });
+  const auto& filter = cached(tilts_, tilt, [&](std::size_t h) { return tiltLevel(cos1_[h], tilt); });
   source_.resize(hz_.size());
-  for (std::size_t h = 0; h < hz_.size(); ++h) source_[h] = sourceDb(hz_[h], q / f0_);
-  auto& slot = sources_[nextSource_];
-  nextSource_ = (nextSource_ + 1) % sources_.size();
-  slot.f = q;
-  slot.levels = source_;
+  for (std::size_t h = 0; h < hz_.size(); ++h) source_[h] = pulse[h] + filter[h];
 }
 
 // The open quotient of the grid that fits best, then refined by halving
 // steps as the formants are.
 double CHarmonicFit::chooseOpenQuotient() {
-  double best = 1e300, pick = kMinOpenQuotient;
-  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q += kOpenQuotientGrid) {
-    setOpenQuotient(q);
-    const double e = objective();
-    if (e < best) {
-      best = e;
-      pick = q;
-    }
-  }
-  for (double step = kOpenQuotientGrid / 2.0; step > 0.004; step /= 2.0)
-    for (const double q : {pick - step, pick + step}) {
-      if (q < kMinOpenQuotient || q > kMaxOpenQuotient) continue;
-      setOpenQuotient(q);
+  double best = 1e300, pick = kMinOpenQuotient, pickTilt = 0.0;
+  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q += kOpenQuotientGrid)
+    for (double tl = 0.0; tl <= kMaxTilt + 1e-9; tl += kTiltGrid) {
+      setSource(q, tl);
       const double e = objective();
       if (e < best) {
         best = e;
         pick = q;
+        pickTilt = tl;
       }
     }
-  setOpenQuotient(pick);
+  setSource(pick, pickTilt);
+  for (double step = kOpenQuotientGrid / 2.0; step > 0.004; step /= 2.0) best = nudgeSource(step);
   return best;
 }
 
@@ -348,11 +373,13 @@ double CHarmonicFit::score(const FormantFrame& fr) {
     resonance(k, fr.f[k], bw_[k], r_[k]);
   }
   if (gridSource_[0].empty())
-    for (std::size_t q = 0; q < kScoreQuotients.size(); ++q) {
-      gridSource_[q].resize(hz_.size());
-      for (std::size_t h = 0; h < hz_.size(); ++h)
-        gridSource_[q][h] = sourceDb(hz_[h], kScoreQuotients[q] / f0_);
-    }
+    for (std::size_t q = 0; q < kScoreQuotients.size(); ++q)
+      for (std::size_t t = 0; t < kScoreTilts.size(); ++t) {
+        auto& g = gridSource_[q * kScoreTilts.size() + t];
+        g.resize(hz_.size());
+        for (std::size_t h = 0; h < hz_.size(); ++h)
+          g[h] = sourceDb(hz_[h], kScoreQuotients[q] / f0_) + tiltDb(hz_[h], kScoreTilts[t]);
+      }
   double best = 1e300;
   for (const auto& g : gridSource_) {
     source_ = g;
@@ -364,24 +391,31 @@ double CHarmonicFit::score(const FormantFrame& fr) {
 // A high voice's F1 may sit a harmonic away from where the LPC put it, with a
 // valley of the objective between: the descent starts from the given F1 and
 // from half a harmonic spacing either side, and the best end wins.
-// One step of the open quotient either way, kept when it fits better.
-double CHarmonicFit::nudgeOpenQuotient(double step) {
-  const double start = open_;
-  double best = objective(), pick = start;
-  for (const double q : {start - step, start + step}) {
-    if (q < kMinOpenQuotient || q > kMaxOpenQuotient) continue;
-    setOpenQuotient(q);
-    const double e = objective();
-    if (e < best) {
-      best = e;
-      pick = q;
+// One step of the open quotient either way, then one of the tilt (as many
+// of its grid steps), each kept when it fits better.
+double CHarmonicFit::nudgeSource(double step) {
+  double best = objective();
+  const double tiltStep = step * kTiltGrid / kOpenQuotientGrid;
+  for (int which = 0; which < 2; ++which) {
+    const double q0 = open_, t0 = tilt_;
+    double pickQ = q0, pickT = t0;
+    for (const double sign : {-1.0, 1.0}) {
+      const double q = which == 0 ? q0 + sign * step : q0, tl = which == 1 ? t0 + sign * tiltStep : t0;
+      if (q < kMinOpenQuotient || q > kMaxOpenQuotient || tl < 0.0 || tl > kMaxTilt) continue;
+      setSource(q, tl);
+      const double e = objective();
+      if (e < best) {
+        best = e;
+        pickQ = q;
+        pickT = tl;
+      }
     }
+    setSource(pickQ, pickT);
   }
-  setOpenQuotient(pick);
   return best;
 }
 
-double CHarmonicFit::refine(FormantFrame& fr) {
+double CHarmonicFit::refine(FormantFrame& fr, Starts starts) {
   if (hz_.empty()) return 0.0;
   std::array<double, kFormants> lo{}, hi{};
   for (std::size_t k = 0; k < kFormants; ++k) {
@@ -389,11 +423,11 @@ double CHarmonicFit::refine(FormantFrame& fr) {
     hi[k] = std::min(fr.f[k] * (1.0 + kMaxShift), top_);
   }
   FormantFrame best = fr;
-  double bestCost = 1e300, bestOpen = open_;
+  double bestCost = 1e300, bestOpen = open_, bestTilt = tilt_;
   for (const double shift : {0.0, -0.5, 0.5}) {
     FormantFrame trial = fr;
     if (shift != 0.0) {
-      if (!(fr.f[0] > 0.0) || fr.f[0] > kFewHarmonics * f0_) break;
+      if (starts == Starts::kGiven || !(fr.f[0] > 0.0) || fr.f[0] > kFewHarmonics * f0_) break;
       trial.f[0] = std::clamp(fr.f[0] + shift * f0_, lo[0], hi[0]);
     }
     const double cost = descend(trial, lo, hi);
@@ -401,10 +435,11 @@ double CHarmonicFit::refine(FormantFrame& fr) {
       bestCost = cost;
       best = trial;
       bestOpen = open_;
+      bestTilt = tilt_;
     }
   }
   fr = best;
-  setOpenQuotient(bestOpen);
+  setSource(bestOpen, bestTilt);
   return bestCost;
 }
 
@@ -469,7 +504,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
     if (!gained) {
       step *= 0.5;
       logStep *= 0.5;
-      best = std::min(best, nudgeOpenQuotient(openStep));
+      best = std::min(best, nudgeSource(openStep));
       openStep *= 0.5;
     }
   }

@@ -16,15 +16,19 @@
 // within a third of f0 of h f0, refined by a parabola through its three
 // bins). Model, at each harmonic's frequency f:
 //
-//   M(f) = S(f; q) + sum_k R(f; F_k, B_k) + g + s log2(f / 1 kHz)
+//   M(f) = S(f; q) + T(f; tl) + sum_k R(f; F_k, B_k) + g + s log2(f / 1 kHz)
 //   S    = the level of the synthesizer's glottal pulse, the derivative of a
 //          flow a t^2 - b t^3 open for q periods (the open quotient)
+//   T    = the level of the synthesizer's tilt filter at tl dB (a one-pole
+//          low-pass whose knee lies near a high voice's F1 at 10-15 dB:
+//          the slope s alone cannot take its shape, and F1 bent to take
+//          it, 20-25% high on steady synthetic vowels at f0 200-260 Hz)
 //   R    = the level of one of the synthesizer's digital resonators at
 //          kModelRate (unity at 0 Hz)
 //
-// with g and s (level, and a slope for tilt and recording) solved by least
-// squares for every trial and q chosen from a grid, then refined, between
-// sweeps. The objective is the mean squared difference in dB (the fit
+// with g and s (level, and a slope for the recording) solved by least
+// squares for every trial and q and tl chosen from a grid, then refined,
+// between sweeps. The objective is the mean squared difference in dB (the fit
 // meter's distance, at the harmonics) plus a weak pull of each bandwidth
 // towards kTypicalBandwidth, which decides between fits the harmonics cannot
 // tell apart. Search: coordinate descent on each formant's frequency and log
@@ -44,8 +48,17 @@ namespace vandrel {
 
 class CHarmonicFit {
  public:
-  static constexpr double kPeriods = 3.0;  // resolves the harmonics of a Hann window (main lobe 2 / length)
-  static constexpr double kMinWindowMs = 10.0, kMaxWindowMs = 40.0;
+  // The window, in periods: a Hann window's main lobe reaches 2 / length
+  // either side, so 5 periods leave 0.6 f0 between two harmonics' lobes. At
+  // 3 (lobes just apart) a weak harmonic between two 20 dB stronger ones
+  // read 1-2 dB high, enough to move a high voice's F1 by a harmonic;
+  // longer windows blur a moving f0 (measured on high-voice copies: 4, 6
+  // and 7 periods all agreed less with their recordings than 5).
+  static constexpr double kPeriods = 5.0;
+  // At most 30 ms: a low voice's 5 periods would span a formant transition
+  // (at 40 ms the copies of short male commands agreed with their
+  // recordings on F1 on 7-8% fewer frames than at 30).
+  static constexpr double kMinWindowMs = 10.0, kMaxWindowMs = 30.0;
   static constexpr double kTopHz = 5000.0;
   // The rate of the synthesizer the copy is played by: its digital
   // resonators, not ideal analogue ones, are what the fit places.
@@ -66,6 +79,9 @@ class CHarmonicFit {
   static constexpr int kMaxSweeps = 40;
   // The open quotients tried: a grid, then halved steps around the best.
   static constexpr double kMinOpenQuotient = 0.1, kMaxOpenQuotient = 0.9, kOpenQuotientGrid = 0.1;
+  // The tilts tried (dB, the synthesizer's row): a grid, refined as the open
+  // quotient is.
+  static constexpr double kMaxTilt = 24.0, kTiltGrid = 4.0;
 
   CHarmonicFit();
 
@@ -76,7 +92,10 @@ class CHarmonicFit {
 
   // Refines the formants of `frame` (those below the top; the rest sound as
   // given) on the last measured harmonics. Returns the objective at the end.
-  double refine(FormantFrame& frame);
+  // kGiven descends from the given formants only, not also from F1 half a
+  // harmonic either side (a third of the work where F1 is low).
+  enum class Starts { kAll, kGiven };
+  double refine(FormantFrame& frame, Starts starts = Starts::kAll);
 
   const std::vector<double>& harmonicHz() const { return hz_; }
   const std::vector<double>& harmonicDb() const { return db_; }
@@ -91,6 +110,10 @@ class CHarmonicFit {
   Harmonics harmonics() const { return {hz_, db_, f0_, top_}; }
   void use(const Harmonics& h);
 
+  // Adds weight (q - centre)^2 / kOpenQuotientGrid^2 to the objective, for
+  // the open quotient q, until the next measure() or use().
+  void pullOpenQuotient(double centre, double weight);
+
   // The objective of `frame` as it stands (the best of a few open
   // quotients), on the last measured harmonics: how well a path's formants
   // fit before any refinement.
@@ -103,6 +126,8 @@ class CHarmonicFit {
   static double sourceDb(double f, double open);
   // The level R above, in dB.
   static double resonanceDb(double f, double F, double B);
+  // The level in dB of the synthesizer's tilt filter at `tilt` dB.
+  static double tiltDb(double f, double tilt);
 
  private:
   void prepare(double f0);
@@ -118,19 +143,21 @@ class CHarmonicFit {
   std::array<Coefficients, FormantFrame::kFormants> coefficients_;
   static constexpr std::size_t kSourceTerms = 2;
   static constexpr std::array<double, 4> kScoreQuotients = {0.2, 0.4, 0.6, 0.8};
-  std::array<std::vector<double>, kScoreQuotients.size()> gridSource_;
-  void setOpenQuotient(double q);
+  static constexpr std::array<double, 3> kScoreTilts = {0.0, 12.0, 24.0};
+  std::array<std::vector<double>, kScoreQuotients.size() * kScoreTilts.size()> gridSource_;
+  void setSource(double q, double tilt);
   double descend(FormantFrame& frame, const std::array<double, FormantFrame::kFormants>& lo,
                  const std::array<double, FormantFrame::kFormants>& hi);
   double chooseOpenQuotient();
-  double nudgeOpenQuotient(double step);
+  double nudgeSource(double step);
 
   FftTables fft_;
   std::vector<double> re_, im_, hann_;
   std::vector<double> hz_, db_, resid_;
   std::vector<double> cos1_, sin1_, cos2_, sin2_;  // of w and 2w at each harmonic
   std::vector<double> source_;                     // the source's level at the harmonics
-  double open_ = 0.5, f0_ = 0.0;
+  double open_ = 0.5, tilt_ = 0.0, f0_ = 0.0;
+  double pullCentre_ = 0.5, pullWeight_ = 0.0;
   std::array<std::vector<double>, kSourceTerms> basis_;
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
   std::vector<double> trial_;
@@ -145,10 +172,15 @@ class CHarmonicFit {
   std::array<std::array<Trial, kKeptTrials>, FormantFrame::kFormants> tries_;
   std::array<std::size_t, FormantFrame::kFormants> nextTry_{};
   void tried(std::size_t k, double F, double B, std::vector<double>& out);
-  // The source's levels at the open quotients tried last (f holds the
-  // quotient); a frame tries about 25.
-  std::array<Trial, 64> sources_;
-  std::size_t nextSource_ = 0;
+  // The source's two factors at the open quotients and the tilts tried last
+  // (f holds the quotient or the tilt); a frame tries about 25 of each.
+  struct Cache {
+    std::array<Trial, 32> entries;
+    std::size_t next = 0;
+  };
+  Cache pulses_, tilts_;
+  template <class Make>
+  const std::vector<double>& cached(Cache& cache, double key, const Make& make);
   std::array<double, FormantFrame::kFormants> bw_{}, logBw_{}, logTypical_{};
   void setBandwidth(std::size_t k, double b);
   double top_ = 0.0;
