@@ -22,8 +22,8 @@ void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy) {
   if (columns <= 0 || copied <= 0) return;
   EditTransaction edit(doc);
   // The rows of copiedRows().
-  edit.keepTableBefore({kF0, kAv, kAh, kAf, kTl, kF5,  kF4,  kF3,  kF2,  kF1,
-                        kB5, kB4, kB3, kB2, kB1, kA5f, kA4f, kA3f, kA2f, kOq});
+  edit.keepTableBefore({kF0, kAv, kAh, kAf, kTl, kF5,  kF4,  kF3,  kF2,  kF1,  kB5,
+                        kB4, kB3, kB2, kB1, kAb, kA5f, kA4f, kA3f, kA2f, kA1f, kOq});
   for (const int row : copiedRows()) {
     const ParamDef& def = doc.params().at(row);
     const bool source = row == kF0 || row == kAv || row == kAh || row == kAf;
@@ -64,7 +64,8 @@ std::string copyReport(const CopyResult& r) {
                 {"tl", {kTl}},
                 {"f1-f5", {kF1, kF2, kF3, kF4, kF5}},
                 {"b1-b5", {kB1, kB2, kB3, kB4, kB5}},
-                {"a2f-a5f", {kA2f, kA3f, kA4f, kA5f}},
+                {"ab", {kAb}},
+                {"a1f-a5f", {kA1f, kA2f, kA3f, kA4f, kA5f}},
                 {"oq", {kOq}}};
   if (r.anchors.empty()) return line;
   line += "; anchors";

@@ -1,6 +1,7 @@
 #include "batch/CopySynthesis.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <future>
@@ -10,7 +11,8 @@
 
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/FormantEstimator.h"
-#include "analysis/SpectralSlice.h"
+#include "batch/CopyNoiseFit.h"
+#include "batch/CopyPitch.h"
 #include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
@@ -25,7 +27,6 @@ constexpr double kSilenceBelowLoudestDb = 50.0;
 // A source amplitude starts this far below the frame's level in dB of raw
 // sample units (a loud vowel's 70 dB gives av 60); matchLevels corrects it.
 constexpr double kFirstGuessDb = 10.0;
-constexpr double kTopParallelDb = 60.0;  // a2f..a5f of the strongest of the four
 // Natural voices keep the glottis open for about half of each period; with a
 // fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
 // low F1 up in any LPC analysis of the copy.
@@ -37,7 +38,7 @@ const double kMinusInf = -std::numeric_limits<double>::infinity();
 
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
 const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
-const int kParallelRows[4] = {kA2f, kA3f, kA4f, kA5f};
+const int kParallelRows[] = {kAb, kA5f, kA4f, kA3f, kA2f, kA1f};
 
 // Runs `job` on a thread of its own when `parallel` and the system gives one,
 // otherwise when its result is asked for.
@@ -197,12 +198,55 @@ std::vector<double> f0Ahead(const std::vector<double>& f0, double frameMs) {
   return out;
 }
 
+// Fits the parallel amplitudes (CopyNoiseFit.h) of the frames `noisy`
+// marks, as frication where `fricative` says so, else as aspiration; frames
+// whose window holds no energy are unmarked. With `parallel` the second half
+// of the frames is fitted on another thread.
+void fitNoise(FrameTable& t, const ParameterSet& ps, const std::vector<double>& x, double fs, double step,
+              std::vector<char>& noisy, const std::vector<char>& fricative, bool parallel) {
+  const int frames = t.columns();
+  const SynthesisSetup setup = synthesisSetup(ps);
+  using Bands = std::array<double, CNoiseFit::kBands>;
+  std::vector<Bands> bands(static_cast<std::size_t>(frames));
+  const auto run = [&](int from, int to, bool measuring) {
+    CNoiseFit noise(setup.sampleRate, fs, setup.cascadeFormants);
+    for (int c = from; c < to; ++c) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (noisy[uc] == 0) continue;
+      if (measuring) {
+        noisy[uc] = noise.measure(x, (c + 0.5) * step, bands[uc]) ? 1 : 0;
+        continue;
+      }
+      // A noise's spectrum measured in one window scatters by several dB per
+      // band: each frame's target is the mean (in power) with its noisy
+      // neighbours'.
+      Bands target{};
+      int n = 0;
+      for (int k = std::max(0, c - 1); k <= std::min(frames - 1, c + 1); ++k) {
+        if (noisy[static_cast<std::size_t>(k)] == 0) continue;
+        ++n;
+        for (std::size_t j = 0; j < target.size(); ++j)
+          target[j] += std::pow(10.0, bands[static_cast<std::size_t>(k)][j] / 10.0);
+      }
+      for (double& v : target) v = 10.0 * std::log10(v / n);
+      noise.fit(t, c, fricative[uc] != 0 ? CNoiseFit::Source::kFrication : CNoiseFit::Source::kAspiration,
+                target);
+    }
+  };
+  for (const bool measuring : {true, false}) {
+    auto half = startJob(parallel, [&] { run(frames / 2, frames, measuring); });
+    run(0, frames / 2, measuring);
+    half.get();
+  }
+}
+
 }  // namespace
 
 const std::vector<int>& copiedRows() {
   static const std::vector<int> rows = [] {
     std::vector<int> r{kF0, kAv, kAh, kAf, kTl};
-    r.insert(r.end(), {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kA5f, kA4f, kA3f, kA2f, kOq});
+    r.insert(r.end(),
+             {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kAb, kA5f, kA4f, kA3f, kA2f, kA1f, kOq});
     return r;
   }();
   return rows;
@@ -253,14 +297,24 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
         },
         cancel);
   };
-  std::future<FormantEstimate> formantJob = startJob(true, trackFormants);
-  if (progress) progress(10);
+  // The pitch first (CopyPitch.h): the formants' fits to the harmonics need
+  // it. The levels are measured meanwhile.
+  CopyPitchSettings cps;
+  cps.frames = frames;
+  cps.firstCentre = fes.firstCentre;
+  cps.spacing = fes.spacing;
+  std::future<std::vector<double>> pitchJob =
+      startJob(settings.threads != 1, [&] { return copyPitch(audio.samples, fs, cps); });
   const std::vector<double> x = asDoubles(audio.samples);
   const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
   const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
   const std::vector<double> high = fs > 2.2 * kFricationHz
                                        ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
                                        : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
+  fes.f0 = pitchJob.get();
+  if (cancelled()) return cancelledResult();
+  if (progress) progress(10);
+  std::future<FormantEstimate> formantJob = startJob(true, trackFormants);
   // The formants take longest: their progress is told from here while they run.
   if (progress)
     while (formantJob.wait_for(std::chrono::milliseconds(kProgressPollMs)) == std::future_status::timeout)
@@ -291,18 +345,11 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   fill.noteResized();
 
   std::vector<std::vector<double>> fv(5, std::vector<double>(static_cast<std::size_t>(frames)));
-  std::vector<std::vector<double>> bv = fv, av = std::vector<std::vector<double>>(4, fv[0]);
+  std::vector<std::vector<double>> bv = fv;
   std::vector<double> oq(static_cast<std::size_t>(frames));
   std::vector<char> sounding(static_cast<std::size_t>(frames)), fricative(sounding.size()),
       voiced(sounding.size());
   std::vector<std::vector<char>> tracked(5, sounding);
-  SliceAnalyser slicer;
-  SliceSettings ss;
-  ss.fftPoints = 512;
-  ss.windowMs = 20;
-  ss.orderRate = 11025.0;
-  ss.fmaxHz = static_cast<int>(std::min(5500.0, fs / 2.0));
-  std::vector<double> env;
 
   std::vector<double> voicedF0(static_cast<std::size_t>(frames));
   for (int c = 0; c < frames; ++c) {
@@ -356,41 +403,28 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     medianSmooth(fv[uk], kSmoothFrames);
     medianSmooth(bv[uk], kSmoothFrames);
   }
-  // The parallel amplitudes of frames with frication: the envelope at f2..f5.
-  for (int c = 0; c < frames; ++c) {
-    const auto uc = static_cast<std::size_t>(c);
-    if (fricative[uc] == 0) continue;
-    if (!slicer.envelope(audio, ss, (c + 0.5) * interval, env)) {
-      fricative[uc] = 0;
-      continue;
-    }
-    double at[4], top = kMinusInf;
-    for (int k = 0; k < 4; ++k) {
-      const auto i =
-          static_cast<std::size_t>(std::clamp(fv[static_cast<std::size_t>(k) + 1][uc] / ss.hzPerPoint(), 0.0,
-                                              static_cast<double>(env.size() - 1)));
-      at[k] = std::isfinite(env[i]) ? env[i] : kMinusInf;
-      top = std::max(top, at[k]);
-    }
-    for (int k = 0; k < 4; ++k)
-      av[static_cast<std::size_t>(k)][uc] = std::isfinite(top) ? kTopParallelDb + at[k] - top : 0.0;
-  }
-  for (int k = 0; k < 4; ++k)
-    fillGaps(av[static_cast<std::size_t>(k)], fricative, ps.at(kParallelRows[k]).defaultValue);
-  // The open phase is heard only where voiced, and a fit's open quotient
-  // wanders from frame to frame more than a voice's does.
-  fillGaps(oq, voiced, ps.at(kOq).defaultValue);
-  medianSmooth(oq, kSmoothFrames);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
     for (int k = 0; k < 5; ++k) {
       t.setValue(kFormantRows[k], c, held(ps.at(kFormantRows[k]), fv[static_cast<std::size_t>(k)][uc]));
       t.setValue(kBandwidthRows[k], c, held(ps.at(kBandwidthRows[k]), bv[static_cast<std::size_t>(k)][uc]));
     }
-    t.setValue(kOq, c, held(ps.at(kOq), oq[uc]));
-    for (int k = 0; k < 4; ++k)
-      t.setValue(kParallelRows[k], c, held(ps.at(kParallelRows[k]), av[static_cast<std::size_t>(k)][uc]));
   }
+  // The shape of the noise in every frame that has some; elsewhere the
+  // parallel amplitudes are not heard and follow the noisy frames around.
+  std::vector<char> noisy(static_cast<std::size_t>(frames));
+  for (std::size_t c = 0; c < noisy.size(); ++c) noisy[c] = sounding[c] != 0 && voiced[c] == 0 ? 1 : 0;
+  fitNoise(t, ps, x, fs, step, noisy, fricative, settings.threads != 1);
+  for (const int row : kParallelRows) {
+    std::vector<double> v(t.row(row), t.row(row) + frames);
+    fillGaps(v, noisy, ps.at(row).defaultValue);
+    for (int c = 0; c < frames; ++c) t.setValue(row, c, v[static_cast<std::size_t>(c)]);
+  }
+  // The open phase is heard only where voiced, and a fit's open quotient
+  // wanders from frame to frame more than a voice's does.
+  fillGaps(oq, voiced, ps.at(kOq).defaultValue);
+  medianSmooth(oq, kSmoothFrames);
+  for (int c = 0; c < frames; ++c) t.setValue(kOq, c, held(ps.at(kOq), oq[static_cast<std::size_t>(c)]));
 
   for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high);
   if (cancelled()) return cancelledResult();

@@ -5,7 +5,9 @@
 //
 // Per frame of the table (the frame's middle is where each analysis window
 // is centred):
-//   f0       the autocorrelation pitch track; 0 where unvoiced (av is 0 there)
+//   f0       the autocorrelation pitch track, in two passes (CopyPitch.h),
+//            taken one period later (f0Ahead); 0 where unvoiced (av is 0
+//            there)
 //   av       from the frame's level where voiced
 //   ah, af   unvoiced frames only: where the band above 2.5 kHz holds a
 //            third of the frame's energy or more (in most of the five frames
@@ -16,9 +18,9 @@
 //   oq       the open quotient of the source that fitted the harmonics
 //            (FormantEstimator.h), in samples at the synthesis rate; half
 //            the period where no fit was made
-//   a2f..a5f the spectral envelope at f2..f5 in frames with frication,
-//            relative to its strongest; held from the nearest such frame
-//            elsewhere, where the frication is off and they are not heard
+//   ab, a1f..a5f  fitted in frames with noise so that the parallel branch
+//            gives it the recording's spectral shape (CopyNoiseFit.h); held
+//            from the nearest such frames elsewhere, where they are not heard
 // Every value is held to its parameter's limits (except f0 = 0). The source
 // amplitudes are then matched to the recording: the table is synthesized,
 // each frame's level compared with the recording's, and av, ah or af moved

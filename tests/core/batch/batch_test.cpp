@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "batch/Continuum.h"
+#include "batch/CopyNoiseFit.h"
 #include "batch/CopySynthesis.h"
 #include "batch/Grid.h"
 #include "batch/LevelReport.h"
@@ -204,6 +205,55 @@ TEST(TableExportTest, KlattGridAndLongTable) {
   EXPECT_EQ(tsv.substr(0, tsv.find('\n', 40)),
             "time_ms\tparameter\tvalue\n0\tf0\t0\n0\tf1\t500\n10\tf0\t1000");
   EXPECT_EQ(std::count(tsv.begin(), tsv.end(), '\n'), 13);
+}
+
+// The noise fit's model of the parallel branch against the synthesizer
+// itself: a frication of known amplitudes (and an aspiration), fitted from
+// the defaults, comes back with a spectrum within 1.5 dB (rms over the bands)
+// of the sound's, and the frication with the amplitudes that shape it most.
+TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
+  for (const bool aspiration : {false, true}) {
+    SCOPED_TRACE(aspiration ? "aspiration" : "frication");
+    CVandrelDoc src;
+    ParameterSet& ps = src.params();
+    ps.fileLengthMs = 400;
+    ps.frameCount = 40;
+    src.replaceTable(vandrel::FrameTable(40, ps));
+    const int rows[] = {kA2f, kA3f, kA4f, kA5f, kAb};
+    const int truth[] = {30, 45, 52, 60, 0};
+    for (int c = 0; c < 40; ++c) {
+      vandrel::EditTransaction e(src);
+      e.setValue(kF0, c, 0);
+      e.setValue(kAv, c, 0);
+      e.setValue(aspiration ? kAh : kAf, c, 60);
+      for (int k = 0; k < 5; ++k) e.setValue(rows[k], c, truth[k]);
+      e.setValue(kF2, c, 1400);
+      e.setValue(kF3, c, 2600);
+      e.setValue(kF4, c, 3600);
+      e.setValue(kF5, c, 4500);
+    }
+    KlattState state;
+    state.reset(1);
+    ASSERT_TRUE(synthesize(src, {}, state));
+    const std::vector<double> x(src.synthesized().samples.begin(), src.synthesized().samples.end());
+    CNoiseFit fit(11025, 11025, 5);
+    // The mean of ten frames' spectra: one window of noise scatters too much.
+    std::array<double, CNoiseFit::kBands> target{}, one{};
+    for (int c = 10; c < 30; c += 2) {
+      ASSERT_TRUE(fit.measure(x, (c + 0.5) * 110.25, one));
+      for (std::size_t j = 0; j < target.size(); ++j) target[j] += std::pow(10.0, one[j] / 10.0) / 10.0;
+    }
+    for (double& v : target) v = 10.0 * std::log10(v);
+    FrameTable t = src.table();
+    for (const int row : rows) t.setValue(row, 20, ps.at(row).defaultValue);
+    const double misfit =
+        fit.fit(t, 20, aspiration ? CNoiseFit::Source::kAspiration : CNoiseFit::Source::kFrication, target);
+    EXPECT_LT(misfit, 1.5 * 1.5) << "dB^2 per band";
+    if (aspiration) continue;  // the cascade shapes most of it, the parallel formants little
+    EXPECT_EQ(t.value(kA5f, 20), 60);
+    EXPECT_NEAR(t.value(kA4f, 20), 52, 4);
+    EXPECT_NEAR(t.value(kA3f, 20), 45, 6);
+  }
 }
 
 // A known table: a vowel gliding in f0 and F1, a silence, then frication,

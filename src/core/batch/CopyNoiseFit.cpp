@@ -1,0 +1,222 @@
+#include "batch/CopyNoiseFit.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "engine/KlattEngine.h"
+
+namespace vandrel {
+
+namespace {
+
+constexpr double kPi = 3.1415927;  // the synthesizer's own value, which its coefficients use
+constexpr double kFloorDb = 80.0;  // bands further below the frame's strongest count as this far
+
+double mel(double hz) { return 2595.0 * std::log10(1.0 + hz / 700.0); }
+double hzOfMel(double m) { return 700.0 * (std::pow(10.0, m / 2595.0) - 1.0); }
+
+// Triangular mel band weights of points at frequencies hz(i), i < n.
+template <class Hz>
+std::vector<std::vector<std::pair<int, double>>> melWeights(double top, int n, const Hz& hz) {
+  std::vector<std::vector<std::pair<int, double>>> out(CNoiseFit::kBands);
+  for (int j = 0; j < CNoiseFit::kBands; ++j) {
+    const double lo = hzOfMel(mel(top) * j / (CNoiseFit::kBands + 1));
+    const double mid = hzOfMel(mel(top) * (j + 1) / (CNoiseFit::kBands + 1));
+    const double hi = hzOfMel(mel(top) * (j + 2) / (CNoiseFit::kBands + 1));
+    for (int i = 0; i < n; ++i) {
+      const double f = hz(i);
+      const double w = f > lo && f <= mid  ? (f - lo) / (mid - lo)
+                       : f > mid && f < hi ? (hi - f) / (hi - mid)
+                                           : 0.0;
+      if (w > 0.0) out[static_cast<std::size_t>(j)].emplace_back(i, w);
+    }
+  }
+  return out;
+}
+
+// The synthesizer's resonator at (f, bw) Hz, unit gain at 0 Hz: its
+// response at z1 = e^(-jw) is a / (1 - b z1 - c z1^2).
+struct Coefficients {
+  double a, b, c;
+  Coefficients(int f, int bw, double rate) {
+    const double r = std::exp(-kPi * bw / rate);
+    c = -r * r;
+    b = 2.0 * r * std::cos(f * 2.0 * kPi / rate);
+    a = 1.0 - b - c;
+  }
+  std::complex<double> at(std::complex<double> z1) const { return a / (1.0 - b * z1 - c * z1 * z1); }
+};
+
+}  // namespace
+
+CNoiseFit::CNoiseFit(double synthesisRate, double recordingRate, int cascadeFormants)
+    : synthRate_(synthesisRate),
+      recRate_(recordingRate),
+      top_(std::min(kTopShare * synthesisRate, 0.5 * recordingRate)),
+      cascade_(cascadeFormants) {
+  pointWeights_ = melWeights(top_, kPoints, [this](int i) { return (i + 0.5) * top_ / kPoints; });
+  for (std::size_t i = 0; i < kPoints; ++i)
+    z1_[i] = std::polar(1.0, -2.0 * kPi * (static_cast<double>(i) + 0.5) * top_ / kPoints / synthRate_);
+  const int n = static_cast<int>(std::lround(kWindowMs * recRate_ / 1000.0));
+  while ((1 << fftOrder_) < n) ++fftOrder_;
+  const int size = 1 << fftOrder_;
+  window_.resize(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i)
+    window_[static_cast<std::size_t>(i)] = 0.54 - 0.46 * std::cos(2.0 * kPi * i / (n - 1));
+  re_.resize(static_cast<std::size_t>(size));
+  im_.resize(static_cast<std::size_t>(size));
+  binWeights_ = melWeights(top_, size / 2 + 1, [this, size](int k) { return k * recRate_ / size; });
+}
+
+bool CNoiseFit::measure(const std::vector<double>& x, double centre, std::array<double, kBands>& out) {
+  const auto n = static_cast<long>(window_.size());
+  const long start = std::lround(centre) - n / 2;
+  std::fill(re_.begin(), re_.end(), 0.0);
+  std::fill(im_.begin(), im_.end(), 0.0);
+  double mean = 0.0;
+  long used = 0;
+  for (long i = 0; i < n; ++i)
+    if (start + i >= 0 && start + i < static_cast<long>(x.size())) {
+      mean += x[static_cast<std::size_t>(start + i)];
+      ++used;
+    }
+  if (used == 0) return false;
+  mean /= static_cast<double>(used);  // a DC offset is no part of the spectrum
+  for (long i = 0; i < n; ++i)
+    if (start + i >= 0 && start + i < static_cast<long>(x.size()))
+      re_[static_cast<std::size_t>(i)] =
+          (x[static_cast<std::size_t>(start + i)] - mean) * window_[static_cast<std::size_t>(i)];
+  fft_.transform(re_.data(), im_.data(), fftOrder_);
+  double strongest = 0.0;
+  std::array<double, kBands> e{};
+  for (std::size_t j = 0; j < kBands; ++j) {
+    for (const auto& [k, w] : binWeights_[j]) {
+      const auto uk = static_cast<std::size_t>(k);
+      e[j] += w * (re_[uk] * re_[uk] + im_[uk] * im_[uk]);
+    }
+    strongest = std::max(strongest, e[j]);
+  }
+  if (!(strongest > 0.0)) return false;
+  for (std::size_t j = 0; j < kBands; ++j)
+    out[j] = 10.0 * std::log10(std::max(e[j], strongest * std::pow(10.0, -kFloorDb / 10.0)));
+  return true;
+}
+
+std::array<double, CNoiseFit::kBands> CNoiseFit::bandsOf(const std::array<double, kPoints>& power) const {
+  double strongest = 0.0;
+  std::array<double, kBands> e{};
+  for (std::size_t j = 0; j < kBands; ++j) {
+    for (const auto& [i, w] : pointWeights_[j]) e[j] += w * power[static_cast<std::size_t>(i)];
+    strongest = std::max(strongest, e[j]);
+  }
+  for (double& v : e)
+    v = strongest > 0.0 ? 10.0 * std::log10(std::max(v, strongest * std::pow(10.0, -kFloorDb / 10.0))) : 0.0;
+  return e;
+}
+
+double CNoiseFit::error(const std::array<double, kBands>& model,
+                        const std::array<double, kBands>& target) const {
+  double mean = 0.0;
+  for (std::size_t j = 0; j < kBands; ++j) mean += model[j] - target[j];
+  mean /= kBands;
+  double sum = 0.0;
+  for (std::size_t j = 0; j < kBands; ++j)
+    sum += (model[j] - target[j] - mean) * (model[j] - target[j] - mean);
+  return sum / kBands;
+}
+
+double CNoiseFit::fit(FrameTable& t, int c, Source source, const std::array<double, kBands>& target) {
+  const auto v = [&](int row) { return static_cast<int>(t.value(row, c)); };
+  // The parts of the branch that the amplitudes scale, per point: the fixed
+  // part (the cascade, for aspiration) and, for each amplitude, its
+  // resonator with its sign in the sum.
+  constexpr int kRows[] = {kAb, kA1f, kA2f, kA3f, kA4f, kA5f, kA6f};
+  constexpr double kGain[] = {0.05, 0.4, 0.15, 0.06, 0.04, 0.022, 0.03};
+  constexpr int kFreq[] = {-1, kF1, kF2, kF3, kF4, kF5, kF6};
+  constexpr int kBw[] = {-1, kB1f, kB2f, kB3f, kB4f, kB5f, kB6f};
+  constexpr double kSign[] = {1.0, 1.0, -1.0, 1.0, -1.0, 1.0, -1.0};
+  constexpr int kParts = 7;
+  const bool aspiration = source == Source::kAspiration;
+  Response fixed{};
+  std::array<Response, kParts> part{};
+  const int cascadeRows[] = {kF1, kF2, kF3, kF4, kF5, kF6, kF7, kF8};
+  const int cascadeBw[] = {kB1, kB2, kB3, kB4, kB5, kB6, kB7, kB8};
+  const Coefficients lowPass(0, static_cast<int>(synthRate_ / 2), synthRate_);
+  const Coefficients nasalPole(v(kFnp), v(kBnp), synthRate_),
+      nasalZero(v(kFnz) > 0 ? v(kFnz) : 1, v(kBnz), synthRate_);
+  std::vector<Coefficients> cascade, parallel;
+  for (int k = 0; k < cascade_; ++k) cascade.emplace_back(v(cascadeRows[k]), v(cascadeBw[k]), synthRate_);
+  for (int k = 0; k < kParts; ++k)
+    parallel.emplace_back(k == 0 ? 0 : v(kFreq[k]), k == 0 ? 0 : v(kBw[k]), synthRate_);
+  for (std::size_t i = 0; i < kPoints; ++i) {
+    const std::complex<double> z1 = z1_[i];
+    // The noise generator's memory, then the output low-pass.
+    const std::complex<double> shape = 1.0 / (1.0 - 0.75 * z1) * lowPass.at(z1);
+    // Frication enters the parallel formants as it is, aspiration first differenced.
+    const std::complex<double> parallelSource = aspiration ? 1.0 - z1 : 1.0;
+    if (aspiration) {
+      std::complex<double> h = nasalPole.at(z1) / nasalZero.at(z1);
+      for (const Coefficients& r : cascade) h *= r.at(z1);
+      fixed[i] = shape * h;
+    }
+    for (std::size_t k = 0; k < kParts; ++k) {
+      if (k == 1 && !aspiration) continue;  // the parallel F1 takes no frication
+      const std::complex<double> r = k == 0 ? 1.0 : parallel[k].at(z1);
+      part[k][i] = shape * kSign[k] * kGain[k] * r * (k == 1 ? std::complex<double>(1.0) : parallelSource);
+    }
+  }
+  std::array<int, kParts> db{};
+  for (int k = 0; k < kParts; ++k) db[static_cast<std::size_t>(k)] = v(kRows[k]);
+  if (!aspiration) db[1] = 0;
+  // The branch's response for the amplitudes in db; a trial moves one
+  // amplitude, so it adds that part's change to the current sum.
+  Response sum = fixed;
+  for (std::size_t k = 0; k < kParts; ++k) {
+    const double lin = CKlattEngine::dbToLinear(db[k]);
+    for (std::size_t i = 0; i < kPoints; ++i) sum[i] += lin * part[k][i];
+  }
+  std::array<double, kPoints> power{};
+  const auto evaluate = [&](std::size_t k, double change) {
+    for (std::size_t i = 0; i < kPoints; ++i) power[i] = std::norm(sum[i] + change * part[k][i]);
+    return error(bandsOf(power), target);
+  };
+  double best = evaluate(0, 0.0);
+  for (int step : kSteps)
+    for (int sweep = 0; sweep < kMaxSweeps; ++sweep) {
+      bool moved = false;
+      for (std::size_t k = 0; k < kParts; ++k) {
+        if (k == 1 && !aspiration) continue;
+        for (int dir : {1, -1}) {
+          const int was = db[k];
+          // Off is one value, just below the table's quietest.
+          int next = std::clamp(was + dir * step, kOff, 80);
+          if (was == 0 && dir > 0) next = kOff + step;
+          if (next <= kOff) next = 0;
+          if (next == was) continue;
+          const double change = CKlattEngine::dbToLinear(next) - CKlattEngine::dbToLinear(was);
+          const double e = evaluate(k, change);
+          if (e < best - 1e-9) {
+            best = e;
+            db[k] = next;
+            for (std::size_t i = 0; i < kPoints; ++i) sum[i] += change * part[k][i];
+            moved = true;
+            break;
+          }
+        }
+      }
+      if (!moved) break;
+    }
+  // Frication scales every part alike, so only the amplitudes' differences
+  // shape it: the strongest is set to kTopFrication (and af matched to the
+  // level later), which keeps the weakest clear of the table's silent end.
+  if (!aspiration) {
+    const int top = *std::max_element(db.begin(), db.end());
+    for (int& d : db)
+      if (d > 0) d = std::max(0, d + kTopFrication - top);
+  }
+  for (int k = 0; k < kParts; ++k)
+    if (k != 1 || aspiration) t.setValue(kRows[k], c, db[static_cast<std::size_t>(k)]);
+  return best;
+}
+
+}  // namespace vandrel

@@ -1,0 +1,70 @@
+#pragma once
+// The spectral shape of a copy's noise, fitted to the recording's.
+//
+// The synthesizer shapes frication only in its parallel branch: the noise
+// (white, through the generator's 0.75 memory) passes the parallel formants
+// 2..6, each a resonator of unit gain at 0 Hz, summed with alternating signs,
+// and the bypass; aspiration passes the cascade, the parallel F1, and - first
+// differenced - the same parallel formants. Each resonator's skirt thus
+// carries noise down to 0 Hz, and with amplitudes read off the envelope at
+// f2..f5 a copied [s] holds 10-15 dB more below 1.5 kHz than the recording
+// does. So the amplitudes of the bypass and of the parallel formants (a1f,
+// only with aspiration) are fitted by analysis by synthesis: the branch's
+// response to the frame's noise is computed from the same resonator
+// coefficients as the synthesizer uses, and the amplitudes moved (in whole
+// dB, coordinate-wise, from the steps of kSteps) while the log energies of
+// kBands mel bands (0 to kTopShare of the synthesis rate) come closer to the
+// recording's frame (a 25 ms Hamming window), their means set aside: the
+// level is matched afterwards by the copy.
+
+#include <array>
+#include <complex>
+#include <vector>
+
+#include "analysis/Fft.h"
+#include "document/FrameTable.h"
+
+namespace vandrel {
+
+class CNoiseFit {
+ public:
+  static constexpr int kBands = 24;
+  static constexpr double kTopShare = 0.45;  // below the output low-pass's steepest fall
+  static constexpr double kWindowMs = 25.0;
+  static constexpr int kPoints = 128;  // frequencies the branch's response is computed at
+  static constexpr int kSteps[] = {12, 6, 3, 1};
+  static constexpr int kMaxSweeps = 6;
+  // Below this the fit leaves an amplitude off (the synthesizer's table is
+  // silent below 13 dB).
+  static constexpr int kOff = 12;
+  static constexpr int kTopFrication = 60;
+
+  enum class Source { kFrication, kAspiration };
+
+  CNoiseFit(double synthesisRate, double recordingRate, int cascadeFormants);
+
+  // The recording's band log energies (dB) for a frame centred on sample
+  // `centre`; false when the window holds no energy.
+  bool measure(const std::vector<double>& x, double centre, std::array<double, kBands>& out);
+
+  // Fits the parallel amplitudes (and ab) of frame c of `t` for `source`,
+  // in place. Returns the remaining mean squared band difference (dB^2).
+  double fit(FrameTable& t, int c, Source source, const std::array<double, kBands>& target);
+
+ private:
+  using Response = std::array<std::complex<double>, kPoints>;
+  std::array<double, kBands> bandsOf(const std::array<double, kPoints>& power) const;
+  double error(const std::array<double, kBands>& model, const std::array<double, kBands>& target) const;
+
+  double synthRate_, recRate_, top_;
+  int cascade_;
+  Response z1_{};  // e^(-jw) at each point
+  // Triangular mel bands: per band, the weights of the response points and
+  // of the recording's FFT bins.
+  std::vector<std::vector<std::pair<int, double>>> pointWeights_, binWeights_;
+  int fftOrder_ = 0;
+  std::vector<double> window_, re_, im_;
+  FftTables fft_;
+};
+
+}  // namespace vandrel
