@@ -19,11 +19,11 @@ constexpr int kFrames = 60000;
 
 struct LongTable {
   LongTable() {
-    ParameterSet& ps = doc.params();
+    vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
+    ParameterSet& ps = fill.params();
     ps.intervalMs = 1;
     ps.fileLengthMs = kFrames;
     ps.frameCount = kFrames;
-    vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
     fill.table().reset(kFrames, ps);
     fill.noteResized();
     // Values as interpolation leaves them: fractions in every row.

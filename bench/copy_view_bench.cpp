@@ -34,8 +34,10 @@ SampleSet recording3s() {
     return s;
   }
   CVandrelDoc doc;
-  doc.params().frameCount = 300;
-  doc.params().fileLengthMs = 3000;
+  doc.changeParams([&](vandrel::ParameterSet& ps) {
+    ps.frameCount = 300;
+    ps.fileLengthMs = 3000;
+  });
   vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
   fill.table().reset(300, doc.params());
   fill.noteResized();

@@ -124,9 +124,7 @@ BENCHMARK(BM_Engine22k8Narrow)->Unit(benchmark::kMillisecond);
 // WAV image written to disk.
 void BM_SynthesizeAndWrite60s(benchmark::State& st) {
   CVandrelDoc doc;
-  doc.params().fileLengthMs = 60000.0;
-  doc.params().frameCount = 6000;
-  doc.replaceTable(vandrel::FrameTable(6000, doc.params()));
+  doc.newTable(6000, 10);
   const std::string path = "/tmp/vandrel_bench_60s.wav";
   KlattState shared;
   for (auto _ : st) {

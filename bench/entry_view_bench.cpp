@@ -37,8 +37,10 @@ struct Drawing {
     frame->show();
     CChildFrame* table = frame->newDocument();
     CVandrelDoc& d = table->document().doc();
-    d.params().frameCount = 60000;
-    d.params().fileLengthMs = 600000;
+    d.changeParams([&](vandrel::ParameterSet& ps) {
+      ps.frameCount = 60000;
+      ps.fileLengthMs = 600000;
+    });
     vandrel::EditTransaction fill(d);  // a new table, told as one structure change
     fill.table().reset(60000, d.params());
     fill.noteResized();
@@ -47,7 +49,6 @@ struct Drawing {
       std::uniform_int_distribution<int> v(d.params().at(r).lower, d.params().at(r).upper);
       for (int c = 0; c < 60000; ++c) fill.table().setValue(r, c, v(rng));
     }
-    d.undo.noteAllChanged();
     d.notifyStructureChanged();
     afterEditStep(d);
     DrawingChoice choice = d.drawing();

@@ -28,8 +28,10 @@ namespace vandrel::ui {
 using namespace soundtest;
 
 void resize(CVandrelDoc& doc, int frames) {
-  doc.params().frameCount = frames;
-  doc.params().fileLengthMs = frames * 10.0;
+  doc.changeParams([&](vandrel::ParameterSet& ps) {
+    ps.frameCount = frames;
+    ps.fileLengthMs = frames * 10.0;
+  });
   doc.replaceTable(vandrel::FrameTable(frames, doc.params()));
 }
 

@@ -34,8 +34,10 @@ struct LongTable {
     doc = &frame->newDocument()->document();
     CVandrelDoc& d = doc->doc();
     constexpr int kFrames = 1'000'000;
-    d.params().frameCount = kFrames;
-    d.params().fileLengthMs = kFrames * 10.0;
+    d.changeParams([&](vandrel::ParameterSet& ps) {
+      ps.frameCount = kFrames;
+      ps.fileLengthMs = kFrames * 10.0;
+    });
     vandrel::EditTransaction fill(d);  // a new table, told as one structure change
     fill.table().reset(kFrames, d.params());
     fill.noteResized();

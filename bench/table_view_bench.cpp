@@ -37,8 +37,10 @@ namespace {
 
 // Values of every width a real table has, an anchor every 25 frames.
 void fill(CVandrelDoc& d, int frames) {
-  d.params().frameCount = frames;
-  d.params().fileLengthMs = frames * 10.0;
+  d.changeParams([&](vandrel::ParameterSet& ps) {
+    ps.frameCount = frames;
+    ps.fileLengthMs = frames * 10.0;
+  });
   vandrel::EditTransaction fill(d);  // a new table, told as one structure change
   fill.table().reset(frames, d.params());
   fill.noteResized();
@@ -116,7 +118,6 @@ struct Sixty {
     view = viewOf(child);
     CVandrelDoc& d = view->document().doc();
     fill(d, 60000);
-    d.undo.noteAllChanged();
     d.notifyStructureChanged();
     afterEditStep(d);
     paintNow(view);

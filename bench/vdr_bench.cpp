@@ -22,8 +22,10 @@ constexpr int kFrames = 100000;
 const CVandrelDoc& longDoc() {
   static const CVandrelDoc doc = [] {
     CVandrelDoc d;
-    d.params().frameCount = kFrames;
-    d.params().fileLengthMs = kFrames * 10.0;
+    d.changeParams([&](vandrel::ParameterSet& ps) {
+      ps.frameCount = kFrames;
+      ps.fileLengthMs = kFrames * 10.0;
+    });
     vandrel::EditTransaction fill(d);  // a new table, told as one structure change
     fill.table().reset(kFrames, d.params());
     fill.noteResized();

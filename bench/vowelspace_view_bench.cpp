@@ -35,8 +35,10 @@ void BM_VowelSpaceDragMove(benchmark::State& st) {
   frame.show();
   CChildFrame* table = frame.newDocument();
   CVandrelDoc& d = table->document().doc();
-  d.params().frameCount = 3000;
-  d.params().fileLengthMs = 30000;
+  d.changeParams([&](vandrel::ParameterSet& ps) {
+    ps.frameCount = 3000;
+    ps.fileLengthMs = 30000;
+  });
   vandrel::EditTransaction fill(d);  // a new table, told as one structure change
   fill.table().reset(3000, d.params());
   fill.noteResized();

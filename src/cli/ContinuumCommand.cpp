@@ -178,9 +178,11 @@ int continuumCommand(const Args& args) {
     if (aligned) {
       warped = alignedContinuumStep(ends[0], ends[1], plan, s, n, scale);
       doc.replaceTable(std::move(warped.table));
-      doc.params().intervalMs = warped.intervalMs;
-      doc.params().frameCount = doc.table().columns();
-      doc.params().fileLengthMs = static_cast<double>(doc.table().columns()) * warped.intervalMs;
+      doc.changeParams([&](ParameterSet& ps) {
+        ps.intervalMs = warped.intervalMs;
+        ps.frameCount = doc.table().columns();
+        ps.fileLengthMs = static_cast<double>(doc.table().columns()) * warped.intervalMs;
+      });
       for (int& f : frames)
         f = std::min(doc.table().columns() - 1,
                      static_cast<int>(warpTime((f + 0.5) * ends[0].intervalMs, ends[0].knots, warped.knots) /

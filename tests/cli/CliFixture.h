@@ -86,10 +86,7 @@ class VandrelCliTest : public ::testing::Test {
   std::string table(const std::string& name, int frames, const std::function<void(CVandrelDoc&)>& edit = {},
                     int intervalMs = 10) const {
     CVandrelDoc doc;
-    doc.params().intervalMs = intervalMs;
-    doc.params().frameCount = frames;
-    doc.params().fileLengthMs = static_cast<double>(frames) * intervalMs;
-    doc.replaceTable(vandrel::FrameTable(frames, doc.params()));
+    doc.newTable(frames, intervalMs);
     if (edit) edit(doc);
     const std::string path = file(name + ".vdr");
     EXPECT_EQ(saveVdrFile(path, doc, VdrKind::kAllParameters), "");

@@ -332,14 +332,14 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   const double loudest = *std::max_element(level.begin(), level.end());
 
   auto doc = std::make_unique<CVandrelDoc>();
-  ParameterSet& ps = doc->params();
+  doc->setUntouched(false);
+  // The whole table is filled here: one structure change, told when the fill ends.
+  EditTransaction fill(*doc);
+  ParameterSet& ps = fill.params();
   ps.intervalMs = interval;
   ps.frameCount = frames;
   ps.fileLengthMs = static_cast<double>(frames) * interval;
   if (settings.sampleRate == 22050) ps.setSelected(kF6, true);
-  doc->setUntouched(false);
-  // The whole table is filled here: one structure change, told when the fill ends.
-  EditTransaction fill(*doc);
   FrameTable& t = fill.table();
   t.reset(frames, ps);
   fill.noteResized();
@@ -456,7 +456,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
 
   if (progress) progress(100);
   doc->dropSynthesis();
-  doc->undo = UndoHistory{};
+  doc->clearHistory();
   out = std::move(*doc);
   r.frames = frames;
   r.status = CopyResult::Status::kOk;

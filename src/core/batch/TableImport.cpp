@@ -76,11 +76,7 @@ double fromKlsyn(int row, double v) { return std::round(row == kF0 ? v * 10.0 : 
 
 void startTable(CVandrelDoc& doc, int frames, int intervalMs) {
   doc.initialise();
-  ParameterSet& ps = doc.params();
-  ps.intervalMs = intervalMs;
-  ps.frameCount = frames;
-  ps.fileLengthMs = static_cast<double>(frames) * intervalMs;
-  doc.replaceTable(FrameTable(frames, ps));
+  doc.newTable(frames, intervalMs);
   doc.setUntouched(false);
 }
 
@@ -207,8 +203,8 @@ ImportResult importKlp(std::string_view text, const std::string& name, CVandrelD
 
   CVandrelDoc fresh;
   startTable(fresh, static_cast<int>(frames), interval);
-  if (sr > 16000.0) fresh.params().setSelected(kF6, true);  // synthesized at 22050 Hz with f6..f8
   EditTransaction fill(fresh);
+  if (sr > 16000.0) fill.params().setSelected(kF6, true);  // synthesized at 22050 Hz with f6..f8
   fill.noteResized();
   for (int r = 0; r < kParamCount; ++r)
     if (!std::isnan(constant[static_cast<std::size_t>(r)]))
@@ -389,7 +385,7 @@ ImportResult importKlattGrid(std::string_view bytes, const std::string& name, in
     const bool b = put(kB1 - (k - 1), "oral_formants.bandwidths." + n, same);
     const bool a = put(kA1f - (k - 1), "oral_formants_amplitudes." + n, gain);
     // Above the fifth, formants drawn in Praat's cascade mean the high rate here.
-    if (k > 5 && (f || b || a)) fresh.params().setSelected(kF1 - (k - 1), true);
+    if (k > 5 && (f || b || a)) fill.params().setSelected(kF1 - (k - 1), true);
     if (k >= 2 && k <= 6) {
       // The frication branch's formants are the parallel ones: its frequencies
       // only where the cascade gave none, its bandwidths always.

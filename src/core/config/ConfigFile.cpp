@@ -297,7 +297,8 @@ std::string saveConfigFile(const std::string& path, const ConfigRecord& record) 
 }
 
 void applyConfig(const ConfigRecord& record, CVandrelDoc& doc) {
-  for (auto& set : doc.paramSets) {
+  std::array<ParameterSet, 3> sets = doc.paramSets();
+  for (auto& set : sets) {
     for (int i = 0; i < kParamCount; ++i) {
       const auto& s = record.params[static_cast<std::size_t>(i)];
       set.setDefault(i, s.defaultValue);
@@ -313,10 +314,10 @@ void applyConfig(const ConfigRecord& record, CVandrelDoc& doc) {
     set.reserved = record.table.reserved;
     set.selectedCount = set.countSelected();
   }
-  doc.setColors(record.table.colors);
+  doc.setParamSets(sets);
   // The rows take their group's colour, as when a parameter file is loaded,
   // so that a record written before the group colours changed still agrees.
-  doc.applyGroupColors();
+  doc.setColors(record.table.colors);
   doc.setAutoInterpolate(record.table.autoInterpolate != 0);
   doc.setAnchorAfterEdit(record.table.anchorAfterEdit != 0);
   doc.replaceTable(FrameTable(doc.params().frameCount, doc.params()));

@@ -18,7 +18,7 @@ void tellSynthesisChanged(CVandrelDoc& doc) {
 }  // namespace
 
 void CVandrelDoc::initialise() {
-  for (auto& s : paramSets) s.initialise();
+  for (auto& s : paramSets_) s.initialise();
   table_.reset(params().frameCount, params());
   synthesized_ = SampleSet{};
   previous_ = SampleSet{};
@@ -39,7 +39,7 @@ void CVandrelDoc::initialise() {
   addColumnTimeMs_ = 100;
   addColumnPlace_ = AddColumnPlace::kEnd;
   addSubtractAmount_ = 0;
-  undo = UndoHistory{};
+  undo_ = UndoHistory{};
   drawing_ = DrawingChoice{};
   notifyStructureChanged();
   notifyLabelsChanged();
@@ -56,7 +56,9 @@ void CVandrelDoc::replaceTable(const FrameTable& table) {
   notifyStructureChanged();
 }
 
-void CVandrelDoc::loadTable(FrameTable&& table, double rate, const ColorSlots& colors) {
+void CVandrelDoc::loadTable(FrameTable&& table, const ParameterSet& settings, double rate,
+                            const ColorSlots& colors) {
+  paramSets_[0] = settings;
   table_ = std::move(table);
   colors_ = colors;
   applyGroupColors();
@@ -69,9 +71,32 @@ void CVandrelDoc::loadTable(FrameTable&& table, double rate, const ColorSlots& c
   changedCompanion_ = true;
   untouched_ = false;
   rowsInUse_ = kParamCount;
-  undo = UndoHistory{};
+  undo_ = UndoHistory{};
   notifyStructureChanged();
   tellSynthesisChanged(*this);
+}
+
+void CVandrelDoc::newTable(int frames, int intervalMs) {
+  ParameterSet& ps = paramSets_[0];
+  ps.intervalMs = intervalMs;
+  ps.frameCount = frames;
+  ps.fileLengthMs = static_cast<double>(frames) * intervalMs;
+  table_.reset(frames, ps);
+  notifyStructureChanged();
+}
+
+void CVandrelDoc::setParamSets(const std::array<ParameterSet, 3>& sets) {
+  paramSets_ = sets;
+  notifyStructureChanged();
+}
+
+void CVandrelDoc::takeSnapshot(bool wholeTable) {
+  if (wholeTable) undo_.noteAllChanged();
+  undo_.append(table_, params().intervalMs, labels_);
+}
+
+void CVandrelDoc::takeSnapshot(std::shared_ptr<const Labels> labels) {
+  undo_.append(table_, params().intervalMs, std::move(labels));
 }
 
 void CVandrelDoc::acceptSynthesis(SampleSet fresh, double rate) {
@@ -142,7 +167,7 @@ bool CVandrelDoc::setColors(const ColorSlots& colors) {
 
 void CVandrelDoc::applyGroupColors() {
   for (int i = 0; i < kParamCount; ++i)
-    params().setColor(i, colors_[static_cast<std::size_t>(paramGroup(i))]);
+    paramSets_[0].setColor(i, colors_[static_cast<std::size_t>(paramGroup(i))]);
 }
 
 void CVandrelDoc::setDrawing(const DrawingChoice& drawing) {
@@ -158,7 +183,7 @@ void CVandrelDoc::setLabels(std::shared_ptr<const Labels> labels) {
 void CVandrelDoc::attachAudio(SampleSet recording) {
   bool resized = false;
   if (tableUntouched() && !recording.empty() && recording.sampleRate > 0.0) {
-    ParameterSet& ps = params();
+    ParameterSet& ps = paramSets_[0];
     // Whole milliseconds, then whole frames; a recording shorter than one
     // frame still gets one column so the table never goes empty.
     const double ms =

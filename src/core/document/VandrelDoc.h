@@ -7,12 +7,12 @@
 // Its state is private: read through the getters, changed through setters
 // that tell the observers, so no caller changes it silently. The table is
 // written only through an EditTransaction (editing/EditTransaction.h), which
-// tells what it wrote, or replaced whole (replaceTable, loadTable). Two
-// members stay public: the parameter sets, which the option dialogs and the
-// readers change through params() before they tell of a structure change,
-// and the undo history, the editing layer's own bookkeeping (no window shows
-// it; every change to it comes with an edit that is told).
+// tells what it wrote and notes it for the undo history, or replaced whole
+// (replaceTable, loadTable). The parameter sets change through changeParams
+// and the other setters, which tell of a structure change; the undo history
+// grows by takeSnapshot and is walked back by an EditTransaction's restore.
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -43,8 +43,19 @@ class CVandrelDoc {
   // The working instance of the settings block: the table, the file and the
   // synthesis use it. [1] and [2] start identical and are left to the option
   // dialogs and the configuration file.
-  ParameterSet& params() { return paramSets[0]; }
-  const ParameterSet& params() const { return paramSets[0]; }
+  const ParameterSet& params() const { return paramSets_[0]; }
+  const std::array<ParameterSet, 3>& paramSets() const { return paramSets_; }
+  // Changes the working set in place, then tells the observers of a
+  // structure change: rows shown, limits, timing and colours all show in the
+  // table's layout.
+  template <class F>
+  void changeParams(F&& change) {
+    change(paramSets_[0]);
+    notifyStructureChanged();
+  }
+  // All three sets at once (the configuration file, a recovery copy); tells
+  // of a structure change.
+  void setParamSets(const std::array<ParameterSet, 3>& sets);
 
   // --- flags --------------------------------------------------------------
   // Each setter but setTableChanged tells the observers (notifyFlagsChanged)
@@ -107,8 +118,6 @@ class CVandrelDoc {
   // colour. When a colour changed the observers hear of a structure change
   // (the table draws rows and anchors in them) and it returns true.
   bool setColors(const ColorSlots& colors);
-  // Gives every parameter row of the working set its group's colour.
-  void applyGroupColors();
 
   // --- editing options and the dialogs' last choices ---------------------
   // None of these is shown by a window: the next edit or the next opening of
@@ -161,8 +170,6 @@ class CVandrelDoc {
   void notifyLabelsChanged();
   void notifyDrawingChanged();
 
-  std::array<ParameterSet, 3> paramSets;
-
   // --- the table ----------------------------------------------------------
   // Read freely; written only through an EditTransaction (editing/), which
   // collects the cells written and tells the observers, or replaced whole.
@@ -176,11 +183,23 @@ class CVandrelDoc {
   // sounds but the recording, not modified, due for synthesis, no history.
   // The observers hear of the structure, both synthesized sample sets and the
   // flags, once each.
-  void loadTable(FrameTable&& table, double rate, const ColorSlots& colors);
+  // `settings` come with it: its length, interval and rows shown.
+  void loadTable(FrameTable&& table, const ParameterSet& settings, double rate, const ColorSlots& colors);
+  // A table of `frames` columns of defaults at `intervalMs`, the settings'
+  // length following it; the observers hear of a structure change.
+  void newTable(int frames, int intervalMs);
 
-  // Whole-table snapshots and the current index (-5 until the first one);
-  // the editing layer appends and restores.
-  UndoHistory undo;
+  // --- the undo history ---------------------------------------------------
+  // Whole-table snapshots and the current index (-5 until the first one).
+  const UndoHistory& undo() const { return undo_; }
+  // Appends the table as it is now, with the frame interval and the labels
+  // (or `labels`), as the new current snapshot. The history compares only the
+  // cells an EditTransaction noted since the last snapshot; `wholeTable`
+  // compares every cell, for a table that may have changed unnoted.
+  void takeSnapshot(bool wholeTable = false);
+  void takeSnapshot(std::shared_ptr<const Labels> labels);
+  // No history: a table made by a batch starts as a loaded one does.
+  void clearHistory() { undo_ = UndoHistory{}; }
 
  private:
   // Copies of a document carry its data, never its observers: a copy starts
@@ -194,12 +213,17 @@ class CVandrelDoc {
 
   template <class F>
   void forEachObserver(F f);
+  // Gives every parameter row of the working set its group's colour.
+  void applyGroupColors();
 
-  // The one door for writing cells: a transaction hands the table out and
-  // notifies what was written, so no caller changes cells silently.
+  // The one door for writing cells: a transaction hands the table out,
+  // notes what was written for the undo history and tells the observers, so
+  // no caller changes cells silently.
   friend class EditTransaction;
 
+  std::array<ParameterSet, 3> paramSets_;
   FrameTable table_;
+  UndoHistory undo_;
   SampleSet synthesized_;
   SampleSet previous_;
   SampleSet audio_;

@@ -445,13 +445,13 @@ VdrReadResult readVdrFile(const std::string& path, const ParameterSet& defaults)
 }
 
 void loadVdr(CVandrelDoc& doc, VdrContent content) {
-  ParameterSet& ps = doc.params();
+  ParameterSet ps = doc.params();
   ps.fileLengthMs = content.fileLengthMs;
   ps.intervalMs = content.intervalMs;
   ps.frameCount = content.table.columns();
   ps.cascadeParallel = content.cascadeParallel;
   for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, content.selected[static_cast<std::size_t>(r)]);
-  doc.loadTable(std::move(content.table), content.sampleRate, content.colors);
+  doc.loadTable(std::move(content.table), ps, content.sampleRate, content.colors);
 }
 
 }  // namespace vandrel

@@ -20,7 +20,6 @@ void addSubtract(CVandrelDoc& doc, TableSelection& selection, int amount) {
       double* row = t.row(sel.row);
       for (int c = 0; c < t.columns(); ++c) row[c] = std::trunc(row[c]) + add;
       const CellRange cells{sel.row, sel.row, 0, t.columns() - 1};
-      doc.undo.noteChanged(cells);
       edit.note(cells);
       edit.flush();
     }

@@ -32,7 +32,6 @@ UserMessage beepWith(std::string text) { return UserMessage{std::move(text), tru
 
 // Common ending of both modes once the table has its new shape.
 void finishTimeChange(CVandrelDoc& doc, EditTransaction& edit) {
-  doc.undo.noteAllChanged();
   edit.noteResized();
   edit.flush();
   doc.markEdited();
@@ -93,7 +92,7 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
     out.push_back(beepWith(std::string(kMsgTimeLockedByAudio)));
     return out;
   }
-  ParameterSet& ps = doc.params();
+  const ParameterSet& ps = doc.params();
   const int interval = ps.intervalMs;
   if (interval <= 0) return out;
 
@@ -111,8 +110,10 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
   }
   if (added != asked) out.push_back(beepWith(roundedAddMessage(asked, interval, added)));
 
-  ps.fileLengthMs += added;
-  ps.frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
+  // The new length holds even when the place is refused below.
+  EditTransaction edit(doc);
+  edit.params().fileLengthMs += added;
+  edit.params().frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
 
   const int oldCols = doc.table().columns();
   int p = 0;
@@ -136,7 +137,6 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
   // column there is none, and the nearest column, to the left, stands in.
   const int source = p < oldCols ? p : p - 1;
 
-  EditTransaction edit(doc);
   edit.table() = withInsertedColumns(doc.table(), ps, p, n, source, progress);
   finishTimeChange(doc, edit);
   return out;
@@ -144,7 +144,7 @@ UserMessages addTime(CVandrelDoc& doc, TableSelection& selection, const Progress
 
 UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressFn& progress) {
   UserMessages out;
-  ParameterSet& ps = doc.params();
+  const ParameterSet& ps = doc.params();
   const int interval = ps.intervalMs;
   const long long now = static_cast<long long>(ps.fileLengthMs);
   const long long wanted = std::max(newLengthMs, 0);
@@ -161,8 +161,8 @@ UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressF
     const long long n = d / interval;
     const long long taken = n * interval;
     if (taken != d) out.push_back(beepWith(shortenMessage(wanted, interval, now - taken)));
-    ps.fileLengthMs -= static_cast<double>(taken);
-    ps.frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
+    edit.params().fileLengthMs -= static_cast<double>(taken);
+    edit.params().frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
     const int keep = t.columns() - static_cast<int>(std::min<long long>(n, t.columns()));
     FrameTable next;
     next.reset(keep, ps);
@@ -181,8 +181,8 @@ UserMessages changeFileLength(CVandrelDoc& doc, int newLengthMs, const ProgressF
     }
     const long long given = n * interval;
     if (given != d) out.push_back(beepWith(lengthenMessage(wanted, interval, now + given)));
-    ps.fileLengthMs += static_cast<double>(given);
-    ps.frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
+    edit.params().fileLengthMs += static_cast<double>(given);
+    edit.params().frameCount = ParameterSet::framesFor(ps.fileLengthMs, interval);
     const int oldCols = t.columns();
     const int add = static_cast<int>(n);
     FrameTable next;

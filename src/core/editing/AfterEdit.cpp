@@ -3,25 +3,19 @@
 namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc) {
-  doc.undo.append(doc.table(), doc.params().intervalMs, doc.labels());
+  doc.takeSnapshot();
   doc.setTableChanged(true);
 }
 
-void afterEditStep(CVandrelDoc& doc, const CellRange& written) {
-  doc.undo.noteChanged(written);
-  afterEditStep(doc);
-}
-
 void keepTableBeforeEdit(CVandrelDoc& doc, std::initializer_list<int> rows) {
-  UndoHistory& h = doc.undo;
+  const UndoHistory& h = doc.undo();
   const int at = h.current();
   bool same = at >= 0 && at < h.count() && h.columnsAt(at) == doc.table().columns();
   for (const int row : rows)
     for (int c = 0; same && c < doc.table().columns(); ++c)
       same = h.valueAt(at, row, c) == UndoHistory::wholeValue(doc.table().value(row, c));
   if (same) return;
-  h.noteAllChanged();
-  h.append(doc.table(), doc.params().intervalMs, doc.labels());
+  doc.takeSnapshot(true);
 }
 
 }  // namespace vandrel

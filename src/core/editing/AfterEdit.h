@@ -1,9 +1,9 @@
 #pragma once
 // The step that ends the table's editing commands: the document appends a
 // snapshot of the table to its undo history and its table-changed flag is
-// set. Every command that ends with it has already told the history which
-// cells it wrote. Edits that write cells one by one go through
-// EditTransaction, whose commit() runs this step.
+// set. Every command that ends with it wrote through an EditTransaction,
+// which told the history which cells were written; edits that write cells
+// one by one commit() theirs, which runs this step.
 
 #include <initializer_list>
 
@@ -12,11 +12,6 @@
 namespace vandrel {
 
 void afterEditStep(CVandrelDoc& doc);
-
-// For code outside core/editing that wrote table values itself (graphical
-// entry, copying tracks): tells the undo history which cells were written,
-// then runs the after-edit step.
-void afterEditStep(CVandrelDoc& doc, const CellRange& written);
 
 // Undo goes back to the snapshot before the current one. When the table was
 // changed without one (a recording attached to a blank table gives it the

@@ -18,7 +18,7 @@ void setRange(CVandrelDoc& doc, int r0, int r1, int c0, int c1, bool on) {
   if (r0 > r1 || c0 > c1) return;
   for (int r = r0; r <= r1; ++r)
     for (int c = c0; c <= c1; ++c) t.setAnchor(r, c, on);
-  edit.note(CellRange{r0, r1, c0, c1});
+  edit.noteAnchors(CellRange{r0, r1, c0, c1});
   edit.flush();
 }
 
@@ -61,7 +61,8 @@ void removeAllAnchors(CVandrelDoc& doc) {
   {
     EditTransaction edit(doc);  // no undo step: it only tells the observers
     edit.table().clearAnchors();
-    if (doc.table().columns() > 0) edit.note(CellRange{0, kParamCount - 1, 0, doc.table().columns() - 1});
+    if (doc.table().columns() > 0)
+      edit.noteAnchors(CellRange{0, kParamCount - 1, 0, doc.table().columns() - 1});
   }
   doc.setModified(true);
   doc.setTableChanged(true);

@@ -43,7 +43,6 @@ bool forColumnOrBlock(CVandrelDoc& doc, EditTransaction& edit, TableSelection& s
   for (int r = r0; r <= r1; ++r)
     for (int c = c0; c <= c1; ++c) f(r, c);
   const CellRange cells{r0, r1, c0, c1};
-  doc.undo.noteChanged(cells);
   edit.note(cells);
   edit.flush();
   return true;

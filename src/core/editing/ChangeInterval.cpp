@@ -33,7 +33,7 @@ std::string intervalProblem(int intervalMs, double fileLengthMs) {
 }
 
 UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs) {
-  ParameterSet& ps = doc.params();
+  const ParameterSet& ps = doc.params();
   if (newIntervalMs == ps.intervalMs) return {};
   if (std::string why = intervalProblem(newIntervalMs, ps.fileLengthMs); !why.empty())
     return {UserMessage{std::move(why), true}};
@@ -60,10 +60,9 @@ UserMessages resampleToInterval(CVandrelDoc& doc, int newIntervalMs) {
       }
     }
   }
-  ps.intervalMs = newIntervalMs;
-  ps.frameCount = columns;
-  doc.undo.noteAllChanged();
   EditTransaction edit(doc);
+  edit.params().intervalMs = newIntervalMs;
+  edit.params().frameCount = columns;
   edit.table() = std::move(next);
   edit.noteResized();
   edit.flush();

@@ -150,7 +150,7 @@ std::string cutSelection(CVandrelDoc& doc, const TableSelection& selection,
   edit.note(cells);
   edit.flush();
   doc.markEdited();
-  afterEditStep(doc, cells);
+  afterEditStep(doc);
   return text;
 }
 
@@ -198,7 +198,6 @@ PasteResult pasteText(CVandrelDoc& doc, int row, int column, std::string_view te
   if (!any) return result;
   edit.note(written);
   edit.flush();
-  doc.undo.noteChanged(written);
   if (doc.autoInterpolate()) interpolateAll(doc);
   doc.markEdited();
   afterEditStep(doc);

@@ -32,43 +32,61 @@ void EditTransaction::setValue(int row, int column, double value) {
 
 void EditTransaction::setAnchor(int row, int column, bool on) {
   doc_.table_.setAnchor(row, column, on);
-  note(CellRange{row, row, column, column});
+  tell(CellRange{row, row, column, column});
 }
 
-void EditTransaction::note(const CellRange& cells) {
+void EditTransaction::tell(const CellRange& cells) {
   if (cells.firstRow > cells.lastRow || cells.firstColumn > cells.lastColumn) return;
   widen(written_, cells);
   widen(untold_, cells);
 }
 
+void EditTransaction::noteAnchors(const CellRange& cells) { tell(cells); }
+
+void EditTransaction::note(const CellRange& cells) {
+  doc_.undo_.noteChanged(cells);
+  tell(cells);
+}
+
 void EditTransaction::noteResized() {
-  resized_ = resizedUntold_ = true;
-  note(CellRange{0, kParamCount - 1, 0, std::max(doc_.table_.columns() - 1, 0)});
+  doc_.undo_.noteAllChanged();
+  structureUntold_ = true;
+  tell(CellRange{0, kParamCount - 1, 0, std::max(doc_.table_.columns() - 1, 0)});
+}
+
+bool EditTransaction::restore(int index, bool retimed) {
+  // Undo moves the index even onto an entry that is not there; the next
+  // snapshot puts it right again.
+  doc_.undo_.setCurrent(index);
+  const int before = doc_.table_.columns();
+  if (!doc_.undo_.restore(index, doc_.table_)) return false;
+  if (doc_.table_.columns() != before || retimed) {
+    structureUntold_ = true;
+    tell(CellRange{0, kParamCount - 1, 0, std::max(doc_.table_.columns() - 1, 0)});
+  } else {
+    tell(CellRange{0, kParamCount - 1, 0, before - 1});
+  }
+  return true;
 }
 
 void EditTransaction::flush() {
-  if (!untold_) return;
-  const CellRange cells = *untold_;
+  if (!untold_ && !structureUntold_) return;
+  const std::optional<CellRange> cells = untold_;
   untold_.reset();
-  if (resizedUntold_) {
-    resizedUntold_ = false;
+  if (structureUntold_) {
+    structureUntold_ = false;
     doc_.notifyStructureChanged();
   } else {
-    doc_.notifyCellsChanged(cells);
+    doc_.notifyCellsChanged(*cells);
   }
 }
 
 void EditTransaction::commit() {
   if (!written_) return;
-  if (resized_)
-    doc_.undo.noteAllChanged();
-  else
-    doc_.undo.noteChanged(*written_);
   afterEditStep(doc_);
   flush();
   doc_.markEdited();  // last: the flags' listeners see the table as it now is
   written_.reset();
-  resized_ = false;
 }
 
 }  // namespace vandrel

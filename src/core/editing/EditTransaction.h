@@ -2,7 +2,8 @@
 // EditTransaction: one edit of a document's table, ending as one step.
 //
 // Cells are written through it (or written straight into the table and
-// noted), and commit() ends the edit the way every edit ends, whichever
+// noted: noting tells the undo history which cells to compare at the next
+// snapshot), and commit() ends the edit the way every edit ends, whichever
 // window it came from and whether or not a table window is open: the cells
 // written go to the undo history as one snapshot, the document is marked
 // modified and due for synthesis, its table-changed flag is set, and the
@@ -35,6 +36,12 @@ class EditTransaction {
   // The document's table, for writing many cells at once; note() them (or
   // noteResized()) before the transaction flushes or commits.
   FrameTable& table() { return doc_.table_; }
+  // The working parameter set, for the commands that change the table's
+  // timing or shape with it; the observers hear of a structure change.
+  ParameterSet& params() {
+    structureUntold_ = true;
+    return doc_.paramSets_[0];
+  }
 
   // Before the first write: when the table changed without a snapshot since
   // the last one (see keepTableBeforeEdit), keep it, so the coming edit undoes
@@ -45,10 +52,20 @@ class EditTransaction {
   void setAnchor(int row, int column, bool on);
   // Cells written straight into the document's table.
   void note(const CellRange& cells);
+  // Anchor flags changed straight in the table: the observers hear of them,
+  // the undo history (which keeps no anchors) does not.
+  void noteAnchors(const CellRange& cells);
   // The table changed shape or was replaced: the observers hear of a
   // structure change instead of cells, and the undo history compares every
   // cell.
   void noteResized();
+
+  // Undo and redo: makes history entry `index` current and puts its snapshot
+  // into the table (false, the table untouched, when there is none). The
+  // observers hear of every cell, or of a structure change when the column
+  // count changed or `retimed`; the history needs no note, the table being
+  // its snapshot again.
+  bool restore(int index, bool retimed);
 
   bool wrote() const { return written_.has_value(); }
   // Every cell written so far (empty, firstColumn > lastColumn, before any).
@@ -60,11 +77,13 @@ class EditTransaction {
   void commit();
 
  private:
+  // Tells the observers of `cells` at the next flush.
+  void tell(const CellRange& cells);
+
   CVandrelDoc& doc_;
   std::optional<CellRange> written_;
   std::optional<CellRange> untold_;
-  bool resized_ = false;        // since the transaction began
-  bool resizedUntold_ = false;  // since the last flush
+  bool structureUntold_ = false;  // a resize or new settings since the last flush
 };
 
 }  // namespace vandrel

@@ -14,8 +14,8 @@ bool inTable(const FrameTable& t, int row, int column) {
   return row >= 0 && row < t.rows() && column >= 0 && column < t.columns();
 }
 
-// The segment without a redraw; the callers tell the observers once.
-void fillSegment(CVandrelDoc& doc, EditTransaction& edit, int row, int a, int b) {
+// The segment without a redraw; the transaction tells the observers once.
+void fillSegment(EditTransaction& edit, int row, int a, int b) {
   if (a == b) return;
   FrameTable& t = edit.table();
   const double va = interpolationValue(t, row, a);
@@ -27,7 +27,7 @@ void fillSegment(CVandrelDoc& doc, EditTransaction& edit, int row, int a, int b)
     t.setValue(row, a + k, va + static_cast<double>(k) * step);
     wrote = true;
   }
-  if (wrote) doc.undo.noteRowChanged(row, a + 1, b - 1);
+  if (wrote) edit.note(CellRange{row, row, a + 1, b - 1});
 }
 
 }  // namespace
@@ -39,8 +39,7 @@ double interpolationValue(const FrameTable& table, int row, int column) {
 
 void interpolateSegment(CVandrelDoc& doc, int row, int firstColumn, int lastColumn) {
   EditTransaction edit(doc);
-  fillSegment(doc, edit, row, firstColumn, lastColumn);
-  if (lastColumn - firstColumn > 1) edit.note(CellRange{row, row, firstColumn + 1, lastColumn - 1});
+  fillSegment(edit, row, firstColumn, lastColumn);
 }
 
 void interpolateRange(CVandrelDoc& doc, int c1, int r1, int c2, int r2, bool anchorsOnly) {
@@ -58,15 +57,13 @@ void interpolateRange(CVandrelDoc& doc, int c1, int r1, int c2, int r2, bool anc
       if (t.anchor(r, c)) anchors.push_back(c);
 
     if (!anchorsOnly && anchors.empty()) {
-      fillSegment(doc, edit, r, c1, c2);
+      fillSegment(edit, r, c1, c2);
       continue;
     }
-    if (!anchorsOnly) fillSegment(doc, edit, r, c1, anchors.front());
-    for (std::size_t i = 1; i < anchors.size(); ++i) fillSegment(doc, edit, r, anchors[i - 1], anchors[i]);
-    if (!anchorsOnly) fillSegment(doc, edit, r, anchors.back(), c2);
+    if (!anchorsOnly) fillSegment(edit, r, c1, anchors.front());
+    for (std::size_t i = 1; i < anchors.size(); ++i) fillSegment(edit, r, anchors[i - 1], anchors[i]);
+    if (!anchorsOnly) fillSegment(edit, r, anchors.back(), c2);
   }
-  if (r1 <= r2 && t.columns() > 0)
-    edit.note(CellRange{std::max(r1, 0), std::min(r2, kParamCount - 1), 0, t.columns() - 1});
 }
 
 void interpolateAll(CVandrelDoc& doc) { interpolateRange(doc, -1, -1, -1, -1, true); }

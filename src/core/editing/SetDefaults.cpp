@@ -19,7 +19,6 @@ void setToDefaultValues(CVandrelDoc& doc, TableSelection& selection) {
       const double last = ps.at(kParamCount - 1).defaultValue;
       std::fill_n(t.row(sel.row), t.columns(), last);
       const CellRange cells{sel.row, sel.row, 0, t.columns() - 1};
-      doc.undo.noteChanged(cells);
       edit.note(cells);
       edit.flush();
     }

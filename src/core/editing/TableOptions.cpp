@@ -41,7 +41,7 @@ std::optional<UserMessage> checkFileOptions(const FileOptions& current, const Fi
 }
 
 UserMessages applyFileOptions(CVandrelDoc& doc, const FileOptions& options, const ProgressFn& progress) {
-  ParameterSet& ps = doc.params();
+  const ParameterSet& ps = doc.params();
   const int now = static_cast<int>(ps.fileLengthMs);
   if (auto refused = checkFileOptions(fileOptionsOf(doc), options)) return {*refused};
   doc.setSampleRate(options.sampleRate == 11025 ? 11025.0 : 22050.0);
@@ -132,19 +132,20 @@ std::optional<UserMessage> checkAnchorColor(Colorref chosen,
 UserMessages applyParameterOptions(CVandrelDoc& doc, const ParameterOptions& options) {
   if (auto refused = checkLimits(options.limits)) return {*refused};
   const bool changed = options != parameterOptionsOf(doc);
-  ParameterSet& ps = doc.params();
-  for (int i = 0; i < kParamCount; ++i) {
-    const auto k = static_cast<std::size_t>(i);
-    ps.setSelected(i, options.shown[k]);
-    ps.setLower(i, options.limits[k].lower);
-    ps.setUpper(i, options.limits[k].upper);
-    ps.setDefault(i, options.limits[k].defaultValue);
-  }
-  ps.cascadeParallel = options.cascadeParallel ? 1 : 0;
   doc.setRowsInUse(kParamCount);
+  doc.changeParams([&](ParameterSet& ps) {  // tells of the rows shown and their limits
+    for (int i = 0; i < kParamCount; ++i) {
+      const auto k = static_cast<std::size_t>(i);
+      ps.setSelected(i, options.shown[k]);
+      ps.setLower(i, options.limits[k].lower);
+      ps.setUpper(i, options.limits[k].upper);
+      ps.setDefault(i, options.limits[k].defaultValue);
+    }
+    ps.cascadeParallel = options.cascadeParallel ? 1 : 0;
+  });
   ColorSlots colors = doc.colors();
   std::copy(options.groupColors.begin(), options.groupColors.end(), colors.begin());
-  if (!doc.setColors(colors)) doc.notifyStructureChanged();  // once, for the rows shown and their limits
+  doc.setColors(colors);
   if (changed) doc.markEdited();
   afterEditStep(doc);
   return {};

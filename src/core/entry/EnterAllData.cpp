@@ -94,7 +94,6 @@ void enterTracks(CVandrelDoc& doc, const RecordingTracks& tracks) {
       edit.table().setValue(
           row, c,
           clampToLimits(doc.params().at(row), std::trunc(scale * values[static_cast<std::size_t>(c)])));
-    doc.undo.noteRowChanged(row, 0, frames - 1);
     edit.note(CellRange{row, row, 0, frames - 1});
     edit.flush();
     wrote = true;

@@ -35,11 +35,11 @@ std::optional<std::pair<int, int>> framesWithin(const CVandrelDoc& doc, double s
 void commitLabels(CVandrelDoc& doc, Labels labels) {
   // Undo goes back to the snapshot before the current one: the labels as
   // they were must be in one, or the first edit could not be taken back.
-  UndoHistory& h = doc.undo;
+  const UndoHistory& h = doc.undo();
   if (h.current() < 0 || h.current() >= h.count() || h.labelsAt(h.current()) != doc.labels())
-    h.append(doc.table(), doc.params().intervalMs, doc.labels());
+    doc.takeSnapshot();
   auto next = std::make_shared<const Labels>(std::move(labels));
-  doc.undo.append(doc.table(), doc.params().intervalMs, next);
+  doc.takeSnapshot(next);
   doc.setModified(true);
   doc.setLabels(std::move(next));  // told last: the history and the flags are in step by then
 }

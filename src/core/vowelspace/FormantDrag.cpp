@@ -34,7 +34,7 @@ void FormantDrag::finish(CVandrelDoc& doc) {
   wrote_ = false;
   if (doc.autoInterpolate()) interpolateAll(doc);
   doc.markEdited();
-  afterEditStep(doc, CellRange{kF2, kF1, frame_, frame_});
+  afterEditStep(doc);
 }
 
 }  // namespace vandrel

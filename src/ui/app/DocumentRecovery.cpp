@@ -109,7 +109,7 @@ void DocumentRecovery::startCopies(bool wait) {
     std::shared_ptr<vandrel::CVandrelDoc>& snapshot = snapshots_[serial];
     if (!snapshot) snapshot = std::make_shared<vandrel::CVandrelDoc>();
     const vandrel::CVandrelDoc& d = doc->doc();
-    snapshot->paramSets = d.paramSets;
+    snapshot->setParamSets(d.paramSets());
     snapshot->replaceTable(d.table());  // into the room made before: no new allocation
     snapshot->setSampleRate(d.sampleRate());
     snapshot->setColors(d.colors());

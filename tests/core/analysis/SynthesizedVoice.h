@@ -30,16 +30,15 @@ struct Utterance {
 
   Utterance(int frames, const std::function<Column(double)>& at, bool highRate = false) {
     CVandrelDoc doc;
-    ParameterSet& ps = doc.params();
     // A shown f6 row means 22050 Hz. The open phase is counted in samples:
     // twice as many keep the glottal pulse (and its low-frequency hump,
     // which an F1 near it would otherwise merge with) as long as at 11025 Hz.
-    ps.setSelected(kF6, highRate);
-    if (highRate) ps.setDefault(kOq, 2 * ps.at(kOq).defaultValue);
-    openPhase = ps.at(kOq).defaultValue;
-    ps.fileLengthMs = frames * ps.intervalMs;
-    ps.frameCount = frames;
-    doc.replaceTable(vandrel::FrameTable(frames, ps));
+    doc.changeParams([&](ParameterSet& ps) {
+      ps.setSelected(kF6, highRate);
+      if (highRate) ps.setDefault(kOq, 2 * ps.at(kOq).defaultValue);
+    });
+    openPhase = doc.params().at(kOq).defaultValue;
+    doc.newTable(frames, doc.params().intervalMs);
     for (int c = 0; c < frames; ++c) {
       const Column col = at(frames > 1 ? c / (frames - 1.0) : 0.0);
       columns.push_back(col);

@@ -262,11 +262,9 @@ TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
 // lower rate, and few anchors.
 TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   CVandrelDoc src;
-  ParameterSet& ps = src.params();
-  ps.fileLengthMs = 600;
-  ps.frameCount = 60;
-  ps.setSelected(kF6, true);  // synthesized at 22050 Hz
-  src.replaceTable(vandrel::FrameTable(60, ps));
+  src.changeParams([](ParameterSet& ps) { ps.setSelected(kF6, true); });  // synthesized at 22050 Hz
+  src.newTable(60, 10);
+  const ParameterSet& ps = src.params();
   for (int c = 0; c < 60; ++c) {
     const bool vowel = c < 35, fric = c >= 42;
     vandrel::EditTransaction(src).setValue(kF0, c, vowel ? 1000 + 15 * c : 0);

@@ -195,10 +195,13 @@ TEST(ConfigFileTest, DamagedOrForeignRecordsAreRefusedWhole) {
 
 TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
   CVandrelDoc edited;
-  edited.params().setSelected(kF6, true);  // a high-formant row: 22050 Hz
-  edited.params().setUpper(kF1, 1200);
-  edited.params().fileLengthMs = 300.0;
-  edited.params().intervalMs = 5;
+  // a high-formant row: 22050 Hz
+  edited.changeParams([&](vandrel::ParameterSet& ps) {
+    ps.setSelected(kF6, true);
+    ps.setUpper(kF1, 1200);
+    ps.fileLengthMs = 300.0;
+    ps.intervalMs = 5;
+  });
   ColorSlots colors = edited.colors();
   colors[kAnchorColorSlot] = 0x000000FF;
   edited.setColors(colors);
@@ -212,7 +215,7 @@ TEST(ConfigFileTest, ADocumentsOptionsCarryOverToTheNextBlankDocument) {
   ASSERT_EQ(decodeConfig(encodeConfig(r), back), ConfigStatus::kOk);
   CVandrelDoc fresh;
   applyConfig(back, fresh);
-  for (const auto& set : fresh.paramSets) {
+  for (const auto& set : fresh.paramSets()) {
     EXPECT_EQ(set.at(kF6).selected, 1);
     EXPECT_EQ(set.at(kF1).upper, 1200);
     EXPECT_EQ(set.selectedCount, 32);

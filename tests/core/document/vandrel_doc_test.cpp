@@ -42,9 +42,7 @@ TEST(CVandrelDocTest, RecordingLengthRule) {
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.samples << (c.edited ? ", edited" : ""));
     CVandrelDoc doc;
-    doc.params().intervalMs = c.interval;
-    doc.params().frameCount = 200 / c.interval;
-    doc.replaceTable(vandrel::FrameTable(doc.params().frameCount, doc.params()));
+    doc.newTable(200 / c.interval, c.interval);
     vandrel::EditTransaction(doc).setValue(kF1, 0, 700.0);
     if (c.edited) doc.markEdited();
     SampleSet rec;

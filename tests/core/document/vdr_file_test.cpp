@@ -81,7 +81,7 @@ TEST(VdrWriterTest, FractionsTruncatedTowardZero) {
     EXPECT_EQ(parseVdr(text, ParameterSet{}).content.table.value(kAv, 0), std::stod(written));
   }
   CVandrelDoc doc;
-  doc.params().fileLengthMs = 205.9;
+  doc.changeParams([&](vandrel::ParameterSet& ps) { ps.fileLengthMs = 205.9; });
   doc.setSampleRate(22050.0);
   EXPECT_EQ(writeVdr(doc, kAll).substr(0, 15), "205\t22050\t10\t\r\n");
 }
@@ -92,13 +92,15 @@ CVandrelDoc randomDoc(std::uint32_t seed) {
   std::mt19937 rng(seed);
   auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
   CVandrelDoc doc;
-  ParameterSet& ps = doc.params();
   const int intervals[] = {1, 5, 10, 20};
-  ps.intervalMs = intervals[pick(0, 3)];
-  ps.frameCount = pick(1, 60);
-  ps.fileLengthMs = ps.frameCount * ps.intervalMs + pick(0, ps.intervalMs - 1);
-  ps.cascadeParallel = pick(0, 1);
-  for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, seed % 10 != 0 && pick(0, 3) != 0);
+  doc.changeParams([&](ParameterSet& ps) {
+    ps.intervalMs = intervals[pick(0, 3)];
+    ps.frameCount = pick(1, 60);
+    ps.fileLengthMs = ps.frameCount * ps.intervalMs + pick(0, ps.intervalMs - 1);
+    ps.cascadeParallel = pick(0, 1);
+    for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, seed % 10 != 0 && pick(0, 3) != 0);
+  });
+  const ParameterSet& ps = doc.params();
   ColorSlots colors;
   for (auto& c : colors) c = rgb(pick(0, 255), pick(0, 255), pick(0, 255));
   doc.setColors(colors);

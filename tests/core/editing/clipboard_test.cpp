@@ -26,8 +26,7 @@ std::vector<int> shownRowsForTest() {
 
 struct Fixture {
   Fixture() {
-    doc.params().intervalMs = 10;
-    doc.replaceTable(vandrel::FrameTable(6, doc.params()));
+    doc.newTable(6, 10);
     for (int r = 0; r < kParamCount; ++r)
       for (int c = 0; c < 6; ++c) vandrel::EditTransaction(doc).setValue(r, c, 100 * r + c);
     afterEditStep(doc);  // the state that undo goes back to
@@ -66,7 +65,7 @@ TEST(ClipboardTest, CopyThenPasteElsewhereIsOneUndoStepAndRoundTrips) {
   EXPECT_EQ(f.doc.table().value(kF6, 5), 1702);
   EXPECT_EQ(f.doc.table().value(kF5, 4), 804);  // hidden: passed over
   EXPECT_EQ(f.doc.table().value(kF4, 5), 3500.5);
-  EXPECT_EQ(f.doc.undo.count(), 2);
+  EXPECT_EQ(f.doc.undo().count(), 2);
   EXPECT_TRUE(f.doc.modified() && f.doc.tableChanged());
 
   ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
@@ -116,7 +115,7 @@ TEST(ClipboardTest, PastedTextFromSpreadsheetsAndEditors) {
     EXPECT_EQ(r.skipped, c.skipped);
     EXPECT_EQ(r.outside, c.outside);
     EXPECT_EQ(std::vector<double>(f.doc.table().row(kAv), f.doc.table().row(kAv) + 6), c.av);
-    EXPECT_EQ(f.doc.undo.count(), c.written > 0 ? 2 : 1);
+    EXPECT_EQ(f.doc.undo().count(), c.written > 0 ? 2 : 1);
     EXPECT_EQ(f.doc.modified(), c.written > 0);
   }
 }
@@ -129,8 +128,8 @@ TEST(ClipboardTest, PasteFollowsTheAfterEditOptions) {
   EXPECT_TRUE(f.doc.table().anchor(kAv, 0) && f.doc.table().anchor(kAv, 3) && !f.doc.table().anchor(kAv, 1));
   EXPECT_EQ(f.doc.table().value(kAv, 1), 20);
   EXPECT_EQ(f.doc.table().value(kAv, 2), 30);
-  EXPECT_EQ(f.doc.undo.count(), 2);
-  EXPECT_EQ(f.doc.undo.valueAt(1, kAv, 2), 30);  // taken after the interpolation
+  EXPECT_EQ(f.doc.undo().count(), 2);
+  EXPECT_EQ(f.doc.undo().valueAt(1, kAv, 2), 30);  // taken after the interpolation
 }
 
 TEST(ClipboardTest, CutCopiesThenLeavesDefaultsInShownRowsAsOneStep) {
@@ -142,13 +141,13 @@ TEST(ClipboardTest, CutCopiesThenLeavesDefaultsInShownRowsAsOneStep) {
   EXPECT_EQ(f.doc.table().value(kF4, 2), ps.at(kF4).defaultValue);
   EXPECT_EQ(f.doc.table().value(kF5, 1), 801);  // hidden, not copied: kept
   EXPECT_EQ(f.doc.table().value(kF6, 3), 703);
-  EXPECT_EQ(f.doc.undo.count(), 2);
+  EXPECT_EQ(f.doc.undo().count(), 2);
   ASSERT_EQ(undoCommand(f.doc), UndoStatus::kRestored);
   EXPECT_EQ(f.doc.table().value(kF6, 1), 701);
 
   f.selection = TableSelection::wholeRow(kF5);
   EXPECT_EQ(cutSelection(f.doc, f.selection, f.shown), "");
-  EXPECT_EQ(f.doc.undo.count(), 2);
+  EXPECT_EQ(f.doc.undo().count(), 2);
 }
 
 }  // namespace

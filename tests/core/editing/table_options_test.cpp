@@ -18,11 +18,7 @@ namespace {
 // A blank document of `columns` frames of `intervalMs` whose f1 row climbs by
 // 10 per frame from 500 (the frame ending at t ms holds 490 + t for 10 ms).
 void shapeDoc(CVandrelDoc& doc, int columns, int intervalMs) {
-  ParameterSet& ps = doc.params();
-  ps.intervalMs = intervalMs;
-  ps.fileLengthMs = static_cast<double>(columns) * intervalMs;
-  ps.frameCount = columns;
-  doc.replaceTable(vandrel::FrameTable(columns, ps));
+  doc.newTable(columns, intervalMs);
   for (int c = 0; c < columns; ++c) vandrel::EditTransaction(doc).setValue(kF1, c, 500.0 + 10.0 * c);
 }
 
@@ -72,14 +68,14 @@ TEST(ChangeIntervalTest, ResamplesLinearlyInTimeAndMovesAnchorsToTheNearestFrame
     EXPECT_EQ(doc.table().value(kF1, anchors.back()), 550.0);
     EXPECT_EQ(doc.table().anchorCount(), static_cast<int>(anchors.size()));
     EXPECT_TRUE(doc.modified());
-    EXPECT_EQ(doc.undo.count(), 1);
+    EXPECT_EQ(doc.undo().count(), 1);
   }
 }
 
 TEST(ChangeIntervalTest, UndoBringsBackTheOldTimingAndRefusalsChangeNothing) {
   CVandrelDoc doc;
   shapeDoc(doc, 20, 10);
-  doc.undo.append(doc.table(), 10);
+  doc.takeSnapshot();
   ASSERT_TRUE(changeInterval(doc, 4).empty());
   EXPECT_EQ(doc.table().columns(), 50);
   ASSERT_EQ(undoCommand(doc), UndoStatus::kRestored);
@@ -185,7 +181,7 @@ TEST(ParameterOptionsTest, LimitsAreCheckedRowByRowAndNameTheParameter) {
     o.shown.fill(true);
     EXPECT_EQ(texts(applyParameterOptions(doc, o)), std::vector<std::string>{c.message});
     EXPECT_EQ(parameterOptionsOf(doc), parameterOptionsOf(CVandrelDoc{}));
-    EXPECT_EQ(doc.undo.count(), 0);
+    EXPECT_EQ(doc.undo().count(), 0);
   }
 }
 
@@ -214,7 +210,7 @@ TEST(ParameterOptionsTest, SelectionHidesWithoutLosingValuesAndDefaultsRestoreTh
   EXPECT_EQ(doc.table().value(kF3, 4), 2700.0);
   EXPECT_EQ(doc.rowsInUse(), kParamCount);
   EXPECT_TRUE(doc.modified());
-  EXPECT_EQ(doc.undo.count(), 1);
+  EXPECT_EQ(doc.undo().count(), 1);
 
   o.shown[kF3] = true;
   o.shown[kAtu] = true;

@@ -39,8 +39,7 @@ TEST(TraceStrokeTest, WritesTheFramesPassedOverHeldToTheRowsLimits) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     CVandrelDoc doc;
-    doc.params().intervalMs = 10;
-    doc.replaceTable(vandrel::FrameTable(10, doc.params()));
+    doc.newTable(10, 10);
     const FrameTable before = doc.table();
     TraceStroke stroke(c.row);
     for (const Point& p : c.points) stroke.add(doc, p.ms, p.hz);
@@ -58,9 +57,8 @@ TEST(TraceStrokeTest, WritesTheFramesPassedOverHeldToTheRowsLimits) {
 
 TEST(TraceStrokeTest, EachStrokeIsOneUndoStepEvenAfterAnUnrecordedChange) {
   CVandrelDoc doc;
-  doc.params().intervalMs = 10;
-  doc.replaceTable(vandrel::FrameTable(10, doc.params()));
-  doc.undo.append(doc.table(), 10);
+  doc.newTable(10, 10);
+  doc.takeSnapshot();
   doc.replaceTable(
       vandrel::FrameTable(30, doc.params()));  // as when a recording gives the blank table its length
   const FrameTable lengthened = doc.table();
@@ -82,10 +80,10 @@ TEST(TraceStrokeTest, EachStrokeIsOneUndoStepEvenAfterAnUnrecordedChange) {
   EXPECT_EQ(doc.table(), lengthened);
 
   TraceStroke nothing(kF1);  // a click beyond the table: no step at all
-  const int steps = doc.undo.count();
+  const int steps = doc.undo().count();
   nothing.add(doc, 1e6, 500);
   nothing.finish();
-  EXPECT_EQ(doc.undo.count(), steps);
+  EXPECT_EQ(doc.undo().count(), steps);
 }
 
 }  // namespace

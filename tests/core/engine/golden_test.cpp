@@ -25,9 +25,11 @@ void ramp(CVandrelDoc& d, int row, double from, double to) {
 }
 
 void setLength(CVandrelDoc& d, double ms, int interval) {
-  d.params().fileLengthMs = ms;
-  d.params().intervalMs = interval;
-  d.params().frameCount = ParameterSet::framesFor(ms, interval);
+  d.changeParams([&](vandrel::ParameterSet& ps) {
+    ps.fileLengthMs = ms;
+    ps.intervalMs = interval;
+    ps.frameCount = ParameterSet::framesFor(ms, interval);
+  });
   d.replaceTable(vandrel::FrameTable(d.params().frameCount, d.params()));
 }
 
@@ -69,7 +71,7 @@ const GoldenCase kCases[] = {
     // Eight cascade formants at 22050 Hz (f6 shown) with a nasal murmur.
     {"high_rate_nasal",
      [](CVandrelDoc& d) {
-       d.params().setSelected(kF6, true);
+       d.changeParams([&](vandrel::ParameterSet& ps) { ps.setSelected(kF6, true); });
        for (int c = 0; c < d.table().columns(); ++c) {
          vandrel::EditTransaction(d).setValue(kFnz, c, 450);
          vandrel::EditTransaction(d).setValue(kFnp, c, 270);
@@ -79,7 +81,7 @@ const GoldenCase kCases[] = {
      }},
     {"all_parallel",
      [](CVandrelDoc& d) {
-       d.params().cascadeParallel = 0;
+       d.changeParams([&](vandrel::ParameterSet& ps) { ps.cascadeParallel = 0; });
        for (int c = 0; c < d.table().columns(); ++c) {
          vandrel::EditTransaction(d).setValue(kApv, c, 60);
          vandrel::EditTransaction(d).setValue(kA1f, c, 60);

@@ -32,9 +32,7 @@ std::vector<double> spectrum(const std::vector<std::int16_t>& s, std::size_t fro
 
 TEST(SineWaveTest, TonesSitAtTheFormantsWithTheTablesLevels) {
   CVandrelDoc doc;
-  doc.params().frameCount = 50;
-  doc.params().fileLengthMs = 500;
-  doc.replaceTable(vandrel::FrameTable(50, doc.params()));
+  doc.newTable(50, 10);
   for (int c = 0; c < 50; ++c) {
     vandrel::EditTransaction(doc).setValue(kF1, c, 530);
     vandrel::EditTransaction(doc).setValue(kF2, c, 1840);

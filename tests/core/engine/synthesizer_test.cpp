@@ -37,10 +37,12 @@ TEST(SynthesizerTest, RateFrameSizeAndBlockFollowTheShownRowsAndTheLength) {
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.shownRow << " " << c.interval << " " << c.lengthMs);
     CVandrelDoc doc;
-    if (c.shownRow >= 0) doc.params().setSelected(c.shownRow, true);
-    doc.params().intervalMs = c.interval;
-    doc.params().fileLengthMs = c.lengthMs;
-    doc.params().frameCount = ParameterSet::framesFor(c.lengthMs, c.interval);
+    doc.changeParams([&](ParameterSet& ps) {
+      if (c.shownRow >= 0) ps.setSelected(c.shownRow, true);
+      ps.intervalMs = c.interval;
+      ps.fileLengthMs = c.lengthMs;
+      ps.frameCount = ParameterSet::framesFor(c.lengthMs, c.interval);
+    });
     doc.replaceTable(vandrel::FrameTable(doc.params().frameCount, doc.params()));
     KlattState state;
     std::vector<std::pair<int, int>> progress;

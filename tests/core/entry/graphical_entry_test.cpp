@@ -81,9 +81,9 @@ TEST(DrawStrokeTest, OneStrokeIsOneUndoStep) {
   EXPECT_EQ(doc.table(), after);
 
   // A stroke that wrote nothing takes no snapshot.
-  const int count = doc.undo.count();
+  const int count = doc.undo().count();
   DrawStroke(DrawTrack::kAv).finish();
-  EXPECT_EQ(doc.undo.count(), count);
+  EXPECT_EQ(doc.undo().count(), count);
 }
 
 TEST(EnterAllDataTest, ResamplesToFrameMiddlesAndFillsGaps) {
@@ -120,9 +120,9 @@ TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRow
   EXPECT_EQ(enterAllData(doc, analysis), UserMessages{UserMessage{kFormantTrackingOffMessage}});
   analysis.spectrogram.displayFormants = true;
   EXPECT_EQ(enterAllData(doc, analysis), UserMessages{UserMessage{kNoRecordingMessage}});
-  EXPECT_EQ(doc.undo.count(), 0);
+  EXPECT_EQ(doc.undo().count(), 0);
 
-  doc.paramSets[0].setSelected(kF4, false);
+  doc.changeParams([](ParameterSet& ps) { ps.setSelected(kF4, false); });
   const FrameTable before = doc.table();
   RecordingTracks tracks;
   tracks.frameMs = {5, 105};
@@ -145,9 +145,7 @@ TEST(EnterAllDataTest, RefusesWithoutFormantTrackingOrRecordingAndSkipsHiddenRow
 // centred where the pitch windows are, not at their starts).
 TEST(EnterAllDataTest, KnownGlideArrivesAtItsOwnFrames) {
   CVandrelDoc src;
-  src.params().fileLengthMs = 400;
-  src.params().frameCount = 40;
-  src.replaceTable(vandrel::FrameTable(40, src.params()));
+  src.newTable(40, 10);
   for (int c = 0; c < 40; ++c) {
     vandrel::EditTransaction(src).setValue(kF0, c, 1200);
     vandrel::EditTransaction(src).setValue(kF1, c, 400 + 10 * c);

@@ -234,7 +234,8 @@ TEST_F(ShellCommandsTest, NewWindowShowsTheSameDocumentUnderNumberedTitles) {
 TEST_F(ShellCommandsTest, SavedConfigurationLoadsBackAndForeignFilesAreRefused) {
   CMainFrame frame(environment());
   frame.newDocument();
-  frame.activeDocument()->doc().params().setSelected(vandrel::kGain, true);
+  frame.activeDocument()->doc().changeParams(
+      [](vandrel::ParameterSet& ps) { ps.setSelected(vandrel::kGain, true); });
   nextFile = path(QStringLiteral("files/mine.cfg"));
   frame.runCommand(ID_FILE_SAVE_CONFIG);
   EXPECT_EQ(QFileInfo(nextFile).size(), 27760);

@@ -38,9 +38,7 @@ void cancelWhenShown() {
 TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   // 600 ms at 120 Hz, F1 gliding 400 -> 700 Hz.
   vandrel::CVandrelDoc src;
-  src.params().fileLengthMs = 600;
-  src.params().frameCount = 60;
-  src.replaceTable(vandrel::FrameTable(60, src.params()));
+  src.newTable(60, 10);
   for (int c = 0; c < 60; ++c) {
     vandrel::EditTransaction(src).setValue(vandrel::kF0, c, 1200);
     vandrel::EditTransaction(src).setValue(vandrel::kF1, c, 400 + 5 * c);
@@ -57,7 +55,8 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   vandrel::CVandrelDoc& doc = frame.activeDocument()->doc();
   frame.updateCommandStates();
   EXPECT_FALSE(frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->isEnabled());  // no recording yet
-  doc.params().intervalMs = 5;                                          // kept by the copy
+  // kept by the copy
+  doc.changeParams([&](vandrel::ParameterSet& ps) { ps.intervalMs = 5; });
   doc.attachAudio(src.synthesized());
   frame.updateCommandStates();
   ASSERT_TRUE(frame.action(ID_ANALYSIS_COPY_SYNTHESIS)->isEnabled());

@@ -136,9 +136,7 @@ TEST_F(GraphicalEntryTest, EnterAllDataCopiesASynthesizedVowelsTracks) {
   const std::array<int, 6> rows = {vandrel::kF0, vandrel::kF1, vandrel::kF2,
                                    vandrel::kF3, vandrel::kF4, vandrel::kF5};
   const auto f0At = [](int c) { return 800 + c * 1600 / 59; };
-  doc().params().fileLengthMs = 600;
-  doc().params().frameCount = 60;
-  doc().replaceTable(vandrel::FrameTable(60, doc().params()));
+  doc().newTable(60, 10);
   for (std::size_t k = 0; k < rows.size(); ++k)
     for (int c = 0; c < 60; ++c)
       vandrel::EditTransaction(doc()).setValue(rows[k], c, k == 0 ? f0At(c) : made[k]);

@@ -46,9 +46,7 @@ class LabelsWindowsTest : public FrameFixture {
   // /a/ over the rest in ba.TextGrid beside it.
   QString writeToken() {
     vandrel::CVandrelDoc d;
-    d.params().frameCount = 30;
-    d.params().fileLengthMs = 300;
-    d.replaceTable(vandrel::FrameTable(30, d.params()));
+    d.newTable(30, 10);
     const QString vdr = path(QStringLiteral("files/ba.vdr"));
     EXPECT_EQ(vandrel::saveVdrFile(vdr.toStdString(), d, vandrel::VdrKind::kAllParameters), "");
     vandrel::Labels g;

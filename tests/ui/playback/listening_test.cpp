@@ -73,8 +73,10 @@ class ListeningTest : public test::ShellFixture {
 
   // A synthesized buffer of our own, up to date with a table of its length.
   void setSynthesized(const Samples& s, int rate = kSinkRate) {
-    doc().params().fileLengthMs = 1000.0 * double(s.size()) / rate;
-    doc().params().frameCount = static_cast<int>(doc().params().fileLengthMs) / doc().params().intervalMs;
+    doc().changeParams([&](vandrel::ParameterSet& ps) {
+      ps.fileLengthMs = 1000.0 * double(s.size()) / rate;
+      ps.frameCount = static_cast<int>(ps.fileLengthMs) / ps.intervalMs;
+    });
     doc().replaceTable(vandrel::FrameTable(doc().params().frameCount, doc().params()));
     doc().acceptSynthesis(vandrel::SampleSet{s, double(rate)}, rate);
   }
@@ -233,7 +235,7 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
   trigger(ID_PLAY_CURRENT);  // the normal output, synthesized first
   ASSERT_TRUE(waitFor([&] { return !listening().playing(); }));
   const SampleSet normal = doc().synthesized();
-  const int undoCount = doc().undo.count();
+  const int undoCount = doc().undo().count();
 
   std::vector<Samples> played;
   for (std::size_t i = 1; i < kListenChoices.size(); ++i) {
@@ -266,7 +268,7 @@ TEST_F(ListeningTest, EachListenToChoicePlaysItsSignalAlone) {
   EXPECT_FALSE(Workspace::of(other->document()).loop());
 
   EXPECT_EQ(doc().synthesized(), normal);
-  EXPECT_EQ(doc().undo.count(), undoCount);
+  EXPECT_EQ(doc().undo().count(), undoCount);
   EXPECT_LT(peakOf(cap), 32767) << "something clipped on the way";
   EXPECT_TRUE(std::all_of(silentFrication.begin(), silentFrication.end(), [](auto s) { return s == 0; }));
   for (std::size_t i = 0; i < played.size(); ++i) {

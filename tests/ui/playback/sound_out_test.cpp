@@ -64,9 +64,7 @@ TEST_P(KnownBufferTest, ReachesTheSinkAsGiven) {
   int rate = kSinkRate;
   if (vowel) {
     CVandrelDoc doc;  // the default table stretched to 1 s: five streamed buffers
-    doc.params().fileLengthMs = 1000.0;
-    doc.params().frameCount = 100;
-    doc.replaceTable(vandrel::FrameTable(100, doc.params()));
+    doc.newTable(100, 10);
     ASSERT_TRUE(synthesize(doc));
     sound = doc.synthesized().samples;
     rate = static_cast<int>(doc.synthesized().sampleRate);

@@ -42,10 +42,7 @@ class ClipboardPrintTest : public FrameFixture {
 
   // A table of `columns` frames with a fraction, an anchor and a hidden row.
   void shapeTable(int columns) {
-    vandrel::ParameterSet& ps = doc().params();
-    ps.fileLengthMs = columns * ps.intervalMs;
-    ps.frameCount = columns;
-    doc().replaceTable(FrameTable(columns, ps));
+    doc().newTable(columns, doc().params().intervalMs);
     EditTransaction(doc()).setValue(vandrel::kAv, 1, 42.25);
     EditTransaction(doc()).setAnchor(vandrel::kF1, 2, true);
     doc().notifyStructureChanged();

@@ -81,7 +81,7 @@ TEST_F(TableViewTest, ModelFollowsTheDocumentAndFormatsValues) {
   doc().notifyCellsChanged(CellRange{kAv, kAv, 2, 2});
   EXPECT_EQ(view->model()->data(cell(kAv, 2), Qt::DisplayRole).toString(), QStringLiteral("0.33"));
   grid->setCurrentCell(kF1, 15);
-  doc().params().setSelected(kF1, false);
+  doc().changeParams([&](vandrel::ParameterSet& ps) { ps.setSelected(kF1, false); });
   doc().replaceTable(vandrel::FrameTable(40, doc().params()));
   doc().notifyStructureChanged();
   qInstallMessageHandler(old);
@@ -106,14 +106,14 @@ TEST_F(TableViewTest, ColumnsFitTheWidestValueOfTheShownRowsAndTheLastHeading) {
     return fm.horizontalAdvance(QString::fromLatin1(text)) + 7 <= grid->columnWidth(0);
   };
   EXPECT_TRUE(fits("4999.99"));  // f0, in tenths of a hertz, up to 5000
-  doc().params().setUpper(kAv, 250000);
-  doc().notifyStructureChanged();
+  doc().changeParams([&](vandrel::ParameterSet& ps) { ps.setUpper(kAv, 250000); });
   EXPECT_TRUE(fits("249999.99"));
   // Only rows of two-digit values shown, and a table of 100,000 frames.
   const int narrow = grid->columnWidth(0);
-  for (int r = 0; r < kParamCount; ++r) doc().params().setSelected(r, r == kAh || r == kAf);
-  doc().replaceTable(vandrel::FrameTable(100000, doc().params()));
-  doc().notifyStructureChanged();
+  doc().changeParams([](vandrel::ParameterSet& ps) {
+    for (int r = 0; r < kParamCount; ++r) ps.setSelected(r, r == kAh || r == kAf);
+  });
+  doc().newTable(100000, doc().params().intervalMs);
   EXPECT_LT(grid->columnWidth(0), narrow);
   EXPECT_TRUE(fits("86.99"));
   EXPECT_TRUE(fits("1000000"));
@@ -166,8 +166,7 @@ TEST_F(TableViewTest, AfterEditOptionsThenUndoAndRedo) {
       view->model()->data(cell(kAv, 8), Qt::BackgroundRole).value<QColor>().rgb(),
       QColor(redOf(doc().anchorColor()), greenOf(doc().anchorColor()), blueOf(doc().anchorColor())).rgb());
 
-  doc().params().setSelected(kB1, false);
-  doc().notifyStructureChanged();
+  doc().changeParams([&](vandrel::ParameterSet& ps) { ps.setSelected(kB1, false); });
   frame->action(ID_EDIT_UNDO)->trigger();
   EXPECT_EQ(doc().table().value(kAv, 4), 60.0);
   EXPECT_EQ(doc().table().value(kAv, 8), 60.0);
@@ -287,12 +286,7 @@ TEST_F(TableViewTest, RowsHiddenWhileScrolledLeaveTheColumnsDrawn) {
     p.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
     return d.result();
   });
-  vandrel::ParameterSet& ps = doc().params();
-  ps.intervalMs = 5;
-  ps.fileLengthMs = 400;
-  ps.frameCount = 80;
-  doc().replaceTable(vandrel::FrameTable(80, ps));
-  doc().notifyStructureChanged();
+  doc().newTable(80, 5);
   QApplication::processEvents();
   grid->setFocus();
   QTest::keyClick(grid, Qt::Key_End);

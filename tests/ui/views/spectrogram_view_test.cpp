@@ -138,9 +138,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
   frame->environment().config.spectrogram.displayFormants = 1;
   vandrel::CVandrelDoc& doc = table->document().doc();
   const int f0 = 1200, f1 = 700, f2 = 1220, f3 = 2600;  // f0 in tenths of a hertz
-  doc.params().fileLengthMs = 600;
-  doc.params().frameCount = 60;
-  doc.replaceTable(vandrel::FrameTable(60, doc.params()));
+  doc.newTable(60, 10);
   for (int c = 0; c < doc.table().columns(); ++c) {
     vandrel::EditTransaction(doc).setValue(kF0, c, f0);
     vandrel::EditTransaction(doc).setValue(kF1, c, f1);
@@ -281,9 +279,7 @@ TEST_F(SpectrogramViewTest, SynthesizedVowelShowsTheTablesFormantsAndPitch) {
 // whole stroke back.
 TEST_F(SpectrogramViewTest, TracingAStrokeWritesTheFramesUnderThePointerAsOneUndoStep) {
   vandrel::CVandrelDoc& doc = table->document().doc();
-  doc.params().fileLengthMs = 1000;  // a second of the table's vowel as the recording to trace over
-  doc.params().frameCount = 100;
-  doc.replaceTable(vandrel::FrameTable(100, doc.params()));
+  doc.newTable(100, 10);  // a second of the table's vowel as the recording to trace over
   ASSERT_TRUE(vandrel::ensureSynthesized(doc));
   doc.attachAudio(doc.synthesized());
   const vandrel::FrameTable before = doc.table();
