@@ -71,7 +71,7 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
   formantsDone_ = false;
   if (samples.size() < static_cast<std::size_t>(kMinSamples)) return Status::kTooShort;
   if (s.columns < 1 || s.rows < 1 || s.size < 2 || s.size > (1 << 20) || !(fs > 0.0) || !(s.offset >= 0.0) ||
-      s.lpcCoefficients < 0)
+      !(s.length >= 0.0) || s.lpcCoefficients < 0)
     return Status::kBadOptions;
 
   const auto total = static_cast<double>(samples.size());  // L
@@ -95,7 +95,7 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
   columns_ = s.columns;
   rows_ = s.rows;
 
-  const double spacing = total / s.columns;
+  const double spacing = (s.length > 0.0 ? std::min(s.length, total) : total) / s.columns;
   double top = -1e7;  // running maximum of every cell
   double* frame = frame_.data();
   for (int i = 0; i < s.columns; ++i) {

@@ -27,6 +27,10 @@ struct SpectrogramSettings {
   bool trackFormants = false;
   int lpcCoefficients = 14;  // p; also the LPC frame length in ms
   double offset = 0.0;       // first sample of the analysed stretch
+  // Samples the columns spread over (0: all of them). A zoomed view spreads
+  // its columns over the stretch it shows and passes the samples after it
+  // too, so its last columns read whole frames instead of running out.
+  double length = 0.0;
 
   // The spectrogram options' values on a grid of the given shape.
   static SpectrogramSettings from(const COptionSpectrogram& o, int columns, int rows);

@@ -196,6 +196,15 @@ TEST(CSpectrogramTest, GridIsReferredToItsMaximumAndShortOrBadInputIsRefused) {
     EXPECT_TRUE(c < 12 || std::all_of(col, col + 250, [](double v) { return v == 0.0; })) << c;
   }
   EXPECT_EQ(top, 35.0);
+  // Columns spread over the first quarter (a zoomed view) read on past it:
+  // the last one holds the tone as the first does, none runs out of samples.
+  s.length = 2756;
+  ASSERT_EQ(sg.compute(x, 11025.0, s), CSpectrogram::Status::kOk);
+  for (const int c : {0, 19}) {
+    const double* col = sg.column(c);
+    EXPECT_NEAR(static_cast<double>(std::max_element(col, col + 250) - col), 50.0, 2.0) << c;
+    EXPECT_GT(col[50], 30.0) << c;
+  }
 
   EXPECT_EQ(sg.compute(std::vector<std::int16_t>(99, 1), 11025.0, settings(10, 10, true)),
             CSpectrogram::Status::kTooShort);

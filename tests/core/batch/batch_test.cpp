@@ -215,10 +215,7 @@ TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
   for (const bool aspiration : {false, true}) {
     SCOPED_TRACE(aspiration ? "aspiration" : "frication");
     CVandrelDoc src;
-    ParameterSet& ps = src.params();
-    ps.fileLengthMs = 400;
-    ps.frameCount = 40;
-    src.replaceTable(vandrel::FrameTable(40, ps));
+    src.newTable(40, 10);
     const int rows[] = {kA2f, kA3f, kA4f, kA5f, kAb};
     const int truth[] = {30, 45, 52, 60, 0};
     for (int c = 0; c < 40; ++c) {
@@ -245,7 +242,7 @@ TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
     }
     for (double& v : target) v = 10.0 * std::log10(v);
     FrameTable t = src.table();
-    for (const int row : rows) t.setValue(row, 20, ps.at(row).defaultValue);
+    for (const int row : rows) t.setValue(row, 20, src.params().at(row).defaultValue);
     const double misfit =
         fit.fit(t, 20, aspiration ? CNoiseFit::Source::kAspiration : CNoiseFit::Source::kFrication, target);
     EXPECT_LT(misfit, 1.5 * 1.5) << "dB^2 per band";

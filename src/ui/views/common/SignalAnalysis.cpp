@@ -39,10 +39,19 @@ SpectrogramResult computeSpectrogram(const SpectrogramRequest& r, AnalysisProgre
   SpectrogramResult out;
   if (!r.samples || r.columns <= 0 || r.rows <= 0 || !(r.fs > 0)) return out;
   const Stretch st = stretchOf(*r.samples, r.fs, r.startMs, r.endMs);
-  const std::span<const std::int16_t> part(r.samples->data() + st.first, st.size());
+  if (st.size() < static_cast<std::size_t>(vandrel::CSpectrogram::kMinSamples)) return out;
+  auto settings = vandrel::SpectrogramSettings::from(r.options, r.columns, r.rows);
+  // The columns spread over the stretch shown; their frames read on into
+  // the recording after it, where there is more.
+  const std::size_t frame =
+      static_cast<std::size_t>(
+          std::max(settings.size, vandrel::CSpectrogram::lpcFrameLength(r.fs, settings.lpcCoefficients))) +
+      11;
+  const std::size_t end = std::min(r.samples->size(), st.last + frame);
+  const std::span<const std::int16_t> part(r.samples->data() + st.first, end - st.first);
+  settings.length = static_cast<double>(st.size());
 
   vandrel::CSpectrogram grid;
-  const auto settings = vandrel::SpectrogramSettings::from(r.options, r.columns, r.rows);
   if (grid.compute(part, r.fs, settings, progressOf(progress)) != vandrel::CSpectrogram::Status::kOk)
     return out;
 
