@@ -22,8 +22,8 @@ void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy) {
   if (columns <= 0 || copied <= 0) return;
   EditTransaction edit(doc);
   // The rows of copiedRows().
-  edit.keepTableBefore({kF0, kAv, kAh, kAf, kTl, kF5,  kF4,  kF3,  kF2,  kF1,  kB5,
-                        kB4, kB3, kB2, kB1, kAb, kA5f, kA4f, kA3f, kA2f, kA1f, kOq});
+  edit.keepTableBefore({kF0, kAv, kAh, kAf, kTl,  kF5,  kF4,  kF3,  kF2,  kF1,  kB5, kB4,
+                        kB3, kB2, kB1, kAb, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f, kOq, kApv});
   for (const int row : copiedRows()) {
     const ParamDef& def = doc.params().at(row);
     const bool source = row == kF0 || row == kAv || row == kAh || row == kAf;
@@ -65,8 +65,9 @@ std::string copyReport(const CopyResult& r) {
                 {"f1-f5", {kF1, kF2, kF3, kF4, kF5}},
                 {"b1-b5", {kB1, kB2, kB3, kB4, kB5}},
                 {"ab", {kAb}},
-                {"a1f-a5f", {kA1f, kA2f, kA3f, kA4f, kA5f}},
-                {"oq", {kOq}}};
+                {"a1f-a6f", {kA1f, kA2f, kA3f, kA4f, kA5f, kA6f}},
+                {"oq", {kOq}},
+                {"apv", {kApv}}};
   if (r.anchors.empty()) return line;
   line += "; anchors";
   for (const auto& g : groups) {

@@ -49,15 +49,15 @@ struct Coefficients {
 
 }  // namespace
 
-CNoiseFit::CNoiseFit(double synthesisRate, double recordingRate, int cascadeFormants)
+CNoiseFit::CNoiseFit(double synthesisRate, double recordingRate, int cascadeFormants, double measuredRate)
     : synthRate_(synthesisRate),
-      recRate_(recordingRate),
+      measuredRate_(measuredRate > 0.0 ? measuredRate : recordingRate),
       top_(std::min(kTopShare * synthesisRate, 0.5 * recordingRate)),
       cascade_(cascadeFormants) {
   pointWeights_ = melWeights(top_, kPoints, [this](int i) { return (i + 0.5) * top_ / kPoints; });
   for (std::size_t i = 0; i < kPoints; ++i)
     z1_[i] = std::polar(1.0, -2.0 * kPi * (static_cast<double>(i) + 0.5) * top_ / kPoints / synthRate_);
-  const int n = static_cast<int>(std::lround(kWindowMs * recRate_ / 1000.0));
+  const int n = static_cast<int>(std::lround(kWindowMs * measuredRate_ / 1000.0));
   while ((1 << fftOrder_) < n) ++fftOrder_;
   const int size = 1 << fftOrder_;
   window_.resize(static_cast<std::size_t>(n));
@@ -65,7 +65,7 @@ CNoiseFit::CNoiseFit(double synthesisRate, double recordingRate, int cascadeForm
     window_[static_cast<std::size_t>(i)] = 0.54 - 0.46 * std::cos(2.0 * kPi * i / (n - 1));
   re_.resize(static_cast<std::size_t>(size));
   im_.resize(static_cast<std::size_t>(size));
-  binWeights_ = melWeights(top_, size / 2 + 1, [this, size](int k) { return k * recRate_ / size; });
+  binWeights_ = melWeights(top_, size / 2 + 1, [this, size](int k) { return k * measuredRate_ / size; });
 }
 
 bool CNoiseFit::measure(const std::vector<double>& x, double centre, std::array<double, kBands>& out) {
@@ -114,8 +114,26 @@ std::array<double, CNoiseFit::kBands> CNoiseFit::bandsOf(const std::array<double
   return e;
 }
 
-double CNoiseFit::error(const std::array<double, kBands>& model,
-                        const std::array<double, kBands>& target) const {
+double CNoiseFit::envelopeError(const std::array<double, kBands>& a, const std::array<double, kBands>& b) {
+  static const auto basis = [] {
+    std::array<std::array<double, kBands>, kEnvelopeTerms> m{};
+    for (std::size_t k = 0; k < kEnvelopeTerms; ++k)
+      for (std::size_t j = 0; j < kBands; ++j)
+        m[k][j] = std::sqrt(2.0 / kBands) *
+                  std::cos(kPi * static_cast<double>(k + 1) * (static_cast<double>(j) + 0.5) / kBands);
+    return m;
+  }();
+  double sum = 0.0;
+  for (const auto& row : basis) {
+    double d = 0.0;
+    for (std::size_t j = 0; j < kBands; ++j) d += row[j] * (a[j] - b[j]);
+    sum += d * d;
+  }
+  return sum;
+}
+
+double CNoiseFit::shapeError(const std::array<double, kBands>& model,
+                             const std::array<double, kBands>& target) {
   double mean = 0.0;
   for (std::size_t j = 0; j < kBands; ++j) mean += model[j] - target[j];
   mean /= kBands;
@@ -165,57 +183,62 @@ double CNoiseFit::fit(FrameTable& t, int c, Source source, const std::array<doub
       part[k][i] = shape * kSign[k] * kGain[k] * r * (k == 1 ? std::complex<double>(1.0) : parallelSource);
     }
   }
-  std::array<int, kParts> db{};
-  for (int k = 0; k < kParts; ++k) db[static_cast<std::size_t>(k)] = v(kRows[k]);
-  if (!aspiration) db[1] = 0;
-  // The branch's response for the amplitudes in db; a trial moves one
-  // amplitude, so it adds that part's change to the current sum.
-  Response sum = fixed;
-  for (std::size_t k = 0; k < kParts; ++k) {
-    const double lin = CKlattEngine::dbToLinear(db[k]);
-    for (std::size_t i = 0; i < kPoints; ++i) sum[i] += lin * part[k][i];
-  }
+  // Coordinate descent from the table's amplitudes, in whole dB. The sum is the branch's
+  // response for the amplitudes in db; a trial moves one amplitude, so it
+  // adds that part's change to the current sum.
   std::array<double, kPoints> power{};
-  const auto evaluate = [&](std::size_t k, double change) {
-    for (std::size_t i = 0; i < kPoints; ++i) power[i] = std::norm(sum[i] + change * part[k][i]);
-    return error(bandsOf(power), target);
-  };
-  double best = evaluate(0, 0.0);
-  for (int step : kSteps)
-    for (int sweep = 0; sweep < kMaxSweeps; ++sweep) {
-      bool moved = false;
-      for (std::size_t k = 0; k < kParts; ++k) {
-        if (k == 1 && !aspiration) continue;
-        for (int dir : {1, -1}) {
-          const int was = db[k];
-          // Off is one value, just below the table's quietest.
-          int next = std::clamp(was + dir * step, kOff, 80);
-          if (was == 0 && dir > 0) next = kOff + step;
-          if (next <= kOff) next = 0;
-          if (next == was) continue;
-          const double change = CKlattEngine::dbToLinear(next) - CKlattEngine::dbToLinear(was);
-          const double e = evaluate(k, change);
-          if (e < best - 1e-9) {
-            best = e;
-            db[k] = next;
-            for (std::size_t i = 0; i < kPoints; ++i) sum[i] += change * part[k][i];
-            moved = true;
-            break;
+  const auto descend = [&](std::array<int, kParts>& db) {
+    Response sum = fixed;
+    for (std::size_t k = 0; k < kParts; ++k) {
+      const double lin = CKlattEngine::dbToLinear(db[k]);
+      for (std::size_t i = 0; i < kPoints; ++i) sum[i] += lin * part[k][i];
+    }
+    const auto evaluate = [&](std::size_t k, double change) {
+      for (std::size_t i = 0; i < kPoints; ++i) power[i] = std::norm(sum[i] + change * part[k][i]);
+      return shapeError(bandsOf(power), target);
+    };
+    double best = evaluate(0, 0.0);
+    for (int step : kSteps)
+      for (int sweep = 0; sweep < kMaxSweeps; ++sweep) {
+        bool moved = false;
+        for (std::size_t k = 0; k < kParts; ++k) {
+          if (k == 1 && !aspiration) continue;
+          for (int dir : {1, -1}) {
+            const int was = db[k];
+            // Off is one value, just below the table's quietest.
+            int next = std::clamp(was + dir * step, kOff, 80);
+            if (was == 0 && dir > 0) next = kOff + step;
+            if (next <= kOff) next = 0;
+            if (next == was) continue;
+            const double change = CKlattEngine::dbToLinear(next) - CKlattEngine::dbToLinear(was);
+            const double e = evaluate(k, change);
+            if (e < best - 1e-9) {
+              best = e;
+              db[k] = next;
+              for (std::size_t i = 0; i < kPoints; ++i) sum[i] += change * part[k][i];
+              moved = true;
+              break;
+            }
           }
         }
+        if (!moved) break;
       }
-      if (!moved) break;
-    }
+    return best;
+  };
+  std::array<int, kParts> db{};
+  for (std::size_t k = 0; k < kParts; ++k) db[k] = v(kRows[k]);
+  if (!aspiration) db[1] = 0;
+  const double best = descend(db);
   // Frication scales every part alike, so only the amplitudes' differences
   // shape it: the strongest is set to kTopFrication (and af matched to the
   // level later), which keeps the weakest clear of the table's silent end.
   if (!aspiration) {
-    const int top = *std::max_element(db.begin(), db.end());
-    for (int& d : db)
-      if (d > 0) d = std::max(0, d + kTopFrication - top);
+    const int strongest = *std::max_element(db.begin(), db.begin() + kParts);
+    for (std::size_t k = 0; k < kParts; ++k)
+      if (db[k] > 0) db[k] = std::max(0, db[k] + kTopFrication - strongest);
   }
-  for (int k = 0; k < kParts; ++k)
-    if (k != 1 || aspiration) t.setValue(kRows[k], c, db[static_cast<std::size_t>(k)]);
+  for (std::size_t k = 0; k < kParts; ++k)
+    if (k != 1 || aspiration) t.setValue(kRows[k], c, db[k]);
   return best;
 }
 

@@ -41,11 +41,24 @@ class CNoiseFit {
 
   enum class Source { kFrication, kAspiration };
 
-  CNoiseFit(double synthesisRate, double recordingRate, int cascadeFormants);
+  // The bands reach up to kTopShare of the synthesis rate or the
+  // recording's Nyquist frequency, whichever is lower. measure() reads
+  // signals at `measuredRate` (0: the recording's rate), so that a
+  // synthesized copy is measured in the recording's bands.
+  CNoiseFit(double synthesisRate, double recordingRate, int cascadeFormants, double measuredRate = 0.0);
 
-  // The recording's band log energies (dB) for a frame centred on sample
-  // `centre`; false when the window holds no energy.
+  // The band log energies (dB) of a signal at the measured rate for a frame
+  // centred on sample `centre`; false when the window holds no energy.
   bool measure(const std::vector<double>& x, double centre, std::array<double, kBands>& out);
+
+  // The squared distance of two band shapes' envelopes (dB^2): the first
+  // kEnvelopeTerms terms of the cosine transform of their difference, the
+  // mean (term 0) and the finer ripple of single harmonics set aside.
+  static constexpr std::size_t kEnvelopeTerms = 12;
+  static double envelopeError(const std::array<double, kBands>& a, const std::array<double, kBands>& b);
+
+  // The mean squared difference of two band shapes (dB^2), their means set aside.
+  static double shapeError(const std::array<double, kBands>& a, const std::array<double, kBands>& b);
 
   // Fits the parallel amplitudes (and ab) of frame c of `t` for `source`,
   // in place. Returns the remaining mean squared band difference (dB^2).
@@ -54,9 +67,8 @@ class CNoiseFit {
  private:
   using Response = std::array<std::complex<double>, kPoints>;
   std::array<double, kBands> bandsOf(const std::array<double, kPoints>& power) const;
-  double error(const std::array<double, kBands>& model, const std::array<double, kBands>& target) const;
 
-  double synthRate_, recRate_, top_;
+  double synthRate_, measuredRate_, top_;
   int cascade_;
   Response z1_{};  // e^(-jw) at each point
   // Triangular mel bands: per band, the weights of the response points and

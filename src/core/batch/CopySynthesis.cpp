@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <future>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <system_error>
@@ -31,14 +32,19 @@ constexpr double kFirstGuessDb = 10.0;
 // fixed short open phase the source's spectrum peaks near 500 Hz and pulls a
 // low F1 up in any LPC analysis of the copy.
 constexpr double kOpenQuotient = 0.5;
-constexpr int kMatchPasses = 2;  // the resonators carry level across frames: a second round settles it
-constexpr int kSmoothFrames = 5;
-constexpr int kProgressPollMs = 40;  // median of the formant tracks: frame-to-frame jitter is not a bend
+// The resonators carry level across frames: a second round settles it.
+constexpr int kMatchPasses = 2;
+// What chooseVoicing tries in voiced frames.
+constexpr double kTiltSteps[] = {0.0, 8.0, 16.0, 24.0};  // tl, dB
+constexpr double kBypassSteps[] = {40.0, 55.0, 65.0};    // ab, dB, with apv at av
+constexpr int kSmoothFrames = 5;          // median of the formant tracks: frame-to-frame jitter is not a bend
+constexpr std::size_t kChoiceFrames = 3;  // chooseByShape
+constexpr int kProgressPollMs = 40;
 const double kMinusInf = -std::numeric_limits<double>::infinity();
 
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
 const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
-const int kParallelRows[] = {kAb, kA5f, kA4f, kA3f, kA2f, kA1f};
+const int kParallelRows[] = {kAb, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f};
 
 // Runs `job` on a thread of its own when `parallel` and the system gives one,
 // otherwise when its result is asked for.
@@ -142,8 +148,9 @@ int sourceRow(const FrameTable& t, int c) {
 // Synthesizes `doc` and moves each frame's sounding amplitude by the level
 // the synthesis misses the recording by; where voiced, it also moves the
 // tilt by how much brighter (more of the level above 2.5 kHz) the synthesis
-// is: the synthesizer's source is flatter than most voices.
-void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std::vector<double>& wantedHigh) {
+// is, when `tilt` (until chooseVoicing has chosen the tilt by shape).
+void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std::vector<double>& wantedHigh,
+                 bool tilt) {
   KlattState state;
   state.reset(1);
   if (!synthesize(doc, {}, state)) return;
@@ -162,8 +169,10 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
     if (row < 0 || !std::isfinite(g) || !std::isfinite(w)) continue;
     edit.table().setValue(row, c, held(doc.params().at(row), doc.table().value(row, c) + (w - g)));
     edit.note(CellRange{row, row, c, c});
+    // The parallel branch's voicing stays at av.
+    if (row == kAv && doc.table().value(kApv, c) > 0.0) edit.setValue(kApv, c, edit.table().value(kAv, c));
     const double brighter = (gotHigh[uc] - g) - (wantedHigh[uc] - w);
-    if (row == kAv && std::isfinite(brighter))
+    if (tilt && row == kAv && std::isfinite(brighter))
       edit.setValue(kTl, c, held(doc.params().at(kTl), doc.table().value(kTl, c) + brighter));
   }
 }
@@ -198,25 +207,44 @@ std::vector<double> f0Ahead(const std::vector<double>& f0, double frameMs) {
   return out;
 }
 
+using Bands = std::array<double, CNoiseFit::kBands>;
+
+// Runs job(from, to) over the frames 0..frames, the second half on another
+// thread when `parallel`.
+template <class Job>
+void inHalves(int frames, bool parallel, const Job& job) {
+  auto half = startJob(parallel, [&] { job(frames / 2, frames); });
+  job(0, frames / 2);
+  half.get();
+}
+
+// The band levels (CopyNoiseFit.h) of x at rate `rate` for the frames
+// `wanted` marks, centred on their middles (frame c at (c + 0.5) x step);
+// frames whose window holds no energy are unmarked.
+std::vector<Bands> measureBands(const std::vector<double>& x, double rate, double step,
+                                const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
+                                bool parallel) {
+  std::vector<Bands> out(wanted.size());
+  inHalves(static_cast<int>(wanted.size()), parallel, [&](int from, int to) {
+    CNoiseFit bands(setup.sampleRate, recordingRate, setup.cascadeFormants, rate);
+    for (int c = from; c < to; ++c) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (wanted[uc] != 0) wanted[uc] = bands.measure(x, (c + 0.5) * step, out[uc]) ? 1 : 0;
+    }
+  });
+  return out;
+}
+
 // Fits the parallel amplitudes (CopyNoiseFit.h) of the frames `noisy`
-// marks, as frication where `fricative` says so, else as aspiration; frames
-// whose window holds no energy are unmarked. With `parallel` the second half
-// of the frames is fitted on another thread.
-void fitNoise(FrameTable& t, const ParameterSet& ps, const std::vector<double>& x, double fs, double step,
-              std::vector<char>& noisy, const std::vector<char>& fricative, bool parallel) {
+// marks, as frication where `fricative` says so, else as aspiration.
+void fitNoise(FrameTable& t, const SynthesisSetup& setup, double fs, const std::vector<Bands>& bands,
+              const std::vector<char>& noisy, const std::vector<char>& fricative, bool parallel) {
   const int frames = t.columns();
-  const SynthesisSetup setup = synthesisSetup(ps);
-  using Bands = std::array<double, CNoiseFit::kBands>;
-  std::vector<Bands> bands(static_cast<std::size_t>(frames));
-  const auto run = [&](int from, int to, bool measuring) {
+  inHalves(frames, parallel, [&](int from, int to) {
     CNoiseFit noise(setup.sampleRate, fs, setup.cascadeFormants);
     for (int c = from; c < to; ++c) {
       const auto uc = static_cast<std::size_t>(c);
       if (noisy[uc] == 0) continue;
-      if (measuring) {
-        noisy[uc] = noise.measure(x, (c + 0.5) * step, bands[uc]) ? 1 : 0;
-        continue;
-      }
       // A noise's spectrum measured in one window scatters by several dB per
       // band: each frame's target is the mean (in power) with its noisy
       // neighbours'.
@@ -232,12 +260,86 @@ void fitNoise(FrameTable& t, const ParameterSet& ps, const std::vector<double>& 
       noise.fit(t, c, fricative[uc] != 0 ? CNoiseFit::Source::kFrication : CNoiseFit::Source::kAspiration,
                 target);
     }
-  };
-  for (const bool measuring : {true, false}) {
-    auto half = startJob(parallel, [&] { run(frames / 2, frames, measuring); });
-    run(0, frames / 2, measuring);
-    half.get();
+  });
+}
+
+// Analysis by synthesis, one row at a time in the frames `mask` marks: the
+// table is synthesized with each of `candidates` applied to all of them
+// (apply(table, c, k) sets candidate k in frame c; k = 0 must be what the
+// table held), and each frame keeps the candidate whose band shape
+// (CopyNoiseFit.h) comes closest to the recording's. A frame's neighbours
+// differ from what was tried with it by at most their own choice, which
+// moves its shape little.
+template <class Apply>
+void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
+                   const std::vector<char>& mask, bool parallel, int candidates, const Apply& apply) {
+  const int frames = doc.table().columns();
+  const SynthesisSetup setup = synthesisSetup(doc);
+  const auto m = static_cast<std::size_t>(frames);
+  std::vector<double> error(m * static_cast<std::size_t>(candidates), 0.0);  // per candidate, per frame
+  std::vector<char> measured = mask;
+  for (int k = 0; k < candidates; ++k) {
+    {
+      EditTransaction edit(doc);
+      for (int c = 0; c < frames; ++c)
+        if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, k);
+    }
+    KlattState state;
+    state.reset(1);
+    if (!synthesize(doc, {}, state)) return;
+    std::vector<char> sounded = mask;
+    const std::vector<Bands> got = measureBands(asDoubles(doc.synthesized().samples), setup.sampleRate,
+                                                setup.samplesPerFrame, setup, fs, sounded, parallel);
+    for (std::size_t c = 0; c < m; ++c) {
+      if (sounded[c] == 0) measured[c] = 0;
+      if (measured[c] != 0)
+        error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);
+    }
   }
+  // A frame's error scatters with the few periods in its window: each frame
+  // takes the candidate closest over it and its measured neighbours
+  // (kChoiceFrames), which also keeps the rows from flickering.
+  std::vector<int> chosen(m, 0);
+  for (std::size_t c = 0; c < m; ++c) {
+    if (measured[c] == 0) continue;
+    double best = std::numeric_limits<double>::infinity();
+    for (int k = 0; k < candidates; ++k) {
+      double sum = 0.0;
+      for (std::size_t n = c > kChoiceFrames / 2 ? c - kChoiceFrames / 2 : 0;
+           n < std::min(m, c + kChoiceFrames / 2 + 1); ++n)
+        if (measured[n] != 0) sum += error[static_cast<std::size_t>(k) * m + n];
+      if (sum < best) {
+        best = sum;
+        chosen[c] = k;
+      }
+    }
+  }
+  EditTransaction edit(doc);
+  for (int c = 0; c < frames; ++c)
+    if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, chosen[static_cast<std::size_t>(c)]);
+}
+
+// The voice's spectral shape in voiced frames, chosen by synthesis: the
+// tilt (kTiltSteps, or as matchLevels set it), then the voicing the
+// parallel branch adds through the bypass (apv at av, ab at kBypassSteps;
+// the parallel formants are off in voiced frames). Many voices keep their
+// harmonics strong up to 4-5 kHz, where the synthesizer's pulse through the
+// cascade, however little tilted, falls 10-15 dB short; the bypass adds the
+// pulse's first difference there, periodic as the voice is. (The open
+// phase is not chosen so: the best open phase changes from frame to frame,
+// and periods of alternating shapes are heard an octave down.)
+void chooseVoicing(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
+                   const std::vector<char>& voiced, bool parallel) {
+  const std::vector<double> tilt(doc.table().row(kTl), doc.table().row(kTl) + doc.table().columns());
+  chooseByShape(doc, fs, wanted, voiced, parallel, 1 + static_cast<int>(std::size(kTiltSteps)),
+                [&](FrameTable& t, int c, int k) {
+                  t.setValue(kTl, c, k == 0 ? tilt[static_cast<std::size_t>(c)] : kTiltSteps[k - 1]);
+                });
+  chooseByShape(doc, fs, wanted, voiced, parallel, 1 + static_cast<int>(std::size(kBypassSteps)),
+                [&](FrameTable& t, int c, int k) {
+                  t.setValue(kApv, c, k == 0 ? 0.0 : t.value(kAv, c));
+                  t.setValue(kAb, c, k == 0 ? 0.0 : kBypassSteps[k - 1]);
+                });
 }
 
 }  // namespace
@@ -245,8 +347,8 @@ void fitNoise(FrameTable& t, const ParameterSet& ps, const std::vector<double>& 
 const std::vector<int>& copiedRows() {
   static const std::vector<int> rows = [] {
     std::vector<int> r{kF0, kAv, kAh, kAf, kTl};
-    r.insert(r.end(),
-             {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kAb, kA5f, kA4f, kA3f, kA2f, kA1f, kOq});
+    r.insert(r.end(), {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kAb, kA6f, kA5f, kA4f, kA3f, kA2f,
+                       kA1f, kOq, kApv});
     return r;
   }();
   return rows;
@@ -410,15 +512,25 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       t.setValue(kBandwidthRows[k], c, held(ps.at(kBandwidthRows[k]), bv[static_cast<std::size_t>(k)][uc]));
     }
   }
-  // The shape of the noise in every frame that has some; elsewhere the
-  // parallel amplitudes are not heard and follow the noisy frames around.
+  // The band levels of every sounding frame; the shape of the noise in
+  // every frame that has some (elsewhere the parallel amplitudes are not
+  // heard and follow the noisy frames around).
+  const SynthesisSetup setup = synthesisSetup(ps);
+  std::vector<char> measured = sounding;
+  const std::vector<Bands> bands = measureBands(x, fs, step, setup, fs, measured, settings.threads != 1);
   std::vector<char> noisy(static_cast<std::size_t>(frames));
-  for (std::size_t c = 0; c < noisy.size(); ++c) noisy[c] = sounding[c] != 0 && voiced[c] == 0 ? 1 : 0;
-  fitNoise(t, ps, x, fs, step, noisy, fricative, settings.threads != 1);
+  for (std::size_t c = 0; c < noisy.size(); ++c) noisy[c] = measured[c] != 0 && voiced[c] == 0 ? 1 : 0;
+  fitNoise(t, setup, fs, bands, noisy, fricative, settings.threads != 1);
+  // In voiced frames the parallel branch is off: breath noise there
+  // (chooseBreath) passes the cascade alone, as in a breathy vowel; noise
+  // through the bypass and the parallel formants beside the voicing makes
+  // the copy rough, and a pitch tracker hears it an octave down.
   for (const int row : kParallelRows) {
     std::vector<double> v(t.row(row), t.row(row) + frames);
     fillGaps(v, noisy, ps.at(row).defaultValue);
-    for (int c = 0; c < frames; ++c) t.setValue(row, c, v[static_cast<std::size_t>(c)]);
+    for (int c = 0; c < frames; ++c)
+      t.setValue(row, c,
+                 voiced[static_cast<std::size_t>(c)] != 0 ? 0.0 : std::round(v[static_cast<std::size_t>(c)]));
   }
   // The open phase is heard only where voiced, and a fit's open quotient
   // wanders from frame to frame more than a voice's does.
@@ -426,7 +538,11 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   medianSmooth(oq, kSmoothFrames);
   for (int c = 0; c < frames; ++c) t.setValue(kOq, c, held(ps.at(kOq), oq[static_cast<std::size_t>(c)]));
 
-  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high);
+  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, true);
+  std::vector<char> sung(static_cast<std::size_t>(frames));
+  for (std::size_t c = 0; c < sung.size(); ++c) sung[c] = measured[c] != 0 && voiced[c] != 0 ? 1 : 0;
+  chooseVoicing(*doc, fs, bands, sung, settings.threads != 1);
+  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, false);
   if (cancelled()) return cancelledResult();
   if (progress) progress(75);
   // The tilt shapes voicing only: where unvoiced it follows the voiced frames
