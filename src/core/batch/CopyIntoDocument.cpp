@@ -23,7 +23,7 @@ void enterCopy(CVandrelDoc& doc, const CVandrelDoc& copy) {
   EditTransaction edit(doc);
   // The rows of copiedRows().
   edit.keepTableBefore({kF0, kAv, kAh, kAf, kTl,  kF5,  kF4,  kF3,  kF2,  kF1,  kB5, kB4,
-                        kB3, kB2, kB1, kAb, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f, kOq, kApv});
+                        kB3, kB2, kB1, kAb, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f, kOq});
   for (const int row : copiedRows()) {
     const ParamDef& def = doc.params().at(row);
     const bool source = row == kF0 || row == kAv || row == kAh || row == kAf;
@@ -66,8 +66,7 @@ std::string copyReport(const CopyResult& r) {
                 {"b1-b5", {kB1, kB2, kB3, kB4, kB5}},
                 {"ab", {kAb}},
                 {"a1f-a6f", {kA1f, kA2f, kA3f, kA4f, kA5f, kA6f}},
-                {"oq", {kOq}},
-                {"apv", {kApv}}};
+                {"oq", {kOq}}};
   if (r.anchors.empty()) return line;
   line += "; anchors";
   for (const auto& g : groups) {

@@ -34,9 +34,8 @@ constexpr double kFirstGuessDb = 10.0;
 constexpr double kOpenQuotient = 0.5;
 // The resonators carry level across frames: a second round settles it.
 constexpr int kMatchPasses = 2;
-// What chooseVoicing tries in voiced frames.
+// What chooseTilt tries in voiced frames.
 constexpr double kTiltSteps[] = {0.0, 8.0, 16.0, 24.0};  // tl, dB
-constexpr double kBypassSteps[] = {40.0, 55.0, 65.0};    // ab, dB, with apv at av
 constexpr int kSmoothFrames = 5;          // median of the formant tracks: frame-to-frame jitter is not a bend
 constexpr std::size_t kChoiceFrames = 3;  // chooseByShape
 constexpr int kProgressPollMs = 40;
@@ -148,7 +147,7 @@ int sourceRow(const FrameTable& t, int c) {
 // Synthesizes `doc` and moves each frame's sounding amplitude by the level
 // the synthesis misses the recording by; where voiced, it also moves the
 // tilt by how much brighter (more of the level above 2.5 kHz) the synthesis
-// is, when `tilt` (until chooseVoicing has chosen the tilt by shape).
+// is, when `tilt` (until chooseTilt has chosen the tilt by shape).
 void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std::vector<double>& wantedHigh,
                  bool tilt) {
   KlattState state;
@@ -169,8 +168,6 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
     if (row < 0 || !std::isfinite(g) || !std::isfinite(w)) continue;
     edit.table().setValue(row, c, held(doc.params().at(row), doc.table().value(row, c) + (w - g)));
     edit.note(CellRange{row, row, c, c});
-    // The parallel branch's voicing stays at av.
-    if (row == kAv && doc.table().value(kApv, c) > 0.0) edit.setValue(kApv, c, edit.table().value(kAv, c));
     const double brighter = (gotHigh[uc] - g) - (wantedHigh[uc] - w);
     if (tilt && row == kAv && std::isfinite(brighter))
       edit.setValue(kTl, c, held(doc.params().at(kTl), doc.table().value(kTl, c) + brighter));
@@ -319,26 +316,21 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
     if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, chosen[static_cast<std::size_t>(c)]);
 }
 
-// The voice's spectral shape in voiced frames, chosen by synthesis: the
-// tilt (kTiltSteps, or as matchLevels set it), then the voicing the
-// parallel branch adds through the bypass (apv at av, ab at kBypassSteps;
-// the parallel formants are off in voiced frames). Many voices keep their
-// harmonics strong up to 4-5 kHz, where the synthesizer's pulse through the
-// cascade, however little tilted, falls 10-15 dB short; the bypass adds the
-// pulse's first difference there, periodic as the voice is. (The open
-// phase is not chosen so: the best open phase changes from frame to frame,
-// and periods of alternating shapes are heard an octave down.)
-void chooseVoicing(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
-                   const std::vector<char>& voiced, bool parallel) {
+// The voice's tilt in voiced frames, chosen by synthesis among kTiltSteps
+// and what matchLevels set from the level above 2.5 kHz: the envelope over
+// the whole band is what a listener hears, and a voice's brightness above
+// 2.5 kHz says little of its slope below. (Neither the open phase nor voicing
+// added through the parallel branch is chosen so: a frame's best open phase
+// changes from frame to frame, and periods of alternating shapes are heard an
+// octave down; voicing through the bypass or the parallel formants fills in
+// the spectrum between the formants, and analyses of the copy then find F1
+// and F2 elsewhere.)
+void chooseTilt(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
+                const std::vector<char>& voiced, bool parallel) {
   const std::vector<double> tilt(doc.table().row(kTl), doc.table().row(kTl) + doc.table().columns());
   chooseByShape(doc, fs, wanted, voiced, parallel, 1 + static_cast<int>(std::size(kTiltSteps)),
                 [&](FrameTable& t, int c, int k) {
                   t.setValue(kTl, c, k == 0 ? tilt[static_cast<std::size_t>(c)] : kTiltSteps[k - 1]);
-                });
-  chooseByShape(doc, fs, wanted, voiced, parallel, 1 + static_cast<int>(std::size(kBypassSteps)),
-                [&](FrameTable& t, int c, int k) {
-                  t.setValue(kApv, c, k == 0 ? 0.0 : t.value(kAv, c));
-                  t.setValue(kAb, c, k == 0 ? 0.0 : kBypassSteps[k - 1]);
                 });
 }
 
@@ -348,7 +340,7 @@ const std::vector<int>& copiedRows() {
   static const std::vector<int> rows = [] {
     std::vector<int> r{kF0, kAv, kAh, kAf, kTl};
     r.insert(r.end(), {kF5, kF4, kF3, kF2, kF1, kB5, kB4, kB3, kB2, kB1, kAb, kA6f, kA5f, kA4f, kA3f, kA2f,
-                       kA1f, kOq, kApv});
+                       kA1f, kOq});
     return r;
   }();
   return rows;
@@ -541,7 +533,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, true);
   std::vector<char> sung(static_cast<std::size_t>(frames));
   for (std::size_t c = 0; c < sung.size(); ++c) sung[c] = measured[c] != 0 && voiced[c] != 0 ? 1 : 0;
-  chooseVoicing(*doc, fs, bands, sung, settings.threads != 1);
+  chooseTilt(*doc, fs, bands, sung, settings.threads != 1);
   for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, false);
   if (cancelled()) return cancelledResult();
   if (progress) progress(75);

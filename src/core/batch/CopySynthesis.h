@@ -21,18 +21,16 @@
 //   ab, a1f..a6f  fitted in frames with noise so that the parallel branch
 //            gives it the recording's spectral shape (CopyNoiseFit.h); in
 //            unvoiced frames without noise held from the nearest noisy
-//            ones (they are not heard there), off in voiced frames (ab
-//            chosen there, below)
+//            ones (they are not heard there), off in voiced frames
 // Every value is held to its parameter's limits (except f0 = 0). The source
 // amplitudes are then matched to the recording: the table is synthesized,
 // each frame's level compared with the recording's, and av, ah or af moved
 // by the difference; in voiced frames the tilt tl is moved by how much more
 // of the level lies above 2.5 kHz in the synthesis than in the recording.
 // Two rounds, since the resonators carry level across frames. Then, in
-// voiced frames, the tilt and the voicing added through the parallel
-// branch's bypass (apv, ab) are chosen by synthesis, each among a few
-// values, frame by frame by the spectral envelope (chooseVoicing), and the
-// levels matched again (the tilt left as chosen).
+// voiced frames, the tilt is chosen by synthesis among a few values, frame
+// by frame by the spectral envelope (chooseTilt), and the levels matched
+// again (the tilt left as chosen).
 // In silent frames the formants do not sound: they are filled in straight
 // lines from the sounding frames around them, which costs no anchors.
 //
