@@ -165,6 +165,10 @@ class Estimator {
   // window's value).
   void pitch() {
     const auto m = static_cast<std::size_t>(s_.frames);
+    if (s_.pitch) {
+      f0_ = s_.pitch();
+      if (f0_.size() == m) return;
+    }
     f0_.assign(m, 0.0);
     if (m == 0) return;
     const double window = std::ceil(CAutocorrelationPitch::kPeriodsPerWindow * fs_ / S::kLowestF0);

@@ -27,6 +27,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -64,8 +65,11 @@ struct FormantEstimateSettings {
   double firstCentre = 0.0;  // samples
   double spacing = 0.0;      // samples
   // f0 per frame (Hz, 0 = unvoiced) on the same frames; computed by
-  // autocorrelation when empty.
+  // autocorrelation when empty. Or computed by `pitch` when that is set: on
+  // one of the threads, beside the candidates, which do not need it (its
+  // result is used only when it has a value per frame).
   std::vector<double> f0;
+  std::function<std::vector<double>()> pitch;
 };
 
 struct FormantEstimate {

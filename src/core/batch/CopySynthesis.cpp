@@ -147,9 +147,11 @@ int sourceRow(const FrameTable& t, int c) {
 // Synthesizes `doc` and moves each frame's sounding amplitude by the level
 // the synthesis misses the recording by; where voiced, it also moves the
 // tilt by how much brighter (more of the level above 2.5 kHz) the synthesis
-// is, when `tilt` (until chooseTilt has chosen the tilt by shape).
+// is, when `tilt` (until chooseTilt has chosen the tilt by shape). The
+// level above 2.5 kHz is measured only then, on another thread when
+// `parallel`.
 void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std::vector<double>& wantedHigh,
-                 bool tilt) {
+                 bool tilt, bool parallel) {
   KlattState state;
   state.reset(1);
   if (!synthesize(doc, {}, state)) return;
@@ -157,9 +159,13 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
   const std::vector<double> x = asDoubles(doc.synthesized().samples);
   const double window = kLevelWindowMs * setup.sampleRate / 1000.0;
   const int frames = doc.table().columns();
+  auto highJob = startJob(parallel && tilt, [&] {
+    return tilt ? frameLevels(highPass(x, setup.sampleRate, kFricationHz), setup.samplesPerFrame, window,
+                              frames)
+                : std::vector<double>();
+  });
   const std::vector<double> got = frameLevels(x, setup.samplesPerFrame, window, frames);
-  const std::vector<double> gotHigh =
-      frameLevels(highPass(x, setup.sampleRate, kFricationHz), setup.samplesPerFrame, window, frames);
+  const std::vector<double> gotHigh = highJob.get();
   EditTransaction edit(doc);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
@@ -168,8 +174,9 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
     if (row < 0 || !std::isfinite(g) || !std::isfinite(w)) continue;
     edit.table().setValue(row, c, held(doc.params().at(row), doc.table().value(row, c) + (w - g)));
     edit.note(CellRange{row, row, c, c});
+    if (!tilt || row != kAv) continue;
     const double brighter = (gotHigh[uc] - g) - (wantedHigh[uc] - w);
-    if (tilt && row == kAv && std::isfinite(brighter))
+    if (std::isfinite(brighter))
       edit.setValue(kTl, c, held(doc.params().at(kTl), doc.table().value(kTl, c) + brighter));
   }
 }
@@ -266,7 +273,8 @@ void fitNoise(FrameTable& t, const SynthesisSetup& setup, double fs, const std::
 // table held), and each frame keeps the candidate whose band shape
 // (CopyNoiseFit.h) comes closest to the recording's. A frame's neighbours
 // differ from what was tried with it by at most their own choice, which
-// moves its shape little.
+// moves its shape little. The candidates are tried on copies of the table,
+// shared between this thread and another when `parallel`.
 template <class Apply>
 void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
                    const std::vector<char>& mask, bool parallel, int candidates, const Apply& apply) {
@@ -274,25 +282,41 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
   const SynthesisSetup setup = synthesisSetup(doc);
   const auto m = static_cast<std::size_t>(frames);
   std::vector<double> error(m * static_cast<std::size_t>(candidates), 0.0);  // per candidate, per frame
+  std::vector<std::vector<char>> sounded(static_cast<std::size_t>(candidates), mask);
+  std::atomic<int> next{0};
+  std::atomic<bool> failed{false};
+  const auto tryCandidates = [&] {
+    std::unique_ptr<CVandrelDoc> trial;
+    for (int k; (k = next.fetch_add(1)) < candidates && !failed.load();) {
+      if (!trial) trial = std::make_unique<CVandrelDoc>(doc);
+      {
+        EditTransaction edit(*trial);
+        for (int c = 0; c < frames; ++c)
+          if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, k);
+      }
+      KlattState state;
+      state.reset(1);
+      if (!synthesize(*trial, {}, state)) {
+        failed.store(true);
+        return;
+      }
+      std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
+      const std::vector<Bands> got = measureBands(asDoubles(trial->synthesized().samples), setup.sampleRate,
+                                                  setup.samplesPerFrame, setup, fs, heard, false);
+      for (std::size_t c = 0; c < m; ++c)
+        if (heard[c] != 0)
+          error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);
+    }
+  };
+  auto other = startJob(parallel, tryCandidates);
+  tryCandidates();
+  other.get();
+  if (failed.load()) return;
+  // Frames that any candidate leaves silent are not chosen in.
   std::vector<char> measured = mask;
-  for (int k = 0; k < candidates; ++k) {
-    {
-      EditTransaction edit(doc);
-      for (int c = 0; c < frames; ++c)
-        if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, k);
-    }
-    KlattState state;
-    state.reset(1);
-    if (!synthesize(doc, {}, state)) return;
-    std::vector<char> sounded = mask;
-    const std::vector<Bands> got = measureBands(asDoubles(doc.synthesized().samples), setup.sampleRate,
-                                                setup.samplesPerFrame, setup, fs, sounded, parallel);
-    for (std::size_t c = 0; c < m; ++c) {
-      if (sounded[c] == 0) measured[c] = 0;
-      if (measured[c] != 0)
-        error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);
-    }
-  }
+  for (const auto& heard : sounded)
+    for (std::size_t c = 0; c < m; ++c)
+      if (heard[c] == 0) measured[c] = 0;
   // A frame's error scatters with the few periods in its window: each frame
   // takes the candidate closest over it and its measured neighbours
   // (kChoiceFrames), which also keeps the rows from flickering.
@@ -391,24 +415,22 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
         },
         cancel);
   };
-  // The pitch first (CopyPitch.h): the formants' fits to the harmonics need
-  // it. The levels are measured meanwhile.
+  // The pitch (CopyPitch.h) is tracked by the formant estimator's threads
+  // beside its candidates: only its fits to the harmonics need it. The
+  // levels are measured meanwhile.
   CopyPitchSettings cps;
   cps.frames = frames;
   cps.firstCentre = fes.firstCentre;
   cps.spacing = fes.spacing;
-  std::future<std::vector<double>> pitchJob =
-      startJob(settings.threads != 1, [&] { return copyPitch(audio.samples, fs, cps); });
+  fes.pitch = [&] { return copyPitch(audio.samples, fs, cps); };
+  std::future<FormantEstimate> formantJob = startJob(true, trackFormants);
   const std::vector<double> x = asDoubles(audio.samples);
   const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
   const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
   const std::vector<double> high = fs > 2.2 * kFricationHz
                                        ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
                                        : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
-  fes.f0 = pitchJob.get();
-  if (cancelled()) return cancelledResult();
   if (progress) progress(10);
-  std::future<FormantEstimate> formantJob = startJob(true, trackFormants);
   // The formants take longest: their progress is told from here while they run.
   if (progress)
     while (formantJob.wait_for(std::chrono::milliseconds(kProgressPollMs)) == std::future_status::timeout)
@@ -530,11 +552,12 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   medianSmooth(oq, kSmoothFrames);
   for (int c = 0; c < frames; ++c) t.setValue(kOq, c, held(ps.at(kOq), oq[static_cast<std::size_t>(c)]));
 
-  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, true);
+  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, true, settings.threads != 1);
   std::vector<char> sung(static_cast<std::size_t>(frames));
   for (std::size_t c = 0; c < sung.size(); ++c) sung[c] = measured[c] != 0 && voiced[c] != 0 ? 1 : 0;
   chooseTilt(*doc, fs, bands, sung, settings.threads != 1);
-  for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, false);
+  for (int pass = 0; pass < kMatchPasses; ++pass)
+    matchLevels(*doc, level, high, false, settings.threads != 1);
   if (cancelled()) return cancelledResult();
   if (progress) progress(75);
   // The tilt shapes voicing only: where unvoiced it follows the voiced frames
