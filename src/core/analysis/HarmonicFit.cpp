@@ -313,10 +313,10 @@ double CHarmonicFit::bandwidthPull() const {
   for (std::size_t k = 0; k < kFormants; ++k)
     if (!r_[k].empty()) {
       const double l = logBw_[k] - logTypical_[k];
-      pull += l * l;
+      pull += kBandwidthPull[k] * l * l;
     }
   const double q = (open_ - pullCentre_) / kOpenQuotientGrid;
-  return kBandwidthPull * pull + pullWeight_ * q * q;
+  return pull + pullWeight_ * q * q;
 }
 
 // The levels of one factor of the source (the pulse at open quotient `key`,
