@@ -388,9 +388,6 @@ double CHarmonicFit::score(const FormantFrame& fr) {
   return best;
 }
 
-// A high voice's F1 may sit a harmonic away from where the LPC put it, with a
-// valley of the objective between: the descent starts from the given F1 and
-// from half a harmonic spacing either side, and the best end wins.
 // One step of the open quotient either way, then one of the tilt (as many
 // of its grid steps), each kept when it fits better.
 double CHarmonicFit::nudgeSource(double step) {
@@ -415,6 +412,9 @@ double CHarmonicFit::nudgeSource(double step) {
   return best;
 }
 
+// A high voice's F1 may sit a harmonic away from where the LPC put it, with a
+// valley of the objective between: the descent starts from the given F1 and
+// from half a harmonic spacing either side, and the best end wins.
 double CHarmonicFit::refine(FormantFrame& fr, Starts starts) {
   if (hz_.empty()) return 0.0;
   std::array<double, kFormants> lo{}, hi{};
