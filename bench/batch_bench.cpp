@@ -48,12 +48,8 @@ const SampleSet& recording60s() {
       return out;
     }
     CVandrelDoc doc;
-    doc.changeParams([&](vandrel::ParameterSet& ps) {
-      ps.frameCount = 6000;
-      ps.fileLengthMs = 60000;
-    });
-    vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
-    fill.table().reset(6000, doc.params());
+    doc.newTable(6000, 10);
+    vandrel::EditTransaction fill(doc);  // the values, told as one structure change
     fill.noteResized();
     for (int c = 0; c < 6000; ++c) {
       fill.table().setValue(kF0, c, 1100 + 300 * std::sin(c / 37.0));
@@ -94,10 +90,7 @@ BENCHMARK(BM_Copy60s)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTim
 // into a temporary folder, as `continuum --steps 11 --wav` does.
 void BM_Continuum11Steps(benchmark::State& st) {
   CVandrelDoc a;
-  a.changeParams([&](vandrel::ParameterSet& ps) {
-    ps.frameCount = 50;
-    ps.fileLengthMs = 500;
-  });
+  a.newTable(50, 10);
   FrameTable ta(50, a.params()), tb = ta;
   for (int c = 0; c < 50; ++c) {
     ta.setValue(kF2, c, 1100 + 10 * c);
@@ -129,10 +122,7 @@ BENCHMARK(BM_Continuum11Steps)->Unit(benchmark::kMillisecond)->UseRealTime();
 // 300 ms diphthong: 121 tables and 121 WAVs into a temporary folder.
 void BM_Grid11x11(benchmark::State& st) {
   CVandrelDoc base;
-  base.changeParams([&](vandrel::ParameterSet& ps) {
-    ps.frameCount = 30;
-    ps.fileLengthMs = 300;
-  });
+  base.newTable(30, 10);
   FrameTable diphthong(30, base.params());
   for (int c = 0; c < 30; ++c) diphthong.setValue(kF2, c, 1200 + 10 * c);
   base.replaceTable(std::move(diphthong));

@@ -19,16 +19,13 @@ constexpr int kFrames = 60000;
 
 struct LongTable {
   LongTable() {
-    vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
-    ParameterSet& ps = fill.params();
-    ps.intervalMs = 1;
-    ps.fileLengthMs = kFrames;
-    ps.frameCount = kFrames;
-    fill.table().reset(kFrames, ps);
+    doc.newTable(kFrames, 1);
+    vandrel::EditTransaction fill(doc);  // the values, told as one structure change
     fill.noteResized();
     // Values as interpolation leaves them: fractions in every row.
     for (int r = 0; r < kParamCount; ++r)
-      for (int c = 0; c < kFrames; ++c) fill.table().setValue(r, c, ps.at(r).lower + (c % 997) / 3.0);
+      for (int c = 0; c < kFrames; ++c)
+        fill.table().setValue(r, c, doc.params().at(r).lower + (c % 997) / 3.0);
     for (int r = 0; r < kParamCount; ++r) rows.push_back(r);
     afterEditStep(doc);
   }

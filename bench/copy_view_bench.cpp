@@ -34,12 +34,8 @@ SampleSet recording3s() {
     return s;
   }
   CVandrelDoc doc;
-  doc.changeParams([&](vandrel::ParameterSet& ps) {
-    ps.frameCount = 300;
-    ps.fileLengthMs = 3000;
-  });
-  vandrel::EditTransaction fill(doc);  // a new table, told as one structure change
-  fill.table().reset(300, doc.params());
+  doc.newTable(300, 10);
+  vandrel::EditTransaction fill(doc);  // the values, told as one structure change
   fill.noteResized();
   for (int c = 0; c < 300; ++c) {
     fill.table().setValue(kF0, c, 1100 + 300 * std::sin(c / 37.0));

@@ -48,12 +48,8 @@ std::size_t heapInUse() {
 // document gets at its first edit already taken.
 std::unique_ptr<CVandrelDoc> longDocument() {
   auto doc = std::make_unique<CVandrelDoc>();
-  vandrel::EditTransaction fill(*doc);  // a new table, told as one structure change
-  ParameterSet& ps = fill.params();
-  ps.intervalMs = 1;
-  ps.fileLengthMs = kFrames;
-  ps.frameCount = kFrames;
-  fill.table().reset(kFrames, ps);
+  doc->newTable(kFrames, 1);
+  vandrel::EditTransaction fill(*doc);  // the values, told as one structure change
   fill.noteResized();
   for (int r = 0; r < kParamCount; ++r) {
     double* row = fill.table().row(r);

@@ -37,12 +37,8 @@ struct Drawing {
     frame->show();
     CChildFrame* table = frame->newDocument();
     CVandrelDoc& d = table->document().doc();
-    d.changeParams([&](vandrel::ParameterSet& ps) {
-      ps.frameCount = 60000;
-      ps.fileLengthMs = 600000;
-    });
-    vandrel::EditTransaction fill(d);  // a new table, told as one structure change
-    fill.table().reset(60000, d.params());
+    d.newTable(60000, 10);
+    vandrel::EditTransaction fill(d);  // the values, told as one structure change
     fill.noteResized();
     std::mt19937 rng(7);
     for (int r = 0; r < kParamCount; ++r) {

@@ -27,13 +27,7 @@ namespace vandrel::ui {
 
 using namespace soundtest;
 
-void resize(CVandrelDoc& doc, int frames) {
-  doc.changeParams([&](vandrel::ParameterSet& ps) {
-    ps.frameCount = frames;
-    ps.fileLengthMs = frames * 10.0;
-  });
-  doc.replaceTable(vandrel::FrameTable(frames, doc.params()));
-}
+void resize(CVandrelDoc& doc, int frames) { doc.newTable(frames, 10); }
 
 struct Session {
   std::unique_ptr<CMainFrame> frame;

@@ -34,12 +34,8 @@ struct LongTable {
     doc = &frame->newDocument()->document();
     CVandrelDoc& d = doc->doc();
     constexpr int kFrames = 1'000'000;
-    d.changeParams([&](vandrel::ParameterSet& ps) {
-      ps.frameCount = kFrames;
-      ps.fileLengthMs = kFrames * 10.0;
-    });
-    vandrel::EditTransaction fill(d);  // a new table, told as one structure change
-    fill.table().reset(kFrames, d.params());
+    d.newTable(kFrames, 10);
+    vandrel::EditTransaction fill(d);  // the values, told as one structure change
     fill.noteResized();
     for (int c = 0; c < kFrames; ++c) fill.table().setValue(kF0, c, 1000 + c % 500);
   }

@@ -37,12 +37,8 @@ namespace {
 
 // Values of every width a real table has, an anchor every 25 frames.
 void fill(CVandrelDoc& d, int frames) {
-  d.changeParams([&](vandrel::ParameterSet& ps) {
-    ps.frameCount = frames;
-    ps.fileLengthMs = frames * 10.0;
-  });
-  vandrel::EditTransaction fill(d);  // a new table, told as one structure change
-  fill.table().reset(frames, d.params());
+  d.newTable(frames, 10);
+  vandrel::EditTransaction fill(d);  // the values, told as one structure change
   fill.noteResized();
   std::mt19937 rng(7);
   for (int r = 0; r < kParamCount; ++r) {

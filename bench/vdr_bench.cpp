@@ -22,12 +22,8 @@ constexpr int kFrames = 100000;
 const CVandrelDoc& longDoc() {
   static const CVandrelDoc doc = [] {
     CVandrelDoc d;
-    d.changeParams([&](vandrel::ParameterSet& ps) {
-      ps.frameCount = kFrames;
-      ps.fileLengthMs = kFrames * 10.0;
-    });
-    vandrel::EditTransaction fill(d);  // a new table, told as one structure change
-    fill.table().reset(kFrames, d.params());
+    d.newTable(kFrames, 10);
+    vandrel::EditTransaction fill(d);  // the values, told as one structure change
     fill.noteResized();
     std::mt19937 rng(42);
     std::uniform_int_distribution<int> v(-500, 7500);

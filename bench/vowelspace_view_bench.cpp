@@ -35,12 +35,8 @@ void BM_VowelSpaceDragMove(benchmark::State& st) {
   frame.show();
   CChildFrame* table = frame.newDocument();
   CVandrelDoc& d = table->document().doc();
-  d.changeParams([&](vandrel::ParameterSet& ps) {
-    ps.frameCount = 3000;
-    ps.fileLengthMs = 30000;
-  });
-  vandrel::EditTransaction fill(d);  // a new table, told as one structure change
-  fill.table().reset(3000, d.params());
+  d.newTable(3000, 10);
+  vandrel::EditTransaction fill(d);  // the values, told as one structure change
   fill.noteResized();
   for (int c = 0; c < 3000; ++c) {
     fill.table().setValue(kF1, c, std::round(550 + 250 * std::sin(c / 47.0)));
