@@ -87,12 +87,7 @@ void CFreqInputWnd::makePens() {
 }
 
 std::pair<int, int> CFreqInputWnd::displayMaxima() const {
-  const vandrel::CVandrelDoc& doc = document_.doc();
-  double fs = doc.params().sampleRate();
-  if (doc.hasAudio() && doc.audio().sampleRate > 0)
-    fs = doc.audio().sampleRate;
-  else if (doc.synthesized().sampleRate > 0)
-    fs = doc.synthesized().sampleRate;
+  const double fs = document_.doc().analysisRate();
   SpectrogramViewOptions o = viewOptionsOf(mainFrame_.environment().config);
   if (o.spectrogram.fs != fs) {
     o.spectrogram.fs = fs;
