@@ -54,14 +54,19 @@ void EditTransaction::noteResized() {
   tell(CellRange{0, kParamCount - 1, 0, std::max(doc_.table_.columns() - 1, 0)});
 }
 
-bool EditTransaction::restore(int index, bool retimed) {
+bool EditTransaction::restore(int index) {
   // Undo moves the index even onto an entry that is not there; the next
   // snapshot puts it right again.
   doc_.undo_.setCurrent(index);
   const int before = doc_.table_.columns();
   if (!doc_.undo_.restore(index, doc_.table_)) return false;
+  const int interval = doc_.undo_.intervalAt(index);
+  const bool retimed = interval > 0 && interval != doc_.params().intervalMs;
   if (doc_.table_.columns() != before || retimed) {
-    structureUntold_ = true;
+    ParameterSet& ps = params();
+    if (retimed) ps.intervalMs = interval;
+    ps.frameCount = doc_.table_.columns();
+    ps.fileLengthMs = static_cast<double>(ps.frameCount) * ps.intervalMs;
     tell(CellRange{0, kParamCount - 1, 0, std::max(doc_.table_.columns() - 1, 0)});
   } else {
     tell(CellRange{0, kParamCount - 1, 0, before - 1});

@@ -61,11 +61,12 @@ class EditTransaction {
   void noteResized();
 
   // Undo and redo: makes history entry `index` current and puts its snapshot
-  // into the table (false, the table untouched, when there is none). The
-  // observers hear of every cell, or of a structure change when the column
-  // count changed or `retimed`; the history needs no note, the table being
+  // into the table (false, the table untouched, when there is none). When the
+  // column count or the snapshot's frame interval differs, the settings take
+  // them (the file length following) and the observers hear of a structure
+  // change, else of every cell; the history needs no note, the table being
   // its snapshot again.
-  bool restore(int index, bool retimed);
+  bool restore(int index);
 
   bool wrote() const { return written_.has_value(); }
   // Every cell written so far (empty, firstColumn > lastColumn, before any).

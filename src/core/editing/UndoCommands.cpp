@@ -10,19 +10,10 @@ namespace {
 
 UndoStatus restoreSnapshot(CVandrelDoc& doc, int index) {
   const UndoHistory& history = doc.undo();
-  const int interval = index >= 0 && index < history.count() ? history.intervalAt(index) : 0;
-  const bool retimed = interval > 0 && interval != doc.params().intervalMs;
   {
     // Not committed: a restore is no new undo step; it only tells the observers.
     EditTransaction edit(doc);
-    const int before = doc.table().columns();
-    if (!edit.restore(index, retimed)) return UndoStatus::kInvalidArgument;
-    if (doc.table().columns() != before || retimed) {
-      ParameterSet& ps = edit.params();
-      if (retimed) ps.intervalMs = interval;
-      ps.frameCount = doc.table().columns();
-      ps.fileLengthMs = static_cast<double>(ps.frameCount) * ps.intervalMs;
-    }
+    if (!edit.restore(index)) return UndoStatus::kInvalidArgument;
   }
   if (history.labelsAt(index) != doc.labels()) doc.setLabels(history.labelsAt(index));
   doc.markEdited();
