@@ -150,11 +150,22 @@ void CHarmonicFit::pullOpenQuotient(double centre, double weight) {
   pullWeight_ = weight;
 }
 
-void CHarmonicFit::use(const Harmonics& h) {
+CHarmonicFit::Harmonics CHarmonicFit::release() {
+  Harmonics h{std::move(hz_), std::move(db_), f0_, top_, std::move(pulses_), std::move(tilts_)};
+  hz_.clear();
+  db_.clear();
+  pulses_ = {};
+  tilts_ = {};
+  return h;
+}
+
+void CHarmonicFit::use(Harmonics&& h) {
   pullWeight_ = 0.0;
-  hz_ = h.hz;
-  db_ = h.db;
+  hz_ = std::move(h.hz);
+  db_ = std::move(h.db);
   top_ = h.top;
+  pulses_ = std::move(h.pulses);
+  tilts_ = std::move(h.tilts);
   prepare(h.f0);
 }
 
@@ -162,6 +173,8 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   pullWeight_ = 0.0;
   hz_.clear();
   db_.clear();
+  pulses_ = {};
+  tilts_ = {};
   top_ = std::min(kTopHz, 0.4 * fs);
   if (!(f0 > 0.0) || !(fs > 0.0) || kMinHarmonics * f0 > top_ || x.empty()) return false;
   const double length =
@@ -215,10 +228,8 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
 void CHarmonicFit::prepare(double f0) {
   for (auto& cache : tries_)
     for (auto& e : cache) e.levels.clear();
-  for (auto* c : {&pulses_, &tilts_})
-    for (auto& e : c->entries) e.levels.clear();
   f0_ = f0;
-  for (auto& g : gridSource_) g.clear();  // made by the first score(): refine() has its own
+  for (auto& g : gridSource_) g.clear();  // made by the first score()
   // An orthonormal basis of the source's shape (level, slope and curvature
   // in log frequency) over these harmonics, by Gram-Schmidt.
   const std::size_t count = hz_.size();
@@ -322,12 +333,13 @@ double CHarmonicFit::bandwidthPull() const {
 // The levels of one factor of the source (the pulse at open quotient `key`,
 // or the tilt filter at `key` dB) from its cache, made when not found.
 template <class Make>
-const std::vector<double>& CHarmonicFit::cached(Cache& cache, double key, const Make& make) {
+const std::vector<double>& CHarmonicFit::cached(LevelCache& cache, double key, const Make& make) {
   for (const auto& e : cache.entries)
-    if (e.f == key && !e.levels.empty()) return e.levels;
+    if (e.key == key) return e.levels;
+  if (cache.entries.size() < kKeptLevels) cache.entries.emplace_back();
   auto& slot = cache.entries[cache.next];
-  cache.next = (cache.next + 1) % cache.entries.size();
-  slot.f = key;
+  cache.next = (cache.next + 1) % kKeptLevels;
+  slot.key = key;
   slot.levels.resize(hz_.size());
   for (std::size_t h = 0; h < hz_.size(); ++h) slot.levels[h] = make(h);
   return slot.levels;
@@ -375,10 +387,8 @@ double CHarmonicFit::score(const FormantFrame& fr) {
   if (gridSource_[0].empty())
     for (std::size_t q = 0; q < kScoreQuotients.size(); ++q)
       for (std::size_t t = 0; t < kScoreTilts.size(); ++t) {
-        auto& g = gridSource_[q * kScoreTilts.size() + t];
-        g.resize(hz_.size());
-        for (std::size_t h = 0; h < hz_.size(); ++h)
-          g[h] = sourceDb(hz_[h], kScoreQuotients[q] / f0_) + tiltDb(hz_[h], kScoreTilts[t]);
+        setSource(kScoreQuotients[q], kScoreTilts[t]);
+        gridSource_[q * kScoreTilts.size() + t] = source_;
       }
   double best = 1e300;
   for (const auto& g : gridSource_) {

@@ -107,15 +107,32 @@ class CHarmonicFit {
   const std::vector<double>& harmonicHz() const { return hz_; }
   const std::vector<double>& harmonicDb() const { return db_; }
 
-  // The last measured harmonics, and use() to take them up again as
-  // measure() left them: a frame's paths are scored before its refinement,
-  // on the same harmonics, and its spectrum is the larger part of the work.
+  // The levels of one factor of the source at the harmonics (the pulse at
+  // open quotient `key`, or the tilt filter at `key` dB), the last ones made
+  // kept: a frame tries about 25 of each per descent.
+  struct Levels {
+    double key = 0.0;
+    std::vector<double> levels;
+  };
+  struct LevelCache {
+    std::vector<Levels> entries;  // at most kKeptLevels, then each new one replaces the oldest
+    std::size_t next = 0;
+  };
+  static constexpr std::size_t kKeptLevels = 32;
+
+  // The last measured harmonics with the source's levels made on them so
+  // far, taken out of the fit, and use() to take them up again as measure()
+  // left them: a frame's paths are scored before its refinement, and it is
+  // refined twice, on the same harmonics. Its spectrum and the pulse's
+  // levels (a sine and a logarithm per harmonic and open quotient, the same
+  // grid of open quotients in every pass) are the larger part of the work.
   struct Harmonics {
     std::vector<double> hz, db;
     double f0 = 0.0, top = 0.0;
+    LevelCache pulses, tilts;
   };
-  Harmonics harmonics() const { return {hz_, db_, f0_, top_}; }
-  void use(const Harmonics& h);
+  Harmonics release();
+  void use(Harmonics&& h);
 
   // Adds weight (q - centre)^2 / kOpenQuotientGrid^2 to the objective, for
   // the open quotient q, until the next measure() or use().
@@ -179,15 +196,9 @@ class CHarmonicFit {
   std::array<std::array<Trial, kKeptTrials>, FormantFrame::kFormants> tries_;
   std::array<std::size_t, FormantFrame::kFormants> nextTry_{};
   void tried(std::size_t k, double F, double B, std::vector<double>& out);
-  // The source's two factors at the open quotients and the tilts tried last
-  // (f holds the quotient or the tilt); a frame tries about 25 of each.
-  struct Cache {
-    std::array<Trial, 32> entries;
-    std::size_t next = 0;
-  };
-  Cache pulses_, tilts_;
+  LevelCache pulses_, tilts_;
   template <class Make>
-  const std::vector<double>& cached(Cache& cache, double key, const Make& make);
+  const std::vector<double>& cached(LevelCache& cache, double key, const Make& make);
   std::array<double, FormantFrame::kFormants> bw_{}, logBw_{}, logTypical_{};
   void setBandwidth(std::size_t k, double b);
   double top_ = 0.0;
