@@ -3,84 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <cstdint>
-#include <type_traits>
 #include <utility>
+
+#include "analysis/HarmonicLevels.h"
 
 namespace vandrel {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr std::size_t kFormants = FormantFrame::kFormants;
-
-using V2 = double __attribute__((vector_size(16)));
-using I2 = std::int64_t __attribute__((vector_size(16)));
-using V4 = double __attribute__((vector_size(32)));
-using I4 = std::int64_t __attribute__((vector_size(32)));
-
-// 10 log10(x) of positive normal numbers, two or four at once, within 1e-8
-// dB: the exponent from the bits, the logarithm of the mantissa (brought
-// into [sqrt(1/2), sqrt(2))) from five terms of the series of 2 atanh((m -
-// 1) / (m + 1)). The fit takes the level of every trial resonator at every
-// harmonic, and the library's log10, one number at a time, was a fifth of a
-// copy's time.
-// In place: a vector wider than the default target's may not be passed by
-// value.
-template <class V, class I>
-[[gnu::always_inline]] inline void toPowerDb(V& x) {
-  const auto bits = reinterpret_cast<I>(x);
-  const I big = reinterpret_cast<I>((bits & 0x000fffffffffffffLL) | 0x3ff0000000000000LL) >
-                reinterpret_cast<I>(V{} + 1.4142135623730951);
-  // Mantissas above sqrt(2) are halved (their exponent field one more).
-  const I mantissa = (bits & 0x000fffffffffffffLL) | (0x3ff0000000000000LL + (big & -0x0010000000000000LL));
-  const I exponent = ((bits >> 52) & 0x7ff) - big;  // big is -1 where true
-  constexpr double kTwo52 = 4503599627370496.0;
-  const V e = reinterpret_cast<V>(exponent | 0x4330000000000000LL) - (kTwo52 + 1023.0);
-  const V m = reinterpret_cast<V>(mantissa);
-  const V z = (m - 1.0) / (m + 1.0), z2 = z * z;
-  const V ln = 2.0 * z * (1.0 + z2 * (1.0 / 3.0 + z2 * (1.0 / 5.0 + z2 * (1.0 / 7.0 + z2 / 9.0))));
-  constexpr double kLn2 = 0.6931471805599453, kDbPerNeper = 4.342944819032518;  // 10 / ln 10
-  x = kDbPerNeper * (ln + e * kLn2);
-}
-
-// The level in dB of the resonator (b, c, gain a2) at n harmonics, from the
-// cosines and sines of w and 2w there; the arrays are padded to a multiple
-// of four. Each harmonic's arithmetic is the same whatever the vector width,
-// so both give the same levels; four at a time halves the cost of the
-// divisions where the processor has AVX2.
-template <class V>
-[[gnu::always_inline]] inline void resonanceLevels(const double* c1, const double* s1, const double* c2,
-                                                   const double* s2, std::size_t n, double b, double c,
-                                                   double a2, double* out) {
-  using I = std::conditional_t<sizeof(V) == 32, I4, I2>;
-  constexpr std::size_t kWidth = sizeof(V) / sizeof(double);
-  for (std::size_t h = 0; h < n; h += kWidth) {
-    V vc1, vs1, vc2, vs2;
-    __builtin_memcpy(&vc1, c1 + h, sizeof(V));
-    __builtin_memcpy(&vs1, s1 + h, sizeof(V));
-    __builtin_memcpy(&vc2, c2 + h, sizeof(V));
-    __builtin_memcpy(&vs2, s2 + h, sizeof(V));
-    const V re = 1.0 - b * vc1 - c * vc2;
-    const V im = b * vs1 + c * vs2;
-    V db = a2 / (re * re + im * im);
-    toPowerDb<V, I>(db);
-    if (h + kWidth <= n)
-      __builtin_memcpy(out + h, &db, sizeof(V));
-    else
-      for (std::size_t j = 0; h + j < n; ++j) out[h + j] = db[j];
-  }
-}
-
-void resonanceLevels2(const double* c1, const double* s1, const double* c2, const double* s2, std::size_t n,
-                      double b, double c, double a2, double* out) {
-  resonanceLevels<V2>(c1, s1, c2, s2, n, b, c, a2, out);
-}
-
-__attribute__((target("avx2"))) void resonanceLevels4(const double* c1, const double* s1, const double* c2,
-                                                      const double* s2, std::size_t n, double b, double c,
-                                                      double a2, double* out) {
-  resonanceLevels<V4>(c1, s1, c2, s2, n, b, c, a2, out);
-}
 
 }  // namespace
 
@@ -140,9 +71,7 @@ void CHarmonicFit::resonance(std::size_t k, double F, double B, std::vector<doub
   const double a2 = (1.0 - b - c) * (1.0 - b - c);
   const std::size_t n = hz_.size();
   out.resize(n);
-  static const bool avx2 = __builtin_cpu_supports("avx2");
-  (avx2 ? resonanceLevels4 : resonanceLevels2)(cos1_.data(), sin1_.data(), cos2_.data(), sin2_.data(), n, b,
-                                               c, a2, out.data());
+  harmonics::resonanceLevels(cos1_.data(), sin1_.data(), cos2_.data(), sin2_.data(), n, b, c, a2, out.data());
 }
 
 void CHarmonicFit::pullOpenQuotient(double centre, double weight) {
@@ -237,6 +166,7 @@ void CHarmonicFit::prepare(double f0) {
   const std::size_t padded = (count + 3) / 4 * 4;
   for (auto* v : {&cos1_, &sin1_, &cos2_, &sin2_}) v->resize(padded);
   for (std::size_t j = 0; j < kSourceTerms; ++j) basis_[j].resize(count);
+  pulseTerms_.prepare(hz_);
   for (std::size_t h = 0; h < count; ++h) {
     const double w = 2.0 * kPi * hz_[h] / kModelRate;
     for (std::size_t j = h; j < (h + 1 == count ? padded : h + 1); ++j) {
@@ -265,19 +195,16 @@ void CHarmonicFit::prepare(double f0) {
 // A descent asks for the same trial again and again: while formant k stays
 // where it is, the next sweep tries the same steps around it, and the starts
 // of one frame meet in the same places.
-void CHarmonicFit::tried(std::size_t k, double F, double B, std::vector<double>& out) {
+const std::vector<double>& CHarmonicFit::tried(std::size_t k, double F, double B) {
   auto& cache = tries_[k];
   for (const auto& e : cache)
-    if (e.f == F && e.b == B && !e.levels.empty()) {
-      out = e.levels;
-      return;
-    }
-  resonance(k, F, B, out);
+    if (e.f == F && e.b == B && !e.levels.empty()) return e.levels;
   auto& slot = cache[nextTry_[k]];
   nextTry_[k] = (nextTry_[k] + 1) % cache.size();
   slot.f = F;
   slot.b = B;
-  slot.levels = out;
+  resonance(k, F, B, slot.levels);
+  return slot.levels;
 }
 
 CHarmonicFit::CHarmonicFit() {
@@ -293,12 +220,21 @@ void CHarmonicFit::setBandwidth(std::size_t k, double b) {
 // bandwidths.
 double CHarmonicFit::objective() {
   const std::size_t n = hz_.size();
-  resid_.resize(n);
-  for (std::size_t h = 0; h < n; ++h) resid_[h] = db_[h] - source_[h];
+  std::array<const double*, kFormants> formants{};
+  std::size_t count = 0;
   for (std::size_t k = 0; k < kFormants; ++k)
-    if (!r_[k].empty())
-      for (std::size_t h = 0; h < n; ++h) resid_[h] -= r_[k][h];
-  return misfit(resid_.data(), nullptr) + bandwidthPull();
+    if (!r_[k].empty()) formants[count++] = r_[k].data();
+  const double* b0 = basis_[0].data();
+  const double* b1 = basis_[1].data();
+  double sse = 0.0, d0 = 0.0, d1 = 0.0;
+  for (std::size_t h = 0; h < n; ++h) {
+    double r = db_[h] - source_[h];
+    for (std::size_t k = 0; k < count; ++k) r -= formants[k][h];
+    sse += r * r;
+    d0 += r * b0[h];
+    d1 += r * b1[h];
+  }
+  return std::max(sse - d0 * d0 - d1 * d1, 0.0) / static_cast<double>(n) + bandwidthPull();
 }
 
 // The mean squared residual left after the source's shape is taken out: the
@@ -310,7 +246,7 @@ double CHarmonicFit::misfit(const double* rest, const double* trial) const {
   const double* b1 = basis_[1].data();
   double sse = 0.0, d0 = 0.0, d1 = 0.0;
   for (std::size_t h = 0; h < n; ++h) {
-    const double r = trial != nullptr ? rest[h] - trial[h] : rest[h];
+    const double r = rest[h] - trial[h];
     sse += r * r;
     d0 += r * b0[h];
     d1 += r * b1[h];
@@ -341,8 +277,18 @@ const std::vector<double>& CHarmonicFit::cached(LevelCache& cache, double key, c
   cache.next = (cache.next + 1) % kKeptLevels;
   slot.key = key;
   slot.levels.resize(hz_.size());
-  for (std::size_t h = 0; h < hz_.size(); ++h) slot.levels[h] = make(h);
+  make(slot.levels.data());
   return slot.levels;
+}
+
+const std::vector<double>& CHarmonicFit::pulseLevels(double q) {
+  return cached(pulses_, q, [&](double* out) { harmonics::pulseLevels(pulseTerms_, q / f0_, out); });
+}
+
+const std::vector<double>& CHarmonicFit::tiltLevels(double tilt) {
+  return cached(tilts_, tilt, [&](double* out) {
+    for (std::size_t h = 0; h < hz_.size(); ++h) out[h] = tiltLevel(cos1_[h], tilt);
+  });
 }
 
 void CHarmonicFit::setSource(double q, double tilt) {
@@ -351,8 +297,8 @@ void CHarmonicFit::setSource(double q, double tilt) {
   // Each descent of a frame tries the same grids and mostly the same steps;
   // the two factors are cached apart, so a grid of both costs the sum of
   // their sizes in levels, not the product.
-  const auto& pulse = cached(pulses_, q, [&](std::size_t h) { return sourceDb(hz_[h], q / f0_); });
-  const auto& filter = cached(tilts_, tilt, [&](std::size_t h) { return tiltLevel(cos1_[h], tilt); });
+  const auto& pulse = pulseLevels(q);
+  const auto& filter = tiltLevels(tilt);
   source_.resize(hz_.size());
   for (std::size_t h = 0; h < hz_.size(); ++h) source_[h] = pulse[h] + filter[h];
 }
@@ -360,17 +306,37 @@ void CHarmonicFit::setSource(double q, double tilt) {
 // The open quotient of the grid that fits best, then refined by halving
 // steps as the formants are.
 double CHarmonicFit::chooseOpenQuotient() {
+  // A row of the grid (one open quotient, every tilt) in one pass over the
+  // harmonics, with the tilts' levels side by side.
+  using harmonics::kGridTilts;
+  std::array<double, kGridTilts> tilts{};
+  std::size_t count = 0;
+  for (double tl = 0.0; tl <= kMaxTilt + 1e-9; tl += kTiltGrid) tilts[count++] = tl;
+  const std::size_t n = hz_.size();
+  gridTilts_.assign(n * kGridTilts, 0.0);
+  for (std::size_t t = 0; t < count; ++t) {
+    const auto& filter = tiltLevels(tilts[t]);
+    for (std::size_t h = 0; h < n; ++h) gridTilts_[h * kGridTilts + t] = filter[h];
+  }
+  std::array<const double*, kFormants> formants{};
+  std::size_t formantCount = 0;
+  for (std::size_t k = 0; k < kFormants; ++k)
+    if (!r_[k].empty()) formants[formantCount++] = r_[k].data();
   double best = 1e300, pick = kMinOpenQuotient, pickTilt = 0.0;
-  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q += kOpenQuotientGrid)
-    for (double tl = 0.0; tl <= kMaxTilt + 1e-9; tl += kTiltGrid) {
-      setSource(q, tl);
-      const double e = objective();
-      if (e < best) {
-        best = e;
+  std::array<double, kGridTilts> misfits{};
+  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q += kOpenQuotientGrid) {
+    const auto& pulse = pulseLevels(q);
+    open_ = q;
+    const double pull = bandwidthPull();
+    harmonics::gridMisfits(db_.data(), pulse.data(), gridTilts_.data(), formants.data(), formantCount,
+                           basis_[0].data(), basis_[1].data(), n, misfits.data());
+    for (std::size_t t = 0; t < count; ++t)
+      if (misfits[t] + pull < best) {
+        best = misfits[t] + pull;
         pick = q;
-        pickTilt = tl;
+        pickTilt = tilts[t];
       }
-    }
+  }
   setSource(pick, pickTilt);
   for (double step = kOpenQuotientGrid / 2.0; step > 0.004; step /= 2.0) best = nudgeSource(step);
   return best;
@@ -495,17 +461,16 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         const double F = fr.f[k] * (1.0 + t[0]);
         const double B = std::clamp(bw_[k] * t[1], kMinBandwidth, kMaxBandwidth);
         if (F < below || F > above || (t[0] == 0.0 && B == bw_[k])) continue;
-        tried(k, F, B, trial_);
-        std::swap(r_[k], trial_);
+        const std::vector<double>& levels = tried(k, F, B);
         const double keptB = bw_[k], keptLog = logBw_[k];
         if (B != keptB) setBandwidth(k, B);
-        const double e = misfit(resid_.data(), r_[k].data()) + bandwidthPull();
+        const double e = misfit(resid_.data(), levels.data()) + bandwidthPull();
         if (e < best - 1e-9) {
           best = e;
           fr.f[k] = F;
+          r_[k] = levels;
           gained = true;
         } else {
-          std::swap(r_[k], trial_);
           bw_[k] = keptB;
           logBw_[k] = keptLog;
         }

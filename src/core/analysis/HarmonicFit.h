@@ -43,6 +43,7 @@
 
 #include "analysis/Fft.h"
 #include "analysis/FormantPath.h"
+#include "analysis/HarmonicLevels.h"
 
 namespace vandrel {
 
@@ -184,7 +185,8 @@ class CHarmonicFit {
   double pullCentre_ = 0.5, pullWeight_ = 0.0;
   std::array<std::vector<double>, kSourceTerms> basis_;
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
-  std::vector<double> trial_;
+  harmonics::PulseTerms pulseTerms_;
+  std::vector<double> gridTilts_;  // the grid's tilt levels, kGridTilts per harmonic
   // The last trials of each formant: frequency, bandwidth and levels. Enough
   // of them that the second and third starts of a frame find the first's
   // (with 8, half the trials were computed again).
@@ -195,10 +197,12 @@ class CHarmonicFit {
   static constexpr std::size_t kKeptTrials = 32;
   std::array<std::array<Trial, kKeptTrials>, FormantFrame::kFormants> tries_;
   std::array<std::size_t, FormantFrame::kFormants> nextTry_{};
-  void tried(std::size_t k, double F, double B, std::vector<double>& out);
+  const std::vector<double>& tried(std::size_t k, double F, double B);
   LevelCache pulses_, tilts_;
   template <class Make>
   const std::vector<double>& cached(LevelCache& cache, double key, const Make& make);
+  const std::vector<double>& pulseLevels(double q);
+  const std::vector<double>& tiltLevels(double tilt);
   std::array<double, FormantFrame::kFormants> bw_{}, logBw_{}, logTypical_{};
   void setBandwidth(std::size_t k, double b);
   double top_ = 0.0;

@@ -4,12 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
 #include "analysis/FormantEstimator.h"
 #include "analysis/FormantPath.h"
 #include "analysis/HarmonicFit.h"
+#include "analysis/HarmonicLevels.h"
 
 namespace vandrel {
 namespace {
@@ -92,6 +95,43 @@ TEST(HarmonicFitTest, HighVoiceFirstFormantBetweenHarmonics) {
   EXPECT_NEAR(fit.openQuotient(), oq, 0.05);
   // Too few harmonics below the top: nothing to fit.
   EXPECT_FALSE(fit.measure(x, fs, 1024.0, 1500.0));
+}
+
+// The fit's vector loops give the plain formulas' values to the last bit:
+// its descent compares trials that differ in the last digits.
+TEST(HarmonicLevelsTest, SameBitsAsThePlainFormulas) {
+  std::vector<double> hz, db, b0, b1, r1, r2, tilts;
+  for (int h = 1; h <= 23; ++h) {
+    hz.push_back(197.3 * h + 3.1 * std::sin(h));
+    db.push_back(-2.5 * h + 7.0 * std::cos(0.7 * h));
+    b0.push_back(0.2);
+    b1.push_back(0.01 * h - 0.12);
+    r1.push_back(9.0 / h);
+    r2.push_back(std::sin(0.3 * h));
+    for (std::size_t t = 0; t < harmonics::kGridTilts; ++t)
+      tilts.push_back(-0.4 * static_cast<double>(t * h));
+  }
+  harmonics::PulseTerms terms;
+  terms.prepare(hz);
+  std::vector<double> pulse(hz.size());
+  for (const double open : {0.1 / 197.3, 0.45 / 197.3, 0.9 / 197.3}) {
+    harmonics::pulseLevels(terms, open, pulse.data());
+    for (std::size_t h = 0; h < hz.size(); ++h) EXPECT_EQ(pulse[h], CHarmonicFit::sourceDb(hz[h], open));
+  }
+  const double* formants[] = {r1.data(), r2.data()};
+  std::array<double, harmonics::kGridTilts> misfits{};
+  harmonics::gridMisfits(db.data(), pulse.data(), tilts.data(), formants, 2, b0.data(), b1.data(), hz.size(),
+                         misfits.data());
+  for (std::size_t t = 0; t < misfits.size(); ++t) {
+    double sse = 0.0, d0 = 0.0, d1 = 0.0;
+    for (std::size_t h = 0; h < hz.size(); ++h) {
+      const double r = db[h] - (pulse[h] + tilts[h * harmonics::kGridTilts + t]) - r1[h] - r2[h];
+      sse += r * r;
+      d0 += r * b0[h];
+      d1 += r * b1[h];
+    }
+    EXPECT_EQ(misfits[t], std::max(sse - d0 * d0 - d1 * d1, 0.0) / static_cast<double>(hz.size()));
+  }
 }
 
 // Resampled tones are the same tones at the new rate's instants, for ratios
