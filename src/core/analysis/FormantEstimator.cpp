@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "analysis/AutocorrelationPitch.h"
+#include "analysis/Burg.h"
 #include "analysis/HarmonicFit.h"
 #include "analysis/MathFunc.h"
 
@@ -52,32 +53,6 @@ void runTasks(int count, int threads, const Task& task) {
   work();
   for (auto& h : helpers) h.join();
   if (failure) std::rethrow_exception(failure);
-}
-
-// Burg's method: the predictor a[0..p] (a[0] = 1) of y[0..n-1].
-void burg(const std::vector<double>& y, int p, std::vector<double>& a, std::vector<double>& f,
-          std::vector<double>& b, std::vector<double>& prev) {
-  const std::size_t n = y.size();
-  f = y;
-  b = y;
-  a.assign(static_cast<std::size_t>(p) + 1, 0.0);
-  a[0] = 1.0;
-  for (std::size_t m = 0; m < static_cast<std::size_t>(p) && m + 1 < n; ++m) {
-    double num = 0.0, den = 0.0;
-    for (std::size_t i = m + 1; i < n; ++i) {
-      num += f[i] * b[i - 1];
-      den += f[i] * f[i] + b[i - 1] * b[i - 1];
-    }
-    if (!(den > 0.0)) break;
-    const double k = -2.0 * num / den;
-    prev = a;
-    for (std::size_t j = 1; j <= m + 1; ++j) a[j] = prev[j] + k * prev[m + 1 - j];
-    for (std::size_t i = n - 1; i > m; --i) {
-      const double fi = f[i];
-      f[i] = fi + k * b[i - 1];
-      b[i] = b[i - 1] + k * fi;
-    }
-  }
 }
 
 struct CeilingTrack {
@@ -222,9 +197,30 @@ class Estimator {
     std::vector<double> hamming(w);
     for (std::size_t j = 0; j < w; ++j)
       hamming[j] = 0.54 - 0.46 * std::cos(2.0 * kPi * static_cast<double>(j) / static_cast<double>(w - 1));
-    std::vector<double> frame(w), a, f, b, prev,
-        coeffs(static_cast<std::size_t>(CMathFunc::kMaxLpcOrder) + 1);
+    std::vector<double> coeffs(static_cast<std::size_t>(CMathFunc::kMaxLpcOrder) + 1);
     CMathFunc math;
+    // The predictors of kLanes frames at a time.
+    CBurg burg;
+    std::array<std::vector<double>, CBurg::kLanes> frames, predictors;
+    std::array<const double*, CBurg::kLanes> lanes{};
+    std::array<std::size_t, CBurg::kLanes> which{};
+    std::size_t count = 0;
+    for (std::size_t l = 0; l < CBurg::kLanes; ++l) lanes[l] = (frames[l] = std::vector<double>(w)).data();
+    const auto candidates = [&] {
+      burg.predictors(lanes, count, w, 2 * pairs, predictors);
+      for (std::size_t l = 0; l < count; ++l) {
+        std::copy(predictors[l].begin(), predictors[l].end(), coeffs.begin());
+        const FormantCandidates* fc =
+            math.formantCandidates(2 * pairs, S::kMaxCandidateBandwidth, coeffs.data(), rate);
+        if (fc == nullptr) continue;
+        for (int k = 0; k < fc->count; ++k) {
+          const double F = fc->frequency[static_cast<std::size_t>(k)],
+                       B = fc->bandwidth[static_cast<std::size_t>(k)];
+          if (F > 50.0 && F < ceiling - 50.0 && B > 0.0) cand[which[l]].push_back({F, B});
+        }
+      }
+      count = 0;
+    };
     const auto size = static_cast<std::ptrdiff_t>(y.size());
     for (std::size_t i = 0; i < m; ++i) {
       step();
@@ -233,21 +229,15 @@ class Estimator {
       const auto first =
           std::clamp(static_cast<std::ptrdiff_t>(centre(i) * ratio - static_cast<double>(w) / 2.0),
                      std::ptrdiff_t{1}, size - static_cast<std::ptrdiff_t>(w));
+      std::vector<double>& frame = frames[count];
       for (std::size_t j = 0; j < w; ++j) {
         const auto at = static_cast<std::size_t>(first) + j;
         frame[j] = (y[at] - alpha * y[at - 1]) * hamming[j];
       }
-      burg(frame, 2 * pairs, a, f, b, prev);
-      std::copy(a.begin(), a.end(), coeffs.begin());
-      const FormantCandidates* fc =
-          math.formantCandidates(2 * pairs, S::kMaxCandidateBandwidth, coeffs.data(), rate);
-      if (fc == nullptr) continue;
-      for (int k = 0; k < fc->count; ++k) {
-        const double F = fc->frequency[static_cast<std::size_t>(k)],
-                     B = fc->bandwidth[static_cast<std::size_t>(k)];
-        if (F > 50.0 && F < ceiling - 50.0 && B > 0.0) cand[i].push_back({F, B});
-      }
+      which[count++] = i;
+      if (count == CBurg::kLanes) candidates();
     }
+    if (count > 0) candidates();
     if (std::fabs(ceiling - kFitCeiling) < 1.0) fitSignal_ = std::move(y), fitRate_ = rate;
     return formantPath(cand, ceiling, s_.spacing * 1000.0 / fs_);
   }

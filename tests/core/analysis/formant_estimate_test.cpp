@@ -9,6 +9,7 @@
 #include <cmath>
 #include <vector>
 
+#include "analysis/Burg.h"
 #include "analysis/FormantEstimator.h"
 #include "analysis/FormantPath.h"
 #include "analysis/HarmonicFit.h"
@@ -131,6 +132,27 @@ TEST(HarmonicLevelsTest, SameBitsAsThePlainFormulas) {
       d1 += r * b1[h];
     }
     EXPECT_EQ(misfits[t], std::max(sse - d0 * d0 - d1 * d1, 0.0) / static_cast<double>(hz.size()));
+  }
+}
+
+// Frames side by side get the predictors they get one at a time, bit for
+// bit; a silent frame among them (no error power) as well.
+TEST(BurgTest, LanesGiveTheOneAtATimePredictors) {
+  std::array<std::vector<double>, CBurg::kLanes> frames;
+  for (int l = 0; l < 3; ++l)
+    for (int i = 0; i < 200; ++i)
+      frames[static_cast<std::size_t>(l)].push_back(std::sin(0.3 * i * (l + 1)) +
+                                                    0.2 * std::cos(1.7 * i + l));
+  CBurg burg;
+  for (const bool silent : {false, true}) {
+    if (silent) frames[1].assign(200, 0.0);
+    std::array<std::vector<double>, CBurg::kLanes> a;
+    burg.predictors({frames[0].data(), frames[1].data(), frames[2].data()}, 3, 200, 10, a);
+    for (std::size_t l = 0; l < 3; ++l) {
+      std::vector<double> one;
+      burg.predictor(frames[l].data(), 200, 10, one);
+      EXPECT_EQ(a[l], one);
+    }
   }
 }
 
