@@ -9,26 +9,103 @@ namespace {
 
 constexpr double kPi = 3.1415926535898;  // the analysis's 13-decimal pi
 
-// Two doubles side by side (GCC/Clang vector extension: SSE2 on x86-64, NEON
-// on ARM, plain pairs elsewhere). Loads and stores go through memcpy, so no
-// alignment is assumed.
+// Two or four doubles side by side (GCC/Clang vector extension: SSE2 or
+// AVX2 on x86-64, NEON on ARM, plain pairs elsewhere). Loads and stores go
+// through memcpy, so no alignment is assumed; by reference, as a vector
+// wider than the default target's may not be passed by value.
 typedef double V2 __attribute__((vector_size(16)));
+typedef double V4 __attribute__((vector_size(32)));
 
-inline V2 load(const double* p) {
-  V2 v;
+template <class V>
+[[gnu::always_inline]] inline void load(V& v, const double* p) {
   std::memcpy(&v, p, sizeof v);
-  return v;
 }
-inline void store(double* p, V2 v) { std::memcpy(p, &v, sizeof v); }
+template <class V>
+[[gnu::always_inline]] inline void store(double* p, const V& v) {
+  std::memcpy(p, &v, sizeof v);
+}
 
-// t = y u; y = x - t; x = x + t (complex, two lanes).
-inline void butterfly(V2& xr, V2& xi, V2& yr, V2& yi, V2 ur, V2 ui) {
-  const V2 tr = yr * ur - yi * ui;
-  const V2 ti = yr * ui + yi * ur;
+// t = y u; y = x - t; x = x + t (complex, in each lane).
+template <class V>
+[[gnu::always_inline]] inline void butterfly(V& xr, V& xi, V& yr, V& yi, const V& ur, const V& ui) {
+  const V tr = yr * ur - yi * ui;
+  const V ti = yr * ui + yi * ur;
   yr = xr - tr;
   yi = xi - ti;
   xr = xr + tr;
   xi = xi + ti;
+}
+
+// The stages after the first two (see transform), two or four butterflies
+// per step; the first sweep reads `from`, the others re and im in place.
+// Every element sees exactly the operations of the one-stage-at-a-time
+// loop, whatever the width, so the results are the same to the last bit.
+template <class V>
+[[gnu::always_inline]] inline void laterStages(const double* wr, const double* wi, const double* fromRe,
+                                               const double* fromIm, double* re, double* im, std::size_t n,
+                                               std::size_t h) {
+  constexpr std::size_t kWidth = sizeof(V) / sizeof(double);
+  V ar, ai, br, bi, cr, ci, dr, di, ur, ui, vr, vi;
+  for (; 2 * h < n; h <<= 2) {
+    const double* w1r = wr + (h - 1);
+    const double* w1i = wi + (h - 1);
+    const double* w2r = wr + (2 * h - 1);
+    const double* w2i = wi + (2 * h - 1);
+    for (std::size_t blk = 0; blk < n; blk += 4 * h) {
+      const double* fr = fromRe + blk;
+      const double* fi = fromIm + blk;
+      double* r0 = re + blk;
+      double* i0 = im + blk;
+      for (std::size_t s = 0; s < h; s += kWidth) {
+        load(ar, fr + s), load(ai, fi + s);
+        load(br, fr + s + h), load(bi, fi + s + h);
+        load(cr, fr + s + 2 * h), load(ci, fi + s + 2 * h);
+        load(dr, fr + s + 3 * h), load(di, fi + s + 3 * h);
+        load(ur, w1r + s), load(ui, w1i + s);
+        butterfly(ar, ai, br, bi, ur, ui);
+        butterfly(cr, ci, dr, di, ur, ui);
+        load(ur, w2r + s), load(ui, w2i + s);
+        load(vr, w2r + s + h), load(vi, w2i + s + h);
+        butterfly(ar, ai, cr, ci, ur, ui);
+        butterfly(br, bi, dr, di, vr, vi);
+        store(r0 + s, ar);
+        store(i0 + s, ai);
+        store(r0 + s + h, br);
+        store(i0 + s + h, bi);
+        store(r0 + s + 2 * h, cr);
+        store(i0 + s + 2 * h, ci);
+        store(r0 + s + 3 * h, dr);
+        store(i0 + s + 3 * h, di);
+      }
+    }
+    fromRe = re;
+    fromIm = im;
+  }
+  if (h < n) {  // an odd number of later stages leaves the last on its own
+    const double* w1r = wr + (h - 1);
+    const double* w1i = wi + (h - 1);
+    for (std::size_t s = 0; s < h; s += kWidth) {
+      load(ar, fromRe + s), load(ai, fromIm + s);
+      load(br, fromRe + s + h), load(bi, fromIm + s + h);
+      load(ur, w1r + s), load(ui, w1i + s);
+      butterfly(ar, ai, br, bi, ur, ui);
+      store(re + s, ar);
+      store(im + s, ai);
+      store(re + s + h, br);
+      store(im + s + h, bi);
+    }
+  }
+}
+
+void laterStages2(const double* wr, const double* wi, const double* fromRe, const double* fromIm, double* re,
+                  double* im, std::size_t n, std::size_t h) {
+  laterStages<V2>(wr, wi, fromRe, fromIm, re, im, n, h);
+}
+
+__attribute__((target("avx2"))) void laterStages4(const double* wr, const double* wi, const double* fromRe,
+                                                  const double* fromIm, double* re, double* im, std::size_t n,
+                                                  std::size_t h) {
+  laterStages<V4>(wr, wi, fromRe, fromIm, re, im, n, h);
 }
 
 }  // namespace
@@ -136,58 +213,12 @@ void FftTables::transform(double* re, double* im, int m) {
   // cache, and two stages (half spans h and 2h) per sweep: the four points
   // a, b, c, d = x[s], x[s+h], x[s+2h], x[s+3h] of a 4h block go through
   // stage h's butterflies (a, b) and (c, d), then stage 2h's (a, c) and
-  // (b, d), in registers. Two butterflies per step in a two-lane vector.
-  // Every element sees exactly the operations of the one-stage-at-a-time
-  // loop, so the results are the same to the last bit. The first sweep reads
-  // the scratch arrays and writes the caller's.
-  const double* fromRe = sr;
-  const double* fromIm = si;
-  for (; 2 * h < n; h <<= 2) {
-    const double* w1r = o.wr.data() + (h - 1);
-    const double* w1i = o.wi.data() + (h - 1);
-    const double* w2r = o.wr.data() + (2 * h - 1);
-    const double* w2i = o.wi.data() + (2 * h - 1);
-    for (std::size_t blk = 0; blk < n; blk += 4 * h) {
-      const double* fr = fromRe + blk;
-      const double* fi = fromIm + blk;
-      double* r0 = re + blk;
-      double* i0 = im + blk;
-      for (std::size_t s = 0; s < h; s += 2) {
-        V2 ar = load(fr + s), ai = load(fi + s);
-        V2 br = load(fr + s + h), bi = load(fi + s + h);
-        V2 cr = load(fr + s + 2 * h), ci = load(fi + s + 2 * h);
-        V2 dr = load(fr + s + 3 * h), di = load(fi + s + 3 * h);
-        const V2 ur = load(w1r + s), ui = load(w1i + s);
-        butterfly(ar, ai, br, bi, ur, ui);
-        butterfly(cr, ci, dr, di, ur, ui);
-        butterfly(ar, ai, cr, ci, load(w2r + s), load(w2i + s));
-        butterfly(br, bi, dr, di, load(w2r + s + h), load(w2i + s + h));
-        store(r0 + s, ar);
-        store(i0 + s, ai);
-        store(r0 + s + h, br);
-        store(i0 + s + h, bi);
-        store(r0 + s + 2 * h, cr);
-        store(i0 + s + 2 * h, ci);
-        store(r0 + s + 3 * h, dr);
-        store(i0 + s + 3 * h, di);
-      }
-    }
-    fromRe = re;
-    fromIm = im;
-  }
-  if (h < n) {  // an odd number of later stages leaves the last on its own
-    const double* wr = o.wr.data() + (h - 1);
-    const double* wi = o.wi.data() + (h - 1);
-    for (std::size_t s = 0; s < h; s += 2) {
-      V2 ar = load(fromRe + s), ai = load(fromIm + s);
-      V2 br = load(fromRe + s + h), bi = load(fromIm + s + h);
-      butterfly(ar, ai, br, bi, load(wr + s), load(wi + s));
-      store(re + s, ar);
-      store(im + s, ai);
-      store(re + s + h, br);
-      store(im + s + h, bi);
-    }
-  } else if (fromRe == sr) {  // n <= 4: the gathering pass did every stage
+  // (b, d), in registers. The first sweep reads the scratch arrays and
+  // writes the caller's.
+  if (h < n) {
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    (avx2 ? laterStages4 : laterStages2)(o.wr.data(), o.wi.data(), sr, si, re, im, n, h);
+  } else {  // n <= 4: the gathering pass did every stage
     std::memcpy(re, sr, n * sizeof(double));
     std::memcpy(im, si, n * sizeof(double));
   }
