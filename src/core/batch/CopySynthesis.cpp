@@ -14,6 +14,7 @@
 #include "analysis/FormantEstimator.h"
 #include "batch/CopyNoiseFit.h"
 #include "batch/CopyPitch.h"
+#include "batch/CopyShapeChoice.h"
 #include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
@@ -34,29 +35,13 @@ constexpr double kFirstGuessDb = 10.0;
 constexpr double kOpenQuotient = 0.5;
 // The resonators carry level across frames: a second round settles it.
 constexpr int kMatchPasses = 2;
-// What chooseTilt tries in voiced frames.
-constexpr double kTiltSteps[] = {0.0, 8.0, 16.0, 24.0};  // tl, dB
-constexpr int kSmoothFrames = 5;          // median of the formant tracks: frame-to-frame jitter is not a bend
-constexpr std::size_t kChoiceFrames = 3;  // chooseByShape
+constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-frame jitter is not a bend
 constexpr int kProgressPollMs = 40;
 const double kMinusInf = -std::numeric_limits<double>::infinity();
 
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
 const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
 const int kParallelRows[] = {kAb, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f};
-
-// Runs `job` on a thread of its own when `parallel` and the system gives one,
-// otherwise when its result is asked for.
-template <class Job>
-auto startJob(bool parallel, const Job& job) {
-  if (parallel) {
-    try {
-      return std::async(std::launch::async, job);
-    } catch (const std::system_error&) {
-    }
-  }
-  return std::async(std::launch::deferred, job);
-}
 
 // Level in dB of raw sample units, of a window centred on the middle of each
 // of `frames` frames `frameSamples` long; -inf for digital silence.
@@ -75,8 +60,6 @@ std::vector<double> frameLevels(const std::vector<double>& x, double frameSample
   }
   return out;
 }
-
-std::vector<double> asDoubles(const std::vector<std::int16_t>& s) { return {s.begin(), s.end()}; }
 
 // Two second-order high-pass sections at `hz` (Butterworth Q): what lies
 // above the band where voicing carries most of its energy.
@@ -147,8 +130,8 @@ int sourceRow(const FrameTable& t, int c) {
 // Synthesizes `doc` and moves each frame's sounding amplitude by the level
 // the synthesis misses the recording by; where voiced, it also moves the
 // tilt by how much brighter (more of the level above 2.5 kHz) the synthesis
-// is, when `tilt` (until chooseTilt has chosen the tilt by shape). The
-// level above 2.5 kHz is measured only then, on another thread when
+// is, when `tilt` (until chooseTiltAndDamping has chosen the tilt by shape).
+// The level above 2.5 kHz is measured only then, on another thread when
 // `parallel`.
 void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std::vector<double>& wantedHigh,
                  bool tilt, bool parallel) {
@@ -211,34 +194,6 @@ std::vector<double> f0Ahead(const std::vector<double>& f0, double frameMs) {
   return out;
 }
 
-using Bands = std::array<double, CNoiseFit::kBands>;
-
-// Runs job(from, to) over the frames 0..frames, the second half on another
-// thread when `parallel`.
-template <class Job>
-void inHalves(int frames, bool parallel, const Job& job) {
-  auto half = startJob(parallel, [&] { job(frames / 2, frames); });
-  job(0, frames / 2);
-  half.get();
-}
-
-// The band levels (CopyNoiseFit.h) of x at rate `rate` for the frames
-// `wanted` marks, centred on their middles (frame c at (c + 0.5) x step);
-// frames whose window holds no energy are unmarked.
-std::vector<Bands> measureBands(const std::vector<double>& x, double rate, double step,
-                                const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
-                                bool parallel) {
-  std::vector<Bands> out(wanted.size());
-  inHalves(static_cast<int>(wanted.size()), parallel, [&](int from, int to) {
-    CNoiseFit bands(setup.sampleRate, recordingRate, setup.cascadeFormants, rate);
-    for (int c = from; c < to; ++c) {
-      const auto uc = static_cast<std::size_t>(c);
-      if (wanted[uc] != 0) wanted[uc] = bands.measure(x, (c + 0.5) * step, out[uc]) ? 1 : 0;
-    }
-  });
-  return out;
-}
-
 // Fits the parallel amplitudes (CopyNoiseFit.h) of the frames `noisy`
 // marks, as frication where `fricative` says so, else as aspiration.
 void fitNoise(FrameTable& t, const SynthesisSetup& setup, double fs, const std::vector<Bands>& bands,
@@ -265,97 +220,6 @@ void fitNoise(FrameTable& t, const SynthesisSetup& setup, double fs, const std::
                 target);
     }
   });
-}
-
-// Analysis by synthesis, one row at a time in the frames `mask` marks: the
-// table is synthesized with each of `candidates` applied to all of them
-// (apply(table, c, k) sets candidate k in frame c; k = 0 must be what the
-// table held), and each frame keeps the candidate whose band shape
-// (CopyNoiseFit.h) comes closest to the recording's. A frame's neighbours
-// differ from what was tried with it by at most their own choice, which
-// moves its shape little. The candidates are tried on copies of the table,
-// shared between this thread and another when `parallel`.
-template <class Apply>
-void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
-                   const std::vector<char>& mask, bool parallel, int candidates, const Apply& apply) {
-  const int frames = doc.table().columns();
-  const SynthesisSetup setup = synthesisSetup(doc);
-  const auto m = static_cast<std::size_t>(frames);
-  std::vector<double> error(m * static_cast<std::size_t>(candidates), 0.0);  // per candidate, per frame
-  std::vector<std::vector<char>> sounded(static_cast<std::size_t>(candidates), mask);
-  std::atomic<int> next{0};
-  std::atomic<bool> failed{false};
-  const auto tryCandidates = [&] {
-    std::unique_ptr<CVandrelDoc> trial;
-    for (int k; (k = next.fetch_add(1)) < candidates && !failed.load();) {
-      if (!trial) trial = std::make_unique<CVandrelDoc>(doc);
-      {
-        EditTransaction edit(*trial);
-        for (int c = 0; c < frames; ++c)
-          if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, k);
-      }
-      KlattState state;
-      state.reset(1);
-      if (!synthesize(*trial, {}, state)) {
-        failed.store(true);
-        return;
-      }
-      std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
-      const std::vector<Bands> got = measureBands(asDoubles(trial->synthesized().samples), setup.sampleRate,
-                                                  setup.samplesPerFrame, setup, fs, heard, false);
-      for (std::size_t c = 0; c < m; ++c)
-        if (heard[c] != 0)
-          error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);
-    }
-  };
-  auto other = startJob(parallel, tryCandidates);
-  tryCandidates();
-  other.get();
-  if (failed.load()) return;
-  // Frames that any candidate leaves silent are not chosen in.
-  std::vector<char> measured = mask;
-  for (const auto& heard : sounded)
-    for (std::size_t c = 0; c < m; ++c)
-      if (heard[c] == 0) measured[c] = 0;
-  // A frame's error scatters with the few periods in its window: each frame
-  // takes the candidate closest over it and its measured neighbours
-  // (kChoiceFrames), which also keeps the rows from flickering.
-  std::vector<int> chosen(m, 0);
-  for (std::size_t c = 0; c < m; ++c) {
-    if (measured[c] == 0) continue;
-    double best = std::numeric_limits<double>::infinity();
-    for (int k = 0; k < candidates; ++k) {
-      double sum = 0.0;
-      for (std::size_t n = c > kChoiceFrames / 2 ? c - kChoiceFrames / 2 : 0;
-           n < std::min(m, c + kChoiceFrames / 2 + 1); ++n)
-        if (measured[n] != 0) sum += error[static_cast<std::size_t>(k) * m + n];
-      if (sum < best) {
-        best = sum;
-        chosen[c] = k;
-      }
-    }
-  }
-  EditTransaction edit(doc);
-  for (int c = 0; c < frames; ++c)
-    if (mask[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, chosen[static_cast<std::size_t>(c)]);
-}
-
-// The voice's tilt in voiced frames, chosen by synthesis among kTiltSteps
-// and what matchLevels set from the level above 2.5 kHz: the envelope over
-// the whole band is what a listener hears, and a voice's brightness above
-// 2.5 kHz says little of its slope below. (Neither the open phase nor voicing
-// added through the parallel branch is chosen so: a frame's best open phase
-// changes from frame to frame, and periods of alternating shapes are heard an
-// octave down; voicing through the bypass or the parallel formants fills in
-// the spectrum between the formants, and analyses of the copy then find F1
-// and F2 elsewhere.)
-void chooseTilt(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
-                const std::vector<char>& voiced, bool parallel) {
-  const std::vector<double> tilt(doc.table().row(kTl), doc.table().row(kTl) + doc.table().columns());
-  chooseByShape(doc, fs, wanted, voiced, parallel, 1 + static_cast<int>(std::size(kTiltSteps)),
-                [&](FrameTable& t, int c, int k) {
-                  t.setValue(kTl, c, k == 0 ? tilt[static_cast<std::size_t>(c)] : kTiltSteps[k - 1]);
-                });
 }
 
 }  // namespace
@@ -555,7 +419,20 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   for (int pass = 0; pass < kMatchPasses; ++pass) matchLevels(*doc, level, high, true, settings.threads != 1);
   std::vector<char> sung(static_cast<std::size_t>(frames));
   for (std::size_t c = 0; c < sung.size(); ++c) sung[c] = measured[c] != 0 && voiced[c] != 0 ? 1 : 0;
-  chooseTilt(*doc, fs, bands, sung, settings.threads != 1);
+  // Aspiration that neither follows nor precedes voicing: in the frame next
+  // to a vowel the resonators still ring with its last period, and damping
+  // them there moves the end of the period a pitch tracker hears.
+  std::vector<char> aspirated(static_cast<std::size_t>(frames));
+  for (int c = 0; c < frames; ++c)
+    aspirated[static_cast<std::size_t>(c)] =
+        measured[static_cast<std::size_t>(c)] != 0 && t.value(kAh, c) > 0.0 &&
+                voiced[static_cast<std::size_t>(c)] == 0 &&
+                (c == 0 || voiced[static_cast<std::size_t>(c - 1)] == 0) &&
+                (c + 1 == frames || voiced[static_cast<std::size_t>(c + 1)] == 0)
+            ? 1
+            : 0;
+  chooseTiltAndDamping(*doc, fs, bands, sung, aspirated, settings.threads != 1);
+  chooseUpperBandwidths(*doc, fs, bands, sung, settings.threads != 1);
   for (int pass = 0; pass < kMatchPasses; ++pass)
     matchLevels(*doc, level, high, false, settings.threads != 1);
   if (cancelled()) return cancelledResult();

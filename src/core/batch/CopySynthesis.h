@@ -27,9 +27,11 @@
 // each frame's level compared with the recording's, and av, ah or af moved
 // by the difference; in voiced frames the tilt tl is moved by how much more
 // of the level lies above 2.5 kHz in the synthesis than in the recording.
-// Two rounds, since the resonators carry level across frames. Then, in
-// voiced frames, the tilt is chosen by synthesis among a few values, frame
-// by frame by the spectral envelope (chooseTilt), and the levels matched
+// Two rounds, since the resonators carry level across frames. Then a few
+// rows are chosen by synthesis among a few values, frame by frame by the
+// spectral envelope (CopyShapeChoice.h): in voiced frames the tilt, then the
+// widths of F3..F5 (and of F1 with them); in aspirated frames away from
+// voicing, at the same time as the tilt, B1. Last the levels are matched
 // again (the tilt left as chosen).
 // In silent frames the formants do not sound: they are filled in straight
 // lines from the sounding frames around them, which costs no anchors.

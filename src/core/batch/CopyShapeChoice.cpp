@@ -1,0 +1,169 @@
+#include "batch/CopyShapeChoice.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <functional>
+#include <iterator>
+#include <limits>
+#include <memory>
+
+#include "editing/EditTransaction.h"
+
+namespace vandrel {
+
+namespace {
+
+constexpr double kTiltSteps[] = {0.0, 8.0, 16.0, 24.0};  // tl, dB
+// B1 in aspirated frames, times the vowel's (held to the row's limit).
+constexpr double kAspirationB1[] = {1.0, 2.0, 4.0, 8.0, 8.0};
+// B3..B5 in voiced frames, times the estimate's, and B1 with them (below).
+constexpr double kUpperScales[] = {1.0, 0.6, 0.35, 0.2};
+// No narrower than this times f0: a resonance that narrow still rings at a
+// tenth (-20 dB) of its level when the next period starts, and on a high
+// voice periods that overlap so are heard an octave down (a woman's f0 at
+// 220 Hz read at 110 over 16 frames).
+constexpr double kNarrowestPerF0 = 0.75;
+// The formant estimate pulls B1 towards a typical 80 Hz; where the higher
+// peaks are raised, F1's then stands above the recording's by a few dB.
+constexpr double kB1WithUpper = 1.2;
+// Frames over which a choice is made (each frame takes the candidate closest
+// over it and its neighbours): a tilt's or aspiration's error scatters with
+// the few periods in a window; a bandwidth chosen over few frames flickers,
+// and periods whose shapes change from frame to frame are heard by a pitch
+// tracker as other periods (a child's f0 read 25% high).
+constexpr std::size_t kTiltChoiceFrames = 3;
+constexpr std::size_t kBandwidthChoiceFrames = 11;
+
+using Apply = std::function<void(FrameTable&, int c, int k)>;
+
+// The table is synthesized with each of `candidates` applied to all the
+// frames `kind` marks (apply(table, c, k) sets candidate k in frame c; k = 0
+// must be what the table held), and each frame keeps the candidate whose
+// band shape comes closest to the recording's over it and the `span` frames
+// around it (odd) of its kind. A frame's neighbours differ from what was
+// tried with it by at most their own choice, which moves its shape little.
+// Frames of different kinds (non-zero values of `kind`) may take different
+// rows in the same syntheses. The candidates are tried on copies of the
+// table, shared between this thread and another when `parallel`.
+void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
+                   const std::vector<char>& kind, bool parallel, int candidates, std::size_t span,
+                   const Apply& apply) {
+  const int frames = doc.table().columns();
+  const SynthesisSetup setup = synthesisSetup(doc);
+  const auto m = static_cast<std::size_t>(frames);
+  std::vector<double> error(m * static_cast<std::size_t>(candidates), 0.0);  // per candidate, per frame
+  std::vector<std::vector<char>> sounded(static_cast<std::size_t>(candidates), kind);
+  std::atomic<int> next{0};
+  std::atomic<bool> failed{false};
+  const auto tryCandidates = [&] {
+    std::unique_ptr<CVandrelDoc> trial;
+    for (int k; (k = next.fetch_add(1)) < candidates && !failed.load();) {
+      if (!trial) trial = std::make_unique<CVandrelDoc>(doc);
+      {
+        EditTransaction edit(*trial);
+        for (int c = 0; c < frames; ++c)
+          if (kind[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, k);
+      }
+      KlattState state;
+      state.reset(1);
+      if (!synthesize(*trial, {}, state)) {
+        failed.store(true);
+        return;
+      }
+      std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
+      const std::vector<Bands> got = measureBands(asDoubles(trial->synthesized().samples), setup.sampleRate,
+                                                  setup.samplesPerFrame, setup, fs, heard, false);
+      for (std::size_t c = 0; c < m; ++c)
+        if (heard[c] != 0)
+          error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);
+    }
+  };
+  auto other = startJob(parallel, tryCandidates);
+  tryCandidates();
+  other.get();
+  if (failed.load()) return;
+  // Frames that any candidate leaves silent are not chosen in.
+  std::vector<char> measured = kind;
+  for (const auto& heard : sounded)
+    for (std::size_t c = 0; c < m; ++c)
+      if (heard[c] == 0) measured[c] = 0;
+  std::vector<int> chosen(m, 0);
+  for (std::size_t c = 0; c < m; ++c) {
+    if (measured[c] == 0) continue;
+    double best = std::numeric_limits<double>::infinity();
+    for (int k = 0; k < candidates; ++k) {
+      double sum = 0.0;
+      for (std::size_t n = c > span / 2 ? c - span / 2 : 0; n < std::min(m, c + span / 2 + 1); ++n)
+        if (measured[n] == measured[c]) sum += error[static_cast<std::size_t>(k) * m + n];
+      if (sum < best) {
+        best = sum;
+        chosen[c] = k;
+      }
+    }
+  }
+  EditTransaction edit(doc);
+  for (int c = 0; c < frames; ++c)
+    if (kind[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, chosen[static_cast<std::size_t>(c)]);
+}
+
+std::vector<double> rowOf(const FrameTable& t, int row) { return {t.row(row), t.row(row) + t.columns()}; }
+
+}  // namespace
+
+std::vector<Bands> measureBands(const std::vector<double>& x, double rate, double step,
+                                const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
+                                bool parallel) {
+  std::vector<Bands> out(wanted.size());
+  inHalves(static_cast<int>(wanted.size()), parallel, [&](int from, int to) {
+    CNoiseFit bands(setup.sampleRate, recordingRate, setup.cascadeFormants, rate);
+    for (int c = from; c < to; ++c) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (wanted[uc] != 0) wanted[uc] = bands.measure(x, (c + 0.5) * step, out[uc]) ? 1 : 0;
+    }
+  });
+  return out;
+}
+
+void chooseTiltAndDamping(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
+                          const std::vector<char>& voiced, const std::vector<char>& aspirated,
+                          bool parallel) {
+  const std::vector<double> tilt = rowOf(doc.table(), kTl), b1 = rowOf(doc.table(), kB1);
+  const double b1Top = doc.params().at(kB1).upper;
+  std::vector<char> kind(voiced.size());
+  for (std::size_t c = 0; c < kind.size(); ++c) kind[c] = voiced[c] != 0 ? 1 : (aspirated[c] != 0 ? 2 : 0);
+  static_assert(std::size(kAspirationB1) == 1 + std::size(kTiltSteps));
+  chooseByShape(doc, fs, wanted, kind, parallel, static_cast<int>(std::size(kAspirationB1)),
+                kTiltChoiceFrames, [&](FrameTable& t, int c, int k) {
+                  const auto uc = static_cast<std::size_t>(c);
+                  const auto uk = static_cast<std::size_t>(k);
+                  if (kind[uc] == 1)
+                    t.setValue(kTl, c, k == 0 ? tilt[uc] : kTiltSteps[uk - 1]);
+                  else
+                    t.setValue(kB1, c, std::min(b1Top, std::round(b1[uc] * kAspirationB1[uk])));
+                });
+}
+
+void chooseUpperBandwidths(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
+                           const std::vector<char>& voiced, bool parallel) {
+  const int rows[] = {kB3, kB4, kB5};
+  std::vector<std::vector<double>> was;
+  for (const int row : rows) was.push_back(rowOf(doc.table(), row));
+  const std::vector<double> b1 = rowOf(doc.table(), kB1);
+  const ParamDef& b1Def = doc.params().at(kB1);
+  const double bottom = doc.params().at(kB3).lower;
+  chooseByShape(
+      doc, fs, wanted, voiced, parallel, static_cast<int>(std::size(kUpperScales)), kBandwidthChoiceFrames,
+      [&](FrameTable& t, int c, int k) {
+        const auto uc = static_cast<std::size_t>(c);
+        const double scale = kUpperScales[static_cast<std::size_t>(k)];
+        const double narrowest = std::round(kNarrowestPerF0 * t.value(kF0, c) / 10.0);
+        for (std::size_t r = 0; r < std::size(rows); ++r)
+          t.setValue(rows[r], c,
+                     std::min(was[r][uc], std::max({bottom, std::round(was[r][uc] * scale), narrowest})));
+        t.setValue(kB1, c,
+                   k == 0 ? b1[uc] : std::min<double>(b1Def.upper, std::round(b1[uc] * kB1WithUpper)));
+      });
+}
+
+}  // namespace vandrel
