@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "analysis/HarmonicLevels.h"
@@ -196,11 +198,12 @@ void CHarmonicFit::prepare(double f0) {
 // where it is, the next sweep tries the same steps around it, and the starts
 // of one frame meet in the same places.
 const std::vector<double>& CHarmonicFit::tried(std::size_t k, double F, double B) {
-  auto& cache = tries_[k];
-  for (const auto& e : cache)
-    if (e.f == F && e.b == B && !e.levels.empty()) return e.levels;
-  auto& slot = cache[nextTry_[k]];
-  nextTry_[k] = (nextTry_[k] + 1) % cache.size();
+  std::uint64_t f = 0, b = 0;
+  std::memcpy(&f, &F, sizeof f);
+  std::memcpy(&b, &B, sizeof b);
+  const std::uint64_t hash = (f ^ (b * 0x9e3779b97f4a7c15ULL)) * 0xff51afd7ed558ccdULL;
+  Trial& slot = tries_[k][hash >> (64 - kTrialSlotBits)];
+  if (slot.f == F && slot.b == B && !slot.levels.empty()) return slot.levels;
   slot.f = F;
   slot.b = B;
   resonance(k, F, B, slot.levels);

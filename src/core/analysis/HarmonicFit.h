@@ -187,16 +187,18 @@ class CHarmonicFit {
   std::array<std::vector<double>, FormantFrame::kFormants> r_;  // each formant's level at the harmonics
   harmonics::PulseTerms pulseTerms_;
   std::vector<double> gridTilts_;  // the grid's tilt levels, kGridTilts per harmonic
-  // The last trials of each formant: frequency, bandwidth and levels. Enough
-  // of them that the second and third starts of a frame find the first's
-  // (with 8, half the trials were computed again).
+  // The trials of each formant made on these harmonics: frequency,
+  // bandwidth and levels, in the slot their frequency and bandwidth hash
+  // to (a later trial of the same slot replaces it). Enough of them that
+  // the second and third starts of a frame find the first's (with 8 kept,
+  // half the trials were computed again; a search of 32 kept was a
+  // quarter of the lookups' time).
   struct Trial {
     double f = 0.0, b = 0.0;
     std::vector<double> levels;
   };
-  static constexpr std::size_t kKeptTrials = 32;
-  std::array<std::array<Trial, kKeptTrials>, FormantFrame::kFormants> tries_;
-  std::array<std::size_t, FormantFrame::kFormants> nextTry_{};
+  static constexpr int kTrialSlotBits = 6;
+  std::array<std::array<Trial, std::size_t{1} << kTrialSlotBits>, FormantFrame::kFormants> tries_;
   const std::vector<double>& tried(std::size_t k, double F, double B);
   LevelCache pulses_, tilts_;
   template <class Make>
