@@ -1,6 +1,7 @@
 #include "analysis/FormantEstimator.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <exception>
 #include <new>
@@ -461,7 +462,10 @@ std::vector<double> resampleSignal(const std::vector<double>& x, double from, do
       firstTap[static_cast<std::size_t>(r)] = lo;
     }
   }
-  for (std::size_t j = 0; j < n; ++j) {
+  // Output j the long way: the table's filter at its place, its sum of
+  // weights divided out (near the ends, where taps fall outside, and for
+  // rates that are not whole numbers of Hz).
+  const auto edge = [&](std::size_t j) {
     if (rational) {
       const long long jm = static_cast<long long>(j) * M;
       const auto r = static_cast<std::size_t>(jm % L);
@@ -471,8 +475,7 @@ std::vector<double> resampleSignal(const std::vector<double>& x, double from, do
         const double* in = x.data() + first;
         double acc = 0.0;
         for (std::size_t k = 0; k < taps; ++k) acc += w[k] * in[k];
-        y[j] = acc;
-        continue;
+        return acc;
       }
     }
     const double t = static_cast<double>(j) / ratio;
@@ -487,8 +490,45 @@ std::vector<double> resampleSignal(const std::vector<double>& x, double from, do
       acc += h * x[static_cast<std::size_t>(k)];
       gain += h;
     }
-    y[j] = gain != 0.0 ? acc / gain : 0.0;
+    return gain != 0.0 ? acc / gain : 0.0;
+  };
+  // Where each output's dot product starts: output j lies at j M / L input
+  // samples, counted in whole samples and fractions (no division per output).
+  long long whole = 0, part = 0;
+  const auto advance = [&] {
+    part += M;
+    while (part >= L) part -= L, ++whole;
+  };
+  // Four outputs at a time: each dot product is a chain of additions, and
+  // four chains keep the adder busy where one waits on it (each sum still in
+  // its own order).
+  constexpr std::size_t kGroup = 4;
+  std::size_t j = 0;
+  for (; rational && j + kGroup <= n; j += kGroup) {
+    std::array<const double*, kGroup> w{}, in{};
+    const long long w0 = whole, p0 = part;
+    bool inside = true;
+    for (std::size_t q = 0; q < kGroup; ++q, advance()) {
+      const auto first = static_cast<std::ptrdiff_t>(whole) + firstTap[static_cast<std::size_t>(part)];
+      inside = inside && first >= 0 && first + static_cast<std::ptrdiff_t>(taps) - 1 <= last;
+      w[q] = weights.data() + static_cast<std::size_t>(part) * taps;
+      in[q] = x.data() + std::max<std::ptrdiff_t>(first, 0);
+    }
+    if (!inside) {
+      whole = w0, part = p0;
+      for (std::size_t q = 0; q < kGroup; ++q, advance()) y[j + q] = edge(j + q);
+      continue;
+    }
+    double a0 = 0.0, a1 = 0.0, a2 = 0.0, a3 = 0.0;
+    for (std::size_t k = 0; k < taps; ++k) {
+      a0 += w[0][k] * in[0][k];
+      a1 += w[1][k] * in[1][k];
+      a2 += w[2][k] * in[2][k];
+      a3 += w[3][k] * in[3][k];
+    }
+    y[j] = a0, y[j + 1] = a1, y[j + 2] = a2, y[j + 3] = a3;
   }
+  for (; j < n; ++j) y[j] = edge(j);
   return y;
 }
 
