@@ -160,7 +160,7 @@ void CHarmonicFit::prepare(double f0) {
   for (auto& cache : tries_)
     for (auto& e : cache) e.levels.clear();
   f0_ = f0;
-  for (auto& g : gridSource_) g.clear();  // made by the first score()
+  scoreSources_.clear();  // made by the first score()
   // An orthonormal basis of the source's shape (level, slope and curvature
   // in log frequency) over these harmonics, by Gram-Schmidt.
   const std::size_t count = hz_.size();
@@ -217,27 +217,6 @@ CHarmonicFit::CHarmonicFit() {
 void CHarmonicFit::setBandwidth(std::size_t k, double b) {
   bw_[k] = b;
   logBw_[k] = std::log(b);
-}
-
-// Mean squared difference after the best source shape, plus the pull of the
-// bandwidths.
-double CHarmonicFit::objective() {
-  const std::size_t n = hz_.size();
-  std::array<const double*, kFormants> formants{};
-  std::size_t count = 0;
-  for (std::size_t k = 0; k < kFormants; ++k)
-    if (!r_[k].empty()) formants[count++] = r_[k].data();
-  const double* b0 = basis_[0].data();
-  const double* b1 = basis_[1].data();
-  double sse = 0.0, d0 = 0.0, d1 = 0.0;
-  for (std::size_t h = 0; h < n; ++h) {
-    double r = db_[h] - source_[h];
-    for (std::size_t k = 0; k < count; ++k) r -= formants[k][h];
-    sse += r * r;
-    d0 += r * b0[h];
-    d1 += r * b1[h];
-  }
-  return std::max(sse - d0 * d0 - d1 * d1, 0.0) / static_cast<double>(n) + bandwidthPull();
 }
 
 // The mean squared residual left after the source's shape is taken out: the
@@ -353,40 +332,83 @@ double CHarmonicFit::score(const FormantFrame& fr) {
     setBandwidth(k, std::clamp(fr.b[k] > 0.0 ? fr.b[k] : kTypicalBandwidth[k], kMinBandwidth, kMaxBandwidth));
     resonance(k, fr.f[k], bw_[k], r_[k]);
   }
-  if (gridSource_[0].empty())
-    for (std::size_t q = 0; q < kScoreQuotients.size(); ++q)
-      for (std::size_t t = 0; t < kScoreTilts.size(); ++t) {
-        setSource(kScoreQuotients[q], kScoreTilts[t]);
-        gridSource_[q * kScoreTilts.size() + t] = source_;
-      }
+  // The few sources every path is scored with, made once per frame, side
+  // by side in rows of lanes.
+  using harmonics::kGridTilts;
+  constexpr std::size_t kSources = kScoreQuotients.size() * kScoreTilts.size();
+  constexpr std::size_t kRows = (kSources + kGridTilts - 1) / kGridTilts;
+  const std::size_t n = hz_.size();
+  if (scoreSources_.empty()) {
+    scoreSources_.assign(kRows * n * kGridTilts, 0.0);
+    for (std::size_t i = 0; i < kSources; ++i) {
+      const auto& pulse = pulseLevels(kScoreQuotients[i / kScoreTilts.size()]);
+      const auto& filter = tiltLevels(kScoreTilts[i % kScoreTilts.size()]);
+      double* lane = scoreSources_.data() + i / kGridTilts * n * kGridTilts + i % kGridTilts;
+      for (std::size_t h = 0; h < n; ++h) lane[h * kGridTilts] = pulse[h] + filter[h];
+    }
+  }
+  const double pull = bandwidthPull();
   double best = 1e300;
-  for (const auto& g : gridSource_) {
-    source_ = g;
-    best = std::min(best, objective());
+  std::array<double, kGridTilts> misfits{};
+  for (std::size_t row = 0; row < kRows; ++row) {
+    laneMisfits(scoreSources_.data() + row * n * kGridTilts, misfits);
+    for (std::size_t l = 0; l < std::min(kGridTilts, kSources - row * kGridTilts); ++l)
+      best = std::min(best, misfits[l] + pull);
   }
   return best;
 }
 
+// The objective less its pulls (the mean squared difference after the best
+// source shape, as misfit() takes it) for up to kGridTilts sources side by
+// side (lanes[h * kGridTilts + l]: source l at harmonic h).
+void CHarmonicFit::laneMisfits(const double* lanes, std::array<double, harmonics::kGridTilts>& out) {
+  const std::size_t n = hz_.size();
+  zeros_.assign(n, 0.0);  // the sources are whole: no pulse to add to them
+  std::array<const double*, kFormants> formants{};
+  std::size_t count = 0;
+  for (std::size_t k = 0; k < kFormants; ++k)
+    if (!r_[k].empty()) formants[count++] = r_[k].data();
+  harmonics::gridMisfits(db_.data(), zeros_.data(), lanes, formants.data(), count, basis_[0].data(),
+                         basis_[1].data(), n, out.data());
+}
+
 // One step of the open quotient either way, then one of the tilt (as many
 // of its grid steps), each kept when it fits better.
+// The source as it stands and its two neighbours are weighed side by side.
 double CHarmonicFit::nudgeSource(double step) {
-  double best = objective();
+  using harmonics::kGridTilts;
+  const std::size_t n = hz_.size();
   const double tiltStep = step * kTiltGrid / kOpenQuotientGrid;
+  nudgeSources_.assign(n * kGridTilts, 0.0);
+  std::array<double, kGridTilts> misfits{};
+  double best = 0.0;
   for (int which = 0; which < 2; ++which) {
     const double q0 = open_, t0 = tilt_;
-    double pickQ = q0, pickT = t0;
+    std::array<double, 3> qs{q0}, ts{t0};
+    std::size_t count = 1;
+    for (std::size_t h = 0; h < n; ++h) nudgeSources_[h * kGridTilts] = source_[h];
     for (const double sign : {-1.0, 1.0}) {
       const double q = which == 0 ? q0 + sign * step : q0, tl = which == 1 ? t0 + sign * tiltStep : t0;
       if (q < kMinOpenQuotient || q > kMaxOpenQuotient || tl < 0.0 || tl > kMaxTilt) continue;
-      setSource(q, tl);
-      const double e = objective();
-      if (e < best) {
+      const auto& pulse = pulseLevels(q);
+      const auto& filter = tiltLevels(tl);
+      for (std::size_t h = 0; h < n; ++h) nudgeSources_[h * kGridTilts + count] = pulse[h] + filter[h];
+      qs[count] = q;
+      ts[count++] = tl;
+    }
+    laneMisfits(nudgeSources_.data(), misfits);
+    std::size_t pick = 0;
+    for (std::size_t c = 0; c < count; ++c) {
+      open_ = qs[c];
+      const double e = misfits[c] + bandwidthPull();
+      if (which == 0 && c == 0)
+        best = e;  // the objective as the source stands
+      else if (c > 0 && e < best) {
         best = e;
-        pickQ = q;
-        pickT = tl;
+        pick = c;
       }
     }
-    setSource(pickQ, pickT);
+    setSource(qs[pick], ts[pick]);
   }
   return best;
 }

@@ -156,7 +156,6 @@ class CHarmonicFit {
 
  private:
   void prepare(double f0);
-  double objective();
   double misfit(const double* rest, const double* trial) const;
   double bandwidthPull() const;
   void resonance(std::size_t k, double F, double B, std::vector<double>& out);
@@ -169,7 +168,8 @@ class CHarmonicFit {
   static constexpr std::size_t kSourceTerms = 2;
   static constexpr std::array<double, 4> kScoreQuotients = {0.2, 0.4, 0.6, 0.8};
   static constexpr std::array<double, 3> kScoreTilts = {0.0, 12.0, 24.0};
-  std::array<std::vector<double>, kScoreQuotients.size() * kScoreTilts.size()> gridSource_;
+  std::vector<double> scoreSources_, nudgeSources_, zeros_;  // sources side by side, kGridTilts per harmonic
+  void laneMisfits(const double* lanes, std::array<double, harmonics::kGridTilts>& out);
   void setSource(double q, double tilt);
   double descend(FormantFrame& frame, const std::array<double, FormantFrame::kFormants>& lo,
                  const std::array<double, FormantFrame::kFormants>& hi);
