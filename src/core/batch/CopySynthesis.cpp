@@ -12,6 +12,7 @@
 
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/FormantEstimator.h"
+#include "batch/CopyBandwidthFloor.h"
 #include "batch/CopyNoiseFit.h"
 #include "batch/CopyPitch.h"
 #include "batch/CopyShapeChoice.h"
@@ -390,6 +391,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       t.setValue(kBandwidthRows[k], c, held(ps.at(kBandwidthRows[k]), bv[static_cast<std::size_t>(k)][uc]));
     }
   }
+  raiseToFloors(t);
   // The band levels of every sounding frame; the shape of the noise in
   // every frame that has some (elsewhere the parallel amplitudes are not
   // heard and follow the noisy frames around).
@@ -452,6 +454,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   AnchorTolerances tolerances = settings.tolerances;
   for (int round = 0;; ++round) {
     r.anchors = placeAnchors(*doc, copiedRows(), tolerances);
+    keepFloors(*doc, copiedRows(), r.anchors);
     r.distanceDb = copyDistance(audio, *doc);
     if (round == 0) r.denseDistanceDb = denseJob.get();
     if (cancelled()) return cancelledResult();

@@ -14,7 +14,9 @@
 //            around it) it is frication, af from that band's level;
 //            otherwise aspiration, ah from the whole frame's level
 //   f1..f5, b1..b5   the formant estimates (FormantEstimator.h), with a
-//            running median of five frames against frame-to-frame jitter
+//            running median of five frames against frame-to-frame jitter;
+//            b1 and b2 no narrower than the pitch allows
+//            (CopyBandwidthFloor.h)
 //   oq       the open quotient of the source that fitted the harmonics
 //            (FormantEstimator.h), in samples at the synthesis rate; half
 //            the period where no fit was made
@@ -38,7 +40,8 @@
 //
 // Last, each copied row is thinned to few anchors in perceptual units
 // (CopyAnchors.h) and the editor's own Interpolate All fills the frames
-// between them. The thinned copy is then measured against the recording; if
+// between them; b1 and b2 get anchors where their lines would run below
+// their floors. The thinned copy is then measured against the recording; if
 // it lies more than kMaxDistanceLossDb further from it than the dense copy,
 // the tolerances are narrowed (times kNarrowing, at most kNarrowings times).
 // Values are whole numbers, as the file holds them.

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "batch/Continuum.h"
@@ -302,6 +303,12 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
     EXPECT_NEAR(t.value(kF1, c), src.table().value(kF1, c), 0.10 * src.table().value(kF1, c));
     EXPECT_GT(t.value(kAv, c), 0);
     EXPECT_NEAR(t.value(kOq, c), 0.4 * 11025.0 / (100.0 + 1.5 * c), 3.0);
+    // Narrow and between two harmonics, F1 and F2 make the copy's pitch heard
+    // an octave down: at least 1.4 times their distance to the nearest one.
+    for (const auto& [f, b] : {std::pair{kF1, kB1}, std::pair{kF2, kB2}}) {
+      const double f0 = t.value(kF0, c) / 10.0, hz = t.value(f, c);
+      EXPECT_GE(t.value(b, c), 1.4 * std::abs(hz - f0 * std::round(hz / f0)) - 0.5);
+    }
   }
   for (int c = 45; c < 58; ++c) {
     SCOPED_TRACE("frame " + std::to_string(c));
