@@ -13,6 +13,7 @@
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/FormantEstimator.h"
 #include "batch/CopyBandwidthFloor.h"
+#include "batch/CopyFormantLoop.h"
 #include "batch/CopyNoiseFit.h"
 #include "batch/CopyPitch.h"
 #include "batch/CopyShapeChoice.h"
@@ -444,6 +445,9 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   std::vector<double> tl(t.row(kTl), t.row(kTl) + frames);
   fillGaps(tl, voiced, ps.at(kTl).defaultValue);
   for (int c = 0; c < frames; ++c) t.setValue(kTl, c, std::round(tl[static_cast<std::size_t>(c)]));
+
+  // F1 and F2 moved until the copy reads as the recording does (CopyFormantLoop.h).
+  closeFormantLoop(*doc, audio, formants.frames, bands, sung, settings.threads);
 
   // Few anchors, as long as the copy stays as close to the recording.
   // The dense copy is measured on another thread while this one thins it.

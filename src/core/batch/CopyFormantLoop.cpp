@@ -1,0 +1,173 @@
+#include "batch/CopyFormantLoop.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "analysis/FormantEstimator.h"
+#include "batch/CopyBandwidthFloor.h"
+#include "editing/EditTransaction.h"
+#include "engine/Synthesizer.h"
+
+namespace vandrel {
+
+namespace {
+
+using L = FormantLoopSettings;
+constexpr std::size_t kLooped = 2;  // F1 and F2
+constexpr int kFormantRows[kLooped] = {kF1, kF2};
+constexpr int kBandwidthRows[kLooped] = {kB1, kB2};
+const double kInf = std::numeric_limits<double>::infinity();
+
+// A signal's formants read on the table's frames, at their middles and at
+// their ends.
+struct Reading {
+  std::vector<FormantFrame> middle, end;
+};
+
+// Reads `x` (at rate `fs`, frames `step` samples long), at the frames' ends
+// only unless `middles`; empty when it fails.
+Reading readFormants(std::span<const std::int16_t> x, double fs, double step, int frames, int threads,
+                     bool middles) {
+  FormantEstimateSettings s;
+  s.frames = frames;
+  s.spacing = step;
+  s.threads = threads;
+  Reading r;
+  for (const double at : {0.5, 1.0}) {
+    if (at < 1.0 && !middles) continue;
+    s.firstCentre = at * step;
+    FormantEstimate e = estimateFormants(x, fs, s);
+    if (e.status != FormantEstimate::Status::kOk || e.frames.size() != static_cast<std::size_t>(frames))
+      return {};
+    (at < 1.0 ? r.middle : r.end) = std::move(e.frames);
+  }
+  return r;
+}
+
+// The copy's synthesis, read, and its envelope error per frame (inf where
+// `sung` does not mark it or no band levels were measured).
+struct CopyReading {
+  Reading formants;
+  std::vector<double> envelope;
+};
+
+CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& bands,
+                     const std::vector<char>& sung, int threads) {
+  KlattState state;
+  state.reset(1);
+  if (!synthesize(doc, {}, state)) return {};
+  const SynthesisSetup setup = synthesisSetup(doc);
+  const std::vector<std::int16_t>& x = doc.synthesized().samples;
+  CopyReading r{
+      readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true), {}};
+  std::vector<char> heard = sung;
+  const std::vector<Bands> got =
+      measureBands(asDoubles(x), setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1);
+  r.envelope.assign(heard.size(), kInf);
+  for (std::size_t c = 0; c < heard.size(); ++c)
+    if (heard[c] != 0) r.envelope[c] = CNoiseFit::envelopeError(got[c], bands[c]);
+  return r;
+}
+
+// How the copy's reading `got` of formant k around frame c misses the
+// recording's `wanted`: the weighted mean log ratio (wanted over got) and
+// the weighted mean of its size, at the frame's middle (weight 1) and at its
+// two ends (1/2 each), where both read the formant; `known` false where
+// neither does anywhere.
+struct Misfit {
+  double ln = 0.0, size = kInf;
+  bool known = false;
+};
+
+Misfit misfit(const Reading& got, const Reading& wanted, std::size_t c, std::size_t k) {
+  double sum = 0.0, size = 0.0, weight = 0.0;
+  const auto add = [&](const std::vector<FormantFrame>& g, const std::vector<FormantFrame>& w, std::size_t i,
+                       double share) {
+    const double a = g[i].f[k], b = w[i].f[k];
+    if (!(a > 0.0) || !(b > 0.0)) return;
+    sum += share * std::log(b / a);
+    size += share * std::abs(std::log(b / a));
+    weight += share;
+  };
+  add(got.middle, wanted.middle, c, 1.0);
+  if (c > 0) add(got.end, wanted.end, c - 1, 0.5);
+  add(got.end, wanted.end, c, 0.5);
+  Misfit m;
+  if (weight > 0.0) m = Misfit{sum / weight, size / weight, true};
+  return m;
+}
+
+}  // namespace
+
+double loopStep(double tableHz, double missLn, double damping, double lower, double upper) {
+  const double step = std::clamp(damping * missLn, -L::kLargestStep, L::kLargestStep);
+  return std::clamp(std::round(tableHz * std::exp(step)), lower, upper);
+}
+
+void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
+                      const std::vector<Bands>& bands, const std::vector<char>& sung, int threads) {
+  const int frames = doc.table().columns();
+  if (wanted.size() != static_cast<std::size_t>(frames) || sung.size() != wanted.size()) return;
+  std::vector<int> moved;
+  int voiced = 0;
+  for (int c = 0; c < frames; ++c) {
+    if (sung[static_cast<std::size_t>(c)] == 0) continue;
+    ++voiced;
+    if (doc.table().value(kF0, c) > 10.0 * L::kFromF0Hz) moved.push_back(c);
+  }
+  if (moved.empty() || static_cast<double>(moved.size()) < L::kLeastShare * voiced) return;
+  const double fs = audio.sampleRate;
+  // The recording's reading at the frames' middles is the copy's own
+  // estimate; only the ends are read here.
+  Reading target =
+      readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false);
+  if (target.end.empty()) return;
+  target.middle = wanted;
+  CopyReading read = readCopy(doc, fs, bands, sung, threads);
+  if (read.formants.middle.empty()) return;
+  double damping = L::kDamping;
+  for (int round = 0; round < L::kRounds; ++round, damping *= L::kDampingDecay) {
+    CVandrelDoc trial(doc);
+    {
+      EditTransaction edit(trial);
+      FrameTable& t = edit.table();
+      for (const int c : moved)
+        for (std::size_t k = 0; k < kLooped; ++k) {
+          const Misfit m = misfit(read.formants, target, static_cast<std::size_t>(c), k);
+          if (!m.known || !(std::abs(m.ln) > L::kLeastMiss)) continue;
+          const ParamDef& d = trial.params().at(kFormantRows[k]);
+          t.setValue(kFormantRows[k], c,
+                     loopStep(t.value(kFormantRows[k], c), m.ln, damping, d.lower, d.upper));
+        }
+      raiseToFloors(t);
+    }
+    const CopyReading again = readCopy(trial, fs, bands, sung, threads);
+    if (again.formants.middle.empty()) return;
+    // Each frame keeps, per formant, whichever of its two values read closer;
+    // the readings kept go with them (a neighbour's choice moves them little).
+    CopyReading next = read;
+    EditTransaction edit(doc);
+    FrameTable& t = edit.table();
+    for (const int c : moved) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (!(again.envelope[uc] <= read.envelope[uc] * L::kEnvelopeSlack)) continue;
+      for (std::size_t k = 0; k < kLooped; ++k) {
+        if (!(misfit(again.formants, target, uc, k).size < misfit(read.formants, target, uc, k).size))
+          continue;
+        t.setValue(kFormantRows[k], c, trial.table().value(kFormantRows[k], c));
+        t.setValue(kBandwidthRows[k], c, trial.table().value(kBandwidthRows[k], c));
+        next.formants.middle[uc].f[k] = again.formants.middle[uc].f[k];
+        next.formants.end[uc].f[k] = again.formants.end[uc].f[k];
+        if (uc > 0) next.formants.end[uc - 1].f[k] = again.formants.end[uc - 1].f[k];
+        next.envelope[uc] = again.envelope[uc];
+      }
+    }
+    read = std::move(next);
+    edit.note(CellRange{kF2, kF1, 0, frames - 1});
+    edit.note(CellRange{kB2, kB1, 0, frames - 1});
+  }
+}
+
+}  // namespace vandrel

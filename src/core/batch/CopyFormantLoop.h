@@ -1,0 +1,68 @@
+#pragma once
+// The copy's F1 and F2 closed over its own analysis. The formant estimate
+// (FormantEstimator.h) is not a fixed point of the synthesizer: on a high
+// voice, where F1 lies between f0 and 2 f0 and one or two harmonics decide
+// it, a vowel synthesized with F1 700 Hz reads 618-699 Hz, so a copy whose
+// table holds what the recording read reads elsewhere. So the table is
+// synthesized and analysed with the same estimator, and where the copy's F1
+// or F2 reads more than kLeastMiss off the recording's, the table's value is
+// moved by that difference (damped, by less each round, held to the row's
+// limits and to a largest step) and the table synthesized and read again;
+// each frame keeps, per formant, the value whose readings lie closer to the
+// recording's, unless its spectral envelope (CNoiseFit::envelopeError
+// against the recording's band levels) grows by more than kEnvelopeSlack:
+// without that guard the copy read as the recording did on more frames but
+// lay 0.2-0.4 dB further from it in mel-cepstral distance, the moved
+// formant's peak standing where the recording has none.
+//
+// The readings are compared at each frame's middle and at its two ends
+// (half a frame off): the estimate jumps between neighbouring windows, and
+// a copy matched at the middles alone read the recording's F1 half a frame
+// later as often wrong as before on some voices.
+//
+// Only voiced frames above kFromF0Hz are moved, and only when they are at
+// least kLeastShare of the voiced frames: below it F1 spans several
+// harmonics and the estimate holds, and a low voice's copy costs no more
+// time (the loop estimates the recording once more and the copy seven
+// times).
+
+#include <vector>
+
+#include "analysis/FormantPath.h"
+#include "audio/SampleSet.h"
+#include "batch/CopyShapeChoice.h"
+#include "document/VandrelDoc.h"
+
+namespace vandrel {
+
+struct FormantLoopSettings {
+  static constexpr double kFromF0Hz = 150.0;
+  static constexpr double kLeastShare = 0.2;
+  // Within this (in ln, 8%) a frame already meets the recording's reading
+  // closely enough: moving it gains little and costs envelope.
+  static constexpr double kLeastMiss = 0.08;
+  // The share of the misreading moved in the first round, halved each round
+  // after (where a harmonic holds F1 the reading follows the table by less
+  // or more than one to one, so a frame whose first step was refused tries
+  // a smaller one).
+  static constexpr double kDamping = 0.8;
+  static constexpr double kDampingDecay = 0.5;
+  static constexpr int kRounds = 3;
+  static constexpr double kLargestStep = 0.2;  // in ln: about 20% per round
+  static constexpr double kEnvelopeSlack = 1.15;
+};
+
+// The table's value `tableHz` of a formant moved by `damping` of the log
+// ratio `missLn` (ln of the recording's reading over the copy's), at most
+// kLargestStep either way, held to [lower, upper] and rounded.
+double loopStep(double tableHz, double missLn, double damping, double lower, double upper);
+
+// Moves F1 and F2 of the voiced frames of `doc` that `sung` marks (see
+// above). `wanted` is the estimate of `audio` on the table's frames (centred
+// on their middles) and `bands` its band levels (CopyShapeChoice.h); b1 and
+// b2 stay at their floors (CopyBandwidthFloor.h) for the values kept.
+// `threads` as FormantEstimateSettings::threads.
+void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
+                      const std::vector<Bands>& bands, const std::vector<char>& sung, int threads);
+
+}  // namespace vandrel
