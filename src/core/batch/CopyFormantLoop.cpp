@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "analysis/AnalysisTracks.h"
 #include "analysis/FormantEstimator.h"
 #include "batch/CopyBandwidthFloor.h"
 #include "editing/EditTransaction.h"
@@ -51,6 +52,7 @@ Reading readFormants(std::span<const std::int16_t> x, double fs, double step, in
 struct CopyReading {
   Reading formants;
   std::vector<double> envelope;
+  std::vector<double> f0;  // the copy's pitch at the frames' middles (Hz, 0 = unvoiced)
 };
 
 CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& bands,
@@ -60,14 +62,25 @@ CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& band
   if (!synthesize(doc, {}, state)) return {};
   const SynthesisSetup setup = synthesisSetup(doc);
   const std::vector<std::int16_t>& x = doc.synthesized().samples;
-  CopyReading r{
-      readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true), {}};
+  CopyReading r;
+  r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true);
   std::vector<char> heard = sung;
   const std::vector<Bands> got =
       measureBands(asDoubles(x), setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1);
   r.envelope.assign(heard.size(), kInf);
   for (std::size_t c = 0; c < heard.size(); ++c)
     if (heard[c] != 0) r.envelope[c] = CNoiseFit::envelopeError(got[c], bands[c]);
+  // The pitch as `analyse --method ac` reads it, from its frame whose window
+  // is centred nearest each frame's middle.
+  COptionPitch options;
+  const PitchTrackResult p = computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
+  r.f0.assign(heard.size(), 0.0);
+  if (p.status == PitchTrackResult::Status::kOk && p.stepSamples > 0.0)
+    for (std::size_t c = 0; c < heard.size(); ++c) {
+      const double i = std::round(
+          ((static_cast<double>(c) + 0.5) * setup.samplesPerFrame - p.windowSamples / 2.0) / p.stepSamples);
+      if (i >= 0.0 && i < static_cast<double>(p.f0.size())) r.f0[c] = p.f0[static_cast<std::size_t>(i)];
+    }
   return r;
 }
 
@@ -99,6 +112,11 @@ Misfit misfit(const Reading& got, const Reading& wanted, std::size_t c, std::siz
   return m;
 }
 
+// How far the copy's pitch `got` lies from the recording's `want` (relative; 1 where either is unvoiced).
+double pitchMiss(double got, double want) {
+  return got > 0.0 && want > 0.0 ? std::abs(got / want - 1.0) : 1.0;
+}
+
 }  // namespace
 
 double loopStep(double tableHz, double missLn, double damping, double lower, double upper) {
@@ -107,9 +125,12 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 }
 
 void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
-                      const std::vector<Bands>& bands, const std::vector<char>& sung, int threads) {
+                      const std::vector<double>& f0, const std::vector<Bands>& bands,
+                      const std::vector<char>& sung, int threads) {
   const int frames = doc.table().columns();
-  if (wanted.size() != static_cast<std::size_t>(frames) || sung.size() != wanted.size()) return;
+  if (wanted.size() != static_cast<std::size_t>(frames) || sung.size() != wanted.size() ||
+      f0.size() != wanted.size())
+    return;
   std::vector<int> moved;
   int voiced = 0;
   for (int c = 0; c < frames; ++c) {
@@ -147,12 +168,23 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
     if (again.formants.middle.empty()) return;
     // Each frame keeps, per formant, whichever of its two values read closer;
     // the readings kept go with them (a neighbour's choice moves them little).
+    // Where the copy's pitch reads off the recording's (more than kPitchSlack,
+    // and more than before), no frame within kPitchReach keeps its move.
+    std::vector<char> refused(static_cast<std::size_t>(frames));
+    for (int c = 0; c < frames; ++c) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (!(pitchMiss(again.f0[uc], f0[uc]) > std::max(L::kPitchSlack, pitchMiss(read.f0[uc], f0[uc]))))
+        continue;
+      for (int n = std::max(0, c - L::kPitchReach); n <= std::min(frames - 1, c + L::kPitchReach); ++n)
+        refused[static_cast<std::size_t>(n)] = 1;
+    }
     CopyReading next = read;
     EditTransaction edit(doc);
     FrameTable& t = edit.table();
     for (const int c : moved) {
       const auto uc = static_cast<std::size_t>(c);
       if (!(again.envelope[uc] <= read.envelope[uc] * L::kEnvelopeSlack)) continue;
+      if (refused[uc] != 0) continue;
       for (std::size_t k = 0; k < kLooped; ++k) {
         if (!(misfit(again.formants, target, uc, k).size < misfit(read.formants, target, uc, k).size))
           continue;
@@ -162,6 +194,7 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
         next.formants.end[uc].f[k] = again.formants.end[uc].f[k];
         if (uc > 0) next.formants.end[uc - 1].f[k] = again.formants.end[uc - 1].f[k];
         next.envelope[uc] = again.envelope[uc];
+        next.f0[uc] = again.f0[uc];
       }
     }
     read = std::move(next);

@@ -447,7 +447,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   for (int c = 0; c < frames; ++c) t.setValue(kTl, c, std::round(tl[static_cast<std::size_t>(c)]));
 
   // F1 and F2 moved until the copy reads as the recording does (CopyFormantLoop.h).
-  closeFormantLoop(*doc, audio, formants.frames, bands, sung, settings.threads);
+  closeFormantLoop(*doc, audio, formants.frames, formants.f0, bands, sung, settings.threads);
 
   // Few anchors, as long as the copy stays as close to the recording.
   // The dense copy is measured on another thread while this one thins it.

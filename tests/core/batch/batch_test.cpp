@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "batch/Continuum.h"
+#include "batch/CopyFormantLoop.h"
 #include "batch/CopyNoiseFit.h"
 #include "batch/CopySynthesis.h"
 #include "batch/Grid.h"
@@ -252,6 +253,23 @@ TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
     EXPECT_NEAR(t.value(kA4f, 20), 52, 4);
     EXPECT_NEAR(t.value(kA3f, 20), 45, 6);
   }
+}
+
+// The closed loop's step: towards the recording's reading by the damped log
+// ratio, never more than 20% a round, within the row's limits.
+TEST(CopyFormantLoopTest, StepsTowardsTheRecordingsReadingWithinItsClamps) {
+  struct Case {
+    double table, missLn, damping, expected;
+  } const cases[] = {
+      {500, std::log(600.0 / 550.0), 0.8, 536},  // the copy reads low: 500 x (600/550)^0.8
+      {500, std::log(450.0 / 550.0), 0.8, 426},  // reads high: down
+      {500, std::log(2.0), 0.8, 611},            // 500 x e^0.2: a misreading by half is not trusted
+      {500, -std::log(2.0), 0.4, 409},           // 500 x e^-0.2
+      {1250, 0.2, 1.0, 1300},                    // the row's top
+      {170, -0.2, 1.0, 150},                     // and bottom
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(loopStep(c.table, c.missLn, c.damping, 150, 1300), c.expected) << c.table << " " << c.missLn;
 }
 
 // A known table: a vowel gliding in f0 and F1, a silence, then frication,
