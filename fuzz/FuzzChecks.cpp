@@ -65,15 +65,15 @@ std::string checkWave(std::string_view bytes) {
 
 std::string checkAudioDecode(std::string_view bytes) {
   std::string refusal;
-  // A million frames covers every seed many times over and keeps one input
+  // A million samples covers every seed many times over and keeps one input
   // well inside the time limit under the sanitizers.
-  constexpr double kMaxFrames = 1 << 20;
-  const std::optional<SampleSet> set = decodeBytesWithSndfile(bytes, "input", &refusal, kMaxFrames);
+  constexpr double kMaxSamples = 1 << 20;
+  const std::optional<SampleSet> set = decodeBytesWithSndfile(bytes, "input", &refusal, kMaxSamples);
   if (!set) return {};
   if (!refusal.empty()) return "decoded and refused at once";
   if (set->sampleRate <= 0) return "decoded without a sample rate";
   if (set->sampleCount != static_cast<double>(set->samples.size())) return "the sample count is wrong";
-  if (set->sampleCount > std::min(kMaxAudioSeconds * set->sampleRate, kMaxFrames))
+  if (set->sampleCount > std::min(kMaxAudioSeconds * set->sampleRate, kMaxSamples))
     return "decoded beyond the length limit";
   return {};
 }

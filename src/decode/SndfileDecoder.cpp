@@ -34,11 +34,11 @@ std::int16_t toSample16(double x) {
 }
 
 std::optional<SampleSet> decode(SNDFILE* file, const SF_INFO& info, const std::string& name,
-                                std::string* refusal, double maxFrames = kNoFrameLimit) {
+                                std::string* refusal, double maxSamples = kNoFrameLimit) {
   if (!file || info.channels < 1 || info.samplerate <= 0) return std::nullopt;
   // Headers may lie about the length, so the limit is applied to what the
   // header says and again to what is decoded.
-  const double limit = std::min(kMaxAudioSeconds * info.samplerate, maxFrames);
+  const double limit = std::min(kMaxAudioSeconds * info.samplerate, maxSamples / info.channels);
   auto tooLong = [&](double frames) {
     if (refusal) *refusal = tooLongMessage(name, frames / info.samplerate);
     return std::nullopt;
@@ -105,6 +105,16 @@ sf_count_t memRead(void* ptr, sf_count_t count, void* user) {
 sf_count_t memWrite(const void*, sf_count_t, void*) { return 0; }
 sf_count_t memTell(void* user) { return static_cast<MemoryFile*>(user)->pos; }
 
+// The MIDI Sample Dump Standard (a sampler's SysEx dump, F0 7E ...) is no
+// recording, and libsndfile's reader of it prints a line on standard output
+// for every damaged block: a broken dump of a few bytes wrote megabytes into
+// the command line tool's output. Such files are declined before libsndfile
+// sees them, as any other file type Vandrel does not read.
+bool isMidiSampleDump(const char* first, std::size_t n) {
+  return n >= 2 && static_cast<unsigned char>(first[0]) == 0xF0 &&
+         static_cast<unsigned char>(first[1]) == 0x7E;
+}
+
 std::optional<SampleSet> damaged(const std::string& path, std::string* refusal) {
   if (refusal)
     *refusal = std::filesystem::path(path).filename().string() +
@@ -126,6 +136,8 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string*
       return static_cast<std::size_t>(in.gcount());
     };
     if (!riffListChunksAreSound(read, size)) return damaged(path, refusal);
+    char first[2];
+    if (isMidiSampleDump(first, read(0, first, sizeof first))) return std::nullopt;
   }
   SF_INFO info{};
   SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
@@ -133,13 +145,14 @@ std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string*
 }
 
 std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
-                                                std::string* refusal, double maxFrames) {
+                                                std::string* refusal, double maxSamples) {
   if (!riffListChunksAreSound(bytes)) return damaged(name, refusal);
+  if (isMidiSampleDump(bytes.data(), bytes.size())) return std::nullopt;
   SF_VIRTUAL_IO io{memLength, memSeek, memRead, memWrite, memTell};
   MemoryFile memory{bytes, 0};
   SF_INFO info{};
   SndfilePtr file(sf_open_virtual(&io, SFM_READ, &info, &memory));
-  return decode(file.get(), info, name, refusal, maxFrames);
+  return decode(file.get(), info, name, refusal, maxSamples);
 }
 
 AudioDecoder sndfileDecoder() {

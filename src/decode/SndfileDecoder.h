@@ -22,12 +22,13 @@ inline constexpr double kNoFrameLimit = 1e300;
 std::optional<SampleSet> decodeWithSndfile(const std::string& path, std::string* refusal = nullptr);
 
 // The same for a file's bytes already in memory; `name` is used in messages.
-// `maxFrames` lowers the length limit further: a few kilobytes of FLAC or Opus
-// can expand to millions of frames, and the fuzzer must not spend its time on
+// `maxSamples` (frames times channels) lowers the length limit further: a few
+// kilobytes of FLAC or Opus, or a damaged header, can expand to millions of
+// frames of hundreds of channels, and the fuzzer must not spend its time on
 // decoding silence it has already checked.
 std::optional<SampleSet> decodeBytesWithSndfile(std::string_view bytes, const std::string& name,
                                                 std::string* refusal = nullptr,
-                                                double maxFrames = kNoFrameLimit);
+                                                double maxSamples = kNoFrameLimit);
 
 // decodeWithSndfile as the open chain's AudioDecoder.
 AudioDecoder sndfileDecoder();

@@ -78,10 +78,15 @@ TEST_F(ReaderLimits, RefusedWithTheLimitInTheMessage) {
        "The recording in float_two_hours.wav lasts 120 minutes; Vandrel opens recordings of at most one "
        "hour. Nothing was opened."},
       {sparse, "Cannot open " + sparse + ": the file is larger than 2 GB."},
+      // 21 bytes that libsndfile would read as a million frames, printing a
+      // line on standard output for every damaged block
+      {VANDREL_TEST_DATA "/audio/damaged_sample_dump.sds", std::string(kMsgFileTypeNotRecognized)},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.path);
+    ::testing::internal::CaptureStdout();
     const OpenedFile f = readAnyFile(c.path, sndfileDecoder(), ParameterSet{});
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(f.message, c.message);
     EXPECT_EQ(f.ok(), c.message.empty());
     EXPECT_EQ(f.note, c.note);
