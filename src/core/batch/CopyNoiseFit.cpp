@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
+#include "batch/CopyShapeChoice.h"
 #include "engine/KlattEngine.h"
 
 namespace vandrel {
@@ -62,7 +64,12 @@ struct Coefficients {
     b = 2.0 * r * std::cos(f * 2.0 * kPi / rate);
     a = 1.0 - b - c;
   }
-  std::complex<double> at(std::complex<double> z1) const { return a / (1.0 - b * z1 - c * z1 * z1); }
+  std::complex<double> at(std::complex<double> z1) const {
+    // a / d through d's conjugate: the library's complex division guards
+    // against overflow at several times the cost, and thousands are taken per frame.
+    const std::complex<double> d = 1.0 - b * z1 - c * z1 * z1;
+    return a * std::conj(d) / std::norm(d);
+  }
 };
 
 }  // namespace
@@ -160,20 +167,31 @@ double CNoiseFit::shapeError(const std::array<double, kBands>& model,
   return sum / kBands;
 }
 
-double CNoiseFit::fit(FrameTable& t, int c, Source source, const std::array<double, kBands>& target) {
+namespace {
+
+// The parts of the branch the amplitudes scale: the bypass and the parallel
+// formants, each with its gain and its sign in the sum.
+constexpr int kRows[] = {kAb, kA1f, kA2f, kA3f, kA4f, kA5f, kA6f};
+constexpr double kPartGain[] = {0.05, 0.4, 0.15, 0.06, 0.04, 0.022, 0.03};
+constexpr int kFreq[] = {-1, kF1, kF2, kF3, kF4, kF5, kF6};
+constexpr int kBw[] = {-1, kB1f, kB2f, kB3f, kB4f, kB5f, kB6f};
+constexpr double kSign[] = {1.0, 1.0, -1.0, 1.0, -1.0, 1.0, -1.0};
+
+// The next value one step away in `dir`: off is one value, just below the
+// table's quietest, and nothing goes above 80 dB.
+int stepped(int was, int dir, int step) {
+  int next = std::clamp(was + dir * step, CNoiseFit::kOff, 80);
+  if (was == 0 && dir > 0) next = CNoiseFit::kOff + step;
+  if (next <= CNoiseFit::kOff) next = 0;
+  return next;
+}
+
+}  // namespace
+
+CNoiseFit::Branch CNoiseFit::branchOf(const FrameTable& t, int c, Source source) const {
   const auto v = [&](int row) { return static_cast<int>(t.value(row, c)); };
-  // The parts of the branch that the amplitudes scale, per point: the fixed
-  // part (the cascade, for aspiration) and, for each amplitude, its
-  // resonator with its sign in the sum.
-  constexpr int kRows[] = {kAb, kA1f, kA2f, kA3f, kA4f, kA5f, kA6f};
-  constexpr double kGain[] = {0.05, 0.4, 0.15, 0.06, 0.04, 0.022, 0.03};
-  constexpr int kFreq[] = {-1, kF1, kF2, kF3, kF4, kF5, kF6};
-  constexpr int kBw[] = {-1, kB1f, kB2f, kB3f, kB4f, kB5f, kB6f};
-  constexpr double kSign[] = {1.0, 1.0, -1.0, 1.0, -1.0, 1.0, -1.0};
-  constexpr int kParts = 7;
-  const bool aspiration = source == Source::kAspiration;
-  Response fixed{};
-  std::array<Response, kParts> part{};
+  Branch b;
+  b.aspiration = source == Source::kAspiration;
   const int cascadeRows[] = {kF1, kF2, kF3, kF4, kF5, kF6, kF7, kF8};
   const int cascadeBw[] = {kB1, kB2, kB3, kB4, kB5, kB6, kB7, kB8};
   const Coefficients lowPass(0, static_cast<int>(synthRate_ / 2), synthRate_);
@@ -188,75 +206,222 @@ double CNoiseFit::fit(FrameTable& t, int c, Source source, const std::array<doub
     // The noise generator's memory, then the output low-pass.
     const std::complex<double> shape = 1.0 / (1.0 - 0.75 * z1) * lowPass.at(z1);
     // Frication enters the parallel formants as it is, aspiration first differenced.
-    const std::complex<double> parallelSource = aspiration ? 1.0 - z1 : 1.0;
-    if (aspiration) {
-      std::complex<double> h = nasalPole.at(z1) / nasalZero.at(z1);
+    const std::complex<double> parallelSource = b.aspiration ? 1.0 - z1 : 1.0;
+    if (b.aspiration) {
+      const std::complex<double> zero = nasalZero.at(z1);
+      std::complex<double> h = nasalPole.at(z1) * std::conj(zero) / std::norm(zero);
       for (const Coefficients& r : cascade) h *= r.at(z1);
-      fixed[i] = shape * h;
+      b.fixed[i] = shape * h;
     }
     for (std::size_t k = 0; k < kParts; ++k) {
-      if (k == 1 && !aspiration) continue;  // the parallel F1 takes no frication
+      if (k == 1 && !b.aspiration) continue;  // the parallel F1 takes no frication
       const std::complex<double> r = k == 0 ? 1.0 : parallel[k].at(z1);
-      part[k][i] = shape * kSign[k] * kGain[k] * r * (k == 1 ? std::complex<double>(1.0) : parallelSource);
+      b.part[k][i] =
+          shape * kSign[k] * kPartGain[k] * r * (k == 1 ? std::complex<double>(1.0) : parallelSource);
     }
   }
-  // Coordinate descent from the table's amplitudes, in whole dB. The sum is the branch's
-  // response for the amplitudes in db; a trial moves one amplitude, so it
-  // adds that part's change to the current sum.
-  std::array<double, kPoints> power{};
-  const auto descend = [&](std::array<int, kParts>& db) {
-    Response sum = fixed;
-    for (std::size_t k = 0; k < kParts; ++k) {
-      const double lin = CKlattEngine::dbToLinear(db[k]);
-      for (std::size_t i = 0; i < kPoints; ++i) sum[i] += lin * part[k][i];
-    }
-    const auto evaluate = [&](std::size_t k, double change) {
-      for (std::size_t i = 0; i < kPoints; ++i) power[i] = std::norm(sum[i] + change * part[k][i]);
-      return shapeError(bandsOf(power), target);
-    };
-    double best = evaluate(0, 0.0);
-    for (int step : kSteps)
-      for (int sweep = 0; sweep < kMaxSweeps; ++sweep) {
-        bool moved = false;
-        for (std::size_t k = 0; k < kParts; ++k) {
-          if (k == 1 && !aspiration) continue;
-          for (int dir : {1, -1}) {
-            const int was = db[k];
-            // Off is one value, just below the table's quietest.
-            int next = std::clamp(was + dir * step, kOff, 80);
-            if (was == 0 && dir > 0) next = kOff + step;
-            if (next <= kOff) next = 0;
-            if (next == was) continue;
-            const double change = CKlattEngine::dbToLinear(next) - CKlattEngine::dbToLinear(was);
-            const double e = evaluate(k, change);
-            if (e < best - 1e-9) {
-              best = e;
-              db[k] = next;
-              for (std::size_t i = 0; i < kPoints; ++i) sum[i] += change * part[k][i];
-              moved = true;
-              break;
-            }
+  return b;
+}
+
+CNoiseFit::Response CNoiseFit::sumOf(const Branch& b, const std::array<int, kParts>& db) {
+  Response sum = b.fixed;
+  for (std::size_t k = 0; k < kParts; ++k) {
+    const double lin = CKlattEngine::dbToLinear(db[k]);
+    for (std::size_t i = 0; i < kPoints; ++i) sum[i] += lin * b.part[k][i];
+  }
+  return sum;
+}
+
+double CNoiseFit::errorOf(const Response& sum, const Response* part, double change,
+                          const Bands& target) const {
+  std::array<double, kPoints> power;
+  for (std::size_t i = 0; i < kPoints; ++i)
+    power[i] = std::norm(part != nullptr ? sum[i] + change * (*part)[i] : sum[i]);
+  return shapeError(bandsOf(power), target);
+}
+
+double CNoiseFit::fit(FrameTable& t, int c, Source source, const Bands& target) {
+  const Branch b = branchOf(t, c, source);
+  // Coordinate descent from the table's amplitudes, in whole dB. The sum is
+  // the branch's response for the amplitudes in db; a trial moves one
+  // amplitude, so it adds that part's change to the current sum.
+  std::array<int, kParts> db{};
+  for (std::size_t k = 0; k < kParts; ++k) db[k] = static_cast<int>(t.value(kRows[k], c));
+  if (!b.aspiration) db[1] = 0;
+  Response sum = sumOf(b, db);
+  double best = errorOf(sum, nullptr, 0.0, target);
+  for (int step : kSteps)
+    for (int sweep = 0; sweep < kMaxSweeps; ++sweep) {
+      bool moved = false;
+      for (std::size_t k = 0; k < kParts; ++k) {
+        if (k == 1 && !b.aspiration) continue;
+        for (int dir : {1, -1}) {
+          const int was = db[k], next = stepped(was, dir, step);
+          if (next == was) continue;
+          const double change = CKlattEngine::dbToLinear(next) - CKlattEngine::dbToLinear(was);
+          const double e = errorOf(sum, &b.part[k], change, target);
+          if (e < best - 1e-9) {
+            best = e;
+            db[k] = next;
+            for (std::size_t i = 0; i < kPoints; ++i) sum[i] += change * b.part[k][i];
+            moved = true;
+            break;
           }
         }
-        if (!moved) break;
       }
-    return best;
-  };
-  std::array<int, kParts> db{};
-  for (std::size_t k = 0; k < kParts; ++k) db[k] = v(kRows[k]);
-  if (!aspiration) db[1] = 0;
-  const double best = descend(db);
+      if (!moved) break;
+    }
   // Frication scales every part alike, so only the amplitudes' differences
   // shape it: the strongest is set to kTopFrication (and af matched to the
   // level later), which keeps the weakest clear of the table's silent end.
-  if (!aspiration) {
-    const int strongest = *std::max_element(db.begin(), db.begin() + kParts);
+  if (!b.aspiration) {
+    const int strongest = *std::max_element(db.begin(), db.end());
     for (std::size_t k = 0; k < kParts; ++k)
       if (db[k] > 0) db[k] = std::max(0, db[k] + kTopFrication - strongest);
   }
   for (std::size_t k = 0; k < kParts; ++k)
-    if (k != 1 || aspiration) t.setValue(kRows[k], c, db[k]);
+    if (k != 1 || b.aspiration) t.setValue(kRows[k], c, db[k]);
   return best;
+}
+
+CNoiseFit::Bands CNoiseFit::target(const std::vector<Bands>& bands, const std::vector<char>& noisy, int c) {
+  const int frames = static_cast<int>(bands.size());
+  Bands out{};
+  int n = 0;
+  for (int k = std::max(0, c - 1); k <= std::min(frames - 1, c + 1); ++k) {
+    if (noisy[static_cast<std::size_t>(k)] == 0) continue;
+    ++n;
+    for (std::size_t j = 0; j < out.size(); ++j)
+      out[j] += std::pow(10.0, bands[static_cast<std::size_t>(k)][j] / 10.0);
+  }
+  for (double& v : out) v = 10.0 * std::log10(v / std::max(n, 1));
+  return out;
+}
+
+void CNoiseFit::refitAnchors(FrameTable& t, const std::vector<Bands>& bands, const std::vector<char>& noisy,
+                             const std::vector<char>& fricative, bool parallel) {
+  const int frames = t.columns();
+  struct Frame {
+    Branch branch;
+    Bands target;
+    Response sum;
+    double error = 0.0;
+  };
+  // The noisy unvoiced frames' branches, built for a block at a time (each
+  // takes about 20 kB).
+  std::vector<std::unique_ptr<Frame>> fitted(static_cast<std::size_t>(frames));
+  std::vector<char> voiced(static_cast<std::size_t>(frames));
+  for (int c = 0; c < frames; ++c) voiced[static_cast<std::size_t>(c)] = t.value(kF0, c) > 0.0 ? 1 : 0;
+  const auto build = [&](int from, int to) {
+    for (int c = from; c < to; ++c) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (noisy[uc] == 0 || voiced[uc] != 0) continue;
+      auto f = std::make_unique<Frame>();
+      f->branch = branchOf(t, c, fricative[uc] != 0 ? Source::kFrication : Source::kAspiration);
+      f->target = target(bands, noisy, c);
+      std::array<int, kParts> db{};
+      for (std::size_t k = 0; k < kParts; ++k) db[k] = static_cast<int>(t.value(kRows[k], c));
+      f->sum = sumOf(f->branch, db);
+      f->error = errorOf(f->sum, nullptr, 0.0, f->target);
+      fitted[uc] = std::move(f);
+    }
+  };
+  // Each frame counts its changes; an anchor that found no better value at a
+  // step is tried again at that step only once a frame its lines reach has
+  // changed (the count summed over them has grown).
+  constexpr std::size_t kStepCount = std::size(kRefitSteps);
+  std::vector<long> changes(static_cast<std::size_t>(frames));
+  std::vector<long> triedAt(kParts * kStepCount * static_cast<std::size_t>(frames), -1);
+  std::array<std::vector<int>, kParts> anchors;
+  for (std::size_t k = 0; k < kParts; ++k)
+    for (int c = 0; c < frames; ++c)
+      if (t.anchor(kRows[k], c)) anchors[k].push_back(c);
+  // Refits the anchors whose lines lie within frames from..to-1 (and, with
+  // a cut, reach across it): runs over different frames touch different
+  // values and frames, so two can run at once.
+  const auto refit = [&](int from, int to, int cut) {
+    std::vector<double> after;
+    for (std::size_t s = 0; s < kStepCount; ++s)
+      for (int sweep = 0; sweep < kRefitSweeps; ++sweep) {
+        bool moved = false;
+        for (std::size_t k = 0; k < kParts; ++k) {
+          const int row = kRows[k];
+          const std::vector<int>& at = anchors[k];
+          for (auto it = std::lower_bound(at.begin(), at.end(), from); it != at.end() && *it < to; ++it) {
+            const auto i = static_cast<std::size_t>(it - at.begin());
+            const int a = at[i];
+            const int prev = i > 0 ? at[i - 1] : a, next = i + 1 < at.size() ? at[i + 1] : a;
+            // The frames whose values the anchor's lines set.
+            const int lo = prev < a ? prev + 1 : a, hi = next > a ? next - 1 : a;
+            if (lo < from || hi >= to || (cut >= 0 && (lo >= cut || hi < cut))) continue;
+            bool heard = false, free = true;
+            long changed = 0;
+            for (int c = lo; c <= hi && free; ++c) {
+              heard = heard || fitted[static_cast<std::size_t>(c)] != nullptr;
+              free = voiced[static_cast<std::size_t>(c)] == 0;
+              changed += changes[static_cast<std::size_t>(c)];
+            }
+            long& tried = triedAt[(k * kStepCount + s) * static_cast<std::size_t>(frames) +
+                                  static_cast<std::size_t>(a)];
+            if (!heard || !free || tried == changed) continue;
+            const auto lineAt = [&](int c, double va) {
+              if (c == a) return va;
+              const int b = c < a ? prev : next;
+              return std::round(t.value(row, b) +
+                                (va - t.value(row, b)) * (c - b) / static_cast<double>(a - b));
+            };
+            const int was = static_cast<int>(t.value(row, a));
+            bool better = false;
+            for (const int dir : {1, -1}) {
+              const int value = stepped(was, dir, kRefitSteps[s]);
+              if (value == was) continue;
+              double gain = 0.0;
+              after.assign(static_cast<std::size_t>(hi - lo + 1), 0.0);
+              for (int c = lo; c <= hi; ++c) {
+                const Frame* f = fitted[static_cast<std::size_t>(c)].get();
+                const double v = lineAt(c, value);
+                if (f == nullptr || v == t.value(row, c)) continue;
+                const double change = CKlattEngine::dbToLinear(static_cast<int>(v)) -
+                                      CKlattEngine::dbToLinear(static_cast<int>(t.value(row, c)));
+                after[static_cast<std::size_t>(c - lo)] =
+                    errorOf(f->sum, &f->branch.part[k], change, f->target);
+                gain += after[static_cast<std::size_t>(c - lo)] - f->error;
+              }
+              if (!(gain < -1e-9)) continue;
+              for (int c = lo; c <= hi; ++c) {
+                const double v = lineAt(c, value);
+                if (v == t.value(row, c)) continue;
+                if (Frame* f = fitted[static_cast<std::size_t>(c)].get()) {
+                  const double change = CKlattEngine::dbToLinear(static_cast<int>(v)) -
+                                        CKlattEngine::dbToLinear(static_cast<int>(t.value(row, c)));
+                  for (std::size_t j = 0; j < kPoints; ++j) f->sum[j] += change * f->branch.part[k][j];
+                  f->error = after[static_cast<std::size_t>(c - lo)];
+                }
+                t.setValue(row, c, v);
+                ++changes[static_cast<std::size_t>(c)];
+              }
+              better = moved = true;
+              break;
+            }
+            if (!better) tried = changed;
+          }
+        }
+        if (!moved) break;
+      }
+  };
+  // Block by block, each in halves on two threads, then the anchors across
+  // its middle and across its start (the block before is still built; lines
+  // longer than a block stay as they are).
+  for (int from = 0, before = 0; from < frames; before = from, from += kRefitBlock) {
+    const int to = std::min(frames, from + kRefitBlock), middle = from + (to - from) / 2;
+    inHalves(to - from, parallel, [&](int a, int b) {
+      build(from + a, from + b);
+      refit(from + a, from + b, -1);
+    });
+    refit(from, to, middle);
+    if (from > 0) refit(before, to, from);
+    for (int c = before; c < from; ++c) fitted[static_cast<std::size_t>(c)].reset();
+  }
 }
 
 }  // namespace vandrel

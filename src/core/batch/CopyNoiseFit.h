@@ -40,6 +40,7 @@ class CNoiseFit {
   static constexpr int kTopFrication = 60;
 
   enum class Source { kFrication, kAspiration };
+  using Bands = std::array<double, kBands>;
 
   // The bands reach up to kTopShare of the synthesis rate or the
   // recording's Nyquist frequency, whichever is lower. measure() reads
@@ -62,10 +63,44 @@ class CNoiseFit {
 
   // Fits the parallel amplitudes (and ab) of frame c of `t` for `source`,
   // in place. Returns the remaining mean squared band difference (dB^2).
-  double fit(FrameTable& t, int c, Source source, const std::array<double, kBands>& target);
+  double fit(FrameTable& t, int c, Source source, const Bands& target);
+
+  // What frame c of a noisy stretch is fitted to: the mean (in power) of its
+  // bands with its noisy neighbours'. A noise's spectrum measured in one
+  // window scatters by several dB per band.
+  static Bands target(const std::vector<Bands>& bands, const std::vector<char>& noisy, int c);
+
+  // After thinning (CopyAnchors.h): the fit's amplitudes jump from frame to
+  // frame (its local optima: a formant off in one frame and at 60 dB in the
+  // next, with about as good a shape), and straight lines between anchors
+  // placed in a few of those frames miss the shapes of the frames between.
+  // So each anchor value of the amplitude rows is moved (in whole dB, from
+  // the steps of kRefitSteps, coordinate-wise) while the frames its lines
+  // reach come closer, summed, to their targets: the fit's own objective, on
+  // the values the table plays. Frames `noisy` marks count, with the source
+  // `fricative` says; an anchor whose lines reach a voiced frame stays (the
+  // branch is off there). The table's halves are refitted on two threads
+  // when `parallel`.
+  static constexpr int kRefitSteps[] = {6, 3, 1};
+  static constexpr int kRefitSweeps = 3;  // more move a copy's distance by 0.05 dB at most, at twice the time
+  static constexpr int kRefitBlock = 512;  // frames held at a time
+  void refitAnchors(FrameTable& t, const std::vector<Bands>& bands, const std::vector<char>& noisy,
+                    const std::vector<char>& fricative, bool parallel);
 
  private:
+  static constexpr int kParts = 7;  // ab, a1f..a6f
   using Response = std::array<std::complex<double>, kPoints>;
+  // A frame's branch: the fixed part (the cascade, for aspiration) and, for
+  // each amplitude, its resonator with its sign in the sum, per point.
+  struct Branch {
+    bool aspiration = false;
+    Response fixed{};
+    std::array<Response, kParts> part{};
+  };
+  Branch branchOf(const FrameTable& t, int c, Source source) const;
+  static Response sumOf(const Branch& b, const std::array<int, kParts>& db);
+  // The shape error of `sum` with `change` times `part` added (none when null).
+  double errorOf(const Response& sum, const Response* part, double change, const Bands& target) const;
   std::array<double, kBands> bandsOf(const std::array<double, kPoints>& power) const;
 
   double synthRate_, measuredRate_, top_;

@@ -206,20 +206,8 @@ void fitNoise(FrameTable& t, const SynthesisSetup& setup, double fs, const std::
     for (int c = from; c < to; ++c) {
       const auto uc = static_cast<std::size_t>(c);
       if (noisy[uc] == 0) continue;
-      // A noise's spectrum measured in one window scatters by several dB per
-      // band: each frame's target is the mean (in power) with its noisy
-      // neighbours'.
-      Bands target{};
-      int n = 0;
-      for (int k = std::max(0, c - 1); k <= std::min(frames - 1, c + 1); ++k) {
-        if (noisy[static_cast<std::size_t>(k)] == 0) continue;
-        ++n;
-        for (std::size_t j = 0; j < target.size(); ++j)
-          target[j] += std::pow(10.0, bands[static_cast<std::size_t>(k)][j] / 10.0);
-      }
-      for (double& v : target) v = 10.0 * std::log10(v / n);
       noise.fit(t, c, fricative[uc] != 0 ? CNoiseFit::Source::kFrication : CNoiseFit::Source::kAspiration,
-                target);
+                CNoiseFit::target(bands, noisy, c));
     }
   });
 }
@@ -456,9 +444,12 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   std::future<double> denseJob =
       startJob(settings.threads != 1, [&audio, &denseDoc] { return copyDistance(audio, *denseDoc); });
   AnchorTolerances tolerances = settings.tolerances;
+  CNoiseFit refitter(setup.sampleRate, fs, setup.cascadeFormants);
   for (int round = 0;; ++round) {
     r.anchors = placeAnchors(*doc, copiedRows(), tolerances);
     keepFloors(*doc, copiedRows(), r.anchors);
+    // The noise's shape between the parallel amplitudes' anchors (CopyNoiseFit.h).
+    refitter.refitAnchors(t, bands, noisy, fricative, settings.threads != 1);
     r.distanceDb = copyDistance(audio, *doc);
     if (round == 0) r.denseDistanceDb = denseJob.get();
     if (cancelled()) return cancelledResult();

@@ -212,7 +212,8 @@ TEST(TableExportTest, KlattGridAndLongTable) {
 // The noise fit's model of the parallel branch against the synthesizer
 // itself: a frication of known amplitudes (and an aspiration), fitted from
 // the defaults, comes back with a spectrum within 1.5 dB (rms over the bands)
-// of the sound's, and the frication with the amplitudes that shape it most.
+// of the sound's, and the frication with the amplitudes that shape it most;
+// thinned to anchors, the refit brings the lines between them to its shape.
 TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
   for (const bool aspiration : {false, true}) {
     SCOPED_TRACE(aspiration ? "aspiration" : "frication");
@@ -252,6 +253,56 @@ TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
     EXPECT_EQ(t.value(kA5f, 20), 60);
     EXPECT_NEAR(t.value(kA4f, 20), 52, 4);
     EXPECT_NEAR(t.value(kA3f, 20), 45, 6);
+
+    // Thinned: anchors at frames 0, 20 and 39, frame 20's with the fitted
+    // amplitudes, frame 0's and 39's with a2f..a4f 10-20 dB off (the
+    // frames between on the lines); frame 30 voiced. The refit moves frame
+    // 0's values until the frames up to 20, synthesized, sound within twice
+    // the known table's misfit, on straight lines; frame 39's lines reach
+    // the voiced frame and stay.
+    std::vector<CNoiseFit::Bands> bands(40);
+    for (std::size_t c = 0; c < bands.size(); ++c)
+      ASSERT_TRUE(fit.measure(x, (static_cast<double>(c) + 0.5) * 110.25, bands[c]));
+    std::vector<char> noisy(40, 1), fricative(40, 1);
+    noisy[30] = 0;
+    t.setValue(kF0, 30, 1000);
+    const int off[] = {-10, 15, -20};
+    for (const int row : {kAb, kA2f, kA3f, kA4f, kA5f, kA6f}) {
+      const double fitted = t.value(row, 20),
+                   wrong = fitted + (row >= kA4f && row <= kA2f ? off[row - kA4f] : 0);
+      for (int c = 0; c < 40; ++c) {
+        t.setValue(row, c,
+                   std::round(wrong + (fitted - wrong) * (c < 20 ? c : 39 - c) / (c < 20 ? 20.0 : 19.0)));
+        t.setAnchor(row, c, c == 0 || c == 20 || c == 39);
+      }
+    }
+    const FrameTable before = t;
+    fit.refitAnchors(t, bands, noisy, fricative, true);
+    // Both tables synthesized and measured as the recording was.
+    const auto heard = [&](const FrameTable& table) {
+      CVandrelDoc copy = src;
+      {
+        vandrel::EditTransaction e(copy);
+        e.table() = table;
+        e.noteResized();
+      }
+      state.reset(1);
+      EXPECT_TRUE(synthesize(copy, {}, state));
+      const std::vector<double> y(copy.synthesized().samples.begin(), copy.synthesized().samples.end());
+      double sum = 0.0;
+      for (int c = 2; c < 19; ++c) {
+        EXPECT_TRUE(fit.measure(y, (c + 0.5) * 110.25, one));
+        sum += CNoiseFit::shapeError(one, CNoiseFit::target(bands, noisy, c)) / 17;
+      }
+      return sum;
+    };
+    const double known = heard(src.table());
+    EXPECT_GT(heard(before), 4 * known);
+    EXPECT_LT(heard(t), 2 * known);
+    for (const int row : {kA2f, kA3f, kA4f}) {
+      EXPECT_EQ(t.value(row, 10), std::round((t.value(row, 0) + t.value(row, 20)) / 2));
+      for (int c = 21; c < 40; ++c) EXPECT_EQ(t.value(row, c), before.value(row, c));
+    }
   }
 }
 
