@@ -18,6 +18,8 @@ namespace {
 // Rows of each unit.
 bool isFormant(int row) { return row >= kF8 && row <= kF1; }
 bool isBandwidth(int row) { return row >= kB8 && row <= kB1; }
+// A formant's or bandwidth's value in Hz from its perceptual value.
+double inHz(int row, double p) { return isFormant(row) ? 1960.0 * (p + 0.53) / (26.28 - p) : std::exp(p); }
 bool isAmplitude(int row) {
   return row == kAv || row == kAh || row == kAf || row == kTl || (row >= kA8f && row <= kA1f);
 }
@@ -74,6 +76,19 @@ std::vector<int> placeAnchors(CVandrelDoc& doc, const std::vector<int>& rows, co
     }
     for (const int c : kept) table.setAnchor(row, c, true);
     counts.push_back(static_cast<int>(kept.size()));
+    // A formant's or a bandwidth's anchors take the values whose lines come
+    // closest to every frame's: its track jitters by a frame's estimate, and
+    // lines through the extremes simplifyLine keeps play the jitter's edge.
+    // (Amplitudes and f0 keep theirs: a line fitted across an onset would
+    // sound the source before it starts.)
+    if ((isFormant(row) || isBandwidth(row)) && kept.size() >= 2) {
+      const std::vector<double> fitted = fittedLineValues(v, kept);
+      const ParamDef& d = doc.params().at(row);
+      for (std::size_t k = 0; k < kept.size(); ++k)
+        table.setValue(row, kept[k],
+                       std::clamp(std::round(inHz(row, fitted[k])), static_cast<double>(d.lower),
+                                  static_cast<double>(d.upper)));
+    }
   }
   interpolateAll(doc);
   for (const int row : rows)

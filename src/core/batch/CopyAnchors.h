@@ -4,8 +4,10 @@
 // Each row is simplified (LineSimplify.h) in its unit with its tolerance;
 // a row that would still hold more than kMaxAnchorShare of its frames as
 // anchors is simplified again with its tolerance 1.5 times wider, so a jittery
-// track cannot fill the table with anchors. The editor's Interpolate All then
-// fills the frames between the anchors.
+// track cannot fill the table with anchors. The anchors of formants and
+// bandwidths then take the values whose lines come closest to all the row's
+// frames (fittedLineValues). The editor's Interpolate All fills the frames
+// between the anchors.
 
 #include <vector>
 

@@ -17,6 +17,13 @@ namespace vandrel {
 // rows of a million frames do not exhaust the stack.
 std::vector<int> simplifyLine(std::span<const double> values, double tolerance);
 
+// The values at the kept points whose straight lines come closest to
+// `values` (least squares over every point; a tridiagonal system). The
+// points simplifyLine keeps are a track's extremes: where a jittery track
+// keeps only some of them, lines through those run along the jitter's edge,
+// these through its middle.
+std::vector<double> fittedLineValues(std::span<const double> values, const std::vector<int>& kept);
+
 // The largest vertical distance between `values` and the straight lines
 // through the kept points (0 for fewer than two points).
 double simplificationError(std::span<const double> values, const std::vector<int>& kept);
