@@ -37,14 +37,18 @@
 // again (the tilt left as chosen).
 // In silent frames the formants do not sound: they are filled in straight
 // lines from the sounding frames around them, which costs no anchors.
+// On a high voice F1 and F2 are then moved until the copy, analysed again,
+// reads as the recording does (CopyFormantLoop.h).
 //
 // Last, each copied row is thinned to few anchors in perceptual units
 // (CopyAnchors.h) and the editor's own Interpolate All fills the frames
 // between them; b1 and b2 get anchors where their lines would run below
-// their floors. The thinned copy is then measured against the recording; if
-// it lies more than kMaxDistanceLossDb further from it than the dense copy,
-// the tolerances are narrowed (times kNarrowing, at most kNarrowings times).
-// Values are whole numbers, as the file holds them.
+// their floors, and the parallel amplitudes' anchors are refitted to the
+// noise's shape along their lines (CopyNoiseFit.h). The thinned copy is
+// then measured against the recording; if it lies more than
+// kMaxDistanceLossDb further from it than the dense copy, the tolerances are
+// narrowed (times kNarrowing, at most kNarrowings times). Values are whole
+// numbers, as the file holds them.
 
 #include <atomic>
 #include <functional>
