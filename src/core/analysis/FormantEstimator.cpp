@@ -6,6 +6,7 @@
 #include <exception>
 #include <new>
 #include <numeric>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -344,13 +345,24 @@ class Estimator {
     runTasks(static_cast<int>(stretches.size()), threads_, [&](int task) {
       const auto [first, end] = stretches[static_cast<std::size_t>(task)];
       CHarmonicFit fit;
+      CFitMemo::Fit kept;
+      std::vector<std::string> keys(end - first);
       for (std::size_t i = first; i < end; ++i) {
         if (cancelled()) return;
+        std::string& key = keys[i - first];
+        if (s_.memo != nullptr) {
+          key = fitKey(harmonics_[i], start[i]);
+          if (s_.memo->find(key, kept)) {
+            out.openQuotient[i] = kept.openQuotient;
+            continue;
+          }
+        }
         fit.use(std::move(harmonics_[i]));
         FormantFrame f = start[i];
         fit.refine(f, CHarmonicFit::Starts::kAll);
         out.openQuotient[i] = fit.openQuotient();
         harmonics_[i] = fit.release();
+        if (s_.memo != nullptr) s_.memo->keep(key, {f, out.openQuotient[i]});
       }
       const auto reach = static_cast<std::size_t>(S::kSourceReach);
       std::vector<double> centre(end - first), w;
@@ -363,15 +375,42 @@ class Estimator {
       for (std::size_t i = first; i < end; ++i) {
         step();
         if (cancelled()) return;
+        std::string& key = keys[i - first];
+        if (s_.memo != nullptr) {
+          // The first pass's key, and the pull.
+          key.insert(0, 1, '2');
+          CFitMemo::add(key, &centre[i - first], 1);
+          if (s_.memo->find(key, kept)) {
+            out.frames[i] = kept.frame;
+            out.openQuotient[i] = kept.openQuotient;
+            continue;
+          }
+        }
         fit.use(std::move(harmonics_[i]));
         fit.pullOpenQuotient(centre[i - first], S::kOpenQuotientPull);
         FormantFrame f = start[i];
         fit.refine(f, CHarmonicFit::Starts::kGiven);
         out.frames[i] = f;
         out.openQuotient[i] = fit.openQuotient();
+        if (s_.memo != nullptr) s_.memo->keep(key, {f, out.openQuotient[i]});
       }
     });
     harmonics_.clear();
+  }
+
+  // What a frame's first fit depends on: its harmonics and its start.
+  static std::string fitKey(const CHarmonicFit::Harmonics& h, const FormantFrame& start) {
+    std::string key(1, '1');
+    for (const std::vector<double>* v : {&h.hz, &h.db}) {
+      const std::size_t n = v->size();
+      CFitMemo::add(key, &n, 1);
+      CFitMemo::add(key, v->data(), n);
+    }
+    CFitMemo::add(key, &h.f0, 1);
+    CFitMemo::add(key, &h.top, 1);
+    CFitMemo::add(key, start.f.data(), start.f.size());
+    CFitMemo::add(key, start.b.data(), start.b.size());
+    return key;
   }
 
   // A running median of kMedianFrames over each formant within runs of frames

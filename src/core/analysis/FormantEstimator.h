@@ -23,7 +23,8 @@
 // Frame i is centred on sample firstCentre + i * spacing. Runs on any thread
 // (it owns its working state); the ceilings' paths and the voiced frames'
 // fits are shared out over `threads` threads, which give the same result as
-// one (each frame's work depends on no other frame's).
+// one (each frame's work depends on no other frame's), and with a memo
+// (FitMemo.h) the same result as without.
 
 #include <atomic>
 #include <cstdint>
@@ -31,6 +32,7 @@
 #include <span>
 #include <vector>
 
+#include "analysis/FitMemo.h"
 #include "analysis/FormantPath.h"
 #include "analysis/PitchTrack.h"
 
@@ -70,6 +72,9 @@ struct FormantEstimateSettings {
   // result is used only when it has a value per frame).
   std::vector<double> f0;
   std::function<std::vector<double>()> pitch;
+  // Where set, each voiced frame's harmonic fits are taken from it when an
+  // earlier estimate made them on the same inputs, and kept in it otherwise.
+  CFitMemo* memo = nullptr;
 };
 
 struct FormantEstimate {

@@ -8,6 +8,7 @@
 #include "analysis/AnalysisTracks.h"
 #include "analysis/FormantEstimator.h"
 #include "batch/CopyBandwidthFloor.h"
+#include "batch/CopyShapeChoice.h"
 #include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
 
@@ -28,22 +29,28 @@ struct Reading {
 };
 
 // Reads `x` (at rate `fs`, frames `step` samples long), at the frames' ends
-// only unless `middles`; empty when it fails.
+// only unless `middles` (then both at once, the middles on a thread of their
+// own unless `threads` is 1); empty when it fails.
 Reading readFormants(std::span<const std::int16_t> x, double fs, double step, int frames, int threads,
-                     bool middles) {
-  FormantEstimateSettings s;
-  s.frames = frames;
-  s.spacing = step;
-  s.threads = threads;
-  Reading r;
-  for (const double at : {0.5, 1.0}) {
-    if (at < 1.0 && !middles) continue;
+                     bool middles, CFitMemo* memo) {
+  const auto read = [=](double at) {
+    FormantEstimateSettings s;
+    s.frames = frames;
+    s.spacing = step;
+    s.threads = threads;
     s.firstCentre = at * step;
+    s.memo = memo;
     FormantEstimate e = estimateFormants(x, fs, s);
     if (e.status != FormantEstimate::Status::kOk || e.frames.size() != static_cast<std::size_t>(frames))
-      return {};
-    (at < 1.0 ? r.middle : r.end) = std::move(e.frames);
-  }
+      e.frames.clear();
+    return std::move(e.frames);
+  };
+  auto middle =
+      startJob(middles && threads != 1, [&] { return middles ? read(0.5) : std::vector<FormantFrame>{}; });
+  Reading r;
+  r.end = read(1.0);
+  r.middle = middle.get();
+  if (r.end.empty() || (middles && r.middle.empty())) return {};
   return r;
 }
 
@@ -56,24 +63,28 @@ struct CopyReading {
 };
 
 CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& bands,
-                     const std::vector<char>& sung, int threads) {
+                     const std::vector<char>& sung, int threads, CFitMemo& memo) {
   KlattState state;
   state.reset(1);
   if (!synthesize(doc, {}, state)) return {};
   const SynthesisSetup setup = synthesisSetup(doc);
   const std::vector<std::int16_t>& x = doc.synthesized().samples;
+  // The pitch as `analyse --method ac` reads it, beside the formants.
+  auto pitch = startJob(threads != 1, [&] {
+    COptionPitch options;
+    return computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
+  });
   CopyReading r;
-  r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true);
+  r.formants =
+      readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true, &memo);
   std::vector<char> heard = sung;
   const std::vector<Bands> got =
       measureBands(asDoubles(x), setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1);
   r.envelope.assign(heard.size(), kInf);
   for (std::size_t c = 0; c < heard.size(); ++c)
     if (heard[c] != 0) r.envelope[c] = CNoiseFit::envelopeError(got[c], bands[c]);
-  // The pitch as `analyse --method ac` reads it, from its frame whose window
-  // is centred nearest each frame's middle.
-  COptionPitch options;
-  const PitchTrackResult p = computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
+  // The pitch from its frame whose window is centred nearest each frame's middle.
+  const PitchTrackResult p = pitch.get();
   r.f0.assign(heard.size(), 0.0);
   if (p.status == PitchTrackResult::Status::kOk && p.stepSamples > 0.0)
     for (std::size_t c = 0; c < heard.size(); ++c) {
@@ -142,12 +153,18 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   const double fs = audio.sampleRate;
   // The recording's reading at the frames' middles is the copy's own
   // estimate; only the ends are read here.
-  Reading target =
-      readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false);
-  if (target.end.empty()) return;
+  // The recording is read on a thread of its own while the copy is.
+  auto targetJob = startJob(threads != 1, [&] {
+    return readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false,
+                        nullptr);
+  });
+  // The copy's readings in every round differ from the last ones in a few
+  // stretches only: each frame's harmonic fits are made once (FitMemo.h).
+  CFitMemo memo;
+  CopyReading read = readCopy(doc, fs, bands, sung, threads, memo);
+  Reading target = targetJob.get();
+  if (target.end.empty() || read.formants.middle.empty()) return;
   target.middle = wanted;
-  CopyReading read = readCopy(doc, fs, bands, sung, threads);
-  if (read.formants.middle.empty()) return;
   double damping = L::kDamping;
   for (int round = 0; round < L::kRounds; ++round, damping *= L::kDampingDecay) {
     CVandrelDoc trial(doc);
@@ -164,7 +181,7 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
         }
       raiseToFloors(t);
     }
-    const CopyReading again = readCopy(trial, fs, bands, sung, threads);
+    const CopyReading again = readCopy(trial, fs, bands, sung, threads, memo);
     if (again.formants.middle.empty()) return;
     // Each frame keeps, per formant, whichever of its two values read closer;
     // the readings kept go with them (a neighbour's choice moves them little).
