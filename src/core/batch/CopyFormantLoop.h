@@ -30,7 +30,9 @@
 // least kLeastShare of the voiced frames: below it F1 spans several
 // harmonics and the estimate holds, and a low voice's copy costs no more
 // time (the loop estimates the recording once more and the copy eight
-// times: at the middles and at the ends, before and after each round).
+// times: at the middles and at the ends, before and after each round; the
+// two readings of a synthesis run side by side, and a frame's harmonic fits
+// are made once over all eight where their inputs are the same, FitMemo.h).
 
 #include <vector>
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "analysis/Burg.h"
@@ -175,6 +176,53 @@ TEST(ResampleTest, TonesKeepTheirPhase) {
       worst = std::max(
           worst, std::fabs(y[j] - std::sin(2.0 * 3.141592653589793 * 440.0 * static_cast<double>(j) / to)));
     EXPECT_LT(worst, 2e-3);
+  }
+}
+
+// Fits taken from a memo are the fits the estimate makes without one: two
+// high-voice vowels apart, the second's F1 then moved, estimated again with
+// the same memo (the first vowel's frames take its fits, the second's not).
+TEST(FitMemoTest, TakenFitsAreTheFitsMade) {
+  const double fs = 11025.0, f0 = 220.0;
+  const auto sound = [&](double f1b) {
+    std::vector<std::int16_t> x(static_cast<std::size_t>(0.7 * fs));
+    for (std::size_t i = 0; i < x.size(); ++i) {
+      const double t = static_cast<double>(i) / fs;
+      if (t > 0.3 && t < 0.4) continue;
+      const double f1 = t < 0.3 ? 400.0 + 300.0 * t : f1b, wobble = 1.0 + 0.02 * std::sin(9.0 * t);
+      double v = 0.0;
+      for (int h = 1; h * f0 < 0.45 * fs; ++h) {
+        double db = CHarmonicFit::sourceDb(h * f0, 0.5 / f0) + CHarmonicFit::resonanceDb(h * f0, f1, 70.0) +
+                    CHarmonicFit::resonanceDb(h * f0, 1800.0, 100.0) +
+                    CHarmonicFit::resonanceDb(h * f0, 2700.0, 150.0);
+        v += std::pow(10.0, db / 20.0) * std::sin(2.0 * 3.141592653589793 * h * f0 * wobble * t);
+      }
+      x[i] = static_cast<std::int16_t>(std::lround(std::clamp(300.0 * v, -30000.0, 30000.0)));
+    }
+    return x;
+  };
+  FormantEstimateSettings s;
+  s.frames = 68;
+  s.spacing = 110.25;
+  s.firstCentre = 55.0;
+  CFitMemo memo;
+  for (const double f1b : {500.0, 560.0}) {
+    SCOPED_TRACE(f1b);
+    const std::vector<std::int16_t> x = sound(f1b);
+    const FormantEstimate plain = estimateFormants(x, fs, s);
+    s.memo = &memo;
+    const FormantEstimate kept = estimateFormants(x, fs, s);
+    s.memo = nullptr;
+    ASSERT_EQ(plain.status, FormantEstimate::Status::kOk);
+    ASSERT_EQ(kept.frames.size(), plain.frames.size());
+    EXPECT_GT(
+        std::count_if(plain.openQuotient.begin(), plain.openQuotient.end(), [](double q) { return q > 0; }),
+        40);
+    EXPECT_EQ(kept.openQuotient, plain.openQuotient);
+    for (std::size_t i = 0; i < plain.frames.size(); ++i) {
+      EXPECT_EQ(kept.frames[i].f, plain.frames[i].f) << i;
+      EXPECT_EQ(kept.frames[i].b, plain.frames[i].b) << i;
+    }
   }
 }
 
