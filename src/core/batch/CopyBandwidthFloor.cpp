@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "batch/CopyAnchors.h"
+#include "batch/LineSimplify.h"
 #include "editing/EditTransaction.h"
 
 namespace vandrel {
@@ -19,11 +20,10 @@ double floorAt(const FrameTable& t, int k, int c) {
   return bandwidthFloor(t.value(kF0, c) / 10.0, t.value(kFormantRows[k], c));
 }
 
-// The line of `row` between anchors a and b drawn again, rounded as the file
-// holds it.
+// The line of `row` between anchors a and b drawn again.
 void redraw(FrameTable& t, int row, int a, int b) {
-  const double va = t.value(row, a), step = (t.value(row, b) - va) / (b - a);
-  for (int k = 1; a + k < b; ++k) t.setValue(row, a + k, std::round(va + k * step));
+  const double va = t.value(row, a), vb = t.value(row, b);
+  for (int c = a + 1; c < b; ++c) t.setValue(row, c, roundedLineValue(a, va, b, vb, c));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "batch/CopyShapeChoice.h"
+#include "batch/LineSimplify.h"
 #include "engine/KlattEngine.h"
 
 namespace vandrel {
@@ -340,7 +341,12 @@ void CNoiseFit::refitAnchors(FrameTable& t, const std::vector<Bands>& bands, con
   // a cut, reach across it): runs over different frames touch different
   // values and frames, so two can run at once.
   const auto refit = [&](int from, int to, int cut) {
-    std::vector<double> after;
+    // A trial's line over the anchor's frames: each frame's value, the
+    // change of its part's linear amplitude, and its error with it.
+    struct Point {
+      double value = 0.0, change = 0.0, error = 0.0;
+    };
+    std::vector<Point> after;
     for (std::size_t s = 0; s < kStepCount; ++s)
       for (int sweep = 0; sweep < kRefitSweeps; ++sweep) {
         bool moved = false;
@@ -367,8 +373,7 @@ void CNoiseFit::refitAnchors(FrameTable& t, const std::vector<Bands>& bands, con
             const auto lineAt = [&](int c, double va) {
               if (c == a) return va;
               const int b = c < a ? prev : next;
-              return std::round(t.value(row, b) +
-                                (va - t.value(row, b)) * (c - b) / static_cast<double>(a - b));
+              return roundedLineValue(b, t.value(row, b), a, va, c);
             };
             const int was = static_cast<int>(t.value(row, a));
             bool better = false;
@@ -376,28 +381,26 @@ void CNoiseFit::refitAnchors(FrameTable& t, const std::vector<Bands>& bands, con
               const int value = stepped(was, dir, kRefitSteps[s]);
               if (value == was) continue;
               double gain = 0.0;
-              after.assign(static_cast<std::size_t>(hi - lo + 1), 0.0);
+              after.assign(static_cast<std::size_t>(hi - lo + 1), Point{});
               for (int c = lo; c <= hi; ++c) {
+                Point& p = after[static_cast<std::size_t>(c - lo)];
+                p.value = lineAt(c, value);
                 const Frame* f = fitted[static_cast<std::size_t>(c)].get();
-                const double v = lineAt(c, value);
-                if (f == nullptr || v == t.value(row, c)) continue;
-                const double change = CKlattEngine::dbToLinear(static_cast<int>(v)) -
-                                      CKlattEngine::dbToLinear(static_cast<int>(t.value(row, c)));
-                after[static_cast<std::size_t>(c - lo)] =
-                    errorOf(f->sum, &f->branch.part[k], change, f->target);
-                gain += after[static_cast<std::size_t>(c - lo)] - f->error;
+                if (f == nullptr || p.value == t.value(row, c)) continue;
+                p.change = CKlattEngine::dbToLinear(static_cast<int>(p.value)) -
+                           CKlattEngine::dbToLinear(static_cast<int>(t.value(row, c)));
+                p.error = errorOf(f->sum, &f->branch.part[k], p.change, f->target);
+                gain += p.error - f->error;
               }
               if (!(gain < -1e-9)) continue;
               for (int c = lo; c <= hi; ++c) {
-                const double v = lineAt(c, value);
-                if (v == t.value(row, c)) continue;
+                const Point& p = after[static_cast<std::size_t>(c - lo)];
+                if (p.value == t.value(row, c)) continue;
                 if (Frame* f = fitted[static_cast<std::size_t>(c)].get()) {
-                  const double change = CKlattEngine::dbToLinear(static_cast<int>(v)) -
-                                        CKlattEngine::dbToLinear(static_cast<int>(t.value(row, c)));
-                  for (std::size_t j = 0; j < kPoints; ++j) f->sum[j] += change * f->branch.part[k][j];
-                  f->error = after[static_cast<std::size_t>(c - lo)];
+                  for (std::size_t j = 0; j < kPoints; ++j) f->sum[j] += p.change * f->branch.part[k][j];
+                  f->error = p.error;
                 }
-                t.setValue(row, c, v);
+                t.setValue(row, c, p.value);
                 ++changes[static_cast<std::size_t>(c)];
               }
               better = moved = true;

@@ -90,4 +90,8 @@ double simplificationError(std::span<const double> values, const std::vector<int
   return worst;
 }
 
+double roundedLineValue(int a, double va, int b, double vb, int c) {
+  return std::round(va + (vb - va) * (c - a) / static_cast<double>(b - a));
+}
+
 }  // namespace vandrel

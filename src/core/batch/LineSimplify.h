@@ -24,6 +24,11 @@ std::vector<int> simplifyLine(std::span<const double> values, double tolerance);
 // these through its middle.
 std::vector<double> fittedLineValues(std::span<const double> values, const std::vector<int>& kept);
 
+// The value at frame c of the straight line from (a, va) to (b, vb),
+// rounded to a whole number as the file holds it: a line between two
+// anchors drawn again after one of them moved.
+double roundedLineValue(int a, double va, int b, double vb, int c);
+
 // The largest vertical distance between `values` and the straight lines
 // through the kept points (0 for fewer than two points).
 double simplificationError(std::span<const double> values, const std::vector<int>& kept);
