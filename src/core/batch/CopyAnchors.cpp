@@ -6,6 +6,7 @@
 
 #include "analysis/SpectralDistance.h"
 #include "analysis/SpectralSlice.h"
+#include "batch/Continuum.h"
 #include "batch/LineSimplify.h"
 #include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
@@ -19,7 +20,7 @@ namespace {
 bool isFormant(int row) { return row >= kF8 && row <= kF1; }
 bool isBandwidth(int row) { return row >= kB8 && row <= kB1; }
 // A formant's or bandwidth's value in Hz from its perceptual value.
-double inHz(int row, double p) { return isFormant(row) ? 1960.0 * (p + 0.53) / (26.28 - p) : std::exp(p); }
+double inHz(int row, double p) { return isFormant(row) ? barkToHz(p) : std::exp(p); }
 bool isAmplitude(int row) {
   return row == kAv || row == kAh || row == kAf || row == kTl || (row >= kA8f && row <= kA1f);
 }
@@ -38,7 +39,7 @@ AnchorTolerances AnchorTolerances::scaled(double k) const {
 
 double perceptualValue(int row, double v) {
   if (row == kF0) return v > 0.0 ? 12.0 * std::log2(v / 1000.0) : -100.0;  // semitones from 100 Hz
-  if (isFormant(row)) return 26.81 * v / (1960.0 + v) - 0.53;              // Bark (Traunmueller 1990)
+  if (isFormant(row)) return hzToBark(v);
   if (isBandwidth(row)) return std::log(std::max(v, 1.0));
   return v;
 }
