@@ -1,6 +1,7 @@
 #include "batch/CopyShapeChoice.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <functional>
@@ -17,8 +18,12 @@ namespace {
 constexpr double kTiltSteps[] = {0.0, 8.0, 16.0, 24.0};  // tl, dB
 // B1 in aspirated frames, times the vowel's (held to the row's limit).
 constexpr double kAspirationB1[] = {1.0, 2.0, 4.0, 8.0, 8.0};
-// B3..B5 in voiced frames, times the estimate's, and B1 with them (below).
-constexpr double kUpperScales[] = {1.0, 0.6, 0.35, 0.2};
+// B3..B5 in voiced frames, times the estimate's, and B1 with them where
+// they narrow (below). The widening steps took the copies of three voices
+// 0.8-2.4 dB closer to their recordings in mel-cepstral distance; steps
+// {1.7, 2.8} came 0.07 dB less close, {1.7, 2.8, 4.5} 0.1 dB closer but read
+// F1 and F2 off the recordings' more often.
+constexpr double kUpperScales[] = {1.0, 0.6, 0.35, 0.2, 1.5, 2.2, 3.2};
 // No narrower than this times f0: a resonance that narrow still rings at a
 // tenth (-20 dB) of its level when the next period starts, and on a high
 // voice periods that overlap so are heard an octave down (a woman's f0 at
@@ -152,6 +157,8 @@ void chooseUpperBandwidths(CVandrelDoc& doc, double fs, const std::vector<Bands>
   const std::vector<double> b1 = rowOf(doc.table(), kB1);
   const ParamDef& b1Def = doc.params().at(kB1);
   const double bottom = doc.params().at(kB3).lower;
+  std::array<double, std::size(rows)> top{};
+  for (std::size_t r = 0; r < std::size(rows); ++r) top[r] = doc.params().at(rows[r]).upper;
   chooseByShape(
       doc, fs, wanted, voiced, parallel, static_cast<int>(std::size(kUpperScales)), kBandwidthChoiceFrames,
       [&](FrameTable& t, int c, int k) {
@@ -160,9 +167,11 @@ void chooseUpperBandwidths(CVandrelDoc& doc, double fs, const std::vector<Bands>
         const double narrowest = std::round(kNarrowestPerF0 * t.value(kF0, c) / 10.0);
         for (std::size_t r = 0; r < std::size(rows); ++r)
           t.setValue(rows[r], c,
-                     std::min(was[r][uc], std::max({bottom, std::round(was[r][uc] * scale), narrowest})));
+                     scale > 1.0 ? std::min(top[r], std::round(was[r][uc] * scale))
+                                 : std::min(was[r][uc],
+                                            std::max({bottom, std::round(was[r][uc] * scale), narrowest})));
         t.setValue(kB1, c,
-                   k == 0 ? b1[uc] : std::min<double>(b1Def.upper, std::round(b1[uc] * kB1WithUpper)));
+                   scale >= 1.0 ? b1[uc] : std::min<double>(b1Def.upper, std::round(b1[uc] * kB1WithUpper)));
       });
 }
 

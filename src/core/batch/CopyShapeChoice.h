@@ -72,12 +72,16 @@ void chooseTiltAndDamping(CVandrelDoc& doc, double fs, const std::vector<Bands>&
                           const std::vector<char>& voiced, const std::vector<char>& aspirated, bool parallel);
 
 // In the frames `voiced` marks, the higher formants' bandwidths (B3..B5
-// narrowed together, kUpperScales, never below kNarrowestPerF0 x f0). The synthesizer's source and output
-// low-pass take 5-10 dB more off 3.5-5 kHz than a voice loses there, and
+// scaled together, kUpperScales, never narrower than kNarrowestPerF0 x f0
+// nor wider than their rows allow). The synthesizer's source and output
+// low-pass take 5-10 dB more off 3.5-5 kHz than most voices lose there, and
 // the tilt cannot brighten; narrower resonances raise the peaks of F3..F5
 // without filling in the valleys between the formants, where a brighter
 // source through the parallel branch made analyses of the copy find F1 and
-// F2 elsewhere.
+// F2 elsewhere. Other voices are darker up there than the estimate's F4 and
+// F5 make them (a woman whose copy stood 6-11 dB above her recording at 4-5
+// kHz): wider resonances take those peaks down, which the tilt cannot do
+// without dulling 1-3 kHz.
 void chooseUpperBandwidths(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted,
                            const std::vector<char>& voiced, bool parallel);
 
