@@ -28,6 +28,8 @@ constexpr double kFitCeiling = 5500.0;
 // Frames handed to a thread at a time: enough to keep its harmonic fit's
 // buffers warm, few enough that the threads end together.
 constexpr int kFramesPerTask = 32;
+// The stretch of a resampled signal made at a time.
+constexpr double kPieceSeconds = 1.0;
 
 // Runs task(i) for i = 0 .. count - 1 on `threads` threads, the calling one
 // among them, each taking the next i as it finishes one. An exception of any
@@ -84,6 +86,8 @@ class Estimator {
     for (double c : S::kCeilings)
       if (2.0 * c <= fs_ * 1.0001) ceilings.push_back(c);
     if (ceilings.empty()) ceilings.push_back(std::floor(fs_ / 2.0));
+    for (double c : ceilings)
+      if (std::fabs(c - kFitCeiling) < 1.0) fitRate_ = 2.0 * c;
     total_ = static_cast<int>((ceilings.size() + 1) * m);
     std::vector<CeilingTrack> tracks(ceilings.size());
     // The pitch is tracked beside the ceilings' paths (only the fits need
@@ -190,10 +194,16 @@ class Estimator {
   std::vector<FormantFrame> track(double ceiling) {
     const auto m = static_cast<std::size_t>(s_.frames);
     const double rate = 2.0 * ceiling;
-    std::vector<double> y = std::fabs(rate - fs_) < 1e-6 ? x_ : resampleSignal(x_, fs_, rate);
+    // The resampled signal is made a piece at a time, as the frames reach it.
+    const bool same = std::fabs(rate - fs_) < 1e-6;
+    const CResampler<double> resampler(x_, fs_, rate);
+    const std::size_t total = same ? x_.size() : resampler.size();
+    std::vector<double> piece;
+    std::size_t pieceFrom = 0;
     const double ratio = rate / fs_;
     const int pairs = std::clamp(static_cast<int>(std::lround(ceiling / 1000.0)), 2, 5);
     const auto w = static_cast<std::size_t>(S::kLpcWindowMs * rate / 1000.0);
+    const auto pieceSize = std::max<std::size_t>(static_cast<std::size_t>(rate * kPieceSeconds), 2 * w + 2);
     const double alpha = std::exp(-2.0 * kPi * S::kPreEmphasisHz / rate);
     std::vector<std::vector<FormantCandidate>> cand(m);
     std::vector<double> hamming(w);
@@ -223,7 +233,7 @@ class Estimator {
       }
       count = 0;
     };
-    const auto size = static_cast<std::ptrdiff_t>(y.size());
+    const auto size = static_cast<std::ptrdiff_t>(total);
     for (std::size_t i = 0; i < m; ++i) {
       step();
       if (cancelled()) return {};
@@ -231,28 +241,49 @@ class Estimator {
       const auto first =
           std::clamp(static_cast<std::ptrdiff_t>(centre(i) * ratio - static_cast<double>(w) / 2.0),
                      std::ptrdiff_t{1}, size - static_cast<std::ptrdiff_t>(w));
-      std::vector<double>& frame = frames[count];
-      for (std::size_t j = 0; j < w; ++j) {
-        const auto at = static_cast<std::size_t>(first) + j;
-        frame[j] = (y[at] - alpha * y[at - 1]) * hamming[j];
+      const auto from = static_cast<std::size_t>(first) - 1;
+      if (!same && (piece.empty() || from < pieceFrom || from + w + 1 > pieceFrom + piece.size())) {
+        pieceFrom = from;
+        piece.resize(std::min(pieceSize, total - from));
+        resampler.range(pieceFrom, pieceFrom + piece.size(), piece.data());
       }
+      const double* y = same ? x_.data() + from : piece.data() + (from - pieceFrom);  // sample first - 1
+      std::vector<double>& frame = frames[count];
+      for (std::size_t j = 0; j < w; ++j) frame[j] = (y[j + 1] - alpha * y[j]) * hamming[j];
       which[count++] = i;
       if (count == CBurg::kLanes) candidates();
     }
     if (count > 0) candidates();
-    if (std::fabs(ceiling - kFitCeiling) < 1.0) fitSignal_ = std::move(y), fitRate_ = rate;
     return formantPath(cand, ceiling, s_.spacing * 1000.0 / fs_);
   }
 
+  // The fit reads the signal resampled for kFitCeiling where that ceiling is
+  // analysed (else the recording), a piece per task.
   void scoreTracks(std::vector<CeilingTrack>& tracks) {
-    const std::vector<double>& sig = fitSignal_.empty() ? x_ : fitSignal_;
-    const double rate = fitSignal_.empty() ? fs_ : fitRate_;
+    const bool resampled = fitRate_ > 0.0 && std::fabs(fitRate_ - fs_) >= 1e-6;
+    const double rate = fitRate_ > 0.0 ? fitRate_ : fs_;
+    const CResampler<double> resampler(x_, fs_, rate);
+    const std::size_t total = resampled ? resampler.size() : x_.size();
+    const double reach = CHarmonicFit::kMaxWindowMs * rate / 1000.0 + 2.0;  // a whole window either side
     for (auto& t : tracks) t.fit.assign(t.path.size(), 0.0);
     harmonics_.assign(static_cast<std::size_t>(s_.frames), {});
     runTasks(frameTasks(), threads_, [&](int task) {
       CHarmonicFit fit;
+      std::vector<double> piece;
+      std::size_t offset = 0;
+      if (resampled) {
+        const double lo = std::max(0.0, centre(taskBegin(task)) * rate / fs_ - reach);
+        const double hi = centre(taskEnd(task) - 1) * rate / fs_ + reach;
+        offset = std::min(total, static_cast<std::size_t>(lo));
+        const std::size_t end = std::min(total, static_cast<std::size_t>(std::max(0.0, hi)) + 1);
+        piece.resize(end > offset ? end - offset : 0);
+        resampler.range(offset, end, piece.data());
+      }
+      const std::span<const double> sig =
+          resampled ? std::span<const double>(piece) : std::span<const double>(x_);
       for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
-        if (sounding_[i] == 0 || !(f0_[i] > 0.0) || !fit.measure(sig, rate, centre(i) * rate / fs_, f0_[i]))
+        if (sounding_[i] == 0 || !(f0_[i] > 0.0) ||
+            !fit.measure(sig, offset, total, rate, centre(i) * rate / fs_, f0_[i]))
           continue;
         for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
         harmonics_[i] = fit.release();
@@ -438,7 +469,6 @@ class Estimator {
   const std::atomic<bool>* cancel_;
   std::vector<double> f0_;
   std::vector<char> sounding_;
-  std::vector<double> fitSignal_;
   std::vector<CHarmonicFit::Harmonics> harmonics_;  // per frame; empty where none were measured
   double fitRate_ = 0.0;
   std::thread::id caller_;
@@ -448,128 +478,6 @@ class Estimator {
 };
 
 }  // namespace
-
-std::vector<double> resampleSignal(const std::vector<double>& x, double from, double to) {
-  if (x.empty() || !(from > 0.0) || !(to > 0.0)) return {};
-  const double ratio = to / from;
-  const double narrow = std::min(1.0, ratio);  // the narrower band, in input Nyquists
-  const double cut = 0.95 * 0.5 * narrow;      // cycles per input sample
-  constexpr int kCrossings = 8;
-  constexpr int kPerSample = 256;           // table points per input sample
-  const double half = kCrossings / narrow;  // input samples either side
-  const auto points = static_cast<std::size_t>(std::ceil(half * kPerSample)) + 2;
-  std::vector<double> table(points);
-  for (std::size_t i = 0; i < points; ++i) {
-    const double d = static_cast<double>(i) / kPerSample;
-    const double sinc = d == 0.0 ? 2.0 * cut : std::sin(2.0 * kPi * cut * d) / (kPi * d);
-    const double t = std::min(d / half, 1.0);
-    table[i] = sinc * (0.42 + 0.5 * std::cos(kPi * t) + 0.08 * std::cos(2.0 * kPi * t));
-  }
-  const auto n = static_cast<std::size_t>(static_cast<double>(x.size()) * ratio);
-  std::vector<double> y(n);
-  const auto last = static_cast<std::ptrdiff_t>(x.size()) - 1;
-  // The copy's rates are whole numbers of Hz, so output j lies at j M / L
-  // input samples with small L: the L filters, one per fraction, are made
-  // once, and every output away from the ends is one dot product (the
-  // resampling was a tenth of a copy's time).
-  const auto wholeFrom = std::llround(from), wholeTo = std::llround(to);
-  const long long g = std::gcd(wholeFrom, wholeTo);
-  const long long L = g > 0 ? wholeTo / g : 0, M = g > 0 ? wholeFrom / g : 0;
-  const bool rational = std::fabs(from - static_cast<double>(wholeFrom)) < 1e-9 &&
-                        std::fabs(to - static_cast<double>(wholeTo)) < 1e-9 && L > 0 && L <= 4096;
-  std::vector<double> weights;
-  std::vector<std::ptrdiff_t> firstTap;
-  std::size_t taps = 0;
-  if (rational) {
-    taps = static_cast<std::size_t>(2.0 * half) + 2;
-    weights.assign(static_cast<std::size_t>(L) * taps, 0.0);
-    firstTap.resize(static_cast<std::size_t>(L));
-    for (long long r = 0; r < L; ++r) {
-      const double frac = static_cast<double>(r) / static_cast<double>(L);
-      const auto lo = static_cast<std::ptrdiff_t>(std::ceil(frac - half));
-      const auto hi = static_cast<std::ptrdiff_t>(std::floor(frac + half));
-      double* w = weights.data() + static_cast<std::size_t>(r) * taps;
-      double gain = 0.0;
-      for (auto k = lo; k <= hi; ++k) {
-        const double pos = std::fabs(frac - static_cast<double>(k)) * kPerSample;
-        const auto i = static_cast<std::size_t>(pos);
-        const double h = table[i] + (pos - static_cast<double>(i)) * (table[i + 1] - table[i]);
-        w[k - lo] = h;
-        gain += h;
-      }
-      for (std::size_t k = 0; k < taps; ++k) w[k] = gain != 0.0 ? w[k] / gain : 0.0;
-      firstTap[static_cast<std::size_t>(r)] = lo;
-    }
-  }
-  // Output j the long way: the table's filter at its place, its sum of
-  // weights divided out (near the ends, where taps fall outside, and for
-  // rates that are not whole numbers of Hz).
-  const auto edge = [&](std::size_t j) {
-    if (rational) {
-      const long long jm = static_cast<long long>(j) * M;
-      const auto r = static_cast<std::size_t>(jm % L);
-      const auto first = static_cast<std::ptrdiff_t>(jm / L) + firstTap[r];
-      if (first >= 0 && first + static_cast<std::ptrdiff_t>(taps) - 1 <= last) {
-        const double* w = weights.data() + r * taps;
-        const double* in = x.data() + first;
-        double acc = 0.0;
-        for (std::size_t k = 0; k < taps; ++k) acc += w[k] * in[k];
-        return acc;
-      }
-    }
-    const double t = static_cast<double>(j) / ratio;
-    const auto lo = std::max<std::ptrdiff_t>(0, static_cast<std::ptrdiff_t>(std::ceil(t - half)));
-    const auto hi = std::min<std::ptrdiff_t>(last, static_cast<std::ptrdiff_t>(std::floor(t + half)));
-    double acc = 0.0, gain = 0.0;
-    for (auto k = lo; k <= hi; ++k) {
-      const double pos = std::fabs(t - static_cast<double>(k)) * kPerSample;
-      const auto i = static_cast<std::size_t>(pos);
-      const double frac = pos - static_cast<double>(i);
-      const double h = table[i] + frac * (table[i + 1] - table[i]);
-      acc += h * x[static_cast<std::size_t>(k)];
-      gain += h;
-    }
-    return gain != 0.0 ? acc / gain : 0.0;
-  };
-  // Where each output's dot product starts: output j lies at j M / L input
-  // samples, counted in whole samples and fractions (no division per output).
-  long long whole = 0, part = 0;
-  const auto advance = [&] {
-    part += M;
-    while (part >= L) part -= L, ++whole;
-  };
-  // Four outputs at a time: each dot product is a chain of additions, and
-  // four chains keep the adder busy where one waits on it (each sum still in
-  // its own order).
-  constexpr std::size_t kGroup = 4;
-  std::size_t j = 0;
-  for (; rational && j + kGroup <= n; j += kGroup) {
-    std::array<const double*, kGroup> w{}, in{};
-    const long long w0 = whole, p0 = part;
-    bool inside = true;
-    for (std::size_t q = 0; q < kGroup; ++q, advance()) {
-      const auto first = static_cast<std::ptrdiff_t>(whole) + firstTap[static_cast<std::size_t>(part)];
-      inside = inside && first >= 0 && first + static_cast<std::ptrdiff_t>(taps) - 1 <= last;
-      w[q] = weights.data() + static_cast<std::size_t>(part) * taps;
-      in[q] = x.data() + std::max<std::ptrdiff_t>(first, 0);
-    }
-    if (!inside) {
-      whole = w0, part = p0;
-      for (std::size_t q = 0; q < kGroup; ++q, advance()) y[j + q] = edge(j + q);
-      continue;
-    }
-    double a0 = 0.0, a1 = 0.0, a2 = 0.0, a3 = 0.0;
-    for (std::size_t k = 0; k < taps; ++k) {
-      a0 += w[0][k] * in[0][k];
-      a1 += w[1][k] * in[1][k];
-      a2 += w[2][k] * in[2][k];
-      a3 += w[3][k] * in[3][k];
-    }
-    y[j] = a0, y[j + 1] = a1, y[j + 2] = a2, y[j + 3] = a3;
-  }
-  for (; j < n; ++j) y[j] = edge(j);
-  return y;
-}
 
 FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double fs,
                                  const FormantEstimateSettings& settings, const AnalysisProgress& progress,

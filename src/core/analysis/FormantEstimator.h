@@ -35,6 +35,7 @@
 #include "analysis/FitMemo.h"
 #include "analysis/FormantPath.h"
 #include "analysis/PitchTrack.h"
+#include "analysis/Resample.h"
 
 namespace vandrel {
 
@@ -96,10 +97,5 @@ FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double f
                                  const FormantEstimateSettings& settings,
                                  const AnalysisProgress& progress = {},
                                  const std::atomic<bool>* cancel = nullptr);
-
-// x resampled from rate `from` to rate `to` by a windowed sinc (Blackman,
-// 8 zero crossings of the narrower band either side), cut at 95% of the
-// lower Nyquist frequency.
-std::vector<double> resampleSignal(const std::vector<double>& x, double from, double to);
 
 }  // namespace vandrel

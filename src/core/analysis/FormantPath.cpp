@@ -34,19 +34,21 @@ class PathSearch {
       reference_[static_cast<std::size_t>(k)] = (2 * k + 1) * ceiling / 10.0;
   }
 
+  // Each stretch of frames with candidates is searched on its own, and only
+  // two frames' states are held at a time: what the way back needs of the
+  // others is their picks and where each state came from (a long recording's
+  // states of every frame took 2 KB a frame, times the ceilings searched at
+  // once).
   std::vector<FormantFrame> run() {
     const std::size_t m = cand_.size();
     std::vector<FormantFrame> out(m);
-    states_.assign(m, {});
-    slots_.assign(m, {});
-    for (std::size_t i = 0; i < m; ++i) statesOf(i);
     for (std::size_t i = 0; i < m;) {
-      if (states_[i].empty()) {
+      if (count(i) == 0) {
         ++i;
         continue;
       }
       std::size_t end = i;
-      while (end < m && !states_[end].empty()) ++end;
+      while (end < m && count(end) > 0) ++end;
       bestPath(i, end, out);
       i = end;
     }
@@ -81,17 +83,16 @@ class PathSearch {
     s.cost = saved;
   }
 
-  void statesOf(std::size_t frame) {
-    if (count(frame) == 0) return;
+  // The kept states of a frame that has candidates, and their slots.
+  void statesOf(std::size_t frame, std::vector<Kept>& kept, Slots& slots) {
     all_.clear();
     State s;
     enumerate(frame, 0, 0, 0, s);
     const auto keep = static_cast<std::ptrdiff_t>(std::min<std::size_t>(all_.size(), C::kBeam));
     std::partial_sort(all_.begin(), all_.begin() + keep, all_.end(),
                       [](const State& a, const State& b) { return a.cost < b.cost; });
-    auto& kept = states_[frame];
     kept.resize(static_cast<std::size_t>(keep));
-    Slots& slots = slots_[frame];
+    for (auto& v : slots) v.clear();
     for (std::size_t i = 0; i < kept.size(); ++i) {
       static_cast<State&>(kept[i]) = all_[i];
       for (std::size_t k = 0; k < kFormants; ++k) {
@@ -127,27 +128,38 @@ class PathSearch {
   }
 
   void bestPath(std::size_t first, std::size_t end, std::vector<FormantFrame>& out) {
-    std::vector<std::vector<double>> delta(end - first);
-    std::vector<std::vector<int>> back(end - first);
-    delta[0].resize(states_[first].size());
-    for (std::size_t j = 0; j < states_[first].size(); ++j) delta[0][j] = states_[first][j].cost;
+    // Per frame, from where its states start in picks_ and back_.
+    start_.assign(end - first + 1, 0);
+    picks_.clear();
+    back_.clear();
+    const auto keepPicks = [&](std::size_t i) {
+      for (const Kept& s : cur_) picks_.push_back(s.pick);
+      start_[i + 1 - first] = picks_.size();
+    };
+    statesOf(first, cur_, curSlots_);
+    keepPicks(first);
+    back_.resize(cur_.size());
+    before_.resize(cur_.size());
+    for (std::size_t j = 0; j < cur_.size(); ++j) before_[j] = cur_[j].cost;
     for (std::size_t i = first + 1; i < end; ++i) {
-      const auto& cur = states_[i];
-      const auto& prev = states_[i - 1];
-      auto& d = delta[i - first];
-      auto& bk = back[i - first];
+      std::swap(prev_, cur_);
+      std::swap(prevSlots_, curSlots_);
+      statesOf(i, cur_, curSlots_);
+      keepPicks(i);
+      const auto& cur = cur_;
+      const auto& prev = prev_;
+      auto& d = delta_;
       d.resize(cur.size());
-      bk.resize(cur.size());
-      transitionTerms(slots_[i - 1], slots_[i]);
+      transitionTerms(prevSlots_, curSlots_);
       // Where each earlier state's row starts in each formant's table.
       for (std::size_t k = 0; k < kFormants; ++k) {
         rows_[k].resize(prev.size());
-        for (std::size_t p = 0; p < prev.size(); ++p) rows_[k][p] = prev[p].slot[k] * slots_[i][k].size();
+        for (std::size_t p = 0; p < prev.size(); ++p) rows_[k][p] = prev[p].slot[k] * curSlots_[k].size();
       }
       for (std::size_t j = 0; j < cur.size(); ++j) {
         double best = 1e300;
         int from = 0;
-        const std::vector<double>& before = delta[i - 1 - first];
+        const std::vector<double>& before = before_;
         std::array<const double*, kFormants> col;
         for (std::size_t k = 0; k < kFormants; ++k) col[k] = terms_[k].data() + cur[j].slot[k];
         for (std::size_t p = 0; p < prev.size(); ++p) {
@@ -160,19 +172,21 @@ class PathSearch {
           }
         }
         d[j] = best + cur[j].cost;
-        bk[j] = from;
+        back_.push_back(static_cast<std::uint8_t>(from));
       }
+      std::swap(before_, delta_);
     }
-    const auto& last = delta[end - 1 - first];
+    const auto& last = before_;
     auto at = static_cast<std::size_t>(std::min_element(last.begin(), last.end()) - last.begin());
     for (std::size_t i = end; i-- > first;) {
-      const Kept& s = states_[i][at];
+      const std::size_t here = start_[i - first] + at;
+      const std::array<std::int8_t, kFormants>& pick = picks_[here];
       for (std::size_t k = 0; k < kFormants; ++k) {
-        const int j = s.pick[k];
+        const int j = pick[k];
         out[i].f[k] = j < 0 ? 0.0 : cand_[i][static_cast<std::size_t>(j)].f;
         out[i].b[k] = j < 0 ? 0.0 : cand_[i][static_cast<std::size_t>(j)].b;
       }
-      if (i > first) at = static_cast<std::size_t>(back[i - first][at]);
+      if (i > first) at = back_[here];
     }
   }
 
@@ -180,8 +194,14 @@ class PathSearch {
   double stepScale_;
   std::array<double, kFormants> reference_{};
   std::vector<State> all_;
-  std::vector<std::vector<Kept>> states_;
-  std::vector<Slots> slots_;
+  static_assert(C::kBeam <= 256, "a state's predecessor is kept in a byte");
+  std::vector<Kept> prev_, cur_;
+  Slots prevSlots_, curSlots_;
+  std::vector<double> before_, delta_;  // the path costs to the previous frame's states, and to this one's
+  std::vector<std::size_t> start_;
+  std::vector<std::array<std::int8_t, kFormants>> picks_;
+  std::vector<std::uint8_t>
+      back_;  // per state (but the first frame's), the previous frame's state it came from
   std::array<std::vector<double>, kFormants> terms_;
   std::array<std::vector<std::size_t>, kFormants> rows_;
 };

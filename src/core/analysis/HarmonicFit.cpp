@@ -100,17 +100,18 @@ void CHarmonicFit::use(Harmonics&& h) {
   prepare(h.f0);
 }
 
-bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centre, double f0) {
+bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, std::size_t total, double fs,
+                           double centre, double f0) {
   pullWeight_ = 0.0;
   hz_.clear();
   db_.clear();
   pulses_ = {};
   tilts_ = {};
   top_ = std::min(kTopHz, 0.4 * fs);
-  if (!(f0 > 0.0) || !(fs > 0.0) || kMinHarmonics * f0 > top_ || x.empty()) return false;
+  if (!(f0 > 0.0) || !(fs > 0.0) || kMinHarmonics * f0 > top_ || total == 0) return false;
   const double length =
       std::clamp(kPeriods * fs / f0, kMinWindowMs * fs / 1000.0, kMaxWindowMs * fs / 1000.0);
-  const auto n = std::min(static_cast<std::size_t>(length), x.size());
+  const auto n = std::min(static_cast<std::size_t>(length), total);
   if (n < 16) return false;
   int order = 4;
   while ((std::size_t{1} << order) < 4 * n) ++order;
@@ -118,16 +119,18 @@ bool CHarmonicFit::measure(const std::vector<double>& x, double fs, double centr
   re_.assign(size, 0.0);
   im_.assign(size, 0.0);
   const auto first = static_cast<std::size_t>(
-      std::clamp(centre - static_cast<double>(n) / 2.0, 0.0, static_cast<double>(x.size() - n)));
+      std::clamp(centre - static_cast<double>(n) / 2.0, 0.0, static_cast<double>(total - n)));
+  if (first < offset || first + n > offset + piece.size()) return false;
+  const double* window = piece.data() + (first - offset);
   double mean = 0.0;
-  for (std::size_t i = 0; i < n; ++i) mean += x[first + i];
+  for (std::size_t i = 0; i < n; ++i) mean += window[i];
   mean /= static_cast<double>(n);
   if (hann_.size() != n) {
     hann_.resize(n);
     for (std::size_t i = 0; i < n; ++i)
       hann_[i] = 0.5 - 0.5 * std::cos(2.0 * kPi * (static_cast<double>(i) + 0.5) / static_cast<double>(n));
   }
-  for (std::size_t i = 0; i < n; ++i) re_[i] = (x[first + i] - mean) * hann_[i];
+  for (std::size_t i = 0; i < n; ++i) re_[i] = (window[i] - mean) * hann_[i];
   fft_.transform(re_.data(), im_.data(), order);
   const std::size_t half = size / 2;
   // Power; only the three bins around each harmonic's peak are taken to dB.

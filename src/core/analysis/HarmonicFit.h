@@ -39,6 +39,8 @@
 // of a /u/ at f0 170 Hz then reads 60 Hz low).
 
 #include <array>
+#include <cstddef>
+#include <span>
 #include <vector>
 
 #include "analysis/Fft.h"
@@ -96,7 +98,14 @@ class CHarmonicFit {
   // The harmonic levels of the frame centred on sample `centre` of x (rate
   // fs) for a voice of f0; false when fewer than kMinHarmonics lie below the
   // top (min(kTopHz, 0.45 fs)).
-  bool measure(const std::vector<double>& x, double fs, double centre, double f0);
+  bool measure(const std::vector<double>& x, double fs, double centre, double f0) {
+    return measure(x, 0, x.size(), fs, centre, f0);
+  }
+  // The same where only samples [offset, offset + piece's size) of x, of
+  // `total` samples in all, are at hand; the piece must hold the window
+  // (kMaxWindowMs at most, held inside the signal).
+  bool measure(std::span<const double> piece, std::size_t offset, std::size_t total, double fs, double centre,
+               double f0);
 
   // Refines the formants of `frame` (those below the top; the rest sound as
   // given) on the last measured harmonics. Returns the objective at the end.

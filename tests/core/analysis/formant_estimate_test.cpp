@@ -158,7 +158,8 @@ TEST(BurgTest, LanesGiveTheOneAtATimePredictors) {
 }
 
 // Resampled tones are the same tones at the new rate's instants, for ratios
-// of whole rates and for one that is not.
+// of whole rates and for one that is not; a stretch made alone is the
+// whole's.
 TEST(ResampleTest, TonesKeepTheirPhase) {
   for (const auto& [from, to] : {std::pair{16000.0, 10000.0},
                                  {16000.0, 11000.0},
@@ -176,6 +177,15 @@ TEST(ResampleTest, TonesKeepTheirPhase) {
       worst = std::max(
           worst, std::fabs(y[j] - std::sin(2.0 * 3.141592653589793 * 440.0 * static_cast<double>(j) / to)));
     EXPECT_LT(worst, 2e-3);
+    // Any stretch asked on its own (the ends, odd starts and lengths) is the
+    // same to the last bit as the whole.
+    const CResampler<double> r(x, from, to);
+    for (const std::size_t begin : {std::size_t{0}, std::size_t{37}, y.size() / 2 + 3, y.size() - 5}) {
+      std::vector<double> piece(std::min<std::size_t>(1001, y.size() - begin));
+      r.range(begin, begin + piece.size(), piece.data());
+      EXPECT_TRUE(std::equal(piece.begin(), piece.end(), y.begin() + static_cast<std::ptrdiff_t>(begin)))
+          << begin;
+    }
   }
 }
 
