@@ -69,7 +69,7 @@ class Estimator {
  public:
   Estimator(std::span<const std::int16_t> samples, double fs, const S& s, const AnalysisProgress& progress,
             const std::atomic<bool>* cancel)
-      : x_(samples.begin(), samples.end()),
+      : x_(samples),
         fs_(fs),
         s_(s),
         progress_(progress),
@@ -162,10 +162,7 @@ class Estimator {
     ps.stepSamples = s_.spacing;
     ps.offset = s_.firstCentre + shift * s_.spacing - window / 2.0;
     CAutocorrelationPitch tracker;
-    std::vector<std::int16_t> samples(x_.size());
-    for (std::size_t i = 0; i < x_.size(); ++i) samples[i] = static_cast<std::int16_t>(x_[i]);
-    if (tracker.compute(samples, fs_, ps) != CAutocorrelationPitch::Status::kOk || tracker.track().empty())
-      return;
+    if (tracker.compute(x_, fs_, ps) != CAutocorrelationPitch::Status::kOk || tracker.track().empty()) return;
     const auto& t = tracker.track();
     for (std::size_t i = 0; i < m; ++i)
       f0_[i] = t[static_cast<std::size_t>(
@@ -182,8 +179,10 @@ class Estimator {
       const auto from = std::clamp(static_cast<std::ptrdiff_t>(centre(i) - half), std::ptrdiff_t{0}, n);
       const auto to = std::clamp(static_cast<std::ptrdiff_t>(centre(i) + half), std::ptrdiff_t{0}, n);
       double sum = 0.0;
-      for (auto j = from; j < to; ++j)
-        sum += x_[static_cast<std::size_t>(j)] * x_[static_cast<std::size_t>(j)];
+      for (auto j = from; j < to; ++j) {
+        const double v = x_[static_cast<std::size_t>(j)];
+        sum += v * v;
+      }
       e[i] = to > from ? sum / static_cast<double>(to - from) : 0.0;
     }
     const double loudest = m > 0 ? *std::max_element(e.begin(), e.end()) : 0.0;
@@ -196,7 +195,7 @@ class Estimator {
     const double rate = 2.0 * ceiling;
     // The resampled signal is made a piece at a time, as the frames reach it.
     const bool same = std::fabs(rate - fs_) < 1e-6;
-    const CResampler<double> resampler(x_, fs_, rate);
+    const CResampler<std::int16_t> resampler(x_, fs_, rate);
     const std::size_t total = same ? x_.size() : resampler.size();
     std::vector<double> piece;
     std::size_t pieceFrom = 0;
@@ -242,12 +241,15 @@ class Estimator {
           std::clamp(static_cast<std::ptrdiff_t>(centre(i) * ratio - static_cast<double>(w) / 2.0),
                      std::ptrdiff_t{1}, size - static_cast<std::ptrdiff_t>(w));
       const auto from = static_cast<std::size_t>(first) - 1;
-      if (!same && (piece.empty() || from < pieceFrom || from + w + 1 > pieceFrom + piece.size())) {
+      if (piece.empty() || from < pieceFrom || from + w + 1 > pieceFrom + piece.size()) {
         pieceFrom = from;
         piece.resize(std::min(pieceSize, total - from));
-        resampler.range(pieceFrom, pieceFrom + piece.size(), piece.data());
+        if (same)
+          std::copy_n(x_.begin() + static_cast<std::ptrdiff_t>(from), piece.size(), piece.begin());
+        else
+          resampler.range(pieceFrom, pieceFrom + piece.size(), piece.data());
       }
-      const double* y = same ? x_.data() + from : piece.data() + (from - pieceFrom);  // sample first - 1
+      const double* y = piece.data() + (from - pieceFrom);  // sample first - 1
       std::vector<double>& frame = frames[count];
       for (std::size_t j = 0; j < w; ++j) frame[j] = (y[j + 1] - alpha * y[j]) * hamming[j];
       which[count++] = i;
@@ -262,7 +264,7 @@ class Estimator {
   void scoreTracks(std::vector<CeilingTrack>& tracks) {
     const bool resampled = fitRate_ > 0.0 && std::fabs(fitRate_ - fs_) >= 1e-6;
     const double rate = fitRate_ > 0.0 ? fitRate_ : fs_;
-    const CResampler<double> resampler(x_, fs_, rate);
+    const CResampler<std::int16_t> resampler(x_, fs_, rate);
     const std::size_t total = resampled ? resampler.size() : x_.size();
     const double reach = CHarmonicFit::kMaxWindowMs * rate / 1000.0 + 2.0;  // a whole window either side
     for (auto& t : tracks) t.fit.assign(t.path.size(), 0.0);
@@ -271,19 +273,22 @@ class Estimator {
       CHarmonicFit fit;
       std::vector<double> piece;
       std::size_t offset = 0;
-      if (resampled) {
+      {
         const double lo = std::max(0.0, centre(taskBegin(task)) * rate / fs_ - reach);
         const double hi = centre(taskEnd(task) - 1) * rate / fs_ + reach;
         offset = std::min(total, static_cast<std::size_t>(lo));
-        const std::size_t end = std::min(total, static_cast<std::size_t>(std::max(0.0, hi)) + 1);
-        piece.resize(end > offset ? end - offset : 0);
-        resampler.range(offset, end, piece.data());
+        const std::size_t end =
+            std::max(offset, std::min(total, static_cast<std::size_t>(std::max(0.0, hi)) + 1));
+        piece.resize(end - offset);
+        if (resampled)
+          resampler.range(offset, end, piece.data());
+        else
+          std::copy(x_.begin() + static_cast<std::ptrdiff_t>(offset),
+                    x_.begin() + static_cast<std::ptrdiff_t>(end), piece.begin());
       }
-      const std::span<const double> sig =
-          resampled ? std::span<const double>(piece) : std::span<const double>(x_);
       for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
         if (sounding_[i] == 0 || !(f0_[i] > 0.0) ||
-            !fit.measure(sig, offset, total, rate, centre(i) * rate / fs_, f0_[i]))
+            !fit.measure(piece, offset, total, rate, centre(i) * rate / fs_, f0_[i]))
           continue;
         for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
         harmonics_[i] = fit.release();
@@ -462,7 +467,7 @@ class Estimator {
       }
   }
 
-  std::vector<double> x_;
+  std::span<const std::int16_t> x_;  // the caller's, which outlive the estimate
   double fs_;
   const S& s_;
   const AnalysisProgress& progress_;

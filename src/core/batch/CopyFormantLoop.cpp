@@ -79,7 +79,7 @@ CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& band
       readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true, &memo);
   std::vector<char> heard = sung;
   const std::vector<Bands> got =
-      measureBands(asDoubles(x), setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1);
+      measureBands(x, setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1);
   r.envelope.assign(heard.size(), kInf);
   for (std::size_t c = 0; c < heard.size(); ++c)
     if (heard[c] != 0) r.envelope[c] = CNoiseFit::envelopeError(got[c], bands[c]);

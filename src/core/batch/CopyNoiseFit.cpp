@@ -95,6 +95,16 @@ CNoiseFit::CNoiseFit(double synthesisRate, double recordingRate, int cascadeForm
 }
 
 bool CNoiseFit::measure(const std::vector<double>& x, double centre, std::array<double, kBands>& out) {
+  return measureSamples(std::span<const double>(x), centre, out);
+}
+
+bool CNoiseFit::measure(std::span<const std::int16_t> x, double centre, std::array<double, kBands>& out) {
+  return measureSamples(x, centre, out);
+}
+
+// Samples as doubles or as 16-bit integers (the same values).
+template <class T>
+bool CNoiseFit::measureSamples(std::span<const T> x, double centre, std::array<double, kBands>& out) {
   const auto n = static_cast<long>(window_.size());
   const long start = std::lround(centre) - n / 2;
   std::fill(re_.begin(), re_.end(), 0.0);
@@ -103,7 +113,7 @@ bool CNoiseFit::measure(const std::vector<double>& x, double centre, std::array<
   long used = 0;
   for (long i = 0; i < n; ++i)
     if (start + i >= 0 && start + i < static_cast<long>(x.size())) {
-      mean += x[static_cast<std::size_t>(start + i)];
+      mean += static_cast<double>(x[static_cast<std::size_t>(start + i)]);
       ++used;
     }
   if (used == 0) return false;
@@ -111,7 +121,8 @@ bool CNoiseFit::measure(const std::vector<double>& x, double centre, std::array<
   for (long i = 0; i < n; ++i)
     if (start + i >= 0 && start + i < static_cast<long>(x.size()))
       re_[static_cast<std::size_t>(i)] =
-          (x[static_cast<std::size_t>(start + i)] - mean) * window_[static_cast<std::size_t>(i)];
+          (static_cast<double>(x[static_cast<std::size_t>(start + i)]) - mean) *
+          window_[static_cast<std::size_t>(i)];
   fft_.transform(re_.data(), im_.data(), fftOrder_);
   double strongest = 0.0;
   std::array<double, kBands> e{};

@@ -19,6 +19,8 @@
 
 #include <array>
 #include <complex>
+#include <cstdint>
+#include <span>
 #include <vector>
 
 #include "analysis/Fft.h"
@@ -51,6 +53,7 @@ class CNoiseFit {
   // The band log energies (dB) of a signal at the measured rate for a frame
   // centred on sample `centre`; false when the window holds no energy.
   bool measure(const std::vector<double>& x, double centre, std::array<double, kBands>& out);
+  bool measure(std::span<const std::int16_t> x, double centre, std::array<double, kBands>& out);
 
   // The squared distance of two band shapes' envelopes (dB^2): the first
   // kEnvelopeTerms terms of the cosine transform of their difference, the
@@ -88,6 +91,8 @@ class CNoiseFit {
                     const std::vector<char>& fricative, bool parallel);
 
  private:
+  template <class T>
+  bool measureSamples(std::span<const T> x, double centre, std::array<double, kBands>& out);
   static constexpr int kParts = 7;  // ab, a1f..a6f
   using Response = std::array<std::complex<double>, kPoints>;
   // A frame's branch: the fixed part (the cascade, for aspiration) and, for

@@ -77,7 +77,7 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
         return;
       }
       std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
-      const std::vector<Bands> got = measureBands(asDoubles(trial->synthesized().samples), setup.sampleRate,
+      const std::vector<Bands> got = measureBands(trial->synthesized().samples, setup.sampleRate,
                                                   setup.samplesPerFrame, setup, fs, heard, false);
       for (std::size_t c = 0; c < m; ++c)
         if (heard[c] != 0)
@@ -116,7 +116,7 @@ std::vector<double> rowOf(const FrameTable& t, int row) { return {t.row(row), t.
 
 }  // namespace
 
-std::vector<Bands> measureBands(const std::vector<double>& x, double rate, double step,
+std::vector<Bands> measureBands(std::span<const std::int16_t> x, double rate, double step,
                                 const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
                                 bool parallel) {
   std::vector<Bands> out(wanted.size());

@@ -42,12 +42,10 @@ void inHalves(int frames, bool parallel, const Job& job) {
   half.get();
 }
 
-inline std::vector<double> asDoubles(const std::vector<std::int16_t>& s) { return {s.begin(), s.end()}; }
-
 // The band levels (CopyNoiseFit.h) of x at rate `rate` for the frames
 // `wanted` marks, centred on their middles (frame c at (c + 0.5) x step);
 // frames whose window holds no energy are unmarked.
-std::vector<Bands> measureBands(const std::vector<double>& x, double rate, double step,
+std::vector<Bands> measureBands(std::span<const std::int16_t> x, double rate, double step,
                                 const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
                                 bool parallel);
 

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <span>
 #include <system_error>
 
 #include "analysis/AutocorrelationPitch.h"
@@ -45,45 +46,83 @@ const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
 const int kBandwidthRows[5] = {kB1, kB2, kB3, kB4, kB5};
 const int kParallelRows[] = {kAb, kA6f, kA5f, kA4f, kA3f, kA2f, kA1f};
 
+// The samples of a recording or synthesis as they are.
+struct Plain {
+  std::span<const std::int16_t> x;
+  long size() const { return static_cast<long>(x.size()); }
+  double operator()(long i) const { return x[static_cast<std::size_t>(i)]; }
+  void keepFrom(long /*i*/) {}
+};
+
+// The same through two second-order high-pass sections at `hz` (Butterworth
+// Q): what lies above the band where voicing carries most of its energy.
+// Made sample by sample as they are asked for, and only the ones still to
+// be asked again are held (a long recording's whole filtered copy took 460 MB
+// an hour).
+class HighPassed {
+ public:
+  HighPassed(std::span<const std::int16_t> x, double fs, double hz) : x_(x) {
+    const double w = 2.0 * 3.141592653589793 * hz / fs;
+    const double alpha = std::sin(w) / (2.0 * std::sqrt(0.5));
+    const double a0 = 1.0 + alpha;
+    b0_ = (1.0 + std::cos(w)) / 2.0 / a0, b1_ = -(1.0 + std::cos(w)) / a0, b2_ = b0_;
+    a1_ = -2.0 * std::cos(w) / a0, a2_ = (1.0 - alpha) / a0;
+  }
+  long size() const { return static_cast<long>(x_.size()); }
+  double operator()(long i) {
+    for (; next_ <= i; ++next_) {
+      double v = x_[static_cast<std::size_t>(next_)];
+      for (Section& s : sections_) {
+        const double out = b0_ * v + b1_ * s.x1 + b2_ * s.x2 - a1_ * s.y1 - a2_ * s.y2;
+        s.x2 = s.x1;
+        s.x1 = v;
+        s.y2 = s.y1;
+        s.y1 = out;
+        v = out;
+      }
+      held_.push_back(v);
+    }
+    return held_[static_cast<std::size_t>(i - first_)];
+  }
+  // Samples before i are not asked for again.
+  void keepFrom(long i) {
+    const long drop = std::min(i, next_) - first_;
+    if (drop < 4096 || 2 * drop < static_cast<long>(held_.size())) return;
+    held_.erase(held_.begin(), held_.begin() + drop);
+    first_ += drop;
+  }
+
+ private:
+  struct Section {
+    double x1 = 0, x2 = 0, y1 = 0, y2 = 0;
+  };
+  std::span<const std::int16_t> x_;
+  double b0_, b1_, b2_, a1_, a2_;
+  std::array<Section, 2> sections_{};
+  std::vector<double> held_;  // outputs first_ .. next_ - 1
+  long first_ = 0, next_ = 0;
+};
+
 // Level in dB of raw sample units, of a window centred on the middle of each
 // of `frames` frames `frameSamples` long; -inf for digital silence.
-std::vector<double> frameLevels(const std::vector<double>& x, double frameSamples, double windowSamples,
-                                int frames) {
+template <class Samples>
+std::vector<double> frameLevels(Samples&& x, double frameSamples, double windowSamples, int frames) {
   std::vector<double> out(static_cast<std::size_t>(frames), kMinusInf);
-  const auto n = static_cast<long>(x.size());
+  const long n = x.size();
   for (int c = 0; c < frames; ++c) {
     const double mid = (c + 0.5) * frameSamples;
     const long from = std::max(0L, static_cast<long>(mid - windowSamples / 2.0));
     const long to = std::min(n, static_cast<long>(mid + windowSamples / 2.0));
+    x.keepFrom(from);
     double e = 0.0;
-    for (long i = from; i < to; ++i) e += x[static_cast<std::size_t>(i)] * x[static_cast<std::size_t>(i)];
+    for (long i = from; i < to; ++i) {
+      const double v = x(i);
+      e += v * v;
+    }
     if (to > from && e > 0.0)
       out[static_cast<std::size_t>(c)] = 10.0 * std::log10(e / static_cast<double>(to - from));
   }
   return out;
-}
-
-// Two second-order high-pass sections at `hz` (Butterworth Q): what lies
-// above the band where voicing carries most of its energy.
-std::vector<double> highPass(const std::vector<double>& x, double fs, double hz) {
-  const double w = 2.0 * 3.141592653589793 * hz / fs;
-  const double alpha = std::sin(w) / (2.0 * std::sqrt(0.5));
-  const double a0 = 1.0 + alpha;
-  const double b0 = (1.0 + std::cos(w)) / 2.0 / a0, b1 = -(1.0 + std::cos(w)) / a0, b2 = b0;
-  const double a1 = -2.0 * std::cos(w) / a0, a2 = (1.0 - alpha) / a0;
-  std::vector<double> y = x;
-  for (int pass = 0; pass < 2; ++pass) {
-    double x1 = 0, x2 = 0, y1 = 0, y2 = 0;
-    for (double& v : y) {
-      const double out = b0 * v + b1 * x1 + b2 * x2 - a1 * y1 - a2 * y2;
-      x2 = x1;
-      x1 = v;
-      y2 = y1;
-      y1 = out;
-      v = out;
-    }
-  }
-  return y;
 }
 
 // Replaces the values `known` rejects by straight lines between the known
@@ -141,15 +180,15 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
   state.reset(1);
   if (!synthesize(doc, {}, state)) return;
   const SynthesisSetup setup = synthesisSetup(doc);
-  const std::vector<double> x = asDoubles(doc.synthesized().samples);
+  const std::vector<std::int16_t>& x = doc.synthesized().samples;
   const double window = kLevelWindowMs * setup.sampleRate / 1000.0;
   const int frames = doc.table().columns();
   auto highJob = startJob(parallel && tilt, [&] {
-    return tilt ? frameLevels(highPass(x, setup.sampleRate, kFricationHz), setup.samplesPerFrame, window,
+    return tilt ? frameLevels(HighPassed(x, setup.sampleRate, kFricationHz), setup.samplesPerFrame, window,
                               frames)
                 : std::vector<double>();
   });
-  const std::vector<double> got = frameLevels(x, setup.samplesPerFrame, window, frames);
+  const std::vector<double> got = frameLevels(Plain{x}, setup.samplesPerFrame, window, frames);
   const std::vector<double> gotHigh = highJob.get();
   EditTransaction edit(doc);
   for (int c = 0; c < frames; ++c) {
@@ -278,12 +317,12 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   cps.spacing = fes.spacing;
   fes.pitch = [&] { return copyPitch(audio.samples, fs, cps); };
   std::future<FormantEstimate> formantJob = startJob(true, trackFormants);
-  const std::vector<double> x = asDoubles(audio.samples);
+  const std::span<const std::int16_t> x = audio.samples;
   const double levelWindow = std::max(step, kLevelWindowMs * fs / 1000.0);
-  const std::vector<double> level = frameLevels(x, step, levelWindow, frames);
-  const std::vector<double> high = fs > 2.2 * kFricationHz
-                                       ? frameLevels(highPass(x, fs, kFricationHz), step, levelWindow, frames)
-                                       : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
+  const std::vector<double> level = frameLevels(Plain{x}, step, levelWindow, frames);
+  const std::vector<double> high =
+      fs > 2.2 * kFricationHz ? frameLevels(HighPassed(x, fs, kFricationHz), step, levelWindow, frames)
+                              : std::vector<double>(static_cast<std::size_t>(frames), kMinusInf);
   if (progress) progress(10);
   // The formants take longest: their progress is told from here while they run.
   if (progress)
