@@ -11,8 +11,11 @@ bool CFitMemo::find(std::string_view key, Fit& out) const {
 }
 
 void CFitMemo::keep(std::string_view key, const Fit& fit) {
+  // The key's bytes, the fit and the map's node and bucket.
+  const std::size_t bytes = key.size() + sizeof(Fit) + 8 * sizeof(void*);
   const std::lock_guard<std::mutex> lock(mutex_);
-  fits_.emplace(std::string(key), fit);
+  if (bytes_ + bytes > kMaxBytes) return;
+  if (fits_.emplace(std::string(key), fit).second) bytes_ += bytes;
 }
 
 }  // namespace vandrel

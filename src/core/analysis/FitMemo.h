@@ -8,6 +8,12 @@
 // depends on nothing else, so what is taken is what would have been made.
 // The inputs are compared byte for byte, not within a tolerance. Shared by
 // the estimate's threads.
+//
+// A fit is kept only while the memo holds less than kMaxBytes (about 700
+// bytes a fit of a high voice): a long recording's copy would otherwise keep
+// a dozen fits of every voiced frame, 0.4 MB a second of it, and an hour's
+// several GB. Beyond it the estimates make their fits again, which takes
+// longer but gives the same.
 
 #include <cstddef>
 #include <mutex>
@@ -26,6 +32,8 @@ class CFitMemo {
     double openQuotient = 0.0;
   };
 
+  static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
+
   // The fit kept under `key` (any bytes), or false.
   bool find(std::string_view key, Fit& out) const;
   void keep(std::string_view key, const Fit& fit);
@@ -39,6 +47,7 @@ class CFitMemo {
  private:
   mutable std::mutex mutex_;
   std::unordered_map<std::string, Fit> fits_;
+  std::size_t bytes_ = 0;  // about what fits_ takes
 };
 
 }  // namespace vandrel

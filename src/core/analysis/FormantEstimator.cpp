@@ -6,6 +6,7 @@
 #include <exception>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -28,6 +29,11 @@ constexpr double kFitCeiling = 5500.0;
 // Frames handed to a thread at a time: enough to keep its harmonic fit's
 // buffers warm, few enough that the threads end together.
 constexpr int kFramesPerTask = 32;
+// The harmonics an estimate holds from its paths' scores to its refinement
+// (a high voice's take about 1.2 KB a frame, with the source levels made
+// for the scores); beyond it they are measured again, which takes longer but
+// gives the same.
+constexpr std::size_t kMaxHeldBytes = std::size_t{32} << 20;
 // The stretch of a resampled signal made at a time.
 constexpr double kPieceSeconds = 1.0;
 
@@ -86,6 +92,7 @@ class Estimator {
     for (double c : S::kCeilings)
       if (2.0 * c <= fs_ * 1.0001) ceilings.push_back(c);
     if (ceilings.empty()) ceilings.push_back(std::floor(fs_ / 2.0));
+    fitRate_ = fs_;
     for (double c : ceilings)
       if (std::fabs(c - kFitCeiling) < 1.0) fitRate_ = 2.0 * c;
     total_ = static_cast<int>((ceilings.size() + 1) * m);
@@ -262,38 +269,57 @@ class Estimator {
   // The fit reads the signal resampled for kFitCeiling where that ceiling is
   // analysed (else the recording), a piece per task.
   void scoreTracks(std::vector<CeilingTrack>& tracks) {
-    const bool resampled = fitRate_ > 0.0 && std::fabs(fitRate_ - fs_) >= 1e-6;
-    const double rate = fitRate_ > 0.0 ? fitRate_ : fs_;
-    const CResampler<std::int16_t> resampler(x_, fs_, rate);
-    const std::size_t total = resampled ? resampler.size() : x_.size();
-    const double reach = CHarmonicFit::kMaxWindowMs * rate / 1000.0 + 2.0;  // a whole window either side
+    if (std::fabs(fitRate_ - fs_) >= 1e-6) fitResampler_.emplace(x_, fs_, fitRate_);
+    fitTotal_ = fitResampler_ ? fitResampler_->size() : x_.size();
     for (auto& t : tracks) t.fit.assign(t.path.size(), 0.0);
     harmonics_.assign(static_cast<std::size_t>(s_.frames), {});
+    measured_.assign(static_cast<std::size_t>(s_.frames), 0);
+    std::atomic<std::size_t> held{0};
     runTasks(frameTasks(), threads_, [&](int task) {
       CHarmonicFit fit;
       std::vector<double> piece;
-      std::size_t offset = 0;
-      {
-        const double lo = std::max(0.0, centre(taskBegin(task)) * rate / fs_ - reach);
-        const double hi = centre(taskEnd(task) - 1) * rate / fs_ + reach;
-        offset = std::min(total, static_cast<std::size_t>(lo));
-        const std::size_t end =
-            std::max(offset, std::min(total, static_cast<std::size_t>(std::max(0.0, hi)) + 1));
-        piece.resize(end - offset);
-        if (resampled)
-          resampler.range(offset, end, piece.data());
-        else
-          std::copy(x_.begin() + static_cast<std::ptrdiff_t>(offset),
-                    x_.begin() + static_cast<std::ptrdiff_t>(end), piece.begin());
-      }
+      const std::size_t offset = fitPiece(taskBegin(task), taskEnd(task) - 1, piece);
       for (std::size_t i = taskBegin(task); i < taskEnd(task); ++i) {
         if (sounding_[i] == 0 || !(f0_[i] > 0.0) ||
-            !fit.measure(piece, offset, total, rate, centre(i) * rate / fs_, f0_[i]))
+            !fit.measure(piece, offset, fitTotal_, fitRate_, centre(i) * fitRate_ / fs_, f0_[i]))
           continue;
         for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
-        harmonics_[i] = fit.release();
+        measured_[i] = 1;
+        CHarmonicFit::Harmonics h = fit.release();
+        const std::size_t bytes = bytesOf(h);
+        if (held.fetch_add(bytes) + bytes <= kMaxHeldBytes)
+          harmonics_[i] = std::move(h);
+        else
+          held.fetch_sub(bytes);  // measured again when refined
       }
     });
+  }
+
+  // Samples [offset, offset + piece's size) of the fit's signal, the offset
+  // returned, that hold the windows of frames first..last.
+  std::size_t fitPiece(std::size_t first, std::size_t last, std::vector<double>& piece) const {
+    const double reach = CHarmonicFit::kMaxWindowMs * fitRate_ / 1000.0 + 2.0;  // a whole window either side
+    const double lo = std::max(0.0, centre(first) * fitRate_ / fs_ - reach);
+    const double hi = centre(last) * fitRate_ / fs_ + reach;
+    const std::size_t offset = std::min(fitTotal_, static_cast<std::size_t>(lo));
+    const std::size_t end =
+        std::max(offset, std::min(fitTotal_, static_cast<std::size_t>(std::max(0.0, hi)) + 1));
+    piece.resize(end - offset);
+    if (fitResampler_)
+      fitResampler_->range(offset, end, piece.data());
+    else
+      std::copy(x_.begin() + static_cast<std::ptrdiff_t>(offset),
+                x_.begin() + static_cast<std::ptrdiff_t>(end), piece.begin());
+    return offset;
+  }
+
+  static std::size_t bytesOf(const CHarmonicFit::Harmonics& h) {
+    std::size_t n = sizeof(h) + (h.hz.capacity() + h.db.capacity()) * sizeof(double);
+    for (const auto* cache : {&h.pulses, &h.tilts}) {
+      n += cache->entries.capacity() * sizeof(cache->entries[0]);
+      for (const auto& e : cache->entries) n += e.levels.capacity() * sizeof(double);
+    }
+    return n;
   }
 
   // Per sounding stretch, the track that fits the harmonics best and runs
@@ -368,7 +394,7 @@ class Estimator {
     const auto m = static_cast<std::size_t>(s_.frames);
     std::vector<std::pair<std::size_t, std::size_t>> stretches;
     for (std::size_t i = 0; i < m; ++i) {
-      if (harmonics_[i].hz.empty()) {
+      if (measured_[i] == 0) {
         step();
         continue;
       }
@@ -383,6 +409,18 @@ class Estimator {
       CHarmonicFit fit;
       CFitMemo::Fit kept;
       std::vector<std::string> keys(end - first);
+      // The harmonics scoreTracks could not hold, measured again as it measured them.
+      if (std::any_of(harmonics_.begin() + static_cast<std::ptrdiff_t>(first),
+                      harmonics_.begin() + static_cast<std::ptrdiff_t>(end),
+                      [](const auto& h) { return h.hz.empty(); })) {
+        std::vector<double> piece;
+        const std::size_t offset = fitPiece(first, end - 1, piece);
+        CHarmonicFit measurer;
+        for (std::size_t i = first; i < end; ++i)
+          if (harmonics_[i].hz.empty() &&
+              measurer.measure(piece, offset, fitTotal_, fitRate_, centre(i) * fitRate_ / fs_, f0_[i]))
+            harmonics_[i] = measurer.release();
+      }
       for (std::size_t i = first; i < end; ++i) {
         if (cancelled()) return;
         std::string& key = keys[i - first];
@@ -432,6 +470,7 @@ class Estimator {
       }
     });
     harmonics_.clear();
+    measured_.clear();
   }
 
   // What a frame's first fit depends on: its harmonics and its start.
@@ -474,7 +513,10 @@ class Estimator {
   const std::atomic<bool>* cancel_;
   std::vector<double> f0_;
   std::vector<char> sounding_;
-  std::vector<CHarmonicFit::Harmonics> harmonics_;  // per frame; empty where none were measured
+  std::vector<CHarmonicFit::Harmonics> harmonics_;  // per frame; empty where none were measured or held
+  std::vector<char> measured_;                      // where harmonics were measured
+  std::optional<CResampler<std::int16_t>> fitResampler_;
+  std::size_t fitTotal_ = 0;
   double fitRate_ = 0.0;
   std::thread::id caller_;
   int threads_ = 1;
