@@ -92,6 +92,7 @@ CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& band
           ((static_cast<double>(c) + 0.5) * setup.samplesPerFrame - p.windowSamples / 2.0) / p.stepSamples);
       if (i >= 0.0 && i < static_cast<double>(p.f0.size())) r.f0[c] = p.f0[static_cast<std::size_t>(i)];
     }
+  doc.dropSynthesis();  // read; the trial copies of the document need not carry it
   return r;
 }
 

@@ -57,6 +57,7 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
   const int frames = doc.table().columns();
   const SynthesisSetup setup = synthesisSetup(doc);
   const auto m = static_cast<std::size_t>(frames);
+  doc.dropSynthesis();  // not carried into the trial copies
   std::vector<double> error(m * static_cast<std::size_t>(candidates), 0.0);  // per candidate, per frame
   std::vector<std::vector<char>> sounded(static_cast<std::size_t>(candidates), kind);
   std::atomic<int> next{0};
@@ -79,6 +80,7 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
       std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
       const std::vector<Bands> got = measureBands(trial->synthesized().samples, setup.sampleRate,
                                                   setup.samplesPerFrame, setup, fs, heard, false);
+      trial->dropSynthesis();
       for (std::size_t c = 0; c < m; ++c)
         if (heard[c] != 0)
           error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);

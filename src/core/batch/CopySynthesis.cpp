@@ -190,6 +190,7 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
   });
   const std::vector<double> got = frameLevels(Plain{x}, setup.samplesPerFrame, window, frames);
   const std::vector<double> gotHigh = highJob.get();
+  doc.dropSynthesis();  // each step synthesizes afresh; the copies of the document need not carry it
   EditTransaction edit(doc);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
@@ -477,8 +478,8 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   closeFormantLoop(*doc, audio, formants.frames, formants.f0, bands, sung, settings.threads);
 
   // Few anchors, as long as the copy stays as close to the recording.
-  // The dense copy is measured on another thread while this one thins it.
-  const FrameTable dense = t;
+  // The dense copy is measured on another thread while this one thins it;
+  // its table is what the tolerances narrow from.
   const auto denseDoc = std::make_unique<CVandrelDoc>(*doc);
   std::future<double> denseJob =
       startJob(settings.threads != 1, [&audio, &denseDoc] { return copyDistance(audio, *denseDoc); });
@@ -490,12 +491,16 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
     // The noise's shape between the parallel amplitudes' anchors (CopyNoiseFit.h).
     refitter.refitAnchors(t, bands, noisy, fricative, settings.threads != 1);
     r.distanceDb = copyDistance(audio, *doc);
-    if (round == 0) r.denseDistanceDb = denseJob.get();
+    doc->dropSynthesis();
+    if (round == 0) {
+      r.denseDistanceDb = denseJob.get();
+      denseDoc->dropSynthesis();
+    }
     if (cancelled()) return cancelledResult();
     if (round == CopySettings::kNarrowings ||
         !(r.distanceDb > r.denseDistanceDb + CopySettings::kMaxDistanceLossDb))
       break;
-    t = dense;
+    t = denseDoc->table();
     tolerances = tolerances.scaled(CopySettings::kNarrowing);
   }
 
