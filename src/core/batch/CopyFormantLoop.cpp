@@ -21,6 +21,11 @@ constexpr std::size_t kLooped = 2;  // F1 and F2
 constexpr int kFormantRows[kLooped] = {kF1, kF2};
 constexpr int kBandwidthRows[kLooped] = {kB1, kB2};
 const double kInf = std::numeric_limits<double>::infinity();
+// The readings run side by side (each an estimate of a whole signal, with its
+// paths under five ceilings and the harmonics it holds) only up to this many
+// frames, 10 minutes at 10 ms; beyond, one after another, so that a long
+// recording's copy holds one estimate's working memory at a time, not three.
+constexpr int kSideBySideFrames = 60000;
 
 // A signal's formants read on the table's frames, at their middles and at
 // their ends.
@@ -45,8 +50,8 @@ Reading readFormants(std::span<const std::int16_t> x, double fs, double step, in
       e.frames.clear();
     return std::move(e.frames);
   };
-  auto middle =
-      startJob(middles && threads != 1, [&] { return middles ? read(0.5) : std::vector<FormantFrame>{}; });
+  auto middle = startJob(middles && threads != 1 && frames <= kSideBySideFrames,
+                         [&] { return middles ? read(0.5) : std::vector<FormantFrame>{}; });
   Reading r;
   r.end = read(1.0);
   r.middle = middle.get();
@@ -78,11 +83,10 @@ CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& band
   r.formants =
       readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true, &memo);
   std::vector<char> heard = sung;
-  const std::vector<Bands> got =
-      measureBands(x, setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1);
   r.envelope.assign(heard.size(), kInf);
-  for (std::size_t c = 0; c < heard.size(); ++c)
-    if (heard[c] != 0) r.envelope[c] = CNoiseFit::envelopeError(got[c], bands[c]);
+  measureBands(
+      x, setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, threads != 1,
+      [&](std::size_t c, const Bands& got) { r.envelope[c] = CNoiseFit::envelopeError(got, bands[c]); });
   // The pitch from its frame whose window is centred nearest each frame's middle.
   const PitchTrackResult p = pitch.get();
   r.f0.assign(heard.size(), 0.0);
@@ -155,7 +159,7 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   // The recording's reading at the frames' middles is the copy's own
   // estimate; only the ends are read here.
   // The recording is read on a thread of its own while the copy is.
-  auto targetJob = startJob(threads != 1, [&] {
+  auto targetJob = startJob(threads != 1 && frames <= kSideBySideFrames, [&] {
     return readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false,
                         nullptr);
   });

@@ -78,12 +78,11 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
         return;
       }
       std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
-      const std::vector<Bands> got = measureBands(trial->synthesized().samples, setup.sampleRate,
-                                                  setup.samplesPerFrame, setup, fs, heard, false);
+      measureBands(trial->synthesized().samples, setup.sampleRate, setup.samplesPerFrame, setup, fs, heard,
+                   false, [&](std::size_t c, const Bands& got) {
+                     error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got, wanted[c]);
+                   });
       trial->dropSynthesis();
-      for (std::size_t c = 0; c < m; ++c)
-        if (heard[c] != 0)
-          error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got[c], wanted[c]);
     }
   };
   auto other = startJob(parallel, tryCandidates);
@@ -118,17 +117,27 @@ std::vector<double> rowOf(const FrameTable& t, int row) { return {t.row(row), t.
 
 }  // namespace
 
+void measureBands(std::span<const std::int16_t> x, double rate, double step, const SynthesisSetup& setup,
+                  double recordingRate, std::vector<char>& wanted, bool parallel,
+                  const std::function<void(std::size_t c, const Bands& bands)>& take) {
+  inHalves(static_cast<int>(wanted.size()), parallel, [&](int from, int to) {
+    CNoiseFit bands(setup.sampleRate, recordingRate, setup.cascadeFormants, rate);
+    Bands one;
+    for (int c = from; c < to; ++c) {
+      const auto uc = static_cast<std::size_t>(c);
+      if (wanted[uc] == 0) continue;
+      wanted[uc] = bands.measure(x, (c + 0.5) * step, one) ? 1 : 0;
+      if (wanted[uc] != 0) take(uc, one);
+    }
+  });
+}
+
 std::vector<Bands> measureBands(std::span<const std::int16_t> x, double rate, double step,
                                 const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
                                 bool parallel) {
   std::vector<Bands> out(wanted.size());
-  inHalves(static_cast<int>(wanted.size()), parallel, [&](int from, int to) {
-    CNoiseFit bands(setup.sampleRate, recordingRate, setup.cascadeFormants, rate);
-    for (int c = from; c < to; ++c) {
-      const auto uc = static_cast<std::size_t>(c);
-      if (wanted[uc] != 0) wanted[uc] = bands.measure(x, (c + 0.5) * step, out[uc]) ? 1 : 0;
-    }
-  });
+  measureBands(x, rate, step, setup, recordingRate, wanted, parallel,
+               [&](std::size_t c, const Bands& bands) { out[c] = bands; });
   return out;
 }
 

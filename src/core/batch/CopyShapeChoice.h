@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <system_error>
 #include <vector>
@@ -48,6 +49,11 @@ void inHalves(int frames, bool parallel, const Job& job) {
 std::vector<Bands> measureBands(std::span<const std::int16_t> x, double rate, double step,
                                 const SynthesisSetup& setup, double recordingRate, std::vector<char>& wanted,
                                 bool parallel);
+// The same, each frame's bands handed to `take` (on either thread when
+// `parallel`) instead of kept.
+void measureBands(std::span<const std::int16_t> x, double rate, double step, const SynthesisSetup& setup,
+                  double recordingRate, std::vector<char>& wanted, bool parallel,
+                  const std::function<void(std::size_t c, const Bands& bands)>& take);
 
 // In the frames `voiced` marks, the voice's tilt, chosen among kTiltSteps and
 // what the table held; in the frames `aspirated` marks (aspiration without
