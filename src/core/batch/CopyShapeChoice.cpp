@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "editing/EditTransaction.h"
+#include "engine/KlattEngine.h"
 
 namespace vandrel {
 
@@ -57,32 +58,31 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
   const int frames = doc.table().columns();
   const SynthesisSetup setup = synthesisSetup(doc);
   const auto m = static_cast<std::size_t>(frames);
-  doc.dropSynthesis();  // not carried into the trial copies
   std::vector<double> error(m * static_cast<std::size_t>(candidates), 0.0);  // per candidate, per frame
   std::vector<std::vector<char>> sounded(static_cast<std::size_t>(candidates), kind);
   std::atomic<int> next{0};
   std::atomic<bool> failed{false};
+  // A trial is a copy of the table alone, synthesized as the document would
+  // be (the normal output is never turned down): a copy of the document
+  // would also carry its sounds and history.
   const auto tryCandidates = [&] {
-    std::unique_ptr<CVandrelDoc> trial;
+    std::unique_ptr<FrameTable> trial;
     for (int k; (k = next.fetch_add(1)) < candidates && !failed.load();) {
-      if (!trial) trial = std::make_unique<CVandrelDoc>(doc);
-      {
-        EditTransaction edit(*trial);
-        for (int c = 0; c < frames; ++c)
-          if (kind[static_cast<std::size_t>(c)] != 0) apply(edit.table(), c, k);
-      }
+      if (!trial) trial = std::make_unique<FrameTable>(doc.table());
+      for (int c = 0; c < frames; ++c)
+        if (kind[static_cast<std::size_t>(c)] != 0) apply(*trial, c, k);
       KlattState state;
       state.reset(1);
-      if (!synthesize(*trial, {}, state)) {
+      const SoloSignal sound = synthesizeSolo(doc.params(), *trial, CKlattEngine::kNormal, state);
+      if (sound.set.samples.empty()) {
         failed.store(true);
         return;
       }
       std::vector<char>& heard = sounded[static_cast<std::size_t>(k)];
-      measureBands(trial->synthesized().samples, setup.sampleRate, setup.samplesPerFrame, setup, fs, heard,
-                   false, [&](std::size_t c, const Bands& got) {
+      measureBands(sound.set.samples, setup.sampleRate, setup.samplesPerFrame, setup, fs, heard, false,
+                   [&](std::size_t c, const Bands& got) {
                      error[static_cast<std::size_t>(k) * m + c] = CNoiseFit::envelopeError(got, wanted[c]);
                    });
-      trial->dropSynthesis();
     }
   };
   auto other = startJob(parallel, tryCandidates);
