@@ -37,7 +37,7 @@ struct Reading {
 // only unless `middles` (then both at once, the middles on a thread of their
 // own unless `threads` is 1); empty when it fails.
 Reading readFormants(std::span<const std::int16_t> x, double fs, double step, int frames, int threads,
-                     bool middles, CFitMemo* memo) {
+                     bool middles, CFitMemo* memo, const std::atomic<bool>* cancel) {
   const auto read = [=](double at) {
     FormantEstimateSettings s;
     s.frames = frames;
@@ -45,7 +45,7 @@ Reading readFormants(std::span<const std::int16_t> x, double fs, double step, in
     s.threads = threads;
     s.firstCentre = at * step;
     s.memo = memo;
-    FormantEstimate e = estimateFormants(x, fs, s);
+    FormantEstimate e = estimateFormants(x, fs, s, {}, cancel);
     if (e.status != FormantEstimate::Status::kOk || e.frames.size() != static_cast<std::size_t>(frames))
       e.frames.clear();
     return std::move(e.frames);
@@ -68,7 +68,8 @@ struct CopyReading {
 };
 
 CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& bands,
-                     const std::vector<char>& sung, int threads, CFitMemo& memo) {
+                     const std::vector<char>& sung, int threads, CFitMemo& memo,
+                     const std::atomic<bool>* cancel) {
   KlattState state;
   state.reset(1);
   if (!synthesize(doc, {}, state)) return {};
@@ -80,8 +81,8 @@ CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& band
     return computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
   });
   CopyReading r;
-  r.formants =
-      readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true, &memo);
+  r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true,
+                            &memo, cancel);
   std::vector<char> heard = sung;
   r.envelope.assign(heard.size(), kInf);
   measureBands(
@@ -142,7 +143,8 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 
 void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
                       const std::vector<double>& f0, const std::vector<Bands>& bands,
-                      const std::vector<char>& sung, int threads) {
+                      const std::vector<char>& sung, int threads, const LoopProgress& progress,
+                      const std::atomic<bool>* cancel) {
   const int frames = doc.table().columns();
   if (wanted.size() != static_cast<std::size_t>(frames) || sung.size() != wanted.size() ||
       f0.size() != wanted.size())
@@ -161,14 +163,15 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   // The recording is read on a thread of its own while the copy is.
   auto targetJob = startJob(threads != 1 && frames <= kSideBySideFrames, [&] {
     return readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false,
-                        nullptr);
+                        nullptr, cancel);
   });
   // The copy's readings in every round differ from the last ones in a few
   // stretches only: each frame's harmonic fits are made once (FitMemo.h).
   CFitMemo memo;
-  CopyReading read = readCopy(doc, fs, bands, sung, threads, memo);
+  CopyReading read = readCopy(doc, fs, bands, sung, threads, memo, cancel);
   Reading target = targetJob.get();
   if (target.end.empty() || read.formants.middle.empty()) return;
+  if (progress) progress(1, L::kRounds + 1);
   target.middle = wanted;
   double damping = L::kDamping;
   for (int round = 0; round < L::kRounds; ++round, damping *= L::kDampingDecay) {
@@ -186,8 +189,9 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
         }
       raiseToFloors(t);
     }
-    const CopyReading again = readCopy(trial, fs, bands, sung, threads, memo);
-    if (again.formants.middle.empty()) return;
+    const CopyReading again = readCopy(trial, fs, bands, sung, threads, memo, cancel);
+    if (again.formants.middle.empty()) return;  // failed, or cancelled: the table keeps the rounds before
+    if (progress) progress(round + 2, L::kRounds + 1);
     // Each frame keeps, per formant, whichever of its two values read closer;
     // the readings kept go with them (a neighbour's choice moves them little).
     // Where the copy's pitch reads off the recording's (more than kPitchSlack,

@@ -34,6 +34,8 @@
 // two readings of a synthesis run side by side, and a frame's harmonic fits
 // are made once over all eight where their inputs are the same, FitMemo.h).
 
+#include <atomic>
+#include <functional>
 #include <vector>
 
 #include "analysis/FormantPath.h"
@@ -71,9 +73,14 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 // above). `wanted` is the estimate of `audio` on the table's frames (centred
 // on their middles) and `bands` its band levels (CopyShapeChoice.h); b1 and
 // b2 stay at their floors (CopyBandwidthFloor.h) for the values kept.
-// `threads` as FormantEstimateSettings::threads.
+// `threads` as FormantEstimateSettings::threads. On a long high voice the
+// loop is most of the copy's time, so it tells `progress` after each of its
+// syntheses is read (done of total) and stops when `cancel` is set, within
+// a frame's estimate.
+using LoopProgress = std::function<void(int done, int total)>;
 void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
                       const std::vector<double>& f0, const std::vector<Bands>& bands,
-                      const std::vector<char>& sung, int threads);
+                      const std::vector<char>& sung, int threads, const LoopProgress& progress = {},
+                      const std::atomic<bool>* cancel = nullptr);
 
 }  // namespace vandrel

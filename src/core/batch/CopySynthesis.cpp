@@ -475,7 +475,13 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   for (int c = 0; c < frames; ++c) t.setValue(kTl, c, std::round(tl[static_cast<std::size_t>(c)]));
 
   // F1 and F2 moved until the copy reads as the recording does (CopyFormantLoop.h).
-  closeFormantLoop(*doc, audio, formants.frames, formants.f0, bands, sung, settings.threads);
+  closeFormantLoop(
+      *doc, audio, formants.frames, formants.f0, bands, sung, settings.threads,
+      [&](int done, int total) {
+        if (progress) progress(75 + 15 * done / total);
+      },
+      cancel);
+  if (cancelled()) return cancelledResult();
 
   // Few anchors, as long as the copy stays as close to the recording.
   // The dense copy is measured on another thread while this one thins it;

@@ -432,5 +432,40 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   EXPECT_EQ(copy.table(), kept);  // a refused copy leaves the document alone
 }
 
+// On a high voice the copy closes F1 and F2 over its own analysis, the
+// longest step of a long copy: it tells its progress and stops on a cancel
+// within the reading under way.
+TEST(CopySynthesisTest, ACancelStopsTheFormantLoopWithinAReading) {
+  CVandrelDoc src;
+  src.newTable(100, 10);
+  {
+    vandrel::EditTransaction edit(src);
+    for (int c = 0; c < 100; ++c) {
+      edit.setValue(kF0, c, 2200 + 4 * c);
+      edit.setValue(kAv, c, 60);
+      edit.setValue(kF1, c, 750 - 3 * c);
+      edit.setValue(kF2, c, 1200 + 8 * c);
+    }
+  }
+  KlattState state;
+  state.reset(1);
+  ASSERT_TRUE(synthesize(src, {}, state));
+  CVandrelDoc copy;
+  std::atomic<bool> cancel{false};
+  std::vector<int> percent;
+  const CopyResult r = copySynthesis(
+      src.synthesized(), CopySettings{}, copy,
+      [&](int p) {
+        percent.push_back(p);
+        if (p > 75) cancel.store(true);
+      },
+      &cancel);
+  EXPECT_EQ(r.status, CopyResult::Status::kCancelled);
+  EXPECT_EQ(copy.table(), CVandrelDoc{}.table());
+  ASSERT_FALSE(percent.empty());
+  EXPECT_GT(percent.back(), 75) << "the loop's first reading told";
+  EXPECT_LT(percent.back(), 90) << "and none after the cancel";
+}
+
 }  // namespace
 }  // namespace vandrel
