@@ -1,6 +1,7 @@
 #include "batch/CopyFormantLoop.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "batch/CopyBandwidthFloor.h"
 #include "batch/CopyShapeChoice.h"
 #include "editing/EditTransaction.h"
+#include "engine/KlattEngine.h"
 #include "engine/Synthesizer.h"
 
 namespace vandrel {
@@ -27,10 +29,22 @@ const double kInf = std::numeric_limits<double>::infinity();
 // recording's copy holds one estimate's working memory at a time, not three.
 constexpr int kSideBySideFrames = 60000;
 
+// F1 and F2 of a frame as an estimate reads them (Hz, 0 = none): all the
+// loop compares, kept instead of the estimate's frames (a fifth of their
+// size; an hour's copy holds five readings).
+using Looped = std::array<double, kLooped>;
+
+std::vector<Looped> looped(const std::vector<FormantFrame>& frames) {
+  std::vector<Looped> out(frames.size());
+  for (std::size_t i = 0; i < frames.size(); ++i)
+    for (std::size_t k = 0; k < kLooped; ++k) out[i][k] = frames[i].f[k];
+  return out;
+}
+
 // A signal's formants read on the table's frames, at their middles and at
 // their ends.
 struct Reading {
-  std::vector<FormantFrame> middle, end;
+  std::vector<Looped> middle, end;
 };
 
 // Reads `x` (at rate `fs`, frames `step` samples long), at the frames' ends
@@ -47,11 +61,11 @@ Reading readFormants(std::span<const std::int16_t> x, double fs, double step, in
     s.memo = memo;
     FormantEstimate e = estimateFormants(x, fs, s, {}, cancel);
     if (e.status != FormantEstimate::Status::kOk || e.frames.size() != static_cast<std::size_t>(frames))
-      e.frames.clear();
-    return std::move(e.frames);
+      return std::vector<Looped>{};
+    return looped(e.frames);
   };
   auto middle = startJob(middles && threads != 1 && frames <= kSideBySideFrames,
-                         [&] { return middles ? read(0.5) : std::vector<FormantFrame>{}; });
+                         [&] { return middles ? read(0.5) : std::vector<Looped>{}; });
   Reading r;
   r.end = read(1.0);
   r.middle = middle.get();
@@ -67,22 +81,25 @@ struct CopyReading {
   std::vector<double> f0;  // the copy's pitch at the frames' middles (Hz, 0 = unvoiced)
 };
 
-CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& bands,
-                     const std::vector<char>& sung, int threads, CFitMemo& memo,
-                     const std::atomic<bool>* cancel) {
+// `table` is synthesized as a document of `ps` would be (the normal output
+// is never turned down), into one sound held while it is read.
+CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
+                     const std::vector<Bands>& bands, const std::vector<char>& sung, int threads,
+                     CFitMemo& memo, const std::atomic<bool>* cancel) {
   KlattState state;
   state.reset(1);
-  if (!synthesize(doc, {}, state)) return {};
-  const SynthesisSetup setup = synthesisSetup(doc);
-  const std::vector<std::int16_t>& x = doc.synthesized().samples;
+  const SoloSignal sound = synthesizeSolo(ps, table, CKlattEngine::kNormal, state);
+  if (sound.set.samples.empty()) return {};
+  const SynthesisSetup setup = synthesisSetup(ps);
+  const std::vector<std::int16_t>& x = sound.set.samples;
   // The pitch as `analyse --method ac` reads it, beside the formants.
   auto pitch = startJob(threads != 1, [&] {
     COptionPitch options;
     return computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
   });
   CopyReading r;
-  r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, doc.table().columns(), threads, true,
-                            &memo, cancel);
+  r.formants =
+      readFormants(x, setup.sampleRate, setup.samplesPerFrame, table.columns(), threads, true, &memo, cancel);
   std::vector<char> heard = sung;
   r.envelope.assign(heard.size(), kInf);
   measureBands(
@@ -97,7 +114,6 @@ CopyReading readCopy(CVandrelDoc& doc, double fs, const std::vector<Bands>& band
           ((static_cast<double>(c) + 0.5) * setup.samplesPerFrame - p.windowSamples / 2.0) / p.stepSamples);
       if (i >= 0.0 && i < static_cast<double>(p.f0.size())) r.f0[c] = p.f0[static_cast<std::size_t>(i)];
     }
-  doc.dropSynthesis();  // read; the trial copies of the document need not carry it
   return r;
 }
 
@@ -113,9 +129,9 @@ struct Misfit {
 
 Misfit misfit(const Reading& got, const Reading& wanted, std::size_t c, std::size_t k) {
   double sum = 0.0, size = 0.0, weight = 0.0;
-  const auto add = [&](const std::vector<FormantFrame>& g, const std::vector<FormantFrame>& w, std::size_t i,
+  const auto add = [&](const std::vector<Looped>& g, const std::vector<Looped>& w, std::size_t i,
                        double share) {
-    const double a = g[i].f[k], b = w[i].f[k];
+    const double a = g[i][k], b = w[i][k];
     if (!(a > 0.0) || !(b > 0.0)) return;
     sum += share * std::log(b / a);
     size += share * std::abs(std::log(b / a));
@@ -168,28 +184,24 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   // The copy's readings in every round differ from the last ones in a few
   // stretches only: each frame's harmonic fits are made once (FitMemo.h).
   CFitMemo memo;
-  CopyReading read = readCopy(doc, fs, bands, sung, threads, memo, cancel);
+  CopyReading read = readCopy(doc.params(), doc.table(), fs, bands, sung, threads, memo, cancel);
   Reading target = targetJob.get();
   if (target.end.empty() || read.formants.middle.empty()) return;
   if (progress) progress(1, L::kRounds + 1);
-  target.middle = wanted;
+  target.middle = looped(wanted);
   double damping = L::kDamping;
   for (int round = 0; round < L::kRounds; ++round, damping *= L::kDampingDecay) {
-    CVandrelDoc trial(doc);
-    {
-      EditTransaction edit(trial);
-      FrameTable& t = edit.table();
-      for (const int c : moved)
-        for (std::size_t k = 0; k < kLooped; ++k) {
-          const Misfit m = misfit(read.formants, target, static_cast<std::size_t>(c), k);
-          if (!m.known || !(std::abs(m.ln) > L::kLeastMiss)) continue;
-          const ParamDef& d = trial.params().at(kFormantRows[k]);
-          t.setValue(kFormantRows[k], c,
-                     loopStep(t.value(kFormantRows[k], c), m.ln, damping, d.lower, d.upper));
-        }
-      raiseToFloors(t);
-    }
-    const CopyReading again = readCopy(trial, fs, bands, sung, threads, memo, cancel);
+    FrameTable trial = doc.table();
+    for (const int c : moved)
+      for (std::size_t k = 0; k < kLooped; ++k) {
+        const Misfit m = misfit(read.formants, target, static_cast<std::size_t>(c), k);
+        if (!m.known || !(std::abs(m.ln) > L::kLeastMiss)) continue;
+        const ParamDef& d = doc.params().at(kFormantRows[k]);
+        trial.setValue(kFormantRows[k], c,
+                       loopStep(trial.value(kFormantRows[k], c), m.ln, damping, d.lower, d.upper));
+      }
+    raiseToFloors(trial);
+    const CopyReading again = readCopy(doc.params(), trial, fs, bands, sung, threads, memo, cancel);
     if (again.formants.middle.empty()) return;  // failed, or cancelled: the table keeps the rounds before
     if (progress) progress(round + 2, L::kRounds + 1);
     // Each frame keeps, per formant, whichever of its two values read closer;
@@ -214,11 +226,11 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
       for (std::size_t k = 0; k < kLooped; ++k) {
         if (!(misfit(again.formants, target, uc, k).size < misfit(read.formants, target, uc, k).size))
           continue;
-        t.setValue(kFormantRows[k], c, trial.table().value(kFormantRows[k], c));
-        t.setValue(kBandwidthRows[k], c, trial.table().value(kBandwidthRows[k], c));
-        next.formants.middle[uc].f[k] = again.formants.middle[uc].f[k];
-        next.formants.end[uc].f[k] = again.formants.end[uc].f[k];
-        if (uc > 0) next.formants.end[uc - 1].f[k] = again.formants.end[uc - 1].f[k];
+        t.setValue(kFormantRows[k], c, trial.value(kFormantRows[k], c));
+        t.setValue(kBandwidthRows[k], c, trial.value(kBandwidthRows[k], c));
+        next.formants.middle[uc][k] = again.formants.middle[uc][k];
+        next.formants.end[uc][k] = again.formants.end[uc][k];
+        if (uc > 0) next.formants.end[uc - 1][k] = again.formants.end[uc - 1][k];
         next.envelope[uc] = again.envelope[uc];
         next.f0[uc] = again.f0[uc];
       }
