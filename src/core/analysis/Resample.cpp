@@ -97,7 +97,7 @@ template <class T>
 void CResampler<T>::range(std::size_t begin, std::size_t end, double* out) const {
   end = std::min(end, n_);
   if (begin >= end) return;
-  double* y = out - begin;  // y[j] is output j
+  const auto y = [&](std::size_t j) -> double& { return out[j - begin]; };  // output j
   const auto last = static_cast<std::ptrdiff_t>(x_.size()) - 1;
   // Where each output's dot product starts: output j lies at j M / L input
   // samples, counted in whole samples and fractions (no division per output).
@@ -128,7 +128,7 @@ void CResampler<T>::range(std::size_t begin, std::size_t end, double* out) const
     }
     if (!inside) {
       whole = w0, part = p0;
-      for (std::size_t q = 0; q < kGroup; ++q, advance()) y[j + q] = edge(j + q);
+      for (std::size_t q = 0; q < kGroup; ++q, advance()) y(j + q) = edge(j + q);
       continue;
     }
     double a0 = 0.0, a1 = 0.0, a2 = 0.0, a3 = 0.0;
@@ -138,9 +138,9 @@ void CResampler<T>::range(std::size_t begin, std::size_t end, double* out) const
       a2 += w[2][k] * in[2][k];
       a3 += w[3][k] * in[3][k];
     }
-    y[j] = a0, y[j + 1] = a1, y[j + 2] = a2, y[j + 3] = a3;
+    y(j) = a0, y(j + 1) = a1, y(j + 2) = a2, y(j + 3) = a3;
   }
-  for (; j < end; ++j) y[j] = edge(j);
+  for (; j < end; ++j) y(j) = edge(j);
 }
 
 template class CResampler<double>;
