@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QStatusBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -114,7 +115,14 @@ void copyFromAudio(CommandContext& ctx) {
     return;
   }
   vandrel::enterCopy(doc, copy);
-  ctx.mainFrame->showStatus(QString::fromStdString(vandrel::copyReport(r)), 0);
+  // The report (anchors per row) runs longer than the bar holds beside its
+  // fields in most windows: while it stands, the bar's tooltip shows it whole.
+  const QString report = QString::fromStdString(vandrel::copyReport(r));
+  ctx.mainFrame->showStatus(report, 0);
+  QStatusBar* bar = ctx.mainFrame->statusBar();
+  bar->setToolTip(report);
+  QObject::connect(
+      bar, &QStatusBar::messageChanged, bar, [bar] { bar->setToolTip({}); }, Qt::SingleShotConnection);
 }
 
 const bool installed = addCommandInstaller(&installCopyCommands);

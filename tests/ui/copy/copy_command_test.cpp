@@ -82,6 +82,11 @@ TEST_F(CopyCommandTest, CopiesAtTheTablesIntervalCancelsAndUndoesAsOneStep) {
   }
   EXPECT_TRUE(frame.statusBar()->currentMessage().startsWith(QStringLiteral("copy ")))
       << frame.statusBar()->currentMessage().toStdString();
+  // Cut short by the bar's fields in a narrow window, the report is whole in
+  // the bar's tooltip until the next message.
+  EXPECT_EQ(frame.statusBar()->toolTip(), frame.statusBar()->currentMessage());
+  frame.showStatus(QStringLiteral("Ready"));
+  EXPECT_TRUE(frame.statusBar()->toolTip().isEmpty());
 
   // One step takes every value back (the history keeps values, not anchor flags).
   frame.runCommand(ID_EDIT_UNDO);
