@@ -200,8 +200,8 @@ class PathSearch {
   std::vector<double> before_, delta_;  // the path costs to the previous frame's states, and to this one's
   std::vector<std::size_t> start_;
   std::vector<std::array<std::int8_t, kFormants>> picks_;
-  std::vector<std::uint8_t>
-      back_;  // per state (but the first frame's), the previous frame's state it came from
+  // Per state (but the first frame's), the previous frame's state it came from.
+  std::vector<std::uint8_t> back_;
   std::array<std::vector<double>, kFormants> terms_;
   std::array<std::vector<std::size_t>, kFormants> rows_;
 };

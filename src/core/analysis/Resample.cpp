@@ -49,15 +49,22 @@ CResampler<T>::CResampler(std::span<const T> x, double from, double to) : x_(x) 
     double* w = weights_.data() + static_cast<std::size_t>(r) * taps_;
     double gain = 0.0;
     for (auto k = lo; k <= hi; ++k) {
-      const double pos = std::fabs(frac - static_cast<double>(k)) * kPerSample;
-      const auto i = static_cast<std::size_t>(pos);
-      const double h = table_[i] + (pos - static_cast<double>(i)) * (table_[i + 1] - table_[i]);
+      const double h = filterAt(std::fabs(frac - static_cast<double>(k)));
       w[k - lo] = h;
       gain += h;
     }
     for (std::size_t k = 0; k < taps_; ++k) w[k] = gain != 0.0 ? w[k] / gain : 0.0;
     firstTap_[static_cast<std::size_t>(r)] = lo;
   }
+}
+
+// The filter at `distance` input samples from its centre (at most half_),
+// between the table's points in a straight line.
+template <class T>
+double CResampler<T>::filterAt(double distance) const {
+  const double pos = distance * kPerSample;
+  const auto i = static_cast<std::size_t>(pos);
+  return table_[i] + (pos - static_cast<double>(i)) * (table_[i + 1] - table_[i]);
 }
 
 // Output j the long way: the table's filter at its place, its sum of weights
@@ -83,10 +90,7 @@ double CResampler<T>::edge(std::size_t j) const {
   const auto hi = std::min<std::ptrdiff_t>(last, static_cast<std::ptrdiff_t>(std::floor(t + half_)));
   double acc = 0.0, gain = 0.0;
   for (auto k = lo; k <= hi; ++k) {
-    const double pos = std::fabs(t - static_cast<double>(k)) * kPerSample;
-    const auto i = static_cast<std::size_t>(pos);
-    const double frac = pos - static_cast<double>(i);
-    const double h = table_[i] + frac * (table_[i + 1] - table_[i]);
+    const double h = filterAt(std::fabs(t - static_cast<double>(k)));
     acc += h * x_[static_cast<std::size_t>(k)];
     gain += h;
   }

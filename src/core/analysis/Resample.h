@@ -27,6 +27,7 @@ class CResampler {
   void range(std::size_t begin, std::size_t end, double* out) const;
 
  private:
+  double filterAt(double distance) const;
   double edge(std::size_t j) const;
 
   std::span<const T> x_;
