@@ -95,6 +95,12 @@ class Estimator {
     fitRate_ = fs_;
     for (double c : ceilings)
       if (std::fabs(c - kFitCeiling) < 1.0) fitRate_ = 2.0 * c;
+    if (s_.ceilings.size() == m) {
+      std::erase_if(ceilings, [&](double c) {
+        return std::find(s_.ceilings.begin(), s_.ceilings.end(), c) == s_.ceilings.end();
+      });
+      if (ceilings.empty()) ceilings.push_back(S::kCeilings[0]);  // none given where anything sounds
+    }
     total_ = static_cast<int>((ceilings.size() + 1) * m);
     std::vector<CeilingTrack> tracks(ceilings.size());
     // The pitch is tracked beside the ceilings' paths (only the fits need
@@ -322,11 +328,27 @@ class Estimator {
     return n;
   }
 
+  // The track of the ceiling given most often over frames [i, end), if any
+  // is given (the first of a tie).
+  const CeilingTrack* given(const std::vector<CeilingTrack>& tracks, std::size_t i, std::size_t end) const {
+    if (s_.ceilings.size() != static_cast<std::size_t>(s_.frames)) return nullptr;
+    const CeilingTrack* most = nullptr;
+    std::ptrdiff_t times = 0;
+    for (const CeilingTrack& t : tracks) {
+      const auto n = std::count(s_.ceilings.begin() + static_cast<std::ptrdiff_t>(i),
+                                s_.ceilings.begin() + static_cast<std::ptrdiff_t>(end), t.ceiling);
+      if (n > times) {
+        times = n;
+        most = &t;
+      }
+    }
+    return most;
+  }
+
   // Per sounding stretch, the track that fits the harmonics best and runs
   // smoothest.
   void choose(const std::vector<CeilingTrack>& tracks, FormantEstimate& out) const {
     const auto m = static_cast<std::size_t>(s_.frames);
-    const auto reach = static_cast<std::ptrdiff_t>(std::max(1.0, S::kSmoothMs * fs_ / 1000.0 / s_.spacing));
     for (std::size_t i = 0; i < m;) {
       if (sounding_[i] == 0) {
         ++i;
@@ -334,38 +356,15 @@ class Estimator {
       }
       std::size_t end = i;
       while (end < m && sounding_[end] != 0) ++end;
-      double bestCost = 1e300;
-      const CeilingTrack* best = &tracks.front();
-      for (const CeilingTrack& t : tracks) {
-        double cost = 0.0;
-        for (std::size_t k = 0; k < 3; ++k) {
-          for (std::size_t j = i; j < end; ++j) {
-            const double v = t.path[j].f[k];
-            if (!(v > 0.0)) {
-              cost += S::kMissingCost;
-              continue;
-            }
-            double sum = 0.0;
-            int n = 0;
-            const auto lo = std::max(static_cast<std::ptrdiff_t>(i), static_cast<std::ptrdiff_t>(j) - reach);
-            const auto hi =
-                std::min(static_cast<std::ptrdiff_t>(end) - 1, static_cast<std::ptrdiff_t>(j) + reach);
-            for (auto q = lo; q <= hi; ++q) {
-              const double u = t.path[static_cast<std::size_t>(q)].f[k];
-              if (u > 0.0) {
-                sum += std::log(u);
-                ++n;
-              }
-            }
-            const double d = std::log(v) - sum / n;
-            cost += d * d;
+      const CeilingTrack* best = given(tracks, i, end);
+      if (best == nullptr) {
+        best = &tracks.front();
+        double bestCost = 1e300;
+        for (const CeilingTrack& t : tracks)
+          if (const double cost = costOf(t, i, end); cost < bestCost) {
+            bestCost = cost;
+            best = &t;
           }
-        }
-        for (std::size_t j = i; j < end; ++j) cost += S::kFitWeight * t.fit[j];
-        if (cost < bestCost) {
-          bestCost = cost;
-          best = &t;
-        }
       }
       for (std::size_t j = i; j < end; ++j) {
         out.frames[j] = best->path[j];
@@ -373,6 +372,38 @@ class Estimator {
       }
       i = end;
     }
+  }
+
+  // How unevenly track t's F1..F3 run over the sounding frames [i, end),
+  // and how badly it fits their harmonics.
+  double costOf(const CeilingTrack& t, std::size_t i, std::size_t end) const {
+    const auto reach = static_cast<std::ptrdiff_t>(std::max(1.0, S::kSmoothMs * fs_ / 1000.0 / s_.spacing));
+    double cost = 0.0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      for (std::size_t j = i; j < end; ++j) {
+        const double v = t.path[j].f[k];
+        if (!(v > 0.0)) {
+          cost += S::kMissingCost;
+          continue;
+        }
+        double sum = 0.0;
+        int n = 0;
+        const auto lo = std::max(static_cast<std::ptrdiff_t>(i), static_cast<std::ptrdiff_t>(j) - reach);
+        const auto hi =
+            std::min(static_cast<std::ptrdiff_t>(end) - 1, static_cast<std::ptrdiff_t>(j) + reach);
+        for (auto q = lo; q <= hi; ++q) {
+          const double u = t.path[static_cast<std::size_t>(q)].f[k];
+          if (u > 0.0) {
+            sum += std::log(u);
+            ++n;
+          }
+        }
+        const double d = std::log(v) - sum / n;
+        cost += d * d;
+      }
+    }
+    for (std::size_t j = i; j < end; ++j) cost += S::kFitWeight * t.fit[j];
+    return cost;
   }
 
   // On the harmonics scoreTracks measured, in two passes: the first fits

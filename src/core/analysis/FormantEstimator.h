@@ -76,6 +76,14 @@ struct FormantEstimateSettings {
   // Where set, each voiced frame's harmonic fits are taken from it when an
   // earlier estimate made them on the same inputs, and kept in it otherwise.
   CFitMemo* memo = nullptr;
+  // Where it has a value per frame (Hz, an earlier estimate's `ceiling` of a
+  // signal much like this one), each sounding stretch takes the ceiling
+  // given most often over its frames instead of choosing, and only the
+  // ceilings given are analysed. The copy's formant loop reads syntheses
+  // that differ from its first in some frames' F1 and F2: each chose the
+  // first's ceilings everywhere on 27 high voices, at several times the
+  // cost of the paths it then took.
+  std::vector<double> ceilings;
 };
 
 struct FormantEstimate {

@@ -42,33 +42,38 @@ std::vector<Looped> looped(const std::vector<FormantFrame>& frames) {
 }
 
 // A signal's formants read on the table's frames, at their middles and at
-// their ends.
+// their ends, and the ceilings the readings chose there (FormantEstimator.h).
 struct Reading {
   std::vector<Looped> middle, end;
+  std::vector<double> middleCeilings, endCeilings;
 };
 
 // Reads `x` (at rate `fs`, frames `step` samples long), at the frames' ends
 // only unless `middles` (then both at once, the middles on a thread of their
-// own unless `threads` is 1); empty when it fails.
+// own unless `threads` is 1), with the ceilings `chosen` chose where set;
+// empty when it fails.
 Reading readFormants(std::span<const std::int16_t> x, double fs, double step, int frames, int threads,
-                     bool middles, CFitMemo* memo, const std::atomic<bool>* cancel) {
-  const auto read = [=](double at) {
+                     bool middles, CFitMemo* memo, const Reading* chosen, const std::atomic<bool>* cancel) {
+  const auto read = [=](double at, std::vector<Looped>& f, std::vector<double>& ceilings) {
     FormantEstimateSettings s;
     s.frames = frames;
     s.spacing = step;
     s.threads = threads;
     s.firstCentre = at * step;
     s.memo = memo;
+    if (chosen != nullptr) s.ceilings = at < 1.0 ? chosen->middleCeilings : chosen->endCeilings;
     FormantEstimate e = estimateFormants(x, fs, s, {}, cancel);
     if (e.status != FormantEstimate::Status::kOk || e.frames.size() != static_cast<std::size_t>(frames))
-      return std::vector<Looped>{};
-    return looped(e.frames);
+      return;
+    f = looped(e.frames);
+    ceilings = std::move(e.ceiling);
   };
-  auto middle = startJob(middles && threads != 1 && frames <= kSideBySideFrames,
-                         [&] { return middles ? read(0.5) : std::vector<Looped>{}; });
   Reading r;
-  r.end = read(1.0);
-  r.middle = middle.get();
+  auto middle = startJob(middles && threads != 1 && frames <= kSideBySideFrames, [&] {
+    if (middles) read(0.5, r.middle, r.middleCeilings);
+  });
+  read(1.0, r.end, r.endCeilings);
+  middle.get();
   if (r.end.empty() || (middles && r.middle.empty())) return {};
   return r;
 }
@@ -85,7 +90,7 @@ struct CopyReading {
 // is never turned down), into one sound held while it is read.
 CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
                      const std::vector<Bands>& bands, const std::vector<char>& sung, int threads,
-                     CFitMemo& memo, const std::atomic<bool>* cancel) {
+                     CFitMemo& memo, const Reading* chosen, const std::atomic<bool>* cancel) {
   KlattState state;
   state.reset(1);
   const SoloSignal sound = synthesizeSolo(ps, table, CKlattEngine::kNormal, state);
@@ -98,8 +103,8 @@ CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
     return computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
   });
   CopyReading r;
-  r.formants =
-      readFormants(x, setup.sampleRate, setup.samplesPerFrame, table.columns(), threads, true, &memo, cancel);
+  r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, table.columns(), threads, true, &memo,
+                            chosen, cancel);
   std::vector<char> heard = sung;
   r.envelope.assign(heard.size(), kInf);
   measureBands(
@@ -179,16 +184,21 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   // The recording is read on a thread of its own while the copy is.
   auto targetJob = startJob(threads != 1 && frames <= kSideBySideFrames, [&] {
     return readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false,
-                        nullptr, cancel);
+                        nullptr, nullptr, cancel);
   });
   // The copy's readings in every round differ from the last ones in a few
   // stretches only: each frame's harmonic fits are made once (FitMemo.h).
   CFitMemo memo;
-  CopyReading read = readCopy(doc.params(), doc.table(), fs, bands, sung, threads, memo, cancel);
+  CopyReading read = readCopy(doc.params(), doc.table(), fs, bands, sung, threads, memo, nullptr, cancel);
   Reading target = targetJob.get();
   if (target.end.empty() || read.formants.middle.empty()) return;
   if (progress) progress(1, L::kRounds + 1);
   target.middle = looped(wanted);
+  // Each round's synthesis is read with the ceilings the first chose (the
+  // estimate's paths under the others are most of what a round costs).
+  Reading chosen;
+  chosen.middleCeilings = std::move(read.formants.middleCeilings);
+  chosen.endCeilings = std::move(read.formants.endCeilings);
   double damping = L::kDamping;
   for (int round = 0; round < L::kRounds; ++round, damping *= L::kDampingDecay) {
     FrameTable trial = doc.table();
@@ -201,7 +211,7 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
                        loopStep(trial.value(kFormantRows[k], c), m.ln, damping, d.lower, d.upper));
       }
     raiseToFloors(trial);
-    const CopyReading again = readCopy(doc.params(), trial, fs, bands, sung, threads, memo, cancel);
+    const CopyReading again = readCopy(doc.params(), trial, fs, bands, sung, threads, memo, &chosen, cancel);
     if (again.formants.middle.empty()) return;  // failed, or cancelled: the table keeps the rounds before
     if (progress) progress(round + 2, L::kRounds + 1);
     // Each frame keeps, per formant, whichever of its two values read closer;

@@ -192,7 +192,10 @@ TEST(ResampleTest, TonesKeepTheirPhase) {
 // Fits taken from a memo are the fits the estimate makes without one: two
 // high-voice vowels apart, the second's F1 then moved, estimated again with
 // the same memo (the first vowel's frames take its fits, the second's not).
-TEST(FitMemoTest, TakenFitsAreTheFitsMade) {
+// Given the ceilings it chose, the estimate makes the same frames from
+// those ceilings' paths alone; given another on most frames and its own
+// choice on the rest, every sounding frame takes the other.
+TEST(FitMemoTest, TakenFitsAndGivenCeilingsAreTheEstimateMade) {
   const double fs = 11025.0, f0 = 220.0;
   const auto sound = [&](double f1b) {
     std::vector<std::int16_t> x(static_cast<std::size_t>(0.7 * fs));
@@ -229,9 +232,21 @@ TEST(FitMemoTest, TakenFitsAreTheFitsMade) {
         std::count_if(plain.openQuotient.begin(), plain.openQuotient.end(), [](double q) { return q > 0; }),
         40);
     EXPECT_EQ(kept.openQuotient, plain.openQuotient);
+    s.ceilings = plain.ceiling;
+    const FormantEstimate given = estimateFormants(x, fs, s);
+    const double other = plain.ceiling[10] == 4500.0 ? 5000.0 : 4500.0;
+    s.ceilings.assign(plain.ceiling.size(), other);
+    for (std::size_t i = 0; i < s.ceilings.size(); i += 4)
+      if (plain.ceiling[i] > 0.0) s.ceilings[i] = plain.ceiling[i];
+    const FormantEstimate forced = estimateFormants(x, fs, s);
+    s.ceilings.clear();
+    ASSERT_EQ(forced.ceiling.size(), plain.ceiling.size());
+    EXPECT_EQ(given.ceiling, plain.ceiling);
     for (std::size_t i = 0; i < plain.frames.size(); ++i) {
       EXPECT_EQ(kept.frames[i].f, plain.frames[i].f) << i;
       EXPECT_EQ(kept.frames[i].b, plain.frames[i].b) << i;
+      EXPECT_EQ(given.frames[i].f, plain.frames[i].f) << i;
+      EXPECT_EQ(forced.ceiling[i], plain.ceiling[i] > 0.0 ? other : 0.0) << i;
     }
   }
 }
