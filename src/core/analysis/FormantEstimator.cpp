@@ -96,10 +96,11 @@ class Estimator {
     for (double c : ceilings)
       if (std::fabs(c - kFitCeiling) < 1.0) fitRate_ = 2.0 * c;
     if (s_.ceilings.size() == m) {
-      std::erase_if(ceilings, [&](double c) {
+      std::vector<double> given = ceilings;
+      std::erase_if(given, [&](double c) {
         return std::find(s_.ceilings.begin(), s_.ceilings.end(), c) == s_.ceilings.end();
       });
-      if (ceilings.empty()) ceilings.push_back(S::kCeilings[0]);  // none given where anything sounds
+      if (!given.empty()) ceilings = std::move(given);  // else nothing sounded: all are analysed
     }
     total_ = static_cast<int>((ceilings.size() + 1) * m);
     std::vector<CeilingTrack> tracks(ceilings.size());

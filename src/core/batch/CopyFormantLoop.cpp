@@ -194,8 +194,8 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   if (target.end.empty() || read.formants.middle.empty()) return;
   if (progress) progress(1, L::kRounds + 1);
   target.middle = looped(wanted);
-  // Each round's synthesis is read with the ceilings the first chose (the
-  // estimate's paths under the others are most of what a round costs).
+  // Each round's synthesis is read with the ceilings the first chose: the
+  // paths under the others would cost a round a quarter of its time.
   Reading chosen;
   chosen.middleCeilings = std::move(read.formants.middleCeilings);
   chosen.endCeilings = std::move(read.formants.endCeilings);
