@@ -251,6 +251,12 @@ double CHarmonicFit::bandwidthPull() const {
   return pull + pullWeight_ * q * q;
 }
 
+double CHarmonicFit::startPull(double f1) const {
+  if (!(startF1_ > 0.0)) return 0.0;
+  const double l = std::log(f1 / startF1_) / 0.1;
+  return kStartPull * l * l;
+}
+
 // The levels of one factor of the source (the pulse at open quotient `key`,
 // or the tilt filter at `key` dB) from its cache, made when not found.
 template <class Make>
@@ -457,7 +463,8 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
     resonance(k, fr.f[k], bw_[k], r_[k]);
     active[k] = fr.f[k] < top_;
   }
-  double best = chooseOpenQuotient();
+  startF1_ = fr.f[0];
+  double best = chooseOpenQuotient() + startPull(fr.f[0]);
   double openStep = kOpenQuotientGrid / 2.0;
   double step = kFirstStep, logStep = 10.0 * kFirstStep;
   for (int sweep = 0; sweep < kMaxSweeps && step >= kLastStep; ++sweep) {
@@ -492,7 +499,8 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         const std::vector<double>& levels = tried(k, F, B);
         const double keptB = bw_[k], keptLog = logBw_[k];
         if (B != keptB) setBandwidth(k, B);
-        const double e = misfit(resid_.data(), levels.data()) + bandwidthPull();
+        const double e =
+            misfit(resid_.data(), levels.data()) + bandwidthPull() + startPull(k == 0 ? F : fr.f[0]);
         if (e < best - 1e-9) {
           best = e;
           fr.f[k] = F;
@@ -507,7 +515,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
     if (!gained) {
       step *= 0.5;
       logStep *= 0.5;
-      best = std::min(best, nudgeSource(openStep));
+      best = std::min(best, nudgeSource(openStep) + startPull(fr.f[0]));
       openStep *= 0.5;
     }
   }
