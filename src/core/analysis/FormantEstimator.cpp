@@ -14,6 +14,7 @@
 
 #include "analysis/AutocorrelationPitch.h"
 #include "analysis/Burg.h"
+#include "analysis/CeilingChoice.h"
 #include "analysis/HarmonicFit.h"
 #include "analysis/MathFunc.h"
 
@@ -347,9 +348,18 @@ class Estimator {
   }
 
   // Per sounding stretch, the track that fits the harmonics best and runs
-  // smoothest.
+  // smoothest, over the stretches of its voice (CeilingChoice.h), where no
+  // ceiling is given.
   void choose(const std::vector<CeilingTrack>& tracks, FormantEstimate& out) const {
     const auto m = static_cast<std::size_t>(s_.frames);
+    const auto reach = static_cast<std::ptrdiff_t>(std::max(1.0, S::kSmoothMs * fs_ / 1000.0 / s_.spacing));
+    struct Stretch {
+      std::size_t first, end;
+      const CeilingTrack* track;
+    };
+    std::vector<Stretch> stretches;
+    std::vector<StretchCosts> costs;
+    std::vector<double> f0;
     for (std::size_t i = 0; i < m;) {
       if (sounding_[i] == 0) {
         ++i;
@@ -357,54 +367,30 @@ class Estimator {
       }
       std::size_t end = i;
       while (end < m && sounding_[end] != 0) ++end;
-      const CeilingTrack* best = given(tracks, i, end);
-      if (best == nullptr) {
-        best = &tracks.front();
-        double bestCost = 1e300;
+      stretches.push_back({i, end, given(tracks, i, end)});
+      if (stretches.back().track == nullptr) {
+        StretchCosts& c = costs.emplace_back();
+        f0.clear();
+        for (std::size_t j = i; j < end; ++j)
+          if (f0_[j] > 0.0) f0.push_back(f0_[j]);
+        if (!f0.empty()) {
+          std::nth_element(f0.begin(), f0.begin() + static_cast<std::ptrdiff_t>(f0.size() / 2), f0.end());
+          c.f0 = f0[f0.size() / 2];
+        }
         for (const CeilingTrack& t : tracks)
-          if (const double cost = costOf(t, i, end); cost < bestCost) {
-            bestCost = cost;
-            best = &t;
-          }
-      }
-      for (std::size_t j = i; j < end; ++j) {
-        out.frames[j] = best->path[j];
-        out.ceiling[j] = best->ceiling;
+          c.costs.push_back(stretchCost(t.path, t.fit, i, end, reach, S::kMissingCost, S::kFitWeight));
       }
       i = end;
     }
-  }
-
-  // How unevenly track t's F1..F3 run over the sounding frames [i, end),
-  // and how badly it fits their harmonics.
-  double costOf(const CeilingTrack& t, std::size_t i, std::size_t end) const {
-    const auto reach = static_cast<std::ptrdiff_t>(std::max(1.0, S::kSmoothMs * fs_ / 1000.0 / s_.spacing));
-    double cost = 0.0;
-    for (std::size_t k = 0; k < 3; ++k) {
-      for (std::size_t j = i; j < end; ++j) {
-        const double v = t.path[j].f[k];
-        if (!(v > 0.0)) {
-          cost += S::kMissingCost;
-          continue;
-        }
-        double sum = 0.0;
-        int n = 0;
-        const auto lo = std::max(static_cast<std::ptrdiff_t>(i), static_cast<std::ptrdiff_t>(j) - reach);
-        const auto hi =
-            std::min(static_cast<std::ptrdiff_t>(end) - 1, static_cast<std::ptrdiff_t>(j) + reach);
-        for (auto q = lo; q <= hi; ++q) {
-          const double u = t.path[static_cast<std::size_t>(q)].f[k];
-          if (u > 0.0) {
-            sum += std::log(u);
-            ++n;
-          }
-        }
-        const double d = std::log(v) - sum / n;
-        cost += d * d;
+    const std::vector<std::size_t> picks = chooseCeilings(costs);
+    std::size_t next = 0;
+    for (const Stretch& s : stretches) {
+      const CeilingTrack& t = s.track != nullptr ? *s.track : tracks[picks[next++]];
+      for (std::size_t j = s.first; j < s.end; ++j) {
+        out.frames[j] = t.path[j];
+        out.ceiling[j] = t.ceiling;
       }
     }
-    for (std::size_t j = i; j < end; ++j) cost += S::kFitWeight * t.fit[j];
-    return cost;
   }
 
   // On the harmonics scoreTracks measured, in two passes: the first fits

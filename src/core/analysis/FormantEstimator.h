@@ -10,7 +10,8 @@
 //    Fast Track choose one per token): the ceiling whose F1..F3 run
 //    smoothest - the least mean squared difference in log frequency from
 //    their own running mean over kSmoothMs either side, plus kMissingCost for
-//    every frame a formant is missing.
+//    every frame a formant is missing - summed over the stretches of the
+//    same voice (CeilingChoice.h).
 // 3. Analysis by synthesis in voiced frames (CHarmonicFit): the formants of
 //    the chosen path are moved until the resonators, sounded by a source of
 //    fitted level and slope, meet the levels of the recording's harmonics.

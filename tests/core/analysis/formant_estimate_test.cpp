@@ -1,6 +1,7 @@
-// The two new parts of the formant estimate on inputs whose answer is known by
-// construction: the path search on hand-made candidate lists, and the
-// harmonic fit on a sum of harmonics with levels from a known vocal tract.
+// The parts of the formant estimate on inputs whose answer is known by
+// construction: the path search on hand-made candidate lists, the ceilings'
+// choice on hand-made costs, and the harmonic fit on a sum of harmonics with
+// levels from a known vocal tract.
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "analysis/Burg.h"
+#include "analysis/CeilingChoice.h"
 #include "analysis/FormantEstimator.h"
 #include "analysis/FormantPath.h"
 #include "analysis/HarmonicFit.h"
@@ -65,6 +67,23 @@ TEST(FormantPathTest, MissingFormantKeepsTheOthersInPlaceAndTheStepDoesNotMatter
   // Silence (no candidates) splits the path and stays empty.
   frames[5].clear();
   EXPECT_EQ(formantPath(frames, 5000.0, 10.0)[5].f, (std::array<double, 5>{}));
+}
+
+// Costs per ceiling (say 5000, 5500, 6000 Hz). A woman's stretches (f0
+// 200-250 Hz) tie between 5500 and 6000 Hz stretch by stretch but together
+// favour 5500; a man's (110-120 Hz) favour 5000 together, though one of them
+// alone and all stretches together would take 5500. A stretch without pitch,
+// and one beyond the woman's range, take their own.
+TEST(CeilingChoiceTest, StretchesOfOneVoiceShareTheirCostsAndOtherVoicesKeepTheirOwn) {
+  const std::vector<StretchCosts> stretches = {
+      {200.0, {9.0, 1.00, 1.02}}, {240.0, {9.0, 1.02, 1.00}}, {220.0, {9.0, 1.00, 1.01}},
+      {110.0, {1.0, 3.00, 9.00}}, {0.0, {5.0, 5.00, 1.00}},   {120.0, {2.1, 2.00, 9.00}},
+      {230.0, {9.0, 2.00, 2.01}}, {320.0, {9.0, 1.10, 1.00}}, {250.0, {9.0, 1.00, 1.00}},
+  };
+  EXPECT_EQ(chooseCeilings(stretches), (std::vector<std::size_t>{1, 1, 1, 0, 2, 0, 1, 2, 1}));
+  EXPECT_EQ(chooseCeilings({stretches[1]}), std::vector<std::size_t>{2});
+  EXPECT_EQ(chooseCeilings({stretches[5]}), std::vector<std::size_t>{1});
+  EXPECT_TRUE(chooseCeilings({}).empty());
 }
 
 // A 210 Hz voice whose F1 (350 Hz) lies between its first two harmonics: the
