@@ -213,4 +213,33 @@ std::vector<FormantFrame> formantPath(const std::vector<std::vector<FormantCandi
   return PathSearch(candidates, ceilingHz, stepMs).run();
 }
 
+std::vector<FormantFrame> withF2GapsFilled(const std::vector<FormantFrame>& path,
+                                           const std::vector<char>& fitted) {
+  using G = FormantGapFill;
+  std::vector<FormantFrame> out = path;
+  const auto m = static_cast<std::ptrdiff_t>(std::min(path.size(), fitted.size()));
+  const auto usable = [&](std::ptrdiff_t j) {
+    return j >= 0 && j < m && fitted[static_cast<std::size_t>(j)] != 0;
+  };
+  for (std::ptrdiff_t i = 0; i < m; ++i) {
+    FormantFrame& f = out[static_cast<std::size_t>(i)];
+    if (!usable(i) || !(f.f[0] > 0.0) || f.f[1] > 0.0 || !(f.f[2] > 0.0)) continue;
+    double found = 0.0;
+    for (std::ptrdiff_t d = 1; d <= G::kGapReach && found == 0.0; ++d)
+      for (const std::ptrdiff_t j : {i - d, i + d}) {  // the earlier first
+        if (!usable(j)) continue;
+        const double u = path[static_cast<std::size_t>(j)].f[1];
+        if (u > f.f[0] + G::kGapMargin && u < f.f[2] - G::kGapMargin) {
+          found = u;
+          break;
+        }
+      }
+    if (found > 0.0) {
+      f.f[1] = found;
+      f.b[1] = G::kGapBandwidth;
+    }
+  }
+  return out;
+}
+
 }  // namespace vandrel

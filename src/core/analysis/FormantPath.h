@@ -74,4 +74,24 @@ struct FormantPathCosts {
 std::vector<FormantFrame> formantPath(const std::vector<std::vector<FormantCandidate>>& candidates,
                                       double ceilingHz, double stepMs);
 
+// Where a path still leaves F2 out between a present F1 and F3, in a frame
+// `fitted` marks (its harmonics are fitted, CHarmonicFit), F2 takes the
+// path's F2 of the nearest such frame within kGapReach that lies between
+// them (at least kGapMargin from each), to start the fit from: Burg's
+// method found no peak there (with a high voice's few harmonics F2 merges
+// with F1 or F3), but the vocal tract has one, and the fit can place it.
+// Measured on 27 high voices: recordings cut 2.5 ms later agreed with
+// themselves on F2 on 90% of the frames of `it4_f_16k` and `cs3_c_16k`
+// instead of 86% and 81% (a frame without F2 in either reading counts as a
+// miss), and their copies met F2 on 19 files instead of 15 (mean 90.2% ->
+// 92.1%), F1 on the same 20, in the same mel distance; the man's copies and
+// the synthetic diphthongs the same. 10 frames of reach did as 5.
+struct FormantGapFill {
+  static constexpr int kGapReach = 5;
+  static constexpr double kGapMargin = 150.0;  // Hz: the fit's least distance between two formants
+  static constexpr double kGapBandwidth = 100.0;
+};
+std::vector<FormantFrame> withF2GapsFilled(const std::vector<FormantFrame>& path,
+                                           const std::vector<char>& fitted);
+
 }  // namespace vandrel

@@ -69,6 +69,26 @@ TEST(FormantPathTest, MissingFormantKeepsTheOthersInPlaceAndTheStepDoesNotMatter
   EXPECT_EQ(formantPath(frames, 5000.0, 10.0)[5].f, (std::array<double, 5>{}));
 }
 
+// F2 left out between F1 and F3 starts the fit from the nearest fitted
+// frame's F2 that lies between them, the earlier on a tie; nowhere else.
+TEST(FormantPathTest, F2GapsTakeTheNearestFittedF2BetweenF1AndF3) {
+  const auto frame = [](double f1, double f2, double f3) {
+    return FormantFrame{{f1, f2, f3, 3500.0, 4500.0}, {80.0, f2 > 0.0 ? 90.0 : 0.0, 150.0, 200.0, 250.0}};
+  };
+  const std::vector<FormantFrame> path = {
+      frame(300, 1500, 2600), frame(300, 0, 2600), frame(300, 1800, 2600),  // 0-2: a tie, 1500 taken
+      frame(300, 2500, 2600), frame(300, 0, 2600), frame(300, 0, 2600),     // 3-5: 2500 is too near F3
+      frame(0, 0, 2600),      frame(300, 0, 2600), frame(300, 1200, 2600),  // 6-8: no F1; 7 unfitted
+  };
+  const std::vector<char> fitted = {1, 1, 1, 1, 1, 1, 1, 0, 1};
+  const std::vector<FormantFrame> out = withF2GapsFilled(path, fitted);
+  const std::vector<double> f2 = {1500, 1500, 1800, 2500, 1800, 1800, 0, 0, 1200};
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    EXPECT_EQ(out[i].f[1], f2[i]) << "frame " << i;
+    EXPECT_EQ(out[i].b[1], path[i].f[1] > 0.0 || f2[i] == 0.0 ? path[i].b[1] : FormantGapFill::kGapBandwidth);
+  }
+}
+
 // Costs per ceiling (say 5000, 5500, 6000 Hz). A woman's stretches (f0
 // 200-250 Hz) tie between 5500 and 6000 Hz stretch by stretch but together
 // favour 5500; a man's (110-120 Hz) favour 5000 together, though one of them
