@@ -21,9 +21,9 @@
 // (mean 82.2% -> 83.5%), F2 on 15 instead of 14 (89.0% -> 90.2%), Praat's
 // F2 on 3 instead of none; in mel distance the copies of `cs3_c` lay
 // 0.4-0.55 dB further from their recordings, of `cs5_f` 0.2-0.27 dB nearer,
-// the others within 0.16 dB. One
-// ceiling for the whole recording did as well on these, but reads a woman's
-// stretches under a man's ceiling; a pitch range of 1.5 the same as 1.25.
+// the others within 0.16 dB. One ceiling for the whole recording did as well
+// on these, but reads a woman's stretches under a man's ceiling; a pitch
+// range of 1.5 did the same as 1.25.
 
 #include <cstddef>
 #include <vector>
