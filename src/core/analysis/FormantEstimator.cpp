@@ -38,6 +38,12 @@ constexpr std::size_t kMaxHeldBytes = std::size_t{32} << 20;
 // The stretch of a resampled signal made at a time.
 constexpr double kPieceSeconds = 1.0;
 
+// The upper median of w (not empty), which it reorders.
+double upperMedian(std::vector<double>& w) {
+  std::nth_element(w.begin(), w.begin() + static_cast<std::ptrdiff_t>(w.size() / 2), w.end());
+  return w[w.size() / 2];
+}
+
 // Runs task(i) for i = 0 .. count - 1 on `threads` threads, the calling one
 // among them, each taking the next i as it finishes one. An exception of any
 // task is thrown again on the calling thread after all have ended.
@@ -373,10 +379,7 @@ class Estimator {
         f0.clear();
         for (std::size_t j = i; j < end; ++j)
           if (f0_[j] > 0.0) f0.push_back(f0_[j]);
-        if (!f0.empty()) {
-          std::nth_element(f0.begin(), f0.begin() + static_cast<std::ptrdiff_t>(f0.size() / 2), f0.end());
-          c.f0 = f0[f0.size() / 2];
-        }
+        if (!f0.empty()) c.f0 = upperMedian(f0);
         for (const CeilingTrack& t : tracks)
           c.costs.push_back(stretchCost(t.path, t.fit, i, end, reach, S::kMissingCost, S::kFitWeight));
       }
@@ -408,7 +411,7 @@ class Estimator {
   // levels are kept from the first to the second while only the stretch's
   // are held (all of a 60 s copy's would take 40 MB).
   void refine(FormantEstimate& out) {
-    const std::vector<FormantFrame> start = withF2GapsFilled(out.frames, measured_);
+    const std::vector<FormantFrame> start = withF2GapsFilled(out.frames, measured_, CHarmonicFit::kMinGapHz);
     const auto m = static_cast<std::size_t>(s_.frames);
     std::vector<std::pair<std::size_t, std::size_t>> stretches;
     for (std::size_t i = 0; i < m; ++i) {
@@ -461,8 +464,7 @@ class Estimator {
       for (std::size_t i = first; i < end; ++i) {
         w.assign(out.openQuotient.begin() + static_cast<std::ptrdiff_t>(i - std::min(i - first, reach)),
                  out.openQuotient.begin() + static_cast<std::ptrdiff_t>(std::min(end, i + reach + 1)));
-        std::nth_element(w.begin(), w.begin() + static_cast<std::ptrdiff_t>(w.size() / 2), w.end());
-        centre[i - first] = w[w.size() / 2];
+        centre[i - first] = upperMedian(w);
       }
       for (std::size_t i = first; i < end; ++i) {
         step();
@@ -519,8 +521,7 @@ class Estimator {
         w.clear();
         for (std::size_t j = i >= h ? i - h : 0; j <= std::min(m - 1, i + h); ++j)
           if (in[j].f[k] > 0.0) w.push_back(in[j].f[k]);
-        std::nth_element(w.begin(), w.begin() + static_cast<std::ptrdiff_t>(w.size() / 2), w.end());
-        out.frames[i].f[k] = w[w.size() / 2];
+        out.frames[i].f[k] = upperMedian(w);
       }
   }
 

@@ -214,7 +214,7 @@ std::vector<FormantFrame> formantPath(const std::vector<std::vector<FormantCandi
 }
 
 std::vector<FormantFrame> withF2GapsFilled(const std::vector<FormantFrame>& path,
-                                           const std::vector<char>& fitted) {
+                                           const std::vector<char>& fitted, double margin) {
   using G = FormantGapFill;
   std::vector<FormantFrame> out = path;
   const auto m = static_cast<std::ptrdiff_t>(std::min(path.size(), fitted.size()));
@@ -229,7 +229,7 @@ std::vector<FormantFrame> withF2GapsFilled(const std::vector<FormantFrame>& path
       for (const std::ptrdiff_t j : {i - d, i + d}) {  // the earlier first
         if (!usable(j)) continue;
         const double u = path[static_cast<std::size_t>(j)].f[1];
-        if (u > f.f[0] + G::kGapMargin && u < f.f[2] - G::kGapMargin) {
+        if (u > f.f[0] + margin && u < f.f[2] - margin) {
           found = u;
           break;
         }

@@ -81,7 +81,7 @@ TEST(FormantPathTest, F2GapsTakeTheNearestFittedF2BetweenF1AndF3) {
       frame(0, 0, 2600),      frame(300, 0, 2600), frame(300, 1200, 2600),  // 6-8: no F1; 7 unfitted
   };
   const std::vector<char> fitted = {1, 1, 1, 1, 1, 1, 1, 0, 1};
-  const std::vector<FormantFrame> out = withF2GapsFilled(path, fitted);
+  const std::vector<FormantFrame> out = withF2GapsFilled(path, fitted, CHarmonicFit::kMinGapHz);
   const std::vector<double> f2 = {1500, 1500, 1800, 2500, 1800, 1800, 0, 0, 1200};
   for (std::size_t i = 0; i < path.size(); ++i) {
     EXPECT_EQ(out[i].f[1], f2[i]) << "frame " << i;
