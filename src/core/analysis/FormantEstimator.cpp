@@ -411,7 +411,8 @@ class Estimator {
   // levels are kept from the first to the second while only the stretch's
   // are held (all of a 60 s copy's would take 40 MB).
   void refine(FormantEstimate& out) {
-    const std::vector<FormantFrame> start = withF2GapsFilled(out.frames, measured_, CHarmonicFit::kMinGapHz);
+    const std::vector<FormantFrame> start =
+        withGapsFilled(out.frames, measured_, f0_, CHarmonicFit::kMinGapHz, CHarmonicFit::kFewHarmonics);
     const auto m = static_cast<std::size_t>(s_.frames);
     std::vector<std::pair<std::size_t, std::size_t>> stretches;
     for (std::size_t i = 0; i < m; ++i) {

@@ -13,8 +13,8 @@
 //    every frame a formant is missing - summed over the stretches of the
 //    same voice (CeilingChoice.h).
 // 3. Analysis by synthesis in voiced frames (CHarmonicFit): the formants of
-//    the chosen path (an F2 it left out started from a neighbour's,
-//    withF2GapsFilled) are moved until the resonators, sounded by a source of
+//    the chosen path (an F1 or F2 it left out started from a neighbour's,
+//    withGapsFilled) are moved until the resonators, sounded by a source of
 //    fitted level and slope, meet the levels of the recording's harmonics.
 //    Twice: the second pass pulls each frame's open quotient towards the
 //    median of the first's around it (a frame alone cannot tell a lower F1

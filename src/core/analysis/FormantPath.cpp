@@ -213,30 +213,39 @@ std::vector<FormantFrame> formantPath(const std::vector<std::vector<FormantCandi
   return PathSearch(candidates, ceilingHz, stepMs).run();
 }
 
-std::vector<FormantFrame> withF2GapsFilled(const std::vector<FormantFrame>& path,
-                                           const std::vector<char>& fitted, double margin) {
+std::vector<FormantFrame> withGapsFilled(const std::vector<FormantFrame>& path,
+                                         const std::vector<char>& fitted, const std::vector<double>& f0,
+                                         double margin, double fewHarmonics) {
   using G = FormantGapFill;
   std::vector<FormantFrame> out = path;
-  const auto m = static_cast<std::ptrdiff_t>(std::min(path.size(), fitted.size()));
+  const auto m = static_cast<std::ptrdiff_t>(std::min({path.size(), fitted.size(), f0.size()}));
   const auto usable = [&](std::ptrdiff_t j) {
     return j >= 0 && j < m && fitted[static_cast<std::size_t>(j)] != 0;
   };
-  for (std::ptrdiff_t i = 0; i < m; ++i) {
-    FormantFrame& f = out[static_cast<std::size_t>(i)];
-    if (!usable(i) || !(f.f[0] > 0.0) || f.f[1] > 0.0 || !(f.f[2] > 0.0)) continue;
-    double found = 0.0;
-    for (std::ptrdiff_t d = 1; d <= G::kGapReach && found == 0.0; ++d)
+  // Formant k of frame i from the nearest usable frame's whose value `fits`.
+  const auto nearest = [&](std::ptrdiff_t i, std::size_t k, const auto& fits) {
+    for (std::ptrdiff_t d = 1; d <= G::kGapReach; ++d)
       for (const std::ptrdiff_t j : {i - d, i + d}) {  // the earlier first
         if (!usable(j)) continue;
-        const double u = path[static_cast<std::size_t>(j)].f[1];
-        if (u > f.f[0] + margin && u < f.f[2] - margin) {
-          found = u;
-          break;
-        }
+        const double u = path[static_cast<std::size_t>(j)].f[k];
+        if (u > 0.0 && fits(u)) return u;
       }
-    if (found > 0.0) {
-      f.f[1] = found;
-      f.b[1] = G::kGapBandwidth;
+    return 0.0;
+  };
+  for (std::ptrdiff_t i = 0; i < m; ++i) {
+    if (!usable(i)) continue;
+    FormantFrame& f = out[static_cast<std::size_t>(i)];
+    if (f.f[0] > 0.0 && !(f.f[1] > 0.0) && f.f[2] > 0.0) {
+      const double u = nearest(i, 1, [&](double v) { return v > f.f[0] + margin && v < f.f[2] - margin; });
+      if (u > 0.0) {
+        f.f[1] = u;
+        f.b[1] = G::kGapBandwidth;
+      }
+    }
+    if (!(f.f[0] > 0.0) && f.f[1] > 0.0) {
+      const double low = fewHarmonics * f0[static_cast<std::size_t>(i)];
+      f.f[0] = nearest(i, 0, [&](double v) { return v > low && v < f.f[1] - margin; });
+      if (f.f[0] > 0.0) f.b[0] = G::kF1GapBandwidth;
     }
   }
   return out;

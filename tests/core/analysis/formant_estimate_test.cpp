@@ -69,23 +69,36 @@ TEST(FormantPathTest, MissingFormantKeepsTheOthersInPlaceAndTheStepDoesNotMatter
   EXPECT_EQ(formantPath(frames, 5000.0, 10.0)[5].f, (std::array<double, 5>{}));
 }
 
-// F2 left out between F1 and F3 starts the fit from the nearest fitted
-// frame's F2 that lies between them, the earlier on a tie; nowhere else.
-TEST(FormantPathTest, F2GapsTakeTheNearestFittedF2BetweenF1AndF3) {
+// A formant the path left out starts the fit from the nearest fitted frame's
+// that fits between its neighbours, the earlier on a tie; nowhere else. F2
+// between F1 and F3; F1 below F2, and only where it spans four harmonics.
+TEST(FormantPathTest, GapsTakeTheNearestFittedValueThatFitsBetweenTheNeighbours) {
   const auto frame = [](double f1, double f2, double f3) {
     return FormantFrame{{f1, f2, f3, 3500.0, 4500.0}, {80.0, f2 > 0.0 ? 90.0 : 0.0, 150.0, 200.0, 250.0}};
   };
   const std::vector<FormantFrame> path = {
-      frame(300, 1500, 2600), frame(300, 0, 2600), frame(300, 1800, 2600),  // 0-2: a tie, 1500 taken
-      frame(300, 2500, 2600), frame(300, 0, 2600), frame(300, 0, 2600),     // 3-5: 2500 is too near F3
-      frame(0, 0, 2600),      frame(300, 0, 2600), frame(300, 1200, 2600),  // 6-8: no F1; 7 unfitted
+      frame(300, 1500, 2600), frame(300, 0, 2600),  frame(300, 1800, 2600),  // 0-2: a tie, 1500 taken
+      frame(300, 2500, 2600), frame(300, 0, 2600),  frame(300, 0, 2600),     // 3-5: 2500 is too near F3
+      frame(0, 0, 2600),      frame(300, 0, 2600),  frame(300, 1200, 2600),  // 6-8: no F1; 7 unfitted
+      frame(520, 1300, 2600), frame(0, 1250, 2600), frame(480, 1200, 2600),  // 9-11: a tie, 520 taken
+      frame(0, 600, 2600),                                                   // 12: 480 is too near F2
+      frame(0, 1900, 2600),                                                  // 13: f0 250, nothing above 1000
+      frame(420, 1000, 2600),
   };
-  const std::vector<char> fitted = {1, 1, 1, 1, 1, 1, 1, 0, 1};
-  const std::vector<FormantFrame> out = withF2GapsFilled(path, fitted, CHarmonicFit::kMinGapHz);
-  const std::vector<double> f2 = {1500, 1500, 1800, 2500, 1800, 1800, 0, 0, 1200};
+  const std::vector<char> fitted = {1, 1, 1, 1, 1, 1, 1, 0, 1, 1, 1, 1, 1, 1, 1};
+  std::vector<double> f0(path.size(), 100.0);
+  f0[13] = 250.0;
+  const std::vector<FormantFrame> out =
+      withGapsFilled(path, fitted, f0, CHarmonicFit::kMinGapHz, CHarmonicFit::kFewHarmonics);
+  const std::vector<double> f1 = {300, 300, 300, 300, 300, 300, 0, 300, 300, 520, 520, 480, 420, 0, 420};
+  const std::vector<double> f2 = {1500, 1500, 1800, 2500, 1800, 1800, 0,   0,
+                                  1200, 1300, 1250, 1200, 600,  1900, 1000};
   for (std::size_t i = 0; i < path.size(); ++i) {
+    EXPECT_EQ(out[i].f[0], f1[i]) << "frame " << i;
     EXPECT_EQ(out[i].f[1], f2[i]) << "frame " << i;
     EXPECT_EQ(out[i].b[1], path[i].f[1] > 0.0 || f2[i] == 0.0 ? path[i].b[1] : FormantGapFill::kGapBandwidth);
+    EXPECT_EQ(out[i].b[0],
+              path[i].f[0] == 0.0 && f1[i] > 0.0 ? FormantGapFill::kF1GapBandwidth : path[i].b[0]);
   }
 }
 
