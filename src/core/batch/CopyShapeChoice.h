@@ -58,7 +58,8 @@ void measureBands(std::span<const std::int16_t> x, double rate, double step, con
 // In the frames `voiced` marks, the voice's tilt, chosen among kTiltSteps and
 // what the table held; in the frames `aspirated` marks (aspiration without
 // voicing), at the same time and in the same syntheses, how far B1 is
-// widened (kAspirationB1).
+// widened (kAspirationB1), or whether F1 moves down to its lowest to carry
+// the noise below 200 Hz (kLowF1Bandwidth).
 //
 // The envelope over the whole band is what a listener hears, and a voice's
 // brightness above 2.5 kHz says little of its slope below. (Neither the open

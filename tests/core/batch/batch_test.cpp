@@ -15,6 +15,7 @@
 #include "batch/Continuum.h"
 #include "batch/CopyFormantLoop.h"
 #include "batch/CopyNoiseFit.h"
+#include "batch/CopyShapeChoice.h"
 #include "batch/CopySynthesis.h"
 #include "batch/Grid.h"
 #include "batch/LevelReport.h"
@@ -310,6 +311,54 @@ TEST(CopyNoiseFitTest, FindsTheAmplitudesOfASynthesizedNoise) {
       EXPECT_EQ(t.value(row, 10), std::round((t.value(row, 0) + t.value(row, 20)) / 2));
       for (int c = 21; c < 40; ++c) EXPECT_EQ(t.value(row, c), before.value(row, c));
     }
+  }
+}
+
+// Aspiration made with F1 at its lowest (200 Hz, 400 wide) in frames 0-19 and
+// at 700 Hz 400 wide in frames 20-39, copied from a table with F1 700 Hz 100
+// wide: the first frames move F1 down, the others keep it and widen B1 four
+// times, and nothing else changes.
+TEST(CopyShapeChoiceTest, AspirationTakesTheShapeItWasMadeWith) {
+  CVandrelDoc src;
+  src.newTable(40, 10);
+  for (int c = 0; c < 40; ++c) {
+    vandrel::EditTransaction e(src);
+    e.setValue(kF0, c, 0);
+    e.setValue(kAv, c, 0);
+    e.setValue(kAh, c, 60);
+    e.setValue(kF1, c, c < 20 ? 200 : 700);
+    e.setValue(kB1, c, 400);
+  }
+  KlattState state;
+  state.reset(1);
+  ASSERT_TRUE(synthesize(src, {}, state));
+  const SynthesisSetup setup = synthesisSetup(src);
+  std::vector<char> measured(40, 1);
+  const std::vector<Bands> bands =
+      measureBands(src.synthesized().samples, 11025, 110.25, setup, 11025, measured, false);
+  CVandrelDoc copy = src;
+  {
+    vandrel::EditTransaction e(copy);
+    for (int c = 0; c < 40; ++c) {
+      e.setValue(kF1, c, 700);
+      e.setValue(kB1, c, 100);
+    }
+  }
+  const FrameTable before = copy.table();
+  chooseTiltAndDamping(copy, 11025, bands, std::vector<char>(40, 0), measured, false);
+  int widened = 0;
+  for (int c = 2; c < 38; ++c) {
+    if (c >= 18 && c < 22) continue;  // the choice spans three frames
+    EXPECT_EQ(copy.table().value(kF1, c), c < 20 ? 200 : 700) << "frame " << c;
+    if (c < 20) {
+      EXPECT_EQ(copy.table().value(kB1, c), 400) << "frame " << c;
+    }
+    widened += c >= 20 && copy.table().value(kB1, c) == 400 ? 1 : 0;
+  }
+  EXPECT_GE(widened, 12);  // of 16: one window of noise scatters
+  for (int row = 0; row < before.rows(); ++row) {
+    if (row == kF1 || row == kB1) continue;
+    for (int c = 0; c < 40; ++c) EXPECT_EQ(copy.table().value(row, c), before.value(row, c));
   }
 }
 
