@@ -160,8 +160,9 @@ void chooseTiltAndDamping(CVandrelDoc& doc, double fs, const std::vector<Bands>&
   const double b1Top = doc.params().at(kB1).upper, f1Bottom = doc.params().at(kF1).lower;
   std::vector<char> kind(voiced.size());
   for (std::size_t c = 0; c < kind.size(); ++c) kind[c] = voiced[c] != 0 ? 1 : (aspirated[c] != 0 ? 2 : 0);
-  // The tilts and the aspiration's shapes are tried in the same syntheses.
-  static_assert(std::size(kAspirationB1) + 1 == 1 + std::size(kTiltSteps));
+  // Both kinds' candidates are tried in the same syntheses: the table's tilt
+  // and the steps; the widened B1s and the low F1.
+  static_assert(std::size(kAspirationB1) == std::size(kTiltSteps));
   chooseByShape(doc, fs, wanted, kind, parallel, static_cast<int>(1 + std::size(kTiltSteps)),
                 kTiltChoiceFrames, [&](FrameTable& t, int c, int k) {
                   const auto uc = static_cast<std::size_t>(c);
