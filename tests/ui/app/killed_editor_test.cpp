@@ -99,8 +99,9 @@ TEST_F(KilledEditorTest, WorkIsOfferedBackAsTheLastCopyHeldIt) {
               {{QStringLiteral("VANDREL_RECOVERY_INTERVAL_MS"), QString::number(kCopyEveryMs)},
                {QStringLiteral("VANDREL_RECOVERY_QUIET_MS"), QStringLiteral("100000")}});
 
-  // Work until a copy holds a few edits, then on for about two copy
-  // intervals, so the kill falls at no particular moment between copies.
+  // Work until a copy holds a few edits, then on for about four copy
+  // intervals, so the kill falls at no particular moment between copies,
+  // and an editor that stopped copying would lose more than the bound below.
   QByteArray out;
   int copied = 0;
   for (int wait = 0; wait < 600 && editor.state() == QProcess::Running; ++wait) {
@@ -109,7 +110,7 @@ TEST_F(KilledEditorTest, WorkIsOfferedBackAsTheLastCopyHeldIt) {
     if (copied < 5) {
       QFile copy(findCopy());
       if (copy.open(QIODevice::ReadOnly)) copied = lastEditIn(copy.readAll());
-    } else if (lastEditPrinted(out) >= copied + 2 * kCopyEveryMs / kEditEveryMs + 1) {
+    } else if (lastEditPrinted(out) >= copied + 4 * kCopyEveryMs / kEditEveryMs + 1) {
       break;
     }
   }
@@ -126,9 +127,13 @@ TEST_F(KilledEditorTest, WorkIsOfferedBackAsTheLastCopyHeldIt) {
   const QByteArray lastCopy = copyFile.readAll();
   const int lost = lastEditPrinted(out) - lastEditIn(lastCopy);
   EXPECT_GE(lost, 0);
-  // The edits and the copies share one event loop, so at most one copy
-  // interval's worth of edits can be missing from the last copy.
-  EXPECT_LE(lost, kCopyEveryMs / kEditEveryMs + 2);
+  // The snapshots are taken on the edits' event loop, one a copy interval,
+  // and written on a worker thread. The kill may fall while a snapshot is
+  // being written (on a busy disk, with the whole suite running, that took
+  // most of an interval): then the copy on disk is the one before, and it
+  // misses up to two intervals' worth of edits and a few more. Three
+  // intervals' worth is still less than the run above.
+  EXPECT_LE(lost, 3 * kCopyEveryMs / kEditEveryMs);
 
   EXPECT_EQ(recoverAtStartUp(original), lastCopy.toStdString());
 }
