@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "CliSupport.h"
@@ -43,8 +44,8 @@ void usage(std::FILE* to) {
   std::fprintf(to,
                "\n'vandrel-cli <command> --help' explains a command's options. Every command works on\n"
                "its files alone, so a scheduler (GNU parallel, a Slurm job array) can spread a corpus.\n"
-               "Exit codes: 0 success, 1 unreadable input or unwritable output, 2 bad options,\n"
-               "3 clipping (synth --fail-on-clip).\n"
+               "Exit codes: 0 success, 1 unreadable input, unwritable output or too little memory,\n"
+               "2 bad options, 3 clipping (synth --fail-on-clip).\n"
                "\nFiles are replaced whole or not at all; a command that writes several writes all of\n"
                "them or none, and Ctrl+C leaves no partial files. A read-only file is replaced only\n"
                "with --force (any command).\n");
@@ -81,7 +82,15 @@ int main(int argc, char** argv) {
         std::fputs(*c.help, stdout);
         return 0;
       }
-    const int code = c.run(args);
+    int code = 1;
+    try {
+      code = c.run(args);
+    } catch (const std::bad_alloc&) {
+      // The writers replace their files whole or not at all, so a command cut
+      // short here has left nothing half-written.
+      std::fprintf(stderr, "vandrel-cli %s: not enough memory for this work\n", c.name);
+      return 1;
+    }
     // What was printed is part of the result: a report cut short by a full
     // disk is no success.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

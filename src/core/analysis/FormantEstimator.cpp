@@ -183,7 +183,11 @@ class Estimator {
     ps.stepSamples = s_.spacing;
     ps.offset = s_.firstCentre + shift * s_.spacing - window / 2.0;
     CAutocorrelationPitch tracker;
-    if (tracker.compute(x_, fs_, ps) != CAutocorrelationPitch::Status::kOk || tracker.track().empty()) return;
+    const CAutocorrelationPitch::Status status = tracker.compute(x_, fs_, ps);
+    // Short of memory the estimate fails as a whole (kNoMemory), rather than
+    // reading the recording as unvoiced.
+    if (status == CAutocorrelationPitch::Status::kNoMemory) throw std::bad_alloc();
+    if (status != CAutocorrelationPitch::Status::kOk || tracker.track().empty()) return;
     const auto& t = tracker.track();
     for (std::size_t i = 0; i < m; ++i)
       f0_[i] = t[static_cast<std::size_t>(

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 
 #include "analysis/SpectralDistance.h"
 #include "analysis/SpectralSlice.h"
@@ -102,8 +103,8 @@ double copyDistance(const SampleSet& recording, CVandrelDoc& doc) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   KlattState state;
   state.reset(1);
-  if (!synthesize(doc, {}, state) || doc.synthesized().samples.empty() || !(recording.sampleRate > 0.0))
-    return nan;
+  if (!synthesize(doc, {}, state)) throw std::bad_alloc();  // its only failure
+  if (doc.synthesized().samples.empty() || !(recording.sampleRate > 0.0)) return nan;
   const SynthesisSetup setup = synthesisSetup(doc);
   const int frames = doc.table().columns();
   const int interval = doc.params().intervalMs;

@@ -42,7 +42,8 @@ std::vector<int> placeAnchors(CVandrelDoc& doc, const std::vector<int>& rows, co
 // frame by frame (at most kDistanceFrames of them, spread evenly) the LPC
 // envelopes of the recording at the frame's middle and of the synthesis at
 // the same frame's middle are compared as the fit meter does. The median in
-// dB over the frames where both sound; NaN when there are none.
+// dB over the frames where both sound; NaN when there are none. Throws
+// std::bad_alloc when the copy cannot be synthesized for want of memory.
 inline constexpr int kDistanceFrames = 400;
 double copyDistance(const SampleSet& recording, CVandrelDoc& doc);
 

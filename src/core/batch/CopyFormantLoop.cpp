@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "analysis/AnalysisTracks.h"
@@ -63,6 +64,7 @@ Reading readFormants(std::span<const std::int16_t> x, double fs, double step, in
     s.memo = memo;
     if (chosen != nullptr) s.ceilings = at < 1.0 ? chosen->middleCeilings : chosen->endCeilings;
     FormantEstimate e = estimateFormants(x, fs, s, {}, cancel);
+    if (e.status == FormantEstimate::Status::kNoMemory) throw std::bad_alloc();
     if (e.status != FormantEstimate::Status::kOk || e.frames.size() != static_cast<std::size_t>(frames))
       return;
     f = looped(e.frames);
@@ -94,7 +96,7 @@ CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
   KlattState state;
   state.reset(1);
   const SoloSignal sound = synthesizeSolo(ps, table, CKlattEngine::kNormal, state);
-  if (sound.set.samples.empty()) return {};
+  if (sound.set.samples.empty()) throw std::bad_alloc();  // its only failure
   const SynthesisSetup setup = synthesisSetup(ps);
   const std::vector<std::int16_t>& x = sound.set.samples;
   // The pitch as `analyse --method ac` reads it, beside the formants.
@@ -112,6 +114,7 @@ CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
       [&](std::size_t c, const Bands& got) { r.envelope[c] = CNoiseFit::envelopeError(got, bands[c]); });
   // The pitch from its frame whose window is centred nearest each frame's middle.
   const PitchTrackResult p = pitch.get();
+  if (p.status == PitchTrackResult::Status::kNoMemory) throw std::bad_alloc();
   r.f0.assign(heard.size(), 0.0);
   if (p.status == PitchTrackResult::Status::kOk && p.stepSamples > 0.0)
     for (std::size_t c = 0; c < heard.size(); ++c) {
@@ -212,7 +215,7 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
       }
     raiseToFloors(trial);
     const CopyReading again = readCopy(doc.params(), trial, fs, bands, sung, threads, memo, &chosen, cancel);
-    if (again.formants.middle.empty()) return;  // failed, or cancelled: the table keeps the rounds before
+    if (again.formants.middle.empty()) return;  // cancelled: the table keeps the rounds before
     if (progress) progress(round + 2, L::kRounds + 1);
     // Each frame keeps, per formant, whichever of its two values read closer;
     // the readings kept go with them (a neighbour's choice moves them little).

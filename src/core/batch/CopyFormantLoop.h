@@ -79,7 +79,8 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 // `threads` as FormantEstimateSettings::threads. On a long high voice the
 // loop is most of the copy's time, so it tells `progress` after each of its
 // syntheses is read (done of total) and stops when `cancel` is set, within
-// a frame's estimate.
+// a frame's estimate. Throws std::bad_alloc when a synthesis or a reading
+// cannot have the memory it needs (the table then holds the rounds before).
 using LoopProgress = std::function<void(int done, int total)>;
 void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
                       const std::vector<double>& f0, const std::vector<Bands>& bands,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "analysis/AutocorrelationPitch.h"
@@ -26,10 +27,11 @@ std::vector<double> pass(std::span<const std::int16_t> samples, double fs, const
   ps.stepSamples = s.spacing;
   ps.offset = s.firstCentre + shift * s.spacing - window / 2.0;
   ps.minWindowSamples = window;
+  if (m == 0) return f0;
   CAutocorrelationPitch tracker;
-  if (m == 0 || tracker.compute(samples, fs, ps) != CAutocorrelationPitch::Status::kOk ||
-      tracker.track().empty())
-    return f0;
+  const CAutocorrelationPitch::Status status = tracker.compute(samples, fs, ps);
+  if (status == CAutocorrelationPitch::Status::kNoMemory) throw std::bad_alloc();
+  if (status != CAutocorrelationPitch::Status::kOk || tracker.track().empty()) return f0;
   const auto& t = tracker.track();
   f0.resize(m);
   for (std::size_t i = 0; i < m; ++i)

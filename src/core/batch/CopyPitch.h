@@ -28,7 +28,8 @@ struct CopyPitchSettings {
 
 // f0 in Hz per frame (0 = unvoiced), each frame's window centred on its
 // middle (frames whose window would start before the recording take the
-// first window's value). Empty when the recording is too short for a window.
+// first window's value). Empty when the recording is too short for a window;
+// throws std::bad_alloc when the tracker cannot have its working memory.
 std::vector<double> copyPitch(std::span<const std::int16_t> samples, double fs, const CopyPitchSettings& s);
 
 }  // namespace vandrel

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "editing/EditTransaction.h"
 #include "engine/KlattEngine.h"
@@ -100,7 +101,7 @@ void chooseByShape(CVandrelDoc& doc, double fs, const std::vector<Bands>& wanted
   auto other = startJob(parallel, tryCandidates);
   tryCandidates();
   other.get();
-  if (failed.load()) return;
+  if (failed.load()) throw std::bad_alloc();  // a synthesis fails for want of memory only
   // Frames that any candidate leaves silent are not chosen in.
   std::vector<char> measured = kind;
   for (const auto& heard : sounded)

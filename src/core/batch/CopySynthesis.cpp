@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <new>
 #include <span>
 #include <system_error>
 
@@ -50,6 +51,7 @@ constexpr int kSmoothFrames = 5;  // median of the formant tracks: frame-to-fram
 // 0.3 dB further.
 constexpr double kWidestVoicedB2 = 400.0;
 constexpr int kProgressPollMs = 40;
+constexpr char kNoMemoryMessage[] = "there is not enough memory to copy this recording";
 const double kMinusInf = -std::numeric_limits<double>::infinity();
 
 const int kFormantRows[5] = {kF1, kF2, kF3, kF4, kF5};
@@ -188,7 +190,7 @@ void matchLevels(CVandrelDoc& doc, const std::vector<double>& wanted, const std:
                  bool tilt, bool parallel) {
   KlattState state;
   state.reset(1);
-  if (!synthesize(doc, {}, state)) return;
+  if (!synthesize(doc, {}, state)) throw std::bad_alloc();  // its only failure
   const SynthesisSetup setup = synthesisSetup(doc);
   const std::vector<std::int16_t>& x = doc.synthesized().samples;
   const double window = kLevelWindowMs * setup.sampleRate / 1000.0;
@@ -274,8 +276,10 @@ const std::vector<int>& copiedRows() {
   return rows;
 }
 
-CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out,
-                         const CopyProgress& progress, const std::atomic<bool>* cancel) {
+namespace {
+
+CopyResult copyInto(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out,
+                    const CopyProgress& progress, const std::atomic<bool>* cancel) {
   CopyResult r;
   const auto cancelled = [cancel] { return cancel != nullptr && cancel->load(std::memory_order_relaxed); };
   const auto cancelledResult = [] {
@@ -341,6 +345,7 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
       progress(10 + 50 * formantsDone.load() / formantsTotal.load());
   const FormantEstimate formants = formantJob.get();
   if (cancelled()) return cancelledResult();
+  if (formants.status == FormantEstimate::Status::kNoMemory) throw std::bad_alloc();
   if (progress) progress(60);
   if (formants.status != FormantEstimate::Status::kOk ||
       formants.frames.size() != static_cast<std::size_t>(frames) ||
@@ -530,6 +535,20 @@ CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, C
   r.frames = frames;
   r.status = CopyResult::Status::kOk;
   return r;
+}
+
+}  // namespace
+
+CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& out,
+                         const CopyProgress& progress, const std::atomic<bool>* cancel) {
+  try {
+    return copyInto(audio, settings, out, progress, cancel);
+  } catch (const std::bad_alloc&) {
+    CopyResult r;
+    r.status = CopyResult::Status::kAnalysisFailed;
+    r.message = kNoMemoryMessage;
+    return r;
+  }
 }
 
 }  // namespace vandrel

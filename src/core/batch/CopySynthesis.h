@@ -95,7 +95,9 @@ using CopyProgress = std::function<void(int percent)>;
 // Fills `doc` (timing, table, anchors, shown rows) with the copy of `audio`.
 // The recording is analysed at its own rate. On failure or when `cancel` is
 // set (polled between the steps and between the analysis frames) `doc` is
-// untouched. Runs on any thread.
+// untouched. Short of memory anywhere (on this thread or a helper), the copy
+// fails with kAnalysisFailed and says so: a step that could not run is not
+// left out of a copy that is then called done. Runs on any thread.
 CopyResult copySynthesis(const SampleSet& audio, const CopySettings& settings, CVandrelDoc& doc,
                          const CopyProgress& progress = {}, const std::atomic<bool>* cancel = nullptr);
 

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <new>
+#include <system_error>
 #include <thread>
 
 #include "app/CMainFrame.h"
@@ -55,7 +56,7 @@ class CopyProgressDialog : public QDialog {
     std::atomic<int> percent{0};
     std::atomic<bool> finished{false};
     vandrel::CopyResult result;
-    std::thread worker([&] {
+    const auto job = [&] {
       try {
         result = vandrel::copySynthesis(
             audio, settings, into, [&](int p) { percent.store(p); }, &cancel_);
@@ -64,7 +65,14 @@ class CopyProgressDialog : public QDialog {
         result.message = "there is not enough memory to copy this recording";
       }
       finished.store(true);
-    });
+    };
+    std::thread worker;
+    try {
+      worker = std::thread(job);
+    } catch (const std::system_error&) {
+      job();  // no thread to be had: the copy runs here, and the window waits for it
+      return result;
+    }
     QTimer poll;
     connect(&poll, &QTimer::timeout, this, [&] {
       bar_->setValue(percent.load());
