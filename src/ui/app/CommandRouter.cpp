@@ -1,10 +1,13 @@
 #include "app/CommandRouter.h"
 
+#include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "app/CChildFrame.h"
 #include "app/CMainFrame.h"
 #include "app/OpenDocument.h"
+#include "common/Messages.h"
 
 namespace vandrel::ui {
 
@@ -42,7 +45,16 @@ bool CommandRouter::dispatch(CommandContext& ctx) const {
   if (it == entries_.end() || !it->second.handler) return false;
   // Copy: a handler may replace itself (or close the frame that owns us).
   const CommandHandler handler = it->second.handler;
-  handler(ctx);
+  // A command that cannot have the memory it needs (a recording or a table
+  // too long for it) ends here, with a word, rather than ending the editor
+  // and the work in its other windows.
+  try {
+    handler(ctx);
+  } catch (const std::bad_alloc&) {
+    warn(ctx.dialogParent(), QStringLiteral("There is not enough memory for this command."));
+  } catch (const std::length_error&) {
+    warn(ctx.dialogParent(), QStringLiteral("There is not enough memory for this command."));
+  }
   return true;
 }
 

@@ -13,6 +13,7 @@
 #include <QTest>
 
 #include <functional>
+#include <new>
 #include <vector>
 
 #include "ShellFixture.h"
@@ -36,6 +37,16 @@ class ShellCommandsTest : public ShellFixture {
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
   }
 };
+
+// A command short of memory says so, and the editor goes on.
+TEST_F(ShellCommandsTest, ACommandShortOfMemorySaysSoAndTheEditorGoesOn) {
+  CMainFrame frame(environment());
+  frame.router().setHandler(ID_FILE_REVERT_CONFIG, [](CommandContext&) { throw std::bad_alloc(); });
+  frame.runCommand(ID_FILE_REVERT_CONFIG);
+  EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("There is not enough memory for this command.")});
+  frame.runCommand(ID_FILE_NEW);
+  EXPECT_NE(frame.activeDocument(), nullptr);
+}
 
 TEST_F(ShellCommandsTest, RevertDeletesTheConfigurationOnlyAfterYes) {
   const QString question = QStringLiteral("Vandrel will close. Save your file first. Continue?");
