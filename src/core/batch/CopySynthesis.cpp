@@ -30,6 +30,11 @@ constexpr double kFricationHz = 2500.0;
 constexpr double kFricationShareDb = 4.8;  // a third of the energy above kFricationHz
 constexpr double kLevelWindowMs = 20.0;    // at least two periods of a low voice
 constexpr double kSilenceBelowLoudestDb = 50.0;
+// Quieter than 2 sample units RMS (in dB of raw sample units) is silence
+// whatever the loudest frame: a recording of nothing but dither would
+// otherwise sound throughout, its formant rows following the LPC of the
+// dither with dozens of anchors that no one hears.
+constexpr double kSilentLevelDb = 6.0;
 // A source amplitude starts this far below the frame's level in dB of raw
 // sample units (a loud vowel's 70 dB gives av 60); matchLevels corrects it.
 constexpr double kFirstGuessDb = 10.0;
@@ -355,6 +360,9 @@ CopyResult copyInto(const SampleSet& audio, const CopySettings& settings, CVandr
     return r;
   }
   const double loudest = *std::max_element(level.begin(), level.end());
+  const auto sounds = [&](std::size_t c) {
+    return level[c] > loudest - kSilenceBelowLoudestDb && level[c] > kSilentLevelDb;
+  };
 
   auto doc = std::make_unique<CVandrelDoc>();
   doc->setUntouched(false);
@@ -379,12 +387,12 @@ CopyResult copyInto(const SampleSet& audio, const CopySettings& settings, CVandr
   std::vector<double> voicedF0(static_cast<std::size_t>(frames));
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
-    voicedF0[uc] = level[uc] > loudest - kSilenceBelowLoudestDb ? formants.f0[uc] : 0.0;
+    voicedF0[uc] = sounds(uc) ? formants.f0[uc] : 0.0;
   }
   const std::vector<double> heard = f0Ahead(voicedF0, interval);
   for (int c = 0; c < frames; ++c) {
     const auto uc = static_cast<std::size_t>(c);
-    const bool silent = !(level[uc] > loudest - kSilenceBelowLoudestDb);
+    const bool silent = !sounds(uc);
     sounding[uc] = silent ? 0 : 1;
     const double f0 = heard[uc];
     if (f0 > 0.0) {

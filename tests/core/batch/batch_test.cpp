@@ -7,6 +7,8 @@
 #include <atomic>
 
 #include <cmath>
+#include <cstdint>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -479,6 +481,19 @@ TEST(CopySynthesisTest, CopiesAKnownTableBackWithFewAnchors) {
   const FrameTable kept = copy.table();  // a copy: `t` is the document's own table
   EXPECT_EQ(copySynthesis(tiny, CopySettings{}, copy).status, CopyResult::Status::kTooShort);
   EXPECT_EQ(copy.table(), kept);  // a refused copy leaves the document alone
+
+  // A second of nothing but dither (-1, 0 or 1) is silence: no row is anchored.
+  SampleSet dither;
+  dither.sampleRate = 16000;
+  std::uint32_t seed = 1;
+  for (int i = 0; i < 16000; ++i) {
+    seed = seed * 1664525u + 1013904223u;
+    dither.samples.push_back(static_cast<std::int16_t>(static_cast<int>(seed >> 30) % 3 - 1));
+  }
+  const CopyResult quiet = copySynthesis(dither, CopySettings{}, copy);
+  ASSERT_EQ(quiet.status, CopyResult::Status::kOk);
+  EXPECT_EQ(quiet.voicedFrames, 0);
+  EXPECT_EQ(std::accumulate(quiet.anchors.begin(), quiet.anchors.end(), 0), 0);
 }
 
 // On a high voice the copy closes F1 and F2 over its own analysis, the
