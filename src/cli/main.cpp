@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 #include "CliSupport.h"
@@ -51,9 +52,7 @@ void usage(std::FILE* to) {
                "with --force (any command).\n");
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   if (argc < 2) {
     usage(stderr);
     return 2;
@@ -82,15 +81,7 @@ int main(int argc, char** argv) {
         std::fputs(*c.help, stdout);
         return 0;
       }
-    int code = 1;
-    try {
-      code = c.run(args);
-    } catch (const std::bad_alloc&) {
-      // The writers replace their files whole or not at all, so a command cut
-      // short here has left nothing half-written.
-      std::fprintf(stderr, "vandrel-cli %s: not enough memory for this work\n", c.name);
-      return 1;
-    }
+    const int code = c.run(args);
     // What was printed is part of the result: a report cut short by a full
     // disk is no success.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
@@ -103,4 +94,22 @@ int main(int argc, char** argv) {
   std::fprintf(stderr, "vandrel-cli: unknown command '%s'\n", name.c_str());
   usage(stderr);
   return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The writers replace their files whole or not at all, so a command cut
+  // short here has left nothing half-written.
+  const auto tooLittleMemory = [&] {
+    std::fprintf(stderr, "vandrel-cli %s: not enough memory for this work\n", argc > 1 ? argv[1] : "");
+    return 1;
+  };
+  try {
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return tooLittleMemory();
+  } catch (const std::length_error&) {  // a size no memory holds
+    return tooLittleMemory();
+  }
 }

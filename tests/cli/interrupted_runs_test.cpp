@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <stdlib.h>
 
 #include <chrono>
 #include <filesystem>
@@ -17,6 +18,7 @@
 #include "CliFixture.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
+#include "util/AtomicFile.h"
 
 namespace vandrel {
 namespace {
@@ -117,6 +119,110 @@ TEST_F(InterruptedRunsTest, NothingIsSaidWrittenThatCannotBeWrittenWhole) {
   EXPECT_EQ(run({"export", small, "--to", "tsv", "-o", kept, "--force"}).code, 0);
   EXPECT_EQ(fs::status(kept).permissions(), fs::perms::owner_read | fs::perms::group_read);
   EXPECT_EQ(bytes(kept).rfind("time_ms\tparameter\tvalue", 0), 0u);
+}
+
+// A run whose allocation fails wherever it may (each command a dozen times,
+// an allocation further in each time, in the command's own work) ends with
+// exit code 1 and a word, leaving the files that stood there as they were, or
+// ends as a run with memory to spare does, writing the very same files.
+TEST_F(InterruptedRunsTest, ARunShortOfMemoryEndsWholeOrLeavesWhatWasThere) {
+#ifndef VANDREL_FAILING_MALLOC
+  GTEST_SKIP() << "AddressSanitizer brings its own allocator";
+#else
+  const std::string a = table("a", 300), b = table("b", 800);
+  const auto voice = [&](const std::string& name, int f0) {
+    const std::string vdr = VandrelCliTest::table(name, 40, [f0](CVandrelDoc& d) {
+      setRow(d, kF0, [f0](int c) { return f0 + 10 * c; });
+      setRow(d, kAv, [](int) { return 60; });
+      setRow(d, kF1, [](int c) { return 750 - 5 * c; });
+    });
+    EXPECT_EQ(run({"synth", vdr, "-o", file(name + ".wav"), "--quiet"}).code, 0);
+    return file(name + ".wav");
+  };
+  const std::string high = voice("high", 2200), low = voice("low", 1100);
+  // The allocations of a run (the preloaded allocator counts them).
+  const auto allocations = [&](const std::vector<std::string>& args) {
+    ::setenv("LD_PRELOAD", VANDREL_FAILING_MALLOC, 1);
+    ::setenv("VANDREL_COUNT_ALLOCATIONS", file("count").c_str(), 1);
+    run(args);
+    ::unsetenv("VANDREL_COUNT_ALLOCATIONS");
+    ::unsetenv("LD_PRELOAD");
+    return std::stol(bytes(file("count")));
+  };
+  // A file's bytes, or a folder's files with theirs.
+  const auto state = [&](const std::string& path) {
+    std::map<std::string, std::string> files;
+    if (fs::is_directory(path))
+      files = contents(path);
+    else if (fs::exists(path))
+      files[""] = bytes(path);
+    return files;
+  };
+  const auto put = [&](const std::string& path, const std::map<std::string, std::string>& files) {
+    fs::remove_all(path);
+    if (files.size() == 1 && files.begin()->first.empty()) {
+      writeFileAtomically(path, files.begin()->second);
+      return;
+    }
+    fs::create_directories(path);
+    for (const auto& [name, text] : files) writeFileAtomically(path + "/" + name, text);
+  };
+  const long startUp = allocations({"--version"});
+  struct Case {
+    std::vector<std::string> args, before;  // the run, and the one whose files stand there first
+    std::string out;
+  };
+  const std::string wav = file("out.wav"), steps = file("steps"), vdr = file("copy.vdr"),
+                    grid = file("a.KlattGrid");
+  for (const Case& c : {Case{{"synth", a, "-o", wav}, {"synth", b, "-o", wav}, wav},
+                        Case{{"continuum", a, b, "--steps", "3", "--wav", "-o", steps},
+                             {"continuum", b, a, "--steps", "3", "--wav", "-o", steps},
+                             steps},
+                        Case{{"copy", high, "-o", vdr}, {"copy", low, "-o", vdr}, vdr},
+                        Case{{"grid", a, "--vary", "f1:300:500:3", "--wav", "-o", file("g")},
+                             {"grid", a, "--vary", "f1:350:550:3", "--wav", "-o", file("g")},
+                             file("g")},
+                        Case{{"analyse", high, "--tracked", "-o", file("an.tsv")},
+                             {"analyse", low, "--tracked", "-o", file("an.tsv")},
+                             file("an.tsv")},
+                        Case{{"synth", a, b, "-o", file("two")},
+                             {"synth", a, b, "--listen-to", "voicing", "-o", file("two")},
+                             file("two")},
+                        Case{{"export", a, "--to", "tsv", "-o", file("a.tsv")},
+                             {"export", b, "--to", "tsv", "-o", file("a.tsv")},
+                             file("a.tsv")},
+                        Case{{"export", a, "--to", "klattgrid", "-o", grid},
+                             {"export", b, "--to", "klattgrid", "-o", grid},
+                             grid}}) {
+    SCOPED_TRACE(c.args[0]);
+    ASSERT_EQ(run(c.args).code, 0);
+    const auto whole = state(c.out);
+    const long count = allocations(c.args);
+    ASSERT_EQ(run(c.before).code, 0);
+    const auto before = state(c.out);
+    ASSERT_TRUE(before != whole) << "the two runs write the same";
+    const std::vector<std::string> names = leftBehind();
+    constexpr long kTries = 12;
+    for (long i = 0; i < kTries; ++i) {
+      const long at = startUp + (count - startUp) * i / kTries;
+      SCOPED_TRACE("allocation " + std::to_string(at) + " of " + std::to_string(count));
+      ::setenv("LD_PRELOAD", VANDREL_FAILING_MALLOC, 1);
+      ::setenv("VANDREL_FAIL_ALLOCATION", std::to_string(at).c_str(), 1);
+      const Result r = run(c.args);
+      ::unsetenv("VANDREL_FAIL_ALLOCATION");
+      ::unsetenv("LD_PRELOAD");
+      EXPECT_TRUE(r.code == 0 || r.code == 1) << r.code << " " << r.err;
+      if (r.code == 0) {
+        EXPECT_TRUE(state(c.out) == whole) << "a lesser run said done";
+      } else {
+        EXPECT_EQ(r.err.rfind("vandrel-cli " + c.args[0] + ": ", 0), 0u) << r.err;
+        EXPECT_TRUE(state(c.out) == before) << "a failed run changed the files: " << r.err;
+      }
+      EXPECT_EQ(leftBehind(), names) << "a temporary left";
+      put(c.out, before);
+    }
+  }
+#endif
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <new>
 #include <random>
 #include <system_error>
 #include <utility>
@@ -135,11 +136,17 @@ int rewriteInPlace(const std::string& path, std::string_view bytes) {
 
 }  // namespace
 
-void syncFolder(const std::string& path) {
-  const int fd = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
-  ::close(fd);
+void syncFolder(const std::string& path) noexcept {
+  // Called once the file is in place: short of memory for the folder's
+  // name, the rename stands and only its flush to the disk is left to the
+  // system.
+  try {
+    const int fd = ::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return;
+    ::fsync(fd);
+    ::close(fd);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 bool isReadOnlyFile(const std::string& path) {
@@ -237,11 +244,15 @@ std::string StagedFile::commit(bool keepPrevious, bool flushFolder) {
   }
   const SignalsHeld held;
   if (keepPrevious && existed_) {
-    backup_ = temp_ + ".previous";
-    if (::link(target_.c_str(), backup_.c_str()) == 0)
-      trackTemporary(backup_);
-    else
+    // Named and tracked before the link is made: short of memory here, no
+    // file has moved yet.
+    std::string backup = temp_ + ".previous";
+    trackTemporary(backup);
+    backup_ = std::move(backup);
+    if (::link(target_.c_str(), backup_.c_str()) != 0) {
+      untrackTemporary(backup_);
       backup_.clear();  // a file system without hard links: no way back for this one
+    }
   }
   if (::rename(temp_.c_str(), target_.c_str()) != 0) {
     const int error = errno;

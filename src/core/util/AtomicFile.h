@@ -40,7 +40,7 @@ bool readWholeFile(const std::string& path, std::string& bytes,
 
 // Flushes the record of the folder holding `path` (its renames) to the disk;
 // a file system that cannot flush a folder (some network ones) is no failure.
-void syncFolder(const std::string& path);
+void syncFolder(const std::string& path) noexcept;
 
 // One file written under a temporary name beside its target, complete and on
 // the disk, waiting to be put in place. Several of them make an OutputSet.

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <new>
 #include <system_error>
 
 #include "util/Temporaries.h"
@@ -101,18 +102,28 @@ std::string OutputSet::commit() {
     if (!flushed) return "cannot write into " + dir + ": " + std::generic_category().message(error);
   }
 
+  // What the renames are followed by is named before them: once the first
+  // file has taken its place, nothing may fail for want of memory but the
+  // renames themselves, which then undo those made.
+  std::vector<std::string> flushed;
+  for (const auto& [dir, lock] : locks) flushed.push_back(dir + "/.");
   const SignalsHeld held;
   std::size_t done = 0;
   std::string error;
-  for (; done < files_.size(); ++done) {
-    error = files_[done].commit(true, false);
-    if (!error.empty()) break;
+  try {
+    for (; done < files_.size(); ++done) {
+      error = files_[done].commit(true, false);
+      if (!error.empty()) break;
+    }
+  } catch (const std::bad_alloc&) {
+    while (done > 0) files_[--done].restore();
+    throw;
   }
   if (!error.empty()) {
     while (done > 0) files_[--done].restore();
     return error;
   }
-  for (const auto& [dir, lock] : locks) syncFolder(dir + "/.");
+  for (const std::string& f : flushed) syncFolder(f);
   for (StagedFile& f : files_) f.finish();
   committed_ = true;
   for (const std::string& d : madeFolders_) untrackMadeFolder(d);
