@@ -1,11 +1,16 @@
 #pragma once
 // Runs `work` on the global thread pool and hands back a future of its
 // result, so a window can watch it and never wait for it on the UI thread.
+// Work that cannot have the memory it needs (a recording too long for the
+// analysis asked) gives the empty result, Result{}, which the windows show
+// as nothing to show: thrown on the pool's thread, it would end the editor.
 
 #include <QFuture>
 #include <QPromise>
 #include <QThreadPool>
 #include <memory>
+#include <new>
+#include <stdexcept>
 
 namespace vandrel::ui {
 
@@ -15,7 +20,13 @@ QFuture<Result> runOnWorker(Work work) {
   QFuture<Result> future = promise->future();
   promise->start();
   QThreadPool::globalInstance()->start([promise, work] {
-    promise->addResult(work());
+    try {
+      promise->addResult(work());
+    } catch (const std::bad_alloc&) {
+      promise->addResult(Result{});
+    } catch (const std::length_error&) {  // a size no memory holds
+      promise->addResult(Result{});
+    }
     promise->finish();
   });
   return future;

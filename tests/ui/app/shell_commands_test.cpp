@@ -22,6 +22,7 @@
 #include "app/CProgressDialog.h"
 #include "app/CommandIds.h"
 #include "app/OpenDocument.h"
+#include "common/RunOnWorker.h"
 #include "config/ConfigFile.h"
 #include "document/VandrelDoc.h"
 #include "document/VdrFile.h"
@@ -38,7 +39,8 @@ class ShellCommandsTest : public ShellFixture {
   }
 };
 
-// A command short of memory says so, and the editor goes on.
+// A command short of memory says so, and the editor goes on; so does work
+// on a worker thread.
 TEST_F(ShellCommandsTest, ACommandShortOfMemorySaysSoAndTheEditorGoesOn) {
   CMainFrame frame(environment());
   frame.router().setHandler(ID_FILE_REVERT_CONFIG, [](CommandContext&) { throw std::bad_alloc(); });
@@ -46,6 +48,12 @@ TEST_F(ShellCommandsTest, ACommandShortOfMemorySaysSoAndTheEditorGoesOn) {
   EXPECT_EQ(messages, std::vector<QString>{QStringLiteral("There is not enough memory for this command.")});
   frame.runCommand(ID_FILE_NEW);
   EXPECT_NE(frame.activeDocument(), nullptr);
+  // Work on a worker thread short of memory gives the empty result.
+  QFuture<std::vector<int>> run =
+      runOnWorker<std::vector<int>>([]() -> std::vector<int> { throw std::bad_alloc(); });
+  run.waitForFinished();
+  ASSERT_EQ(run.resultCount(), 1);
+  EXPECT_TRUE(run.result().empty());
 }
 
 TEST_F(ShellCommandsTest, RevertDeletesTheConfigurationOnlyAfterYes) {
