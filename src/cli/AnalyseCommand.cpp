@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "CliSupport.h"
@@ -194,6 +195,7 @@ int analyseCommand(const Args& args) {
                  input.c_str(), track.windowSamples);
     return 1;
   }
+  if (track.status == PitchTrackResult::Status::kNoMemory) throw std::bad_alloc();  // said by main
   if (track.status != PitchTrackResult::Status::kOk) {
     std::fprintf(stderr,
                  "vandrel-cli analyse: %s: the pitch track could not be computed with these options\n",
@@ -210,6 +212,7 @@ int analyseCommand(const Args& args) {
   if (wantFormants && !f0.empty() && tracked) {
     formants = computeFormantTracks(
         audio.samples, fs, FormantTrackSettings::forFrames(static_cast<int>(f0.size()), track.stepSamples));
+    if (formants.status == FormantTrackResult::Status::kNoMemory) throw std::bad_alloc();
     if (formants.status != FormantTrackResult::Status::kOk) {
       std::fprintf(stderr, "vandrel-cli analyse: %s: the formant tracks could not be computed\n",
                    input.c_str());
@@ -223,8 +226,9 @@ int analyseCommand(const Args& args) {
     so.displayFormants = true;
     // One row is enough: only the formant tracks are printed.
     const SpectrogramSettings settings = SpectrogramSettings::from(so, static_cast<int>(f0.size()), 1);
-    if (spectrogram->compute(audio.samples, fs, settings) != CSpectrogram::Status::kOk ||
-        !spectrogram->formantsComputed()) {
+    const CSpectrogram::Status status = spectrogram->compute(audio.samples, fs, settings);
+    if (status == CSpectrogram::Status::kNoMemory) throw std::bad_alloc();
+    if (status != CSpectrogram::Status::kOk || !spectrogram->formantsComputed()) {
       std::fprintf(stderr, "vandrel-cli analyse: %s: the formant tracks could not be computed\n",
                    input.c_str());
       return 1;

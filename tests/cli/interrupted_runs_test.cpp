@@ -121,8 +121,8 @@ TEST_F(InterruptedRunsTest, NothingIsSaidWrittenThatCannotBeWrittenWhole) {
   EXPECT_EQ(bytes(kept).rfind("time_ms\tparameter\tvalue", 0), 0u);
 }
 
-// A run whose allocation fails wherever it may (each command a dozen times,
-// an allocation further in each time, in the command's own work) ends with
+// A run whose allocation fails wherever it may (each of eleven commands a
+// dozen times, an allocation further in each time) ends with
 // exit code 1 and a word, leaving the files that stood there as they were, or
 // ends as a run with memory to spare does, writing the very same files.
 TEST_F(InterruptedRunsTest, ARunShortOfMemoryEndsWholeOrLeavesWhatWasThere) {
@@ -174,7 +174,18 @@ TEST_F(InterruptedRunsTest, ARunShortOfMemoryEndsWholeOrLeavesWhatWasThere) {
   };
   const std::string wav = file("out.wav"), steps = file("steps"), vdr = file("copy.vdr"),
                     grid = file("a.KlattGrid");
-  for (const Case& c : {Case{{"synth", a, "-o", wav}, {"synth", b, "-o", wav}, wav},
+  ASSERT_EQ(run({"export", a, "--to", "klp", "-o", file("a.klp")}).code, 0);
+  ASSERT_EQ(run({"export", b, "--to", "klattgrid", "-o", file("b.KlattGrid")}).code, 0);
+  for (const Case& c : {Case{{"import", file("a.klp"), "-o", file("imp.vdr")},
+                             {"import", file("b.KlattGrid"), "-o", file("imp.vdr")},
+                             file("imp.vdr")},
+                        Case{{"analyse", high, "-o", file("an2.tsv")},
+                             {"analyse", low, "-o", file("an2.tsv")},
+                             file("an2.tsv")},
+                        Case{{"export", a, "--to", "klp", "-o", file("x.klp")},
+                             {"export", b, "--to", "klp", "-o", file("x.klp")},
+                             file("x.klp")},
+                        Case{{"synth", a, "-o", wav}, {"synth", b, "-o", wav}, wav},
                         Case{{"continuum", a, b, "--steps", "3", "--wav", "-o", steps},
                              {"continuum", b, a, "--steps", "3", "--wav", "-o", steps},
                              steps},

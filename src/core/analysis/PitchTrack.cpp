@@ -66,6 +66,9 @@ CPitchTracker::Status CPitchTracker::compute(std::span<const std::int16_t> sampl
   for (std::size_t i = 0; i < m; ++i) {
     const double start = static_cast<double>(i) * step + offset;
     const double f0 = math_.cepstralPitch(x, start, total, fs, fmin, fmax, size, n);
+    // A frame whose spline could not have its memory reads 0 Hz: the track
+    // fails rather than call it unvoiced.
+    if (math_.takeSplineFailure()) return Status::kNoMemory;
     if (f0 == -1.0) return Status::kBadOptions;
     raw_[i] = f0;
 

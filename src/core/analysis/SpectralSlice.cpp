@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 
 namespace vandrel {
 
@@ -88,6 +89,8 @@ bool SliceAnalyser::frameCurves(const SampleSet& signal, const SliceSettings& s,
   work_.assign(frame_.begin(), frame_.end());
   math_.lpcSpectrum(work_.data(), s.lpcOrderAt(fs), len, 0.0, 0, 1, s.points, s.fmaxHz, fs, formants ? 1 : 0,
                     0);
+  // A curve whose spline could not have its memory is no curve of this frame.
+  if (math_.takeSplineFailure()) throw std::bad_alloc();
   const double e = math_.lastPredictor().error;
   if (!(e > 0.0)) return false;  // silence: no envelope to speak of
   const double gain = 10.0 * std::log10(e) - levelOffset_;

@@ -74,6 +74,7 @@ class SliceAnalyser {
 
   // The LPC envelope alone of the frame at `ms`, into env (settings.points
   // values). False when the frame lies outside the recording or is silent.
+  // Short of memory, this and analyse() throw std::bad_alloc.
   bool envelope(const SampleSet& signal, const SliceSettings& settings, double ms, std::vector<double>& env);
 
   static constexpr int kMaxAveragedFrames = 1000;

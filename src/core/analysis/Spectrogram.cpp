@@ -135,6 +135,8 @@ CSpectrogram::Status CSpectrogram::compute(std::span<const std::int16_t> samples
       }
       formantsDone_ = true;
     }
+    // A column whose spline could not have its memory is not the analysis's.
+    if (math_.takeSplineFailure()) return Status::kNoMemory;
     if (progress) progress(i + 1, s.columns);
   }
 
