@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 
@@ -71,7 +73,8 @@ const char* const kCopyHelp =
     "  --textgrid FILE  the recording's labels (a Praat TextGrid), when they\n"
     "                   are not beside it as AUDIO's name with .TextGrid;\n"
     "                   they are written beside the table as OUT.TextGrid\n"
-    "  --quiet          print nothing on success\n"
+    "  --quiet          print nothing on success (and no progress on a\n"
+    "                   terminal)\n"
     "\n"
     "Exit codes: 0 success, 1 an unreadable, unusable or too short recording,\n"
     "labels that cannot be read, or an output that cannot be written (nothing\n"
@@ -143,7 +146,19 @@ int copyCommand(const Args& args) {
     return complain(kExitInput, kCmd, "%s: %s%s", input.c_str(), f.message.c_str(), why.c_str());
   }
   CVandrelDoc doc;
-  const CopyResult r = copySynthesis(f.audio, settings, doc);
+  // On a terminal a long copy (a minute of a high voice takes seconds, an
+  // hour a quarter of an hour) shows how far it is, on one line that goes
+  // when it ends; to a file or a pipe nothing is written.
+  const bool showProgress = !quiet && ::isatty(2) == 1;
+  int shown = -1;
+  const auto progress = [&](int percent) {
+    if (!showProgress || percent == shown) return;
+    shown = percent;
+    std::fprintf(stderr, "\rvandrel-cli copy: %s: %d%%", input.c_str(), percent);
+    std::fflush(stderr);
+  };
+  const CopyResult r = copySynthesis(f.audio, settings, doc, progress);
+  if (shown >= 0) std::fputs("\r\033[K", stderr);
   if (r.status != CopyResult::Status::kOk)
     return complain(kExitInput, kCmd, "%s: %s", input.c_str(), r.message.c_str());
   OutputSet out(writeOptions());
