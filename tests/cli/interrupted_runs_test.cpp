@@ -140,13 +140,19 @@ TEST_F(InterruptedRunsTest, ARunShortOfMemoryEndsWholeOrLeavesWhatWasThere) {
     return file(name + ".wav");
   };
   const std::string high = voice("high", 2200), low = voice("low", 1100);
-  // The allocations of a run (the preloaded allocator counts them).
-  const auto allocations = [&](const std::vector<std::string>& args) {
+  // A run with the preloaded allocator, told `setting`.
+  const auto preloaded = [&](const std::vector<std::string>& args, const char* setting,
+                             const std::string& value) {
     ::setenv("LD_PRELOAD", VANDREL_FAILING_MALLOC, 1);
-    ::setenv("VANDREL_COUNT_ALLOCATIONS", file("count").c_str(), 1);
-    run(args);
-    ::unsetenv("VANDREL_COUNT_ALLOCATIONS");
+    ::setenv(setting, value.c_str(), 1);
+    const Result r = run(args);
+    ::unsetenv(setting);
     ::unsetenv("LD_PRELOAD");
+    return r;
+  };
+  // The allocations of a run.
+  const auto allocations = [&](const std::vector<std::string>& args) {
+    preloaded(args, "VANDREL_COUNT_ALLOCATIONS", file("count"));
     return std::stol(bytes(file("count")));
   };
   // A file's bytes, or a folder's files with theirs.
@@ -217,11 +223,7 @@ TEST_F(InterruptedRunsTest, ARunShortOfMemoryEndsWholeOrLeavesWhatWasThere) {
     for (long i = 0; i < kTries; ++i) {
       const long at = startUp + (count - startUp) * i / kTries;
       SCOPED_TRACE("allocation " + std::to_string(at) + " of " + std::to_string(count));
-      ::setenv("LD_PRELOAD", VANDREL_FAILING_MALLOC, 1);
-      ::setenv("VANDREL_FAIL_ALLOCATION", std::to_string(at).c_str(), 1);
-      const Result r = run(c.args);
-      ::unsetenv("VANDREL_FAIL_ALLOCATION");
-      ::unsetenv("LD_PRELOAD");
+      const Result r = preloaded(c.args, "VANDREL_FAIL_ALLOCATION", std::to_string(at));
       EXPECT_TRUE(r.code == 0 || r.code == 1) << r.code << " " << r.err;
       if (r.code == 0) {
         EXPECT_TRUE(state(c.out) == whole) << "a lesser run said done";

@@ -109,6 +109,9 @@ std::string OutputSet::commit() {
   for (const auto& [dir, lock] : locks) flushed.push_back(dir + "/.");
   const SignalsHeld held;
   std::size_t done = 0;
+  const auto undo = [&] {
+    while (done > 0) files_[--done].restore();
+  };
   std::string error;
   try {
     for (; done < files_.size(); ++done) {
@@ -116,11 +119,11 @@ std::string OutputSet::commit() {
       if (!error.empty()) break;
     }
   } catch (const std::bad_alloc&) {
-    while (done > 0) files_[--done].restore();
+    undo();
     throw;
   }
   if (!error.empty()) {
-    while (done > 0) files_[--done].restore();
+    undo();
     return error;
   }
   for (const std::string& f : flushed) syncFolder(f);

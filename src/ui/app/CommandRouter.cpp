@@ -48,12 +48,15 @@ bool CommandRouter::dispatch(CommandContext& ctx) const {
   // A command that cannot have the memory it needs (a recording or a table
   // too long for it) ends here, with a word, rather than ending the editor
   // and the work in its other windows.
+  const auto tooLittleMemory = [&] {
+    warn(ctx.dialogParent(), QStringLiteral("There is not enough memory for this command."));
+  };
   try {
     handler(ctx);
   } catch (const std::bad_alloc&) {
-    warn(ctx.dialogParent(), QStringLiteral("There is not enough memory for this command."));
-  } catch (const std::length_error&) {
-    warn(ctx.dialogParent(), QStringLiteral("There is not enough memory for this command."));
+    tooLittleMemory();
+  } catch (const std::length_error&) {  // a size no memory holds
+    tooLittleMemory();
   }
   return true;
 }

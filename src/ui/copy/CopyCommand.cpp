@@ -10,7 +10,6 @@
 #include <QVBoxLayout>
 
 #include <atomic>
-#include <new>
 #include <system_error>
 #include <thread>
 
@@ -56,14 +55,10 @@ class CopyProgressDialog : public QDialog {
     std::atomic<int> percent{0};
     std::atomic<bool> finished{false};
     vandrel::CopyResult result;
+    // Short of memory, the copy says so in its result.
     const auto job = [&] {
-      try {
-        result = vandrel::copySynthesis(
-            audio, settings, into, [&](int p) { percent.store(p); }, &cancel_);
-      } catch (const std::bad_alloc&) {
-        result.status = vandrel::CopyResult::Status::kAnalysisFailed;
-        result.message = "there is not enough memory to copy this recording";
-      }
+      result = vandrel::copySynthesis(
+          audio, settings, into, [&](int p) { percent.store(p); }, &cancel_);
       finished.store(true);
     };
     std::thread worker;
