@@ -113,6 +113,37 @@ bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, st
       std::clamp(kPeriods * fs / f0, kMinWindowMs * fs / 1000.0, kMaxWindowMs * fs / 1000.0);
   const auto n = std::min(static_cast<std::size_t>(length), total);
   if (n < 16) return false;
+  // The windows a third of a period apart, centred on `centre`.
+  const int phases = f0 > kPhasesFromF0Hz ? kPhases : 1;
+  for (int k = 0; k < phases; ++k) {
+    const double shift = static_cast<double>(k - phases / 2) * fs / f0 / kPhases;
+    if (!levelsAt(piece, offset, total, fs, centre + shift, n, f0, k == 0 ? hz_ : hzMore_,
+                  k == 0 ? db_ : dbMore_))
+      return false;
+    for (std::size_t h = 0; k > 0 && h < hz_.size(); ++h) {
+      hz_[h] += hzMore_[h];
+      db_[h] += dbMore_[h];
+    }
+  }
+  double loudest = -1e300;
+  for (std::size_t h = 0; h < hz_.size(); ++h) {
+    if (phases > 1) {
+      hz_[h] /= phases;
+      db_[h] /= phases;
+    }
+    loudest = std::max(loudest, db_[h]);
+  }
+  if (hz_.size() < static_cast<std::size_t>(kMinHarmonics)) return false;
+  for (double& v : db_) v = std::max(v, loudest - kFloorBelowPeakDb);
+  prepare(f0);
+  return true;
+}
+
+bool CHarmonicFit::levelsAt(std::span<const double> piece, std::size_t offset, std::size_t total, double fs,
+                            double centre, std::size_t n, double f0, std::vector<double>& hz,
+                            std::vector<double>& db) {
+  hz.clear();
+  db.clear();
   int order = 4;
   while ((std::size_t{1} << order) < 4 * n) ++order;
   const std::size_t size = std::size_t{1} << order;
@@ -137,7 +168,6 @@ bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, st
   for (std::size_t i = 0; i <= half; ++i) re_[i] = re_[i] * re_[i] + im_[i] * im_[i] + 1e-20;
   const auto dbAt = [this](std::size_t i) { return 10.0 * std::log10(re_[i]); };
   const double binHz = fs / static_cast<double>(size);
-  double loudest = -1e300;
   for (int h = 1; h * f0 <= top_; ++h) {
     const double at = h * f0 / binHz, reach = f0 / 3.0 / binHz;
     auto lo = static_cast<std::size_t>(std::max(1.0, std::floor(at - reach)));
@@ -149,13 +179,9 @@ bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, st
     const double a = dbAt(best - 1), b = dbAt(best), c = dbAt(best + 1);
     const double den = a - 2.0 * b + c;
     const double p = den < 0.0 ? std::clamp(0.5 * (a - c) / den, -0.5, 0.5) : 0.0;
-    hz_.push_back((static_cast<double>(best) + p) * binHz);
-    db_.push_back(b - 0.25 * (a - c) * p);
-    loudest = std::max(loudest, db_.back());
+    hz.push_back((static_cast<double>(best) + p) * binHz);
+    db.push_back(b - 0.25 * (a - c) * p);
   }
-  if (hz_.size() < static_cast<std::size_t>(kMinHarmonics)) return false;
-  for (double& v : db_) v = std::max(v, loudest - kFloorBelowPeakDb);
-  prepare(f0);
   return true;
 }
 
