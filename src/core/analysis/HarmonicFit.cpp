@@ -134,6 +134,13 @@ bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, st
     loudest = std::max(loudest, db_[h]);
   }
   if (hz_.size() < static_cast<std::size_t>(kMinHarmonics)) return false;
+  // The harmonics at the top that lie in the noise are left out; those below
+  // them are held at the floor.
+  std::size_t keep = hz_.size();
+  while (keep > static_cast<std::size_t>(kMinHarmonics) && db_[keep - 1] < loudest - kFloorBelowPeakDb)
+    --keep;
+  hz_.resize(keep);
+  db_.resize(keep);
   for (double& v : db_) v = std::max(v, loudest - kFloorBelowPeakDb);
   prepare(f0);
   return true;
