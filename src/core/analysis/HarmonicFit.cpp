@@ -113,7 +113,8 @@ bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, st
       std::clamp(kPeriods * fs / f0, kMinWindowMs * fs / 1000.0, kMaxWindowMs * fs / 1000.0);
   const auto n = std::min(static_cast<std::size_t>(length), total);
   if (n < 16) return false;
-  // The windows a third of a period apart, centred on `centre`.
+  // kPhases windows a kPhases-th of a period apart, the middle one centred on
+  // `centre`.
   const int phases = f0 > kPhasesFromF0Hz ? kPhases : 1;
   for (int k = 0; k < phases; ++k) {
     const double shift = static_cast<double>(k - phases / 2) * fs / f0 / kPhases;

@@ -207,7 +207,6 @@ class CHarmonicFit {
   // centred on `centre`; false when the piece does not hold it.
   bool levelsAt(std::span<const double> piece, std::size_t offset, std::size_t total, double fs,
                 double centre, std::size_t n, double f0, std::vector<double>& hz, std::vector<double>& db);
-  std::vector<double> hzMore_, dbMore_;  // another window's
   double misfit(const double* rest, const double* trial) const;
   double bandwidthPull() const;
   double startPull(double f1) const;
@@ -233,6 +232,7 @@ class CHarmonicFit {
   FftTables fft_;
   std::vector<double> re_, im_, hann_;
   std::vector<double> hz_, db_, resid_;
+  std::vector<double> hzMore_, dbMore_;            // another window's, before they are averaged
   std::vector<double> cos1_, sin1_, cos2_, sin2_;  // of w and 2w at each harmonic
   std::vector<double> source_;                     // the source's level at the harmonics
   double open_ = 0.5, tilt_ = 0.0, f0_ = 0.0;
