@@ -115,7 +115,7 @@ bool CHarmonicFit::measure(std::span<const double> piece, std::size_t offset, st
   if (n < 16) return false;
   // kPhases windows a kPhases-th of a period apart, the middle one centred on
   // `centre`.
-  const int phases = f0 > kPhasesFromF0Hz ? kPhases : 1;
+  const int phases = f0 > kHighVoiceHz ? kPhases : 1;
   for (int k = 0; k < phases; ++k) {
     const double shift = static_cast<double>(k - phases / 2) * fs / f0 / kPhases;
     if (!levelsAt(piece, offset, total, fs, centre + shift, n, f0, k == 0 ? hz_ : hzMore_,
@@ -467,7 +467,7 @@ double CHarmonicFit::refine(FormantFrame& fr, Starts starts) {
     hi[k] = std::min(fr.f[k] * (1.0 + kMaxShift), top_);
   }
   FormantFrame best = fr;
-  double bestCost = 1e300, bestOpen = open_, bestTilt = tilt_;
+  double bestCost = 1e300, bestWeighed = 1e300, bestOpen = open_, bestTilt = tilt_;
   for (const double shift : {0.0, -0.5, 0.5}) {
     FormantFrame trial = fr;
     if (shift != 0.0) {
@@ -475,7 +475,10 @@ double CHarmonicFit::refine(FormantFrame& fr, Starts starts) {
       trial.f[0] = std::clamp(fr.f[0] + shift * f0_, lo[0], hi[0]);
     }
     const double cost = descend(trial, lo, hi);
-    if (cost < bestCost) {
+    // A high voice's ends are weighed by their fit alone (kHighVoiceHz).
+    const double weighed = f0_ > kHighVoiceHz ? cost - startPull(trial.f[0]) : cost;
+    if (weighed < bestWeighed) {
+      bestWeighed = weighed;
       bestCost = cost;
       best = trial;
       bestOpen = open_;

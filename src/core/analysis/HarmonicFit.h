@@ -14,7 +14,7 @@
 // Measured: the level in dB of each harmonic h f0 below the fit's top, from
 // a Hann window kPeriods periods long (the peak of the zero-padded spectrum
 // within a third of f0 of h f0, refined by a parabola through its three
-// bins; above kPhasesFromF0Hz, the mean of kPhases such windows). Model, at
+// bins; above kHighVoiceHz, the mean of kPhases such windows). Model, at
 // each harmonic's frequency f:
 //
 //   M(f) = S(f; q) + T(f; tl) + sum_k R(f; F_k, B_k) + g + s log2(f / 1 kHz)
@@ -65,17 +65,29 @@ class CHarmonicFit {
   // recordings on F1 on 7-8% fewer frames than at 30).
   static constexpr double kMinWindowMs = 10.0, kMaxWindowMs = 30.0;
   static constexpr double kTopHz = 5000.0;
-  // Above this f0 the levels are the mean, in dB, of kPhases windows a
-  // kPhases-th of a period apart, which fall at every phase of the glottal
-  // cycle. One or two harmonics place a high voice's F1, and their levels in
-  // one window move with where it falls in the cycle: five high-voice
-  // sentences read again 2.5 ms later agreed with their own F1 within 10% on
-  // 76.1-90.2% of the frames with one window, 79.0-92.0% with three, and the
-  // copies of 27 high voices met F1 on 21 and F2 on 21 instead of 20 and 19.
-  // Windows half a period apart lost F2 (met on 18). A man's F1 spans
-  // several harmonics: three windows there moved the F2 of two short
-  // commands by a frame or two and gained nothing.
-  static constexpr double kPhasesFromF0Hz = 150.0;
+  // A high voice, whose F1 one or two harmonics place, is read more
+  // carefully above this f0 in two ways. A man's F1 spans several
+  // harmonics, and on the men's recordings each way moved the F2 of a short
+  // command by a frame or two, below 90%.
+  //
+  // Its levels are the mean, in dB, of kPhases windows a kPhases-th of a
+  // period apart, which fall at every phase of the glottal cycle: in one
+  // window the levels of the harmonics about F1 move with where it falls in
+  // the cycle. Five high-voice sentences read again 2.5 ms later agreed with
+  // their own F1 within 10% on 76.1-90.2% of the frames with one window,
+  // 79.0-92.0% with three, and the copies of 27 high voices met F1 on 21 and
+  // F2 on 21 instead of 20 and 19. Windows half a period apart lost F2 (met
+  // on 18).
+  //
+  // And refine() weighs the ends of its starts by their fit alone, without
+  // the pull towards each one's start (below): the starts half a harmonic
+  // either side lie where they do by construction, and an end far from its
+  // own start lost to one that had not moved. An /e/ (F1 450 Hz) at f0 260
+  // Hz, started at its second harmonic as the LPC puts it, kept F1 there
+  // (540 Hz, with an open quotient of 0.69 instead of 0.4); the synthetic
+  // diphthongs at 210 Hz read F1 within 5% on 100% of their frames instead
+  // of 94.9-96.9%, the high voices' copies met F1 and F2 on as many files.
+  static constexpr double kHighVoiceHz = 150.0;
   static constexpr int kPhases = 3;
   // The rate of the synthesizer the copy is played by: its digital
   // resonators, not ideal analogue ones, are what the fit places.
@@ -148,7 +160,9 @@ class CHarmonicFit {
   // Refines the formants of `frame` (those below the top; the rest sound as
   // given) on the last measured harmonics. Returns the objective at the end.
   // kGiven descends from the given formants only, not also from F1 half a
-  // harmonic either side (a third of the work where F1 is low).
+  // harmonic either side (a third of the work where F1 is low). Of a high
+  // voice's ends the best fit wins (kHighVoiceHz), of others the best
+  // objective.
   enum class Starts { kAll, kGiven };
   double refine(FormantFrame& frame, Starts starts = Starts::kAll);
 

@@ -142,7 +142,8 @@ std::vector<double> harmonicVoice(double fs, double f0, double oq, const Formant
 // with the synthesizer's tilt filter at 12 dB (its knee near F1). And a
 // 230 Hz /u/, whose F2 is so low that its top harmonics fall 68-75 dB below
 // its loudest: held at a floor 60 dB down, they left a misfit of 3 dB^2
-// that an open quotient of 0.64 instead of 0.4 took up best.
+// that an open quotient of 0.64 instead of 0.4 took up best. And the starts
+// of a high voice weighed by their fit.
 TEST(HarmonicFitTest, HighVoiceFirstFormantBetweenHarmonics) {
   const double fs = 11025.0, f0 = 210.0, oq = 0.4;
   const FormantFrame truth{{350.0, 2200.0, 2900.0, 3500.0, 4200.0}, {60.0, 90.0, 150.0, 200.0, 200.0}};
@@ -167,6 +168,17 @@ TEST(HarmonicFitTest, HighVoiceFirstFormantBetweenHarmonics) {
   EXPECT_LT(fit.refine(start), 0.5);
   EXPECT_NEAR(start.f[0], 300.0, 15.0);
   EXPECT_NEAR(start.f[1], 870.0, 25.0);
+  EXPECT_NEAR(fit.openQuotient(), oq, 0.05);
+
+  // An /e/ at 260 Hz from its second harmonic, where the LPC puts its F1:
+  // the descent from there ends in a valley of its own (an open quotient of
+  // 0.69), the one from half a harmonic below finds F1 again.
+  const FormantFrame e{{450.0, 2000.0, 2600.0, 3250.0, 3700.0}, {60.0, 90.0, 150.0, 200.0, 200.0}};
+  ASSERT_TRUE(fit.measure(harmonicVoice(fs, 260.0, oq, e, 0.0), fs, 1024.0, 260.0));
+  start = e;
+  start.f[0] = 520.0;
+  fit.refine(start);
+  EXPECT_NEAR(start.f[0], 450.0, 22.5);
   EXPECT_NEAR(fit.openQuotient(), oq, 0.05);
 }
 
