@@ -43,6 +43,15 @@ double CHarmonicFit::sourceDb(double f, double open) {
 }
 
 namespace {
+// The open quotients tried lie on a grid of kOpenQuotientGrid / 16 (the
+// nudges halve a step of half the grid at most three times), but reached by
+// sums the same one may differ in its last bit, and its pulse's levels be
+// made again (a tenth of those made on high voices).
+double onGrid(double q) {
+  constexpr double kSteps = 16.0 / CHarmonicFit::kOpenQuotientGrid;
+  return std::round(q * kSteps) / kSteps;
+}
+
 // The synthesizer's tilt filter, the one-pole low-pass y = (1 - d) x + d
 // y[-1] with d = 0.033 per dB of tilt, at a frequency whose cos(w) is given.
 double tiltLevel(double cosine, double tilt) {
@@ -349,7 +358,7 @@ double CHarmonicFit::chooseOpenQuotient() {
     if (!r_[k].empty()) formants[formantCount++] = r_[k].data();
   double best = 1e300, pick = kMinOpenQuotient, pickTilt = 0.0;
   std::array<double, kGridTilts> misfits{};
-  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q += kOpenQuotientGrid) {
+  for (double q = kMinOpenQuotient; q <= kMaxOpenQuotient + 1e-9; q = onGrid(q + kOpenQuotientGrid)) {
     const auto& pulse = pulseLevels(q);
     open_ = q;
     const double pull = bandwidthPull();
@@ -431,7 +440,8 @@ double CHarmonicFit::nudgeSource(double step) {
     std::size_t count = 1;
     for (std::size_t h = 0; h < n; ++h) nudgeSources_[h * kGridTilts] = source_[h];
     for (const double sign : {-1.0, 1.0}) {
-      const double q = which == 0 ? q0 + sign * step : q0, tl = which == 1 ? t0 + sign * tiltStep : t0;
+      const double q = which == 0 ? onGrid(q0 + sign * step) : q0,
+                   tl = which == 1 ? t0 + sign * tiltStep : t0;
       if (q < kMinOpenQuotient || q > kMaxOpenQuotient || tl < 0.0 || tl > kMaxTilt) continue;
       const auto& pulse = pulseLevels(q);
       const auto& filter = tiltLevels(tl);
@@ -529,6 +539,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         if (j != k && !r_[j].empty())
           for (std::size_t h = 0; h < n; ++h) resid_[h] -= r_[j][h];
       const double tries[4][2] = {{step, 1.0}, {-step, 1.0}, {0.0, grow}, {0.0, shrink}};
+      const double heldPull = startPull(fr.f[0]);  // while another formant moves
       for (const auto& t : tries) {
         const double F = fr.f[k] * (1.0 + t[0]);
         const double B = std::clamp(bw_[k] * t[1], kMinBandwidth, kMaxBandwidth);
@@ -537,7 +548,7 @@ double CHarmonicFit::descend(FormantFrame& fr, const std::array<double, kFormant
         const double keptB = bw_[k], keptLog = logBw_[k];
         if (B != keptB) setBandwidth(k, B);
         const double e =
-            misfit(resid_.data(), levels.data()) + bandwidthPull() + startPull(k == 0 ? F : fr.f[0]);
+            misfit(resid_.data(), levels.data()) + bandwidthPull() + (k == 0 ? startPull(F) : heldPull);
         if (e < best - 1e-9) {
           best = e;
           fr.f[k] = F;

@@ -1,10 +1,12 @@
 #pragma once
 // The harmonic fit's inner loops: the levels of the source pulse and of a
 // resonator at a frame's harmonics, and the misfits of a grid of sources.
-// Each gives, to the last bit, what the plain formulas of CHarmonicFit give
-// one harmonic and one trial at a time: the fit's descent compares trials
-// whose objectives differ in the last digits, so a faster loop that rounded
-// differently would change the copies it makes.
+// Each gives the same values, to the last bit, whatever the vector width the
+// processor has: the fit's descent compares trials whose objectives differ
+// in the last digits, and a copy is the same on every machine. The misfits
+// are the plain formulas' to the last bit, the levels within 1e-7 dB of
+// CHarmonicFit's (their logarithms, sines and cosines computed side by
+// side).
 
 #include <cstddef>
 #include <vector>
@@ -12,13 +14,16 @@
 namespace vandrel::harmonics {
 
 // The factors of the pulse's transform that depend on the harmonic's
-// frequency only (w = 2 pi f, 1 / w and its powers), made once per frame.
+// frequency only (w = 2 pi f, 1 / w and its powers), made once per frame for
+// `count` harmonics (the arrays padded to a multiple of four).
 struct PulseTerms {
+  std::size_t count = 0;
   std::vector<double> w, inverse, inverse2, inverse3x2;
   void prepare(const std::vector<double>& hz);
 };
 
-// CHarmonicFit::sourceDb(hz[h], open) for the n harmonics of `terms`.
+// CHarmonicFit::sourceDb(hz[h], open) for the harmonics of `terms`, within
+// 1e-7 dB (its sine, cosine and logarithm computed side by side).
 void pulseLevels(const PulseTerms& terms, double open, double* out);
 
 // The level in dB of the resonator (b, c, gain a2) at n harmonics, from the
