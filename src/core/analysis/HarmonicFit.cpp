@@ -51,17 +51,13 @@ double onGrid(double q) {
   constexpr double kSteps = 16.0 / CHarmonicFit::kOpenQuotientGrid;
   return std::round(q * kSteps) / kSteps;
 }
-
-// The synthesizer's tilt filter, the one-pole low-pass y = (1 - d) x + d
-// y[-1] with d = 0.033 per dB of tilt, at a frequency whose cos(w) is given.
-double tiltLevel(double cosine, double tilt) {
-  const double d = 0.033 * tilt;
-  return 10.0 * std::log10((1.0 - d) * (1.0 - d) / (1.0 - 2.0 * d * cosine + d * d));
-}
 }  // namespace
 
+// The synthesizer's tilt filter, the one-pole low-pass y = (1 - d) x + d
+// y[-1] with d = 0.033 per dB of tilt.
 double CHarmonicFit::tiltDb(double f, double tilt) {
-  return tiltLevel(std::cos(2.0 * kPi * f / kModelRate), tilt);
+  const double d = 0.033 * tilt, cosine = std::cos(2.0 * kPi * f / kModelRate);
+  return 10.0 * std::log10((1.0 - d) * (1.0 - d) / (1.0 - 2.0 * d * cosine + d * d));
 }
 
 void CHarmonicFit::resonance(std::size_t k, double F, double B, std::vector<double>& out) {
@@ -320,9 +316,8 @@ const std::vector<double>& CHarmonicFit::pulseLevels(double q) {
 }
 
 const std::vector<double>& CHarmonicFit::tiltLevels(double tilt) {
-  return cached(tilts_, tilt, [&](double* out) {
-    for (std::size_t h = 0; h < hz_.size(); ++h) out[h] = tiltLevel(cos1_[h], tilt);
-  });
+  return cached(tilts_, tilt,
+                [&](double* out) { harmonics::tiltLevels(cos1_.data(), hz_.size(), tilt, out); });
 }
 
 void CHarmonicFit::setSource(double q, double tilt) {

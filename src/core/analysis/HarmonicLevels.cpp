@@ -195,6 +195,32 @@ __attribute__((target("avx2"))) void pulseLevels4(const PulseTerms& terms, doubl
   pulseLevelsOf<V4>(terms, open, out);
 }
 
+// 10 log10((1 - d)^2 / (1 - 2 d cos w + d^2)) with d = 0.033 per dB of tilt.
+template <class V>
+[[gnu::always_inline]] inline void tiltLevelsOf(const double* c1, std::size_t n, double tilt, double* out) {
+  using I = std::conditional_t<sizeof(V) == 32, I4, I2>;
+  constexpr std::size_t kWidth = sizeof(V) / sizeof(double);
+  const double d = 0.033 * tilt, gain = (1.0 - d) * (1.0 - d), d2 = 1.0 + d * d;
+  for (std::size_t h = 0; h < n; h += kWidth) {
+    V vc1;
+    __builtin_memcpy(&vc1, c1 + h, sizeof(V));
+    V db = gain / (d2 - 2.0 * d * vc1);
+    toPowerDb<V, I>(db);
+    if (h + kWidth <= n)
+      __builtin_memcpy(out + h, &db, sizeof(V));
+    else
+      for (std::size_t j = 0; h + j < n; ++j) out[h + j] = db[j];
+  }
+}
+
+void tiltLevels2(const double* c1, std::size_t n, double tilt, double* out) {
+  tiltLevelsOf<V2>(c1, n, tilt, out);
+}
+
+__attribute__((target("avx2"))) void tiltLevels4(const double* c1, std::size_t n, double tilt, double* out) {
+  tiltLevelsOf<V4>(c1, n, tilt, out);
+}
+
 bool haveAvx2() {
   static const bool avx2 = __builtin_cpu_supports("avx2");
   return avx2;
@@ -225,6 +251,10 @@ void pulseLevels(const PulseTerms& terms, double open, double* out) {
 void resonanceLevels(const double* c1, const double* s1, const double* c2, const double* s2, std::size_t n,
                      double b, double c, double a2, double* out) {
   (haveAvx2() ? resonanceLevels4 : resonanceLevels2)(c1, s1, c2, s2, n, b, c, a2, out);
+}
+
+void tiltLevels(const double* c1, std::size_t n, double tilt, double* out) {
+  (haveAvx2() ? tiltLevels4 : tiltLevels2)(c1, n, tilt, out);
 }
 
 void gridMisfits(const double* db, const double* pulse, const double* tilts, const double* const* formants,

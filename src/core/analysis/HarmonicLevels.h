@@ -32,6 +32,11 @@ void pulseLevels(const PulseTerms& terms, double open, double* out);
 void resonanceLevels(const double* c1, const double* s1, const double* c2, const double* s2, std::size_t n,
                      double b, double c, double a2, double* out);
 
+// The level in dB of the synthesizer's tilt filter at `tilt` dB
+// (CHarmonicFit::tiltDb) at n harmonics, from the cosines of w there, padded
+// as above.
+void tiltLevels(const double* c1, std::size_t n, double tilt, double* out);
+
 // The tilts a grid row holds at most.
 constexpr std::size_t kGridTilts = 8;
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <vector>
 
 #include "analysis/Burg.h"
@@ -184,7 +185,7 @@ TEST(HarmonicFitTest, HighVoiceFirstFormantBetweenHarmonics) {
 
 // The fit's vector loops give the plain formulas' values: the misfits to the
 // last bit (its descent compares trials that differ in the last digits), the
-// pulse's levels within 1e-7 dB.
+// pulse's and the tilt's levels within 1e-7 dB.
 TEST(HarmonicLevelsTest, AsThePlainFormulas) {
   std::vector<double> hz, db, b0, b1, r1, r2, tilts;
   for (int h = 1; h <= 23; ++h) {
@@ -204,6 +205,14 @@ TEST(HarmonicLevelsTest, AsThePlainFormulas) {
     harmonics::pulseLevels(terms, open, pulse.data());
     for (std::size_t h = 0; h < hz.size(); ++h)
       EXPECT_NEAR(pulse[h], CHarmonicFit::sourceDb(hz[h], open), 1e-7);
+  }
+  std::vector<double> c1;
+  for (const double f : hz) c1.push_back(std::cos(2.0 * std::numbers::pi * f / CHarmonicFit::kModelRate));
+  c1.resize((c1.size() + 3) / 4 * 4, c1.back());
+  std::vector<double> tilt(hz.size());
+  for (const double dB : {0.0, 13.5, 24.0}) {
+    harmonics::tiltLevels(c1.data(), hz.size(), dB, tilt.data());
+    for (std::size_t h = 0; h < hz.size(); ++h) EXPECT_NEAR(tilt[h], CHarmonicFit::tiltDb(hz[h], dB), 1e-7);
   }
   const double* formants[] = {r1.data(), r2.data()};
   std::array<double, harmonics::kGridTilts> misfits{};
