@@ -70,4 +70,16 @@ std::vector<std::size_t> chooseCeilings(const std::vector<StretchCosts>& stretch
   return picks;
 }
 
+std::vector<double> ceilingsAt(const std::vector<double>& grid, double spacing, double firstCentre,
+                               int frames) {
+  std::vector<double> out(static_cast<std::size_t>(std::max(frames, 0)), 0.0);
+  if (grid.empty()) return out;
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    const double at = (firstCentre + static_cast<double>(i) * spacing) / spacing - 0.5;
+    out[i] =
+        grid[static_cast<std::size_t>(std::clamp(std::lround(at), 0L, static_cast<long>(grid.size()) - 1))];
+  }
+  return out;
+}
+
 }  // namespace vandrel

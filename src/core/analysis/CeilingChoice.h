@@ -52,4 +52,10 @@ struct StretchCosts {
 // The index of the ceiling each stretch takes (see above).
 std::vector<std::size_t> chooseCeilings(const std::vector<StretchCosts>& stretches);
 
+// The ceilings chosen on the frames centred at (k + 1/2) spacing
+// (estimateCeilings, FormantEstimator.h) on `frames` frames centred at
+// firstCentre + i spacing: each takes the nearest one's.
+std::vector<double> ceilingsAt(const std::vector<double>& grid, double spacing, double firstCentre,
+                               int frames);
+
 }  // namespace vandrel

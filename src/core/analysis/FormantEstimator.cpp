@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <exception>
 #include <new>
 #include <numeric>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -17,6 +15,7 @@
 #include "analysis/CeilingChoice.h"
 #include "analysis/HarmonicFit.h"
 #include "analysis/MathFunc.h"
+#include "analysis/RunTasks.h"
 
 namespace vandrel {
 namespace {
@@ -44,49 +43,30 @@ double upperMedian(std::vector<double>& w) {
   return w[w.size() / 2];
 }
 
-// Runs task(i) for i = 0 .. count - 1 on `threads` threads, the calling one
-// among them, each taking the next i as it finishes one. An exception of any
-// task is thrown again on the calling thread after all have ended.
-template <class Task>
-void runTasks(int count, int threads, const Task& task) {
-  std::atomic<int> next{0};
-  std::exception_ptr failure;
-  std::atomic<bool> failed{false};
-  const auto work = [&] {
-    try {
-      for (int i = next++; i < count && !failed.load(); i = next++) task(i);
-    } catch (...) {
-      if (!failed.exchange(true)) failure = std::current_exception();
-    }
-  };
-  std::vector<std::thread> helpers;
-  for (int t = 1; t < std::min(threads, count); ++t) {
-    try {
-      helpers.emplace_back(work);
-    } catch (const std::system_error&) {
-      break;  // no more threads: the others share the work
-    }
-  }
-  work();
-  for (auto& h : helpers) h.join();
-  if (failure) std::rethrow_exception(failure);
-}
-
 struct CeilingTrack {
   double ceiling = 0.0;
   std::vector<FormantFrame> path;
   std::vector<double> fit;  // the harmonic fit's objective per voiced frame (dB^2), else 0
 };
 
+// A pass that only chooses the ceilings (steps 1 and 2) and gives its
+// stretches' costs, or weighs other frames' stretches with its own.
+struct ChoicePass {
+  bool only = false;
+  std::vector<StretchCosts>* costs = nullptr;       // where set, its stretches' costs
+  const std::vector<StretchCosts>* with = nullptr;  // where set, weighed with its own
+};
+
 class Estimator {
  public:
   Estimator(std::span<const std::int16_t> samples, double fs, const S& s, const AnalysisProgress& progress,
-            const std::atomic<bool>* cancel)
+            const std::atomic<bool>* cancel, ChoicePass choice = {})
       : x_(samples),
         fs_(fs),
         s_(s),
         progress_(progress),
         cancel_(cancel),
+        choice_(choice),
         caller_(std::this_thread::get_id()),
         threads_(s.threads > 0 ? s.threads
                                : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()))) {}
@@ -109,7 +89,7 @@ class Estimator {
       });
       if (!given.empty()) ceilings = std::move(given);  // else nothing sounded: all are analysed
     }
-    total_ = static_cast<int>((ceilings.size() + 1) * m);
+    total_ = static_cast<int>((ceilings.size() + (choice_.only ? 0 : 1)) * m);
     std::vector<CeilingTrack> tracks(ceilings.size());
     // The pitch is tracked beside the ceilings' paths (only the fits need
     // it). Longest first, so that the threads end together: the pitch, then
@@ -128,6 +108,10 @@ class Estimator {
     out.openQuotient.assign(m, 0.0);
     scoreTracks(tracks);
     choose(tracks, out);
+    if (choice_.only) {
+      out.status = FormantEstimate::Status::kOk;
+      return out;
+    }
     refine(out);
     tell();
     if (cancelled()) return cancelledResult();
@@ -303,6 +287,7 @@ class Estimator {
           continue;
         for (auto& t : tracks) t.fit[i] = fit.score(t.path[i]);
         measured_[i] = 1;
+        if (choice_.only) continue;  // nothing is refined
         CHarmonicFit::Harmonics h = fit.release();
         const std::size_t bytes = bytesOf(h);
         if (held.fetch_add(bytes) + bytes <= kMaxHeldBytes)
@@ -389,6 +374,8 @@ class Estimator {
       }
       i = end;
     }
+    if (choice_.costs != nullptr) *choice_.costs = costs;
+    if (choice_.with != nullptr) costs.insert(costs.end(), choice_.with->begin(), choice_.with->end());
     const std::vector<std::size_t> picks = chooseCeilings(costs);
     std::size_t next = 0;
     for (const Stretch& s : stretches) {
@@ -542,6 +529,7 @@ class Estimator {
   std::optional<CResampler<std::int16_t>> fitResampler_;
   std::size_t fitTotal_ = 0;
   double fitRate_ = 0.0;
+  ChoicePass choice_;
   std::thread::id caller_;
   int threads_ = 1;
   std::atomic<int> done_{0};
@@ -549,6 +537,41 @@ class Estimator {
 };
 
 }  // namespace
+
+namespace {
+
+// The progress of one pass told as the share [from, to) of kWhole.
+constexpr int kWhole = 1000, kChoiceShare = 200;
+AnalysisProgress share(const AnalysisProgress& progress, int from, int to) {
+  if (!progress) return {};
+  return [&progress, from, to](int done, int total) {
+    progress(from + static_cast<int>(static_cast<long long>(to - from) * done / std::max(1, total)), kWhole);
+  };
+}
+
+}  // namespace
+
+std::vector<double> estimateCeilings(std::span<const std::int16_t> samples, double fs, double spacing,
+                                     int threads, const AnalysisProgress& progress,
+                                     const std::atomic<bool>* cancel) {
+  S grid;
+  grid.frames = static_cast<int>(static_cast<double>(samples.size()) / spacing);
+  grid.spacing = spacing;
+  grid.threads = threads;
+  S between = grid;
+  grid.firstCentre = spacing / 2.0;
+  between.firstCentre = spacing;
+  if (!(fs > 0.0) || !(spacing > 0.0) || grid.frames < 1 || samples.size() < 100) return {};
+  std::vector<StretchCosts> costs;
+  if (Estimator(samples, fs, between, share(progress, 0, kWhole / 2), cancel, {true, &costs, nullptr})
+          .run()
+          .status != FormantEstimate::Status::kOk)
+    return {};
+  FormantEstimate e =
+      Estimator(samples, fs, grid, share(progress, kWhole / 2, kWhole), cancel, {true, nullptr, &costs})
+          .run();
+  return e.status == FormantEstimate::Status::kOk ? std::move(e.ceiling) : std::vector<double>{};
+}
 
 FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double fs,
                                  const FormantEstimateSettings& settings, const AnalysisProgress& progress,
@@ -564,7 +587,17 @@ FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double f
     return r;
   }
   try {
-    return Estimator(samples, fs, settings, progress, cancel).run();
+    if (!settings.ceilings.empty()) return Estimator(samples, fs, settings, progress, cancel).run();
+    const std::vector<double> grid = estimateCeilings(samples, fs, settings.spacing, settings.threads,
+                                                      share(progress, 0, kChoiceShare), cancel);
+    if (cancel != nullptr && cancel->load()) {
+      r.status = FormantEstimate::Status::kCancelled;
+      return r;
+    }
+    S under = settings;
+    if (!grid.empty())
+      under.ceilings = ceilingsAt(grid, settings.spacing, settings.firstCentre, settings.frames);
+    return Estimator(samples, fs, under, share(progress, kChoiceShare, kWhole), cancel).run();
   } catch (const std::bad_alloc&) {
     r.status = FormantEstimate::Status::kNoMemory;
     return r;

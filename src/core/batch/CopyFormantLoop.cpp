@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "analysis/AnalysisTracks.h"
+#include "analysis/CeilingChoice.h"
 #include "analysis/FormantEstimator.h"
 #include "batch/CopyBandwidthFloor.h"
 #include "batch/CopyShapeChoice.h"
@@ -104,6 +105,17 @@ CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
     COptionPitch options;
     return computePitchTrack(x, setup.sampleRate, options, PitchMethod::kAutocorrelation);
   });
+  // The first reading chooses its ceilings once for the middles and the ends
+  // (FormantEstimator.h, step 2); the later ones read under the first's.
+  Reading first;
+  if (chosen == nullptr) {
+    const std::vector<double> grid =
+        estimateCeilings(x, setup.sampleRate, setup.samplesPerFrame, threads, {}, cancel);
+    const double step = setup.samplesPerFrame;
+    first.middleCeilings = ceilingsAt(grid, step, step / 2.0, table.columns());
+    first.endCeilings = ceilingsAt(grid, step, step, table.columns());
+    if (!grid.empty()) chosen = &first;
+  }
   CopyReading r;
   r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, table.columns(), threads, true, &memo,
                             chosen, cancel);
@@ -166,9 +178,9 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 }
 
 void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
-                      const std::vector<double>& f0, const std::vector<Bands>& bands,
-                      const std::vector<char>& sung, int threads, const LoopProgress& progress,
-                      const std::atomic<bool>* cancel) {
+                      const std::vector<double>& wantedCeilings, const std::vector<double>& f0,
+                      const std::vector<Bands>& bands, const std::vector<char>& sung, int threads,
+                      const LoopProgress& progress, const std::atomic<bool>* cancel) {
   const int frames = doc.table().columns();
   if (wanted.size() != static_cast<std::size_t>(frames) || sung.size() != wanted.size() ||
       f0.size() != wanted.size())
@@ -184,10 +196,13 @@ void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vecto
   const double fs = audio.sampleRate;
   // The recording's reading at the frames' middles is the copy's own
   // estimate; only the ends are read here.
-  // The recording is read on a thread of its own while the copy is.
+  // The recording is read on a thread of its own while the copy is, under
+  // the ceilings its estimate chose.
+  const double step = fs * doc.params().intervalMs / 1000.0;
+  Reading recordingCeilings;
+  recordingCeilings.endCeilings = ceilingsAt(wantedCeilings, step, step, frames);
   auto targetJob = startJob(threads != 1 && frames <= kSideBySideFrames, [&] {
-    return readFormants(audio.samples, fs, fs * doc.params().intervalMs / 1000.0, frames, threads, false,
-                        nullptr, nullptr, cancel);
+    return readFormants(audio.samples, fs, step, frames, threads, false, nullptr, &recordingCeilings, cancel);
   });
   // The copy's readings in every round differ from the last ones in a few
   // stretches only: each frame's harmonic fits are made once (FitMemo.h).

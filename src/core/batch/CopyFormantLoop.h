@@ -74,7 +74,8 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 
 // Moves F1 and F2 of the voiced frames of `doc` that `sung` marks (see
 // above). `wanted` is the estimate of `audio` on the table's frames (centred
-// on their middles) and `bands` its band levels (CopyShapeChoice.h); b1 and
+// on their middles), `wantedCeilings` the ceilings it read them under, and
+// `bands` its band levels (CopyShapeChoice.h); b1 and
 // b2 stay at their floors (CopyBandwidthFloor.h) for the values kept.
 // `threads` as FormantEstimateSettings::threads. On a long high voice the
 // loop is most of the copy's time, so it tells `progress` after each of its
@@ -83,8 +84,8 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 // cannot have the memory it needs (the table then holds the rounds before).
 using LoopProgress = std::function<void(int done, int total)>;
 void closeFormantLoop(CVandrelDoc& doc, const SampleSet& audio, const std::vector<FormantFrame>& wanted,
-                      const std::vector<double>& f0, const std::vector<Bands>& bands,
-                      const std::vector<char>& sung, int threads, const LoopProgress& progress = {},
-                      const std::atomic<bool>* cancel = nullptr);
+                      const std::vector<double>& wantedCeilings, const std::vector<double>& f0,
+                      const std::vector<Bands>& bands, const std::vector<char>& sung, int threads,
+                      const LoopProgress& progress = {}, const std::atomic<bool>* cancel = nullptr);
 
 }  // namespace vandrel

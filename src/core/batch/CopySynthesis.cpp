@@ -502,7 +502,7 @@ CopyResult copyInto(const SampleSet& audio, const CopySettings& settings, CVandr
 
   // F1 and F2 moved until the copy reads as the recording does (CopyFormantLoop.h).
   closeFormantLoop(
-      *doc, audio, formants.frames, formants.f0, bands, sung, settings.threads,
+      *doc, audio, formants.frames, formants.ceiling, formants.f0, bands, sung, settings.threads,
       [&](int done, int total) {
         if (progress) progress(75 + 15 * done / total);
       },

@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <numbers>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "analysis/FormantPath.h"
 #include "analysis/HarmonicFit.h"
 #include "analysis/HarmonicLevels.h"
+#include "audio/Wave.h"
 
 namespace vandrel {
 namespace {
@@ -342,6 +344,42 @@ TEST(FitMemoTest, TakenFitsAndGivenCeilingsAreTheEstimateMade) {
       EXPECT_EQ(given.frames[i].f, plain.frames[i].f) << i;
       EXPECT_EQ(forced.ceiling[i], plain.ceiling[i] > 0.0 ? other : 0.0) << i;
     }
+  }
+}
+
+// Where a reading's frames fall does not decide the ceiling a stretch is
+// read under, so the copy (frames centred 5 ms into each 10 ms) and
+// `analyse` (12.5 ms in) read a recording alike: the man's command
+// `cards/002` took 5500 Hz on the copy's frames and 5000 Hz on `analyse`'s
+// while each reading chose on its own frames.
+TEST(FormantEstimateTest, ReadingsOnOtherFramesTakeTheSameCeilings) {
+  const std::filesystem::path file = "/usr/share/pocketsphinx/test/data/cards/002.wav";
+  if (!std::filesystem::exists(file)) GTEST_SKIP() << "pocketsphinx-testdata is not installed";
+  SampleSet s;
+  ASSERT_EQ(loadWaveFile(file.string(), s), WaveLoad::kOk);
+  const double step = s.sampleRate / 100.0;
+  std::vector<double> first;
+  for (const double at : {0.5, 0.75, 1.0, 1.25}) {
+    SCOPED_TRACE(at);
+    FormantEstimateSettings es;
+    es.spacing = step;
+    es.firstCentre = at * step;
+    es.frames = static_cast<int>(static_cast<double>(s.samples.size()) / step) - 2;
+    const FormantEstimate e = estimateFormants(s.samples, s.sampleRate, es);
+    ASSERT_EQ(e.status, FormantEstimate::Status::kOk);
+    if (first.empty()) {
+      first = e.ceiling;
+      continue;
+    }
+    int compared = 0, differ = 0;
+    for (std::size_t i = 0; i < e.ceiling.size(); ++i) {
+      const auto j = static_cast<std::size_t>(std::lround(static_cast<double>(i) + at - 0.5));
+      if (!(e.ceiling[i] > 0.0) || j >= first.size() || !(first[j] > 0.0)) continue;
+      ++compared;
+      differ += e.ceiling[i] != first[j];
+    }
+    EXPECT_GT(compared, 100);
+    EXPECT_EQ(differ, 0);
   }
 }
 
