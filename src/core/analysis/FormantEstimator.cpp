@@ -536,11 +536,8 @@ class Estimator {
   int told_ = 0, total_ = 0;
 };
 
-}  // namespace
-
-namespace {
-
-// The progress of one pass told as the share [from, to) of kWhole.
+// The progress of one pass told as the share [from, to) of kWhole: the
+// choice's two passes, then the estimate under its ceilings.
 constexpr int kWhole = 1000, kChoiceShare = 200;
 AnalysisProgress share(const AnalysisProgress& progress, int from, int to) {
   if (!progress) return {};
@@ -554,14 +551,16 @@ AnalysisProgress share(const AnalysisProgress& progress, int from, int to) {
 std::vector<double> estimateCeilings(std::span<const std::int16_t> samples, double fs, double spacing,
                                      int threads, const AnalysisProgress& progress,
                                      const std::atomic<bool>* cancel) {
+  if (!(fs > 0.0) || !(spacing > 0.0) || samples.size() < 100 ||
+      static_cast<double>(samples.size()) < spacing)
+    return {};
   S grid;
-  grid.frames = static_cast<int>(static_cast<double>(samples.size()) / spacing);
+  grid.frames = static_cast<int>(std::min(static_cast<double>(samples.size()) / spacing, 1e9));
   grid.spacing = spacing;
   grid.threads = threads;
   S between = grid;
   grid.firstCentre = spacing / 2.0;
   between.firstCentre = spacing;
-  if (!(fs > 0.0) || !(spacing > 0.0) || grid.frames < 1 || samples.size() < 100) return {};
   std::vector<StretchCosts> costs;
   if (Estimator(samples, fs, between, share(progress, 0, kWhole / 2), cancel, {true, &costs, nullptr})
           .run()

@@ -108,17 +108,17 @@ CopyReading readCopy(const ParameterSet& ps, const FrameTable& table, double fs,
   // The first reading chooses its ceilings once for the middles and the ends
   // (FormantEstimator.h, step 2); the later ones read under the first's.
   Reading first;
+  const double step = setup.samplesPerFrame;
   if (chosen == nullptr) {
-    const std::vector<double> grid =
-        estimateCeilings(x, setup.sampleRate, setup.samplesPerFrame, threads, {}, cancel);
-    const double step = setup.samplesPerFrame;
-    first.middleCeilings = ceilingsAt(grid, step, step / 2.0, table.columns());
-    first.endCeilings = ceilingsAt(grid, step, step, table.columns());
-    if (!grid.empty()) chosen = &first;
+    const std::vector<double> grid = estimateCeilings(x, setup.sampleRate, step, threads, {}, cancel);
+    if (!grid.empty()) {
+      first.middleCeilings = ceilingsAt(grid, step, step / 2.0, table.columns());
+      first.endCeilings = ceilingsAt(grid, step, step, table.columns());
+      chosen = &first;
+    }
   }
   CopyReading r;
-  r.formants = readFormants(x, setup.sampleRate, setup.samplesPerFrame, table.columns(), threads, true, &memo,
-                            chosen, cancel);
+  r.formants = readFormants(x, setup.sampleRate, step, table.columns(), threads, true, &memo, chosen, cancel);
   std::vector<char> heard = sung;
   r.envelope.assign(heard.size(), kInf);
   measureBands(

@@ -75,8 +75,8 @@ double loopStep(double tableHz, double missLn, double damping, double lower, dou
 // Moves F1 and F2 of the voiced frames of `doc` that `sung` marks (see
 // above). `wanted` is the estimate of `audio` on the table's frames (centred
 // on their middles), `wantedCeilings` the ceilings it read them under, and
-// `bands` its band levels (CopyShapeChoice.h); b1 and
-// b2 stay at their floors (CopyBandwidthFloor.h) for the values kept.
+// `bands` its band levels (CopyShapeChoice.h); b1 and b2 stay at their
+// floors (CopyBandwidthFloor.h) for the values kept.
 // `threads` as FormantEstimateSettings::threads. On a long high voice the
 // loop is most of the copy's time, so it tells `progress` after each of its
 // syntheses is read (done of total) and stops when `cancel` is set, within
