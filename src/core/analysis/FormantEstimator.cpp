@@ -586,7 +586,8 @@ FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double f
     return r;
   }
   try {
-    if (!settings.ceilings.empty()) return Estimator(samples, fs, settings, progress, cancel).run();
+    if (!settings.ceilings.empty() || settings.frames == 0)
+      return Estimator(samples, fs, settings, progress, cancel).run();
     const std::vector<double> grid = estimateCeilings(samples, fs, settings.spacing, settings.threads,
                                                       share(progress, 0, kChoiceShare), cancel);
     if (cancel != nullptr && cancel->load()) {
