@@ -16,6 +16,7 @@
 #include "analysis/HarmonicFit.h"
 #include "analysis/MathFunc.h"
 #include "analysis/RunTasks.h"
+#include "util/Median.h"
 
 namespace vandrel {
 namespace {
@@ -36,12 +37,6 @@ constexpr int kFramesPerTask = 32;
 constexpr std::size_t kMaxHeldBytes = std::size_t{32} << 20;
 // The stretch of a resampled signal made at a time.
 constexpr double kPieceSeconds = 1.0;
-
-// The upper median of w (not empty), which it reorders.
-double upperMedian(std::vector<double>& w) {
-  std::nth_element(w.begin(), w.begin() + static_cast<std::ptrdiff_t>(w.size() / 2), w.end());
-  return w[w.size() / 2];
-}
 
 struct CeilingTrack {
   double ceiling = 0.0;
@@ -536,15 +531,9 @@ class Estimator {
   int told_ = 0, total_ = 0;
 };
 
-// The progress of one pass told as the share [from, to) of kWhole: the
-// choice's two passes, then the estimate under its ceilings.
+// The choice's two passes, then the estimate under its ceilings, tell
+// their progress as shares of kWhole.
 constexpr int kWhole = 1000, kChoiceShare = 200;
-AnalysisProgress share(const AnalysisProgress& progress, int from, int to) {
-  if (!progress) return {};
-  return [&progress, from, to](int done, int total) {
-    progress(from + static_cast<int>(static_cast<long long>(to - from) * done / std::max(1, total)), kWhole);
-  };
-}
 
 }  // namespace
 
@@ -562,13 +551,14 @@ std::vector<double> estimateCeilings(std::span<const std::int16_t> samples, doub
   grid.firstCentre = spacing / 2.0;
   between.firstCentre = spacing;
   std::vector<StretchCosts> costs;
-  if (Estimator(samples, fs, between, share(progress, 0, kWhole / 2), cancel, {true, &costs, nullptr})
+  if (Estimator(samples, fs, between, progressShare(progress, 0, kWhole / 2, kWhole), cancel,
+                {true, &costs, nullptr})
           .run()
           .status != FormantEstimate::Status::kOk)
     return {};
-  FormantEstimate e =
-      Estimator(samples, fs, grid, share(progress, kWhole / 2, kWhole), cancel, {true, nullptr, &costs})
-          .run();
+  FormantEstimate e = Estimator(samples, fs, grid, progressShare(progress, kWhole / 2, kWhole, kWhole),
+                                cancel, {true, nullptr, &costs})
+                          .run();
   return e.status == FormantEstimate::Status::kOk ? std::move(e.ceiling) : std::vector<double>{};
 }
 
@@ -588,8 +578,9 @@ FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double f
   try {
     if (!settings.ceilings.empty() || settings.frames == 0)
       return Estimator(samples, fs, settings, progress, cancel).run();
-    const std::vector<double> grid = estimateCeilings(samples, fs, settings.spacing, settings.threads,
-                                                      share(progress, 0, kChoiceShare), cancel);
+    const std::vector<double> grid =
+        estimateCeilings(samples, fs, settings.spacing, settings.threads,
+                         progressShare(progress, 0, kChoiceShare, kWhole), cancel);
     if (cancel != nullptr && cancel->load()) {
       r.status = FormantEstimate::Status::kCancelled;
       return r;
@@ -597,7 +588,7 @@ FormantEstimate estimateFormants(std::span<const std::int16_t> samples, double f
     S under = settings;
     if (!grid.empty())
       under.ceilings = ceilingsAt(grid, settings.spacing, settings.firstCentre, settings.frames);
-    return Estimator(samples, fs, under, share(progress, kChoiceShare, kWhole), cancel).run();
+    return Estimator(samples, fs, under, progressShare(progress, kChoiceShare, kWhole, kWhole), cancel).run();
   } catch (const std::bad_alloc&) {
     r.status = FormantEstimate::Status::kNoMemory;
     return r;

@@ -41,6 +41,17 @@ template <class V, class I>
   x = kDbPerNeper * (ln + e * kLn2);
 }
 
+// Lanes h.. of v into out[h..], those below n only (the arrays read are
+// padded to a multiple of four, the levels written are not).
+template <class V>
+[[gnu::always_inline]] inline void storeLanes(const V& v, std::size_t h, std::size_t n, double* out) {
+  constexpr std::size_t kWidth = sizeof(V) / sizeof(double);
+  if (h + kWidth <= n)
+    __builtin_memcpy(out + h, &v, sizeof(V));
+  else
+    for (std::size_t j = 0; h + j < n; ++j) out[h + j] = v[j];
+}
+
 // Each harmonic's arithmetic is the same whatever the vector width, so both
 // widths give the same levels; four at a time halves the cost of the
 // divisions where the processor has AVX2.
@@ -60,10 +71,7 @@ template <class V>
     const V im = b * vs1 + c * vs2;
     V db = a2 / (re * re + im * im);
     toPowerDb<V, I>(db);
-    if (h + kWidth <= n)
-      __builtin_memcpy(out + h, &db, sizeof(V));
-    else
-      for (std::size_t j = 0; h + j < n; ++j) out[h + j] = db[j];
+    storeLanes(db, h, n, out);
   }
 }
 
@@ -182,10 +190,7 @@ template <class V>
     const V dr = a * i1r - b * i2r, di = a * i1i - b * i2i;
     V db = dr * dr + di * di + 1e-300;
     toPowerDb<V, I>(db);
-    if (h + kWidth <= terms.count)
-      __builtin_memcpy(out + h, &db, sizeof(V));
-    else
-      for (std::size_t j = 0; h + j < terms.count; ++j) out[h + j] = db[j];
+    storeLanes(db, h, terms.count, out);
   }
 }
 
@@ -206,10 +211,7 @@ template <class V>
     __builtin_memcpy(&vc1, c1 + h, sizeof(V));
     V db = gain / (d2 - 2.0 * d * vc1);
     toPowerDb<V, I>(db);
-    if (h + kWidth <= n)
-      __builtin_memcpy(out + h, &db, sizeof(V));
-    else
-      for (std::size_t j = 0; h + j < n; ++j) out[h + j] = db[j];
+    storeLanes(db, h, n, out);
   }
 }
 

@@ -1,9 +1,17 @@
 #include "analysis/PitchTrack.h"
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 
 namespace vandrel {
+
+AnalysisProgress progressShare(const AnalysisProgress& progress, int from, int to, int whole) {
+  if (!progress) return {};
+  return [&progress, from, to, whole](int done, int total) {
+    progress(from + static_cast<int>(static_cast<long long>(to - from) * done / std::max(1, total)), whole);
+  };
+}
 
 void CPitchTracker::clean(const std::vector<double>& raw, const std::vector<double>& energy, int deviationHz,
                           int thresholdPercent, std::vector<double>& track) {

@@ -16,6 +16,11 @@ namespace vandrel {
 // Called after each frame (or column) with (done, total).
 using AnalysisProgress = std::function<void(int done, int total)>;
 
+// `progress` told by a part of some work as the share [from, to) of `whole`:
+// its (done, total) becomes (from + (to - from) done / total, whole). Empty
+// when `progress` is; it refers to `progress`, which must outlive it.
+AnalysisProgress progressShare(const AnalysisProgress& progress, int from, int to, int whole);
+
 class CPitchTracker {
  public:
   enum class Status {

@@ -12,6 +12,7 @@
 #include "editing/EditTransaction.h"
 #include "editing/Interpolation.h"
 #include "engine/Synthesizer.h"
+#include "util/Median.h"
 
 namespace vandrel {
 
@@ -129,8 +130,7 @@ double copyDistance(const SampleSet& recording, CVandrelDoc& doc) {
     if (std::isfinite(dist)) d.push_back(dist);
   }
   if (d.empty()) return nan;
-  std::nth_element(d.begin(), d.begin() + static_cast<std::ptrdiff_t>(d.size() / 2), d.end());
-  return d[d.size() / 2];
+  return upperMedian(d);
 }
 
 }  // namespace vandrel

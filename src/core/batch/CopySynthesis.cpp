@@ -21,6 +21,7 @@
 #include "batch/CopyShapeChoice.h"
 #include "editing/EditTransaction.h"
 #include "engine/Synthesizer.h"
+#include "util/Median.h"
 
 namespace vandrel {
 
@@ -168,8 +169,7 @@ void medianSmooth(std::vector<double>& v, int width) {
   std::vector<double> w;
   for (int c = 0; c < n; ++c) {
     w.assign(in.begin() + std::max(0, c - h), in.begin() + std::min(n, c + h + 1));
-    std::nth_element(w.begin(), w.begin() + static_cast<long>(w.size() / 2), w.end());
-    v[static_cast<std::size_t>(c)] = w[w.size() / 2];
+    v[static_cast<std::size_t>(c)] = upperMedian(w);
   }
 }
 
